@@ -1,0 +1,38 @@
+# Korvat's entry points. Each target installs what is missing first, so a fresh
+# Debian machine needs nothing but these commands.
+BUILD      ?= build
+TEST_BUILD ?= build-test
+JOBS       ?= $(shell nproc)
+KORVAT     := $(BUILD)/src/app/korvat
+DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
+
+.PHONY: all setup build run demo demo-stop test clean
+
+all: build
+
+setup:
+	@bash scripts/setup.sh
+
+build: setup
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVAT_TESTS=OFF
+	cmake --build $(BUILD) -j $(JOBS)
+
+# Korvat on the user's own engine.
+run: build
+	$(KORVAT) --dump
+
+# Korvat on a private engine with sample projects.
+demo: build
+	@$(DEMO_ENV) bash scripts/demo.sh $(KORVAT)
+
+demo-stop:
+	@$(DEMO_ENV) bash scripts/engine.sh stop
+
+# The whole suite, sanitizers on, against a private engine that ctest starts and stops.
+test: setup
+	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_SANITIZE=ON
+	cmake --build $(TEST_BUILD) -j $(JOBS)
+	cd $(TEST_BUILD) && ctest --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf $(BUILD) $(TEST_BUILD)

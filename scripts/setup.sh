@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Installs, once and only what is missing, every Debian package that building Korvat
+# and running its tests need. Safe to run again: a second run installs nothing.
+set -euo pipefail
+
+packages=(
+  # build
+  build-essential cmake pkg-config ninja-build
+  qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-declarative-dev-tools
+  qt6-tools-dev qt6-l10n-tools qcoro-qt6-dev libgl-dev
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
+  qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtqml-workerscript
+  qml6-module-qtquick-templates qml6-module-qttest qml6-module-qtquick-shapes
+  # the private engine the tests drive
+  docker.io iptables busybox-static ca-certificates
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  [[ $p == \#* ]] && continue
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if ((${#missing[@]} == 0)); then
+  exit 0
+fi
+
+sudo=()
+if [[ $(id -u) -ne 0 ]]; then
+  if command -v sudo >/dev/null; then
+    sudo=(sudo)
+  else
+    echo "setup: these packages are missing and installing them needs root: ${missing[*]}" >&2
+    exit 1
+  fi
+fi
+
+echo "setup: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+# The engine package would try to start a system-wide daemon; the tests run their own.
+policy=/usr/sbin/policy-rc.d
+made_policy=0
+if [[ ! -e $policy ]]; then
+  printf '#!/bin/sh\nexit 101\n' | "${sudo[@]}" tee "$policy" >/dev/null
+  "${sudo[@]}" chmod +x "$policy"
+  made_policy=1
+fi
+trap '[[ $made_policy == 1 ]] && "${sudo[@]}" rm -f "$policy"' EXIT
+if ! "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; then
+  "${sudo[@]}" apt-get update
+  "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}" || {
+    echo "setup: could not install ${missing[*]} (see apt-get's message above)" >&2
+    exit 1
+  }
+fi

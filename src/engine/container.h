@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+#include <optional>
+
+// One container as the CLI lists it; every field is the CLI's own text.
+struct Container {
+    QString id;
+    QString name;
+    QString image;
+    QString state;
+    QString status;
+    QString ports;
+    QMap<QString, QString> labels;
+
+    std::optional<QString> project() const;
+    std::optional<QString> workingDir() const;
+    bool isRunning() const { return state == QLatin1String("running"); }
+    QString actionLabel() const;
+    // An exited container whose status does not show a zero exit code.
+    bool hasFailed() const;
+
+    friend bool operator==(const Container &, const Container &) = default;
+};
+
+namespace Labels {
+inline constexpr auto project = "com.docker.compose.project";
+inline constexpr auto workingDir = "com.docker.compose.project.working_dir";
+inline constexpr auto workingDirHyphen = "com.docker.compose.project.working-dir";
+inline constexpr auto service = "com.docker.compose.service";
+}

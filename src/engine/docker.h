@@ -1,0 +1,106 @@
+#pragma once
+
+#include "composecheck.h"
+#include "composeproject.h"
+#include "container.h"
+#include "dockererror.h"
+#include "dockerimage.h"
+#include "dockervolume.h"
+#include "runtime.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+class QProcess;
+
+// Every engine operation: each one runs the docker client as a child process. All calls
+// block until the child exits, so callers above this layer run them off the UI thread.
+// Failures are thrown as DockerError, except capture() and checkCompose(), which never fail.
+namespace Docker {
+
+// How children are launched. Tests swap these; the defaults are what ships.
+struct Launch {
+    QString launcher = QStringLiteral("/usr/bin/env");
+    QString pathPrefix = QStringLiteral("/opt/homebrew/bin:/usr/local/bin:");
+    QString appleSocketPath = QStringLiteral("/opt/homebrew/var/run/socktainer/.socktainer/container.sock");
+};
+const Launch &launch();
+// Not thread-safe: set before any worker runs.
+void setLaunch(const Launch &launch);
+
+inline const QString appleRuntimeName = QStringLiteral("apple-container");
+Runtime appleRuntime();
+// A runtime from a command-line value: "apple-container" is the socket, anything else a context.
+Runtime runtimeNamed(const QString &value);
+
+struct Captured {
+    int status = -1;
+    QString out;
+    QString err;
+    friend bool operator==(const Captured &, const Captured &) = default;
+};
+
+using OptRuntime = std::optional<Runtime>;
+using Dir = std::optional<QString>;
+
+// Program, arguments, environment and directory set; not started, no streams set.
+std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
+QStringList commandLine(const QStringList &args, const OptRuntime &runtime = {});
+QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
+Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
+
+// Strict UTF-8: invalid input decodes to the empty text.
+QString utf8(const QByteArray &bytes);
+QList<QJsonObject> ndjson(const QString &text);
+
+QList<Container> parseContainers(const QString &text);
+QList<DockerImage> parseImages(const QString &text);
+QList<DockerVolume> parseVolumes(const QString &text);
+QList<Container> containers(const OptRuntime &runtime = {});
+QList<DockerImage> images(const OptRuntime &runtime = {});
+QList<DockerVolume> volumes(const OptRuntime &runtime = {});
+
+QMap<QString, QString> parseLabels(const QString &text);
+QString shortPorts(const QString &text);
+
+// Plain code-point order, which QString's own operator< (UTF-16 units) is not.
+bool codePointLess(const QString &a, const QString &b);
+
+QList<ComposeProject> group(const QList<Container> &containers);
+QList<Container> ungrouped(const QList<Container> &containers);
+
+inline const QStringList composeFileNames = {
+    QStringLiteral("compose.yaml"), QStringLiteral("compose.yml"),
+    QStringLiteral("docker-compose.yaml"), QStringLiteral("docker-compose.yml"),
+};
+std::optional<QString> composeFile(const QString &dir);
+QString missingComposeFileMessage(const QString &dir);
+ComposeCheck checkCompose(const QString &dir);
+QStringList composeMessages(const QString &stderrText);
+std::optional<QString> composeWarningSummary(const QString &stderrText);
+
+struct ResolvedProject {
+    QString name;
+    QStringList services;
+    QStringList volumes;
+    friend bool operator==(const ResolvedProject &, const ResolvedProject &) = default;
+};
+ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
+ResolvedProject composeProject(const QString &dir);
+
+// A unix:// endpoint is reachable when something exists at its path; any other is assumed to be.
+bool endpointReachable(const QString &endpoint);
+struct RuntimeList {
+    QList<RuntimeEntry> list;
+    std::optional<Runtime> current;
+};
+RuntimeList parseRuntimes(const QString &contextJson);
+RuntimeList runtimes();
+std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::optional<Runtime> &current);
+std::optional<Runtime> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in);
+
+} // namespace Docker

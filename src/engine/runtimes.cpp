@@ -1,0 +1,79 @@
+#include "docker.h"
+
+#include <QFileInfo>
+
+namespace Docker {
+
+namespace {
+const QLatin1String unixScheme("unix://");
+}
+
+bool endpointReachable(const QString &endpoint)
+{
+    if (!endpoint.startsWith(unixScheme))
+        return true;
+    const QString path = endpoint.mid(unixScheme.size());
+    // exists() follows links, so a link whose target is gone counts as missing.
+    return !path.isEmpty() && QFileInfo::exists(path);
+}
+
+RuntimeList parseRuntimes(const QString &contextJson)
+{
+    RuntimeList result;
+    std::optional<Runtime> cliCurrent;
+    QStringList endpoints;
+    for (const auto &o : ndjson(contextJson)) {
+        const auto nameValue = o.value(QLatin1String("Name"));
+        const auto endpointValue = o.value(QLatin1String("DockerEndpoint"));
+        const QString name = nameValue.isString() ? nameValue.toString() : QString();
+        const QString endpoint = endpointValue.isString() ? endpointValue.toString() : QString();
+        const auto runtime = Runtime::context(name);
+        result.list.append({runtime, endpoint, endpointReachable(endpoint)});
+        endpoints.append(endpoint);
+        if (o.value(QLatin1String("Current")) == QJsonValue(true))
+            cliCurrent = runtime;
+    }
+    const QString socketPath = launch().appleSocketPath;
+    const QString socketEndpoint = unixScheme + socketPath;
+    if (QFileInfo::exists(socketPath) && !endpoints.contains(socketEndpoint))
+        result.list.append({appleRuntime(), socketEndpoint, true});
+    result.current = preferred(result.list, cliCurrent);
+    return result;
+}
+
+RuntimeList runtimes()
+{
+    return parseRuntimes(run({"context", "ls", "--format", "json"}));
+}
+
+std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::optional<Runtime> &current)
+{
+    if (current) {
+        const auto it = std::find_if(list.cbegin(), list.cend(), [&](const RuntimeEntry &e) { return e.runtime == *current; });
+        if (it != list.cend() && it->reachable)
+            return current;
+    }
+    const auto reachable = std::find_if(list.cbegin(), list.cend(), [](const RuntimeEntry &e) { return e.reachable; });
+    if (reachable != list.cend())
+        return reachable->runtime;
+    if (current)
+        return current;
+    if (!list.isEmpty())
+        return list.first().runtime;
+    return std::nullopt;
+}
+
+std::optional<Runtime> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in)
+{
+    if (!from)
+        return std::nullopt;
+    const auto own = std::find_if(in.cbegin(), in.cend(), [&](const RuntimeEntry &e) { return e.runtime == *from; });
+    if (own != in.cend() && own->reachable)
+        return std::nullopt;
+    const auto first = std::find_if(in.cbegin(), in.cend(), [](const RuntimeEntry &e) { return e.reachable; });
+    if (first == in.cend() || first->runtime == *from)
+        return std::nullopt;
+    return first->runtime;
+}
+
+} // namespace Docker

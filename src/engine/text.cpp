@@ -1,0 +1,129 @@
+#include "docker.h"
+
+namespace Docker {
+
+QMap<QString, QString> parseLabels(const QString &text)
+{
+    QMap<QString, QString> labels;
+    QString lastKey;
+    bool haveKey = false;
+    for (const auto &piece : text.split(u',', Qt::SkipEmptyParts)) {
+        const qsizetype eq = piece.indexOf(u'=');
+        if (eq >= 0) {
+            lastKey = piece.left(eq);
+            labels.insert(lastKey, piece.mid(eq + 1));
+            haveKey = true;
+        } else if (haveKey) {
+            // A value such as config_files holds commas of its own.
+            labels[lastKey] += u',' + piece;
+        }
+    }
+    return labels;
+}
+
+QString shortPorts(const QString &text)
+{
+    QStringList pairs;
+    for (const auto &raw : text.split(u',', Qt::SkipEmptyParts)) {
+        QStringView piece(raw);
+        while (!piece.isEmpty() && (piece.front() == u' ' || piece.front() == u'\t'))
+            piece = piece.mid(1);
+        while (!piece.isEmpty() && (piece.back() == u' ' || piece.back() == u'\t'))
+            piece.chop(1);
+        const qsizetype arrow = piece.indexOf(u"->");
+        if (arrow < 0)
+            continue;
+        const auto host = piece.left(arrow);
+        const auto target = piece.mid(arrow + 2);
+        const qsizetype colon = host.lastIndexOf(u':');
+        if (colon < 0)
+            continue;
+        const auto hostPort = host.mid(colon + 1);
+        const qsizetype slash = target.indexOf(u'/');
+        const auto containerPort = slash < 0 ? target : target.left(slash);
+        if (hostPort.isEmpty() || containerPort.isEmpty())
+            continue;
+        const QString pair = hostPort.toString() + u':' + containerPort.toString();
+        if (!pairs.contains(pair))
+            pairs.append(pair);
+    }
+    return pairs.join(QStringLiteral(", "));
+}
+
+bool codePointLess(const QString &a, const QString &b)
+{
+    // UTF-16 puts U+E000..U+FFFF above the surrogates that encode astral code points;
+    // shifting both ranges restores code-point order without decoding.
+    const auto fix = [](char16_t c) -> char16_t {
+        if (c >= 0xE000)
+            return c - 0x800;
+        if (c >= 0xD800)
+            return c + 0x2000;
+        return c;
+    };
+    const qsizetype n = std::min(a.size(), b.size());
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t x = a.at(i).unicode(), y = b.at(i).unicode();
+        if (x != y)
+            return fix(x) < fix(y);
+    }
+    return a.size() < b.size();
+}
+
+QStringList composeMessages(const QString &stderrText)
+{
+    static const QLatin1String marker("msg=\"");
+    QStringList messages;
+    for (const auto &raw : stderrText.split(u'\n', Qt::SkipEmptyParts)) {
+        QStringView line(raw);
+        while (!line.isEmpty() && (line.front() == u' ' || line.front() == u'\t'))
+            line = line.mid(1);
+        while (!line.isEmpty() && (line.back() == u' ' || line.back() == u'\t'))
+            line.chop(1);
+        if (line.isEmpty())
+            continue;
+        const qsizetype start = line.indexOf(marker);
+        const qsizetype end = line.lastIndexOf(u'"');
+        if (start >= 0 && end >= start + marker.size()) {
+            QString message = line.mid(start + marker.size(), end - start - marker.size()).toString();
+            message.replace(QLatin1String("\\\""), QLatin1String("\""));
+            message.replace(QLatin1String("\\\\"), QLatin1String("\\"));
+            messages.append(message);
+        } else {
+            messages.append(line.toString());
+        }
+    }
+    return messages;
+}
+
+std::optional<QString> composeWarningSummary(const QString &stderrText)
+{
+    QStringList variables;
+    QStringList others;
+    for (const auto &message : composeMessages(stderrText)) {
+        if (message.contains(QLatin1String("variable is not set"))) {
+            const qsizetype open = message.indexOf(u'"');
+            const qsizetype close = open < 0 ? -1 : message.indexOf(u'"', open + 1);
+            if (close > open + 1) {
+                // Compose repeats the warning for each use of a variable; every one is kept.
+                variables.append(message.mid(open + 1, close - open - 1));
+                continue;
+            }
+        }
+        others.append(message);
+    }
+    QStringList lines;
+    if (variables.size() == 1)
+        lines.append(variables.first()
+                     + QStringLiteral(" has no value; compose substituted an empty string. Check the .env beside the compose file."));
+    else if (variables.size() > 1)
+        lines.append(QString::number(variables.size()) + QStringLiteral(" variables have no value: ")
+                     + variables.join(QStringLiteral(", "))
+                     + QStringLiteral(". compose substituted empty strings. Check the .env beside the compose file."));
+    lines += others;
+    if (lines.isEmpty())
+        return std::nullopt;
+    return lines.join(u'\n');
+}
+
+} // namespace Docker

@@ -1,0 +1,177 @@
+#include "docker.h"
+#include "testsupport.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+// The engine layer against the private engine, on objects each case makes and removes.
+class EngineLive : public QObject {
+    Q_OBJECT
+    QStringList m_containers, m_volumes, m_contexts;
+
+    QString startContainer(const QStringList &extra)
+    {
+        const QString name = uniqueName("kt-c-");
+        m_containers << name;
+        const auto r = docker(QStringList{"run", "-d", "--name", name} + extra + QStringList{engineImage(), "sleep", "3600"});
+        if (r.status != 0)
+            qWarning("docker run failed: %s", qPrintable(r.err));
+        return name;
+    }
+
+private slots:
+    void initTestCase() { REQUIRE_ENGINE(); }
+    void cleanupTestCase()
+    {
+        if (!m_containers.isEmpty())
+            docker(QStringList{"rm", "-f"} + m_containers);
+        if (!m_volumes.isEmpty())
+            docker(QStringList{"volume", "rm", "-f"} + m_volumes);
+        for (const auto &c : m_contexts)
+            docker({"context", "rm", "-f", c});
+    }
+
+    void listQueriesSeeRealObjects()
+    {
+        const QString volume = uniqueName("kt-v-");
+        m_volumes << volume;
+        QCOMPARE(docker({"volume", "create", volume}).status, 0);
+        const QString name = startContainer({"-l", "com.docker.compose.project.config_files=/a/x.yml,/a/y.yml",
+                                             "-l", "tier=web", "-p", "127.0.0.1::80", "-v", volume + ":/data"});
+
+        const auto containers = Docker::containers();
+        const auto it = std::find_if(containers.cbegin(), containers.cend(), [&](const Container &c) { return c.name == name; });
+        QVERIFY2(it != containers.cend(), "new container not listed");
+        QCOMPARE(it->state, "running");
+        QVERIFY(it->status.startsWith("Up"));
+        QCOMPARE(it->image, engineImage());
+        QCOMPARE(it->labels.value("tier"), "web");
+        QCOMPARE(it->labels.value("com.docker.compose.project.config_files"), "/a/x.yml,/a/y.yml");
+        QVERIFY(!it->project());
+        QVERIFY2(Docker::shortPorts(it->ports).endsWith(":80"), qPrintable(it->ports));
+
+        const auto images = Docker::images();
+        QVERIFY(std::any_of(images.cbegin(), images.cend(), [](const DockerImage &i) {
+            return i.repository + ":" + i.tag == engineImage() && !i.id.isEmpty() && !i.size.isEmpty();
+        }));
+        const auto volumes = Docker::volumes();
+        QVERIFY(std::any_of(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) {
+            return v.name == volume && v.driver == "local" && v.mountpoint.endsWith("/_data");
+        }));
+    }
+
+    void runReportsTheCliError()
+    {
+        const auto direct = docker({"inspect", "kt-no-such-object"});
+        QVERIFY(direct.status != 0);
+        try {
+            Docker::run({"inspect", "kt-no-such-object"});
+            QFAIL("inspect of a missing object succeeded");
+        } catch (const DockerError &e) {
+            QCOMPARE(e.message(), direct.err.trimmed());
+            QVERIFY(!e.message().isEmpty());
+        }
+        const auto captured = Docker::capture({"inspect", "--format", "{{.Name}}", "kt-no-such-object"});
+        QCOMPARE(captured.status, 1);
+        QCOMPARE(captured.err, direct.err);
+        QCOMPARE(captured.out, "\n");
+    }
+
+    void composeChecks()
+    {
+        ComposeDir good(sleeperCompose());
+        QCOMPARE(Docker::checkCompose(good.path()), ComposeCheck::makeValid());
+
+        ComposeDir missing(sleeperCompose("db", "    environment:\n      A: ${KT_ROOT_PW}\n      B: ${KT_PW}\n"), "OTHER=1\n");
+        QCOMPARE(Docker::checkCompose(missing.path()),
+                 ComposeCheck::makeValid("2 variables have no value: KT_ROOT_PW, KT_PW. compose substituted empty strings. Check the .env beside the compose file."));
+
+        ComposeDir filled(sleeperCompose("db", "    environment:\n      A: ${KT_PW}\n"), "KT_PW=secret\n");
+        QCOMPARE(Docker::checkCompose(filled.path()), ComposeCheck::makeValid());
+
+        ComposeDir bad(sleeperCompose("db", "    imagex: nope\n"), {}, "docker-compose.yml");
+        const auto check = Docker::checkCompose(bad.path());
+        QVERIFY(!check.valid);
+        const auto direct = docker({"compose", "config", "-q"}, bad.path());
+        QVERIFY(direct.status != 0);
+        QCOMPARE(check.message, direct.err.trimmed());   // compose's own words, unchanged
+        QVERIFY2(check.message.contains("imagex"), qPrintable(check.message));
+
+        QTemporaryDir empty;
+        QCOMPARE(Docker::checkCompose(empty.path()).message, Docker::missingComposeFileMessage(empty.path()));
+    }
+
+    void composeProjectReadsRealNames()
+    {
+        ComposeDir dir(sleeperCompose("web", "    volumes: [cache:/c, data:/d]\n  db:\n    image: x\nvolumes:\n  data:\n  cache:\n    name: shared-cache\n"));
+        const auto project = Docker::composeProject(dir.path());
+        const QString expectedName = QFileInfo(dir.path()).fileName().toLower();
+        QCOMPARE(project.name, expectedName);
+        QCOMPARE(project.services, QStringList({"db", "web"}));
+        QCOMPARE(project.volumes, QStringList({"shared-cache", expectedName + "_data"}));
+
+        ComposeDir broken("services: [\n");
+        QVERIFY_THROWS_EXCEPTION(DockerError, Docker::composeProject(broken.path()));
+        QTemporaryDir none;
+        try {
+            Docker::composeProject(none.path());
+            QFAIL("no compose file, yet a project");
+        } catch (const DockerError &e) {
+            QCOMPARE(e.message(), Docker::missingComposeFileMessage(none.path()));
+        }
+    }
+
+    void runtimesFromRealContexts()
+    {
+        const QString missing = uniqueName("kt-missing-"), tcp = uniqueName("kt-tcp-");
+        m_contexts << missing << tcp;
+        QCOMPARE(docker({"context", "create", missing, "--docker", "host=unix:///nope/kt.sock"}).status, 0);
+        QCOMPARE(docker({"context", "create", tcp, "--docker", "host=tcp://127.0.0.1:1"}).status, 0);
+
+        // The socket runtime appears only while its socket exists, and only once.
+        QTemporaryDir dir;
+        const QString link = dir.filePath("container.sock");
+        Docker::Launch launch;
+        launch.appleSocketPath = link;
+        Docker::setLaunch(launch);
+        auto listed = Docker::runtimes();
+        auto entry = [&](const QString &name) {
+            const auto it = std::find_if(listed.list.cbegin(), listed.list.cend(), [&](const RuntimeEntry &e) { return e.runtime.name == name; });
+            return it == listed.list.cend() ? RuntimeEntry{} : *it;
+        };
+        QCOMPARE(entry(engineContext()), (RuntimeEntry{Runtime::context(engineContext()), "unix://" + engineSocket(), true}));
+        QCOMPARE(entry(missing), (RuntimeEntry{Runtime::context(missing), "unix:///nope/kt.sock", false}));
+        QCOMPARE(entry(tcp), (RuntimeEntry{Runtime::context(tcp), "tcp://127.0.0.1:1", true}));
+        QCOMPARE(entry("apple-container"), RuntimeEntry{});
+        QCOMPARE(listed.current, Runtime::context(engineContext()));
+
+        QVERIFY(QFile::link(engineSocket(), link));
+        listed = Docker::runtimes();
+        QCOMPARE(listed.list.last(), (RuntimeEntry{Docker::appleRuntime(), "unix://" + link, true}));
+        // And the socket runtime really reaches the engine through DOCKER_HOST.
+        QCOMPARE(Docker::containers(Docker::appleRuntime()).size(), Docker::containers().size());
+
+        launch.appleSocketPath = engineSocket();
+        Docker::setLaunch(launch);
+        listed = Docker::runtimes();
+        QCOMPARE(entry("apple-container"), RuntimeEntry{});
+        Docker::setLaunch({});
+    }
+
+    void contextRuntimeIsPassedToTheCli()
+    {
+        try {
+            Docker::containers(Runtime::context("kt-no-such-context"));
+            QFAIL("unknown context accepted");
+        } catch (const DockerError &e) {
+            QVERIFY2(e.message().contains("kt-no-such-context"), qPrintable(e.message()));
+        }
+        QCOMPARE(Docker::volumes(Runtime::context(engineContext())), Docker::volumes());
+    }
+};
+
+QTEST_GUILESS_MAIN(EngineLive)
+#include "tst_engine_live.moc"

@@ -1,0 +1,374 @@
+#include "docker.h"
+#include "testsupport.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+using Labels_ = QMap<QString, QString>;
+
+namespace {
+Container box(const QString &name, const QString &state = QStringLiteral("running"), const Labels_ &labels = {})
+{
+    return {name + QStringLiteral("-id"), name, QStringLiteral("img"), state, QString(), QString(), labels};
+}
+Labels_ inProject(const QString &project, const QString &dir = {})
+{
+    Labels_ l{{QString::fromLatin1(Labels::project), project}};
+    if (!dir.isEmpty())
+        l.insert(QString::fromLatin1(Labels::workingDir), dir);
+    return l;
+}
+QStringList names(const QList<Container> &list)
+{
+    QStringList out;
+    for (const auto &c : list)
+        out << c.name;
+    return out;
+}
+}
+
+class EngineRules : public QObject {
+    Q_OBJECT
+private slots:
+    void parseLabels_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<Labels_>("expected");
+        QTest::newRow("empty") << QString() << Labels_{};
+        QTest::newRow("compose labels")
+            << "com.docker.compose.config-hash=5c4eee,com.docker.compose.container-number=1,com.docker.compose.project.config_files=/srv/storefront/docker-compose.yml,com.docker.compose.project.working_dir=/srv/storefront,com.docker.compose.project=storefront,com.docker.compose.service=php"
+            << Labels_{{"com.docker.compose.config-hash", "5c4eee"},
+                       {"com.docker.compose.container-number", "1"},
+                       {"com.docker.compose.project.config_files", "/srv/storefront/docker-compose.yml"},
+                       {"com.docker.compose.project.working_dir", "/srv/storefront"},
+                       {"com.docker.compose.project", "storefront"},
+                       {"com.docker.compose.service", "php"}};
+        QTest::newRow("value with commas")
+            << "com.docker.compose.project.config_files=/a/x.yml,/a/y.yml,com.docker.compose.project=p"
+            << Labels_{{"com.docker.compose.project.config_files", "/a/x.yml,/a/y.yml"}, {"com.docker.compose.project", "p"}};
+        QTest::newRow("orphan piece before any key is dropped") << "stray,a=1" << Labels_{{"a", "1"}};
+        QTest::newRow("further equals stay in the value") << "a=b=c,d=" << Labels_{{"a", "b=c"}, {"d", ""}};
+        QTest::newRow("later duplicate wins") << "a=1,,a=2" << Labels_{{"a", "2"}};
+    }
+    void parseLabels()
+    {
+        QFETCH(QString, text);
+        QFETCH(Labels_, expected);
+        QCOMPARE(Docker::parseLabels(text), expected);
+    }
+
+    void shortPorts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("one") << "0.0.0.0:8000->80/tcp" << "8000:80";
+        QTest::newRow("ipv4 and ipv6 collapse") << "0.0.0.0:80->80/tcp, [::]:80->80/tcp" << "80:80";
+        QTest::newRow("two ports keep order") << "0.0.0.0:80->80/tcp, 0.0.0.0:443->443/tcp" << "80:80, 443:443";
+        QTest::newRow("udp") << "0.0.0.0:53->53/udp" << "53:53";
+        QTest::newRow("unpublished") << "80/tcp" << "";
+        QTest::newRow("empty") << "" << "";
+        QTest::newRow("host side without colon") << "8080->80/tcp" << "";
+        QTest::newRow("tabs trimmed, no protocol") << "\t127.0.0.1:5432->5432\t" << "5432:5432";
+        QTest::newRow("empty host port") << "0.0.0.0:->80/tcp" << "";
+        QTest::newRow("real ps output") << "0.0.0.0:18080->80/tcp, [::]:18080->80/tcp, 9000/tcp" << "18080:80";
+    }
+    void shortPorts()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QCOMPARE(Docker::shortPorts(text), expected);
+    }
+
+    void containerDerived_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<bool>("failed");
+        QTest::newRow("running") << "running" << "Up 4 days" << "Stop" << false;
+        QTest::newRow("paused") << "paused" << "Up 4 days (Paused)" << "Resume" << false;
+        QTest::newRow("clean exit") << "exited" << "Exited (0) 6 days ago" << "Start" << false;
+        QTest::newRow("failed exit") << "exited" << "Exited (1) 3 hours ago" << "Start" << true;
+        QTest::newRow("created") << "created" << "Created" << "Start" << false;
+    }
+    void containerDerived()
+    {
+        QFETCH(QString, state);
+        QFETCH(QString, status);
+        Container c = box("c", state);
+        c.status = status;
+        QTEST(c.actionLabel(), "action");
+        QTEST(c.hasFailed(), "failed");
+    }
+
+    void workingDirLabels()
+    {
+        Container c = box("c", "running", {{Labels::workingDirHyphen, "/hyphen"}});
+        QCOMPARE(c.workingDir(), std::optional<QString>("/hyphen"));
+        c.labels.insert(Labels::workingDir, "/underscore");
+        QCOMPARE(c.workingDir(), std::optional<QString>("/underscore"));
+        QCOMPARE(box("c").workingDir(), std::nullopt);
+        QCOMPARE(box("c").project(), std::nullopt);
+    }
+
+    void listsFromRealOutput()
+    {
+        const auto containers = Docker::parseContainers(fixture("ps.jsonl"));
+        QCOMPARE(names(containers), QStringList({"exited-bad", "made-only", "loose-one", "cp1-web-1"}));
+        const Container &web = containers.last();
+        QCOMPARE(web.project(), std::optional<QString>("cp1"));
+        QCOMPARE(web.workingDir(), std::optional<QString>("/srv/cp1"));
+        QCOMPARE(web.labels.value(Labels::service), "web");
+        QCOMPARE(web.state, "running");
+        QCOMPARE(Docker::shortPorts(web.ports), "18080:80");
+        QVERIFY(containers.first().hasFailed());
+        QCOMPARE(containers.at(1).state, "created");
+
+        const auto images = Docker::parseImages(fixture("images.jsonl"));
+        QCOMPARE(images.size(), 1);
+        QCOMPARE(images.first(), (DockerImage{"bad60563f9b8", "korvat-test/busybox", "1", "1.98MB"}));
+
+        const auto volumes = Docker::parseVolumes(fixture("volumes.jsonl"));
+        QCOMPARE(volumes.size(), 2);
+        QCOMPARE(volumes.first().name, "cp1_data");
+        QCOMPARE(volumes.first().driver, "local");
+        QVERIFY(volumes.first().mountpoint.endsWith("/volumes/cp1_data/_data"));
+    }
+
+    void malformedLines()
+    {
+        const QString text = "not json\n[1,2]\n{}\n\n{\"ID\":\"x\",\"Names\":7,\"State\":\"running\"}\n{\"ID\":";
+        const auto list = Docker::parseContainers(text);
+        QCOMPARE(list.size(), 2);
+        QCOMPARE(list.at(0), Container{});
+        QCOMPARE(list.at(1).id, "x");
+        QCOMPARE(list.at(1).name, QString());   // not a string
+        QVERIFY(list.at(1).labels.isEmpty());
+        QVERIFY(Docker::parseImages(QString()).isEmpty());
+    }
+
+    void grouping()
+    {
+        const QList<Container> input{
+            box("web-2", "running", inProject("b", "/b")),
+            box("storefront-php-1", "running", inProject("storefront", "/srv/storefront")),
+            box("loose"),
+            box("web-1", "exited", inProject("b", "/other")),
+            box("storefront-db-1", "exited", inProject("storefront")),
+            box("Zed"),
+            box("nameless", "running", inProject("")),
+        };
+        const auto projects = Docker::group(input);
+        QStringList projectNames;
+        for (const auto &p : projects)
+            projectNames << p.name;
+        QCOMPARE(projectNames, QStringList({"", "b", "storefront"}));
+        QCOMPARE(names(projects[1].containers), QStringList({"web-1", "web-2"}));
+        QCOMPARE(projects[1].workingDir, std::optional<QString>("/b"));   // first in input order wins
+        QCOMPARE(projects[1].runningCount(), 1);
+        QCOMPARE(projects[2].runningCount(), 1);
+        QCOMPARE(projects[2].serviceCount, 0);
+        QCOMPARE(projects[0].workingDir, std::nullopt);
+        QCOMPARE(names(Docker::ungrouped(input)), QStringList({"Zed", "loose"}));
+        QVERIFY(Docker::group({}).isEmpty());
+        QVERIFY(Docker::ungrouped({}).isEmpty());
+
+        const auto hyphen = Docker::group({box("x-1", "running", {{Labels::project, "x"}, {Labels::workingDirHyphen, "/x"}})});
+        QCOMPARE(hyphen.first().workingDir, std::optional<QString>("/x"));
+    }
+
+    void sortingIsStableCodePointOrder()
+    {
+        // Equal names keep input order; upper case sorts first; an astral character sorts
+        // after U+FFFD even though its UTF-16 surrogates are smaller.
+        QList<Container> input{box("b"), box("\xef\xbf\xbd"), box(QString::fromUcs4(U"\U0001F600")), box("B"), box("a")};
+        input.append(box("a"));
+        input.last().id = "second";
+        const auto sorted = Docker::ungrouped(input);
+        QCOMPARE(names(sorted), QStringList({"B", "a", "a", "b", "\xef\xbf\xbd", QString::fromUcs4(U"\U0001F600")}));
+        QCOMPARE(sorted.at(2).id, "second");
+    }
+
+    void composeMessages_data()
+    {
+        QTest::addColumn<QString>("stderrText");
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<QString>("summary");
+        const QString warn = "time=\"2026-01-01T00:00:00Z\" level=warning msg=\"The \\\"%1\\\" variable is not set. Defaulting to a blank string.\"\n";
+        QTest::newRow("one variable")
+            << warn.arg("ONLY") << QStringList{"The \"ONLY\" variable is not set. Defaulting to a blank string."}
+            << "ONLY has no value; compose substituted an empty string. Check the .env beside the compose file.";
+        QTest::newRow("two variables")
+            << warn.arg("DB_ROOT_PASSWORD") + warn.arg("DB_PASSWORD")
+            << QStringList{"The \"DB_ROOT_PASSWORD\" variable is not set. Defaulting to a blank string.",
+                           "The \"DB_PASSWORD\" variable is not set. Defaulting to a blank string."}
+            << "2 variables have no value: DB_ROOT_PASSWORD, DB_PASSWORD. compose substituted empty strings. Check the .env beside the compose file.";
+        QTest::newRow("repeats are kept")
+            << warn.arg("A") + warn.arg("A")
+            << QStringList{"The \"A\" variable is not set. Defaulting to a blank string.",
+                           "The \"A\" variable is not set. Defaulting to a blank string."}
+            << "2 variables have no value: A, A. compose substituted empty strings. Check the .env beside the compose file.";
+        QTest::newRow("variable line then others")
+            << "  plain error line\t\n" + warn.arg("X") + "level=warning msg=\"back\\\\slash\"\n"
+            << QStringList{"plain error line", "The \"X\" variable is not set. Defaulting to a blank string.", "back\\slash"}
+            << "X has no value; compose substituted an empty string. Check the .env beside the compose file.\nplain error line\nback\\slash";
+        QTest::newRow("msg without closing quote is kept whole")
+            << "level=warning msg=\"unterminated" << QStringList{"level=warning msg=\"unterminated"}
+            << "level=warning msg=\"unterminated";
+        QTest::newRow("unquoted variable name is an ordinary message")
+            << "msg=\"a variable is not set\"" << QStringList{"a variable is not set"} << "a variable is not set";
+        QTest::newRow("real compose output") << fixture("compose-warning.txt").section('\n', 0, 0)
+            << QStringList{"The \"DB_PASSWORD\" variable is not set. Defaulting to a blank string."}
+            << "DB_PASSWORD has no value; compose substituted an empty string. Check the .env beside the compose file.";
+        QTest::newRow("nothing") << " \n\t\n" << QStringList{} << QString();
+    }
+    void composeMessages()
+    {
+        QFETCH(QString, stderrText);
+        QFETCH(QString, summary);
+        QTEST(Docker::composeMessages(stderrText), "messages");
+        QCOMPARE(Docker::composeWarningSummary(stderrText),
+                 summary.isNull() ? std::nullopt : std::optional<QString>(summary));
+    }
+
+    void composeConfig()
+    {
+        const auto project = Docker::parseComposeConfig(fixture("compose-config.json"), "/srv/cp1");
+        QCOMPARE(project, (Docker::ResolvedProject{"cp1", {"web"}, {"cp1_data"}}));
+        const auto keyed = Docker::parseComposeConfig(
+            R"({"name":"p","services":{"z":{},"B":{},"a":{}},"volumes":{"k":{},"n":{"name":"p_n"}}})", "/d");
+        QCOMPARE(keyed.services, QStringList({"B", "a", "z"}));
+        QCOMPARE(keyed.volumes, QStringList({"k", "p_n"}));
+        for (const QString bad : {"[]", "{}", R"({"name":""})", "not json"}) {
+            try {
+                Docker::parseComposeConfig(bad, "/d");
+                QFAIL("accepted a config without a name");
+            } catch (const DockerError &e) {
+                QCOMPARE(e.message(), "Could not read a compose project from /d");
+            }
+        }
+    }
+
+    void composeFileLookup()
+    {
+        QTemporaryDir dir;
+        QCOMPARE(Docker::composeFile(dir.path()), std::nullopt);
+        writeFile(dir.filePath("docker-compose.yml"), "services: {}\n");
+        QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("docker-compose.yml"));
+        writeFile(dir.filePath("compose.yaml"), "services: {}\n");
+        QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("compose.yaml"));
+        QCOMPARE(Docker::checkCompose("/nope/missing"),
+                 ComposeCheck::makeInvalid("No compose file in /nope/missing — looked for compose.yaml, compose.yml, docker-compose.yaml, docker-compose.yml."));
+    }
+
+    void reachability_data()
+    {
+        QTest::addColumn<QString>("endpoint");
+        QTest::addColumn<bool>("reachable");
+        QTest::newRow("existing socket") << "unix://@SOCK" << true;
+        QTest::newRow("missing path") << "unix:///nope/docker.sock" << false;
+        QTest::newRow("dangling link") << "unix://@DANGLING" << false;
+        QTest::newRow("bare scheme") << "unix://" << false;
+        QTest::newRow("ssh") << "ssh://me@build-host" << true;
+        QTest::newRow("tcp") << "tcp://10.0.0.2:2375" << true;
+        QTest::newRow("empty") << "" << true;
+    }
+    void reachability()
+    {
+        QFETCH(QString, endpoint);
+        QTemporaryDir dir;
+        writeFile(dir.filePath("d.sock"), "");
+        QFile::link(dir.filePath("gone"), dir.filePath("dangling"));
+        endpoint.replace("@SOCK", dir.filePath("d.sock")).replace("@DANGLING", dir.filePath("dangling"));
+        QTEST(Docker::endpointReachable(endpoint), "reachable");
+    }
+
+    void runtimeList()
+    {
+        QTemporaryDir dir;
+        const QString sock = dir.filePath("apple.sock");
+        auto launch = Docker::launch();
+        launch.appleSocketPath = sock;
+        Docker::setLaunch(launch);
+        const QString contexts = QStringLiteral(
+            "{\"Current\":true,\"DockerEndpoint\":\"unix:///nope/docker.sock\",\"Name\":\"default\"}\n"
+            "{\"Current\":false,\"DockerEndpoint\":\"tcp://10.0.0.2:2375\",\"Name\":\"remote\"}\n"
+            "{\"DockerEndpoint\":\"ssh://me@host\"}\n");
+
+        auto listed = Docker::parseRuntimes(contexts);
+        QCOMPARE(listed.list.size(), 3);   // no socket file, no apple row
+        QCOMPARE(listed.list[0].label(), "default · offline");
+        QCOMPARE(listed.list[2].runtime, Runtime::context(""));
+        QCOMPARE(listed.current, Runtime::context("remote"));   // current is unreachable
+
+        writeFile(sock, "");
+        listed = Docker::parseRuntimes(contexts);
+        QCOMPARE(listed.list.size(), 4);
+        QCOMPARE(listed.list.last(), (RuntimeEntry{Runtime::socket("apple-container", sock), "unix://" + sock, true}));
+
+        // A context that already points at the socket suppresses the extra row.
+        listed = Docker::parseRuntimes(contexts + "{\"Name\":\"apple\",\"DockerEndpoint\":\"unix://" + sock + "\"}\n");
+        QCOMPARE(listed.list.size(), 4);
+        QCOMPARE(listed.list.last().runtime, Runtime::context("apple"));
+        Docker::setLaunch({});
+    }
+
+    void preferred_data()
+    {
+        QTest::addColumn<QList<RuntimeEntry>>("list");
+        QTest::addColumn<std::optional<Runtime>>("current");
+        QTest::addColumn<std::optional<Runtime>>("expected");
+        const auto def = Runtime::context("default");
+        const auto apple = Runtime::socket("apple-container", "/s");
+        const RuntimeEntry defUp{def, "unix:///d", true}, defDown{def, "unix:///d", false};
+        const RuntimeEntry appleUp{apple, "unix:///s", true}, appleDown{apple, "unix:///s", false};
+        QTest::newRow("reachable current wins") << QList{appleUp, defUp} << std::optional(def) << std::optional(def);
+        QTest::newRow("unreachable current yields") << QList{defDown, appleUp} << std::optional(def) << std::optional(apple);
+        QTest::newRow("unlisted current yields") << QList{defDown, appleUp} << std::optional(Runtime::context("removed")) << std::optional(apple);
+        QTest::newRow("nothing reachable keeps unlisted current") << QList{defDown} << std::optional(Runtime::context("removed")) << std::optional(Runtime::context("removed"));
+        QTest::newRow("nothing reachable, no current") << QList{appleDown, defDown} << std::optional<Runtime>() << std::optional(apple);
+        QTest::newRow("empty") << QList<RuntimeEntry>{} << std::optional<Runtime>() << std::optional<Runtime>();
+    }
+    void preferred()
+    {
+        QFETCH(QList<RuntimeEntry>, list);
+        QFETCH(std::optional<Runtime>, current);
+        QTEST(Docker::preferred(list, current), "expected");
+    }
+
+    void handover_data()
+    {
+        QTest::addColumn<QList<RuntimeEntry>>("list");
+        QTest::addColumn<std::optional<Runtime>>("from");
+        QTest::addColumn<std::optional<Runtime>>("expected");
+        const auto def = Runtime::context("default");
+        const auto apple = Runtime::socket("apple", "/s");
+        const RuntimeEntry defUp{def, "", true};
+        const RuntimeEntry appleUp{apple, "unix:///s", true}, appleDown{apple, "unix:///s", false};
+        QTest::newRow("nothing selected") << QList{defUp} << std::optional<Runtime>() << std::optional<Runtime>();
+        QTest::newRow("selected is reachable") << QList{appleUp, defUp} << std::optional(apple) << std::optional<Runtime>();
+        QTest::newRow("first reachable replaces") << QList{appleDown, defUp} << std::optional(apple) << std::optional(def);
+        QTest::newRow("unlisted selection replaced") << QList{defUp} << std::optional(Runtime::context("gone")) << std::optional(def);
+        QTest::newRow("none reachable") << QList{appleDown} << std::optional(apple) << std::optional<Runtime>();
+    }
+    void handover()
+    {
+        QFETCH(QList<RuntimeEntry>, list);
+        QFETCH(std::optional<Runtime>, from);
+        QTEST(Docker::handover(from, list), "expected");
+    }
+
+    void commandLines()
+    {
+        QCOMPARE(Docker::commandLine({"ps"}, Runtime::context("default")), QStringList({"docker", "--context", "default", "ps"}));
+        QCOMPARE(Docker::commandLine({"ps"}, Runtime::socket("apple-container", "/s.sock")), QStringList({"docker", "ps"}));
+        QCOMPARE(Docker::commandLine({"ps"}), QStringList({"docker", "ps"}));
+        QCOMPARE(Docker::runtimeNamed("apple-container"),
+                 Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"));
+        QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
+    }
+};
+
+QTEST_GUILESS_MAIN(EngineRules)
+#include "tst_enginerules.moc"

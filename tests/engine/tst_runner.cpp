@@ -1,0 +1,123 @@
+#include "docker.h"
+#include "testsupport.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+// The runner's contract with the child, checked with stand-in launchers where no real
+// docker gives the output needed (non-UTF-8 text, a launcher that cannot start).
+class Runner : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+
+    void useLauncher(const QByteArray &script)
+    {
+        Docker::Launch l;
+        l.launcher = writeExecutable(m_dir.filePath(QString::number(++m_count)), "#!/bin/sh\n" + script);
+        Docker::setLaunch(l);
+    }
+    int m_count = 0;
+
+private slots:
+    void cleanup() { Docker::setLaunch({}); }
+
+    void childIsConfigured()
+    {
+        qputenv("PATH", "/usr/bin:/bin");
+        auto p = Docker::process({"ps"}, Runtime::socket("apple-container", "/x/c.sock"), QStringLiteral("/tmp"));
+        QCOMPARE(p->program(), "/usr/bin/env");
+        QCOMPARE(p->arguments(), QStringList({"docker", "ps"}));
+        QCOMPARE(p->workingDirectory(), "/tmp");
+        QCOMPARE(p->processEnvironment().value("PATH"), "/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin");
+        QCOMPARE(p->processEnvironment().value("DOCKER_HOST"), "unix:///x/c.sock");
+
+        qputenv("DOCKER_HOST", "tcp://inherited:2375");
+        p = Docker::process({"ps"}, Runtime::context("default"));
+        QCOMPARE(p->arguments(), QStringList({"docker", "--context", "default", "ps"}));
+        QCOMPARE(p->processEnvironment().value("DOCKER_HOST"), "tcp://inherited:2375");
+        qunsetenv("DOCKER_HOST");
+
+        qunsetenv("PATH");
+        QCOMPARE(Docker::process({})->processEnvironment().value("PATH"), "/opt/homebrew/bin:/usr/local/bin:");
+        qputenv("PATH", "/usr/bin:/bin");
+    }
+
+    void argumentsReachTheChild()
+    {
+        useLauncher("printf '%s|' \"$@\"; printf '%s' \"$PWD\"");
+        QCOMPARE(Docker::run({"a b", "--format", "{{.Name}}"}, std::nullopt, m_dir.path()),
+                 "docker|a b|--format|{{.Name}}|" + m_dir.path());
+    }
+
+    void runFailures_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("stderr line trimmed") << QByteArray("echo out; echo '  Error: no such container: x' >&2; exit 1")
+                                             << "Error: no such container: x";
+        QTest::newRow("non-UTF-8 stderr") << QByteArray("printf 'bad \\377\\376 bytes\\n' >&2; exit 3") << "docker exited 3";
+        QTest::newRow("empty stderr stays empty") << QByteArray("exit 4") << "";
+    }
+    void runFailures()
+    {
+        QFETCH(QByteArray, script);
+        useLauncher(script);
+        try {
+            Docker::run({"x"});
+            QFAIL("run did not fail");
+        } catch (const DockerError &e) {
+            QTEST(e.message(), "message");
+        }
+    }
+
+    void runSucceedsWithInvalidUtf8AsEmpty()
+    {
+        useLauncher("printf '\\377'");
+        QCOMPARE(Docker::run({}), QString());
+    }
+
+    void captureKeepsBothStreams()
+    {
+        // More stderr than a pipe buffer holds must not stall the child.
+        useLauncher("i=0; while [ $i -lt 3000 ]; do echo \"err line $i padding padding padding\" >&2; i=$((i+1)); done; printf 'out\\n'; exit 7");
+        const auto r = Docker::capture({});
+        QCOMPARE(r.status, 7);
+        QCOMPARE(r.out, "out\n");
+        QCOMPARE(r.err.count('\n'), 3000);
+    }
+
+    void launcherThatCannotStart()
+    {
+        Docker::Launch l;
+        l.launcher = m_dir.filePath("no-such-launcher");
+        Docker::setLaunch(l);
+        const auto r = Docker::capture({"ps"});
+        QCOMPARE(r.status, -1);
+        QVERIFY(r.out.isEmpty());
+        QVERIFY2(!r.err.isEmpty(), "launch failure needs a description");
+        try {
+            Docker::containers();
+            QFAIL("containers() did not fail");
+        } catch (const DockerError &e) {
+            QCOMPARE(e.message(), r.err);
+        }
+    }
+
+    void dockerMissingFromPath()
+    {
+        Docker::Launch l;
+        l.pathPrefix.clear();
+        Docker::setLaunch(l);
+        qputenv("PATH", m_dir.path().toUtf8());
+        const auto r = Docker::capture({"ps"});
+        qputenv("PATH", "/usr/bin:/bin");
+        QCOMPARE(r.status, 127);   // env's own status
+        QVERIFY2(r.err.contains("docker"), qPrintable(r.err));
+    }
+};
+
+QTEST_GUILESS_MAIN(Runner)
+#include "tst_runner.moc"

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+// Helpers shared by the test executables: the private engine, fixtures and fake tools.
+namespace TestSupport {
+
+struct Result {
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+// Runs the real docker client against the private engine, bypassing the code under test.
+Result docker(const QStringList &args, const QString &dir = {});
+// Fails the calling test unless the private engine answers; live tests never skip.
+bool engineAnswers(QString *why);
+QString engineImage();
+QString engineSocket();
+QString engineContext();
+
+// A name no other test run uses, safe for containers, volumes and compose projects.
+QString uniqueName(const QString &prefix);
+
+QString fixture(const QString &name);
+
+// Writes an executable script and returns its path.
+QString writeExecutable(const QString &path, const QByteArray &script);
+void writeFile(const QString &path, const QByteArray &content);
+
+// A compose project directory with the given compose file and optional .env.
+struct ComposeDir {
+    explicit ComposeDir(const QByteArray &compose, const QByteArray &env = {}, const QString &fileName = QStringLiteral("compose.yaml"));
+    QString path() const { return dir.path(); }
+    QTemporaryDir dir;
+};
+
+// A one-service compose file running the test image.
+QByteArray sleeperCompose(const QString &service = QStringLiteral("app"), const QByteArray &extra = {});
+
+} // namespace TestSupport
+
+#define REQUIRE_ENGINE()                                  \
+    do {                                                  \
+        QString why_;                                     \
+        if (!TestSupport::engineAnswers(&why_))           \
+            QFAIL(qPrintable(why_));                      \
+    } while (false)
