@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Starts the private engine with three sample compose projects and opens Korvat on it.
+#   storefront  running; its .env leaves DB_PASSWORD unset, so the compose check warns
+#   website     running; a loose container also mounts its assets volume, so deleting
+#               the project keeps that volume
+#   notes       stopped
+set -euo pipefail
+korvat=${1:?usage: demo.sh path/to/korvat}
+here=$(cd "$(dirname "$0")" && pwd)
+projects=${KORVAT_DEMO_PROJECTS:-/tmp/korvat-demo-projects}
+
+eval "$(bash "$here/engine.sh" start)"
+image=$KORVAT_TEST_IMAGE
+
+write() { mkdir -p "$(dirname "$1")"; cat >"$1"; }
+
+write "$projects/storefront/compose.yaml" <<YAML
+services:
+  php:
+    image: $image
+    command: ["sleep", "infinity"]
+    ports: ["18081:80"]
+    environment:
+      DB_HOST: db
+  db:
+    image: $image
+    command: ["sleep", "infinity"]
+    environment:
+      PASSWORD: \${DB_PASSWORD}
+    volumes: [dbdata:/data]
+volumes:
+  dbdata:
+YAML
+write "$projects/storefront/.env" <<'ENV'
+APP_ENV=demo
+ENV
+
+write "$projects/website/compose.yaml" <<YAML
+services:
+  frontend:
+    image: $image
+    command: ["sleep", "infinity"]
+    ports: ["18082:80"]
+    volumes: [assets:/srv/assets]
+volumes:
+  assets:
+  cache:
+YAML
+
+write "$projects/notes/docker-compose.yml" <<YAML
+services:
+  notes:
+    image: $image
+    command: ["sleep", "infinity"]
+YAML
+
+for p in storefront website notes; do
+  docker compose --project-directory "$projects/$p" up -d --quiet-pull >/dev/null 2>&1
+done
+docker compose --project-directory "$projects/notes" stop >/dev/null 2>&1
+if ! docker container inspect backup-agent >/dev/null 2>&1; then
+  docker run -d --name backup-agent -v website_assets:/backup "$image" sleep infinity >/dev/null
+fi
+docker run --rm -v website_assets:/a "$image" sh -c 'seq 1 200000 > /a/index.txt'
+
+echo "== korvat --dump"
+"$korvat" --dump
+echo
+echo "== korvat --plan website"
+"$korvat" --plan website
+echo
+echo "Demo engine running; stop it with: make demo-stop"

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// Which mode a command line asks for. Flags match whole arguments only, and the value
+// after a flag is taken as it stands, even when it looks like a flag itself.
+struct Invocation {
+    enum class Mode { Window, SelfTest, Tools, Plan, Dump, Shot };
+
+    Mode mode = Mode::Window;
+    QString value;                    // plan: project; shot: directory
+    std::optional<QString> context;   // plan and dump
+    bool scripts = false;             // tools
+
+    bool headless() const { return mode != Mode::Window; }
+
+    friend bool operator==(const Invocation &, const Invocation &) = default;
+};
+
+// args is the whole vector, program path included.
+Invocation dispatch(const QStringList &args);

@@ -1,0 +1,52 @@
+#include "korvatapp.h"
+
+#include "appsettings.h"
+#include "dumpreport.h"
+#include "planreport.h"
+#include "selftest.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+int KorvatApp::exec(int argc, char **argv)
+{
+    QStringList args;
+    for (int i = 0; i < argc; ++i)
+        args << QString::fromLocal8Bit(argv[i]);
+    const Invocation invocation = dispatch(args);
+
+    // Headless modes get a core application only: no display, no GUI object.
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Korvat"));
+    QCoreApplication::setApplicationName(QStringLiteral("Korvat"));
+    AppSettings::registerDefaults();
+    return runHeadless(invocation);
+}
+
+int KorvatApp::runHeadless(const Invocation &invocation)
+{
+    QTextStream out(stdout);
+    using Mode = Invocation::Mode;
+    switch (invocation.mode) {
+    case Mode::SelfTest:
+        runSelfTest(out);
+        break;
+    case Mode::Plan:
+        runPlan(invocation.value, invocation.context, out);
+        break;
+    case Mode::Dump:
+        runDump(invocation.context, out);
+        break;
+    case Mode::Tools:
+        out << "korvat: the tools report is not built yet\n";
+        break;
+    case Mode::Shot:
+        out << "korvat: screenshots are not built yet\n";
+        break;
+    case Mode::Window:
+        out << "korvat: the desktop window is not built yet; try korvat --dump\n";
+        break;
+    }
+    out.flush();
+    return 0;
+}

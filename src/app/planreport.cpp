@@ -1,0 +1,43 @@
+#include "planreport.h"
+
+#include "teardownplan.h"
+
+void runPlan(const QString &name, const std::optional<QString> &context, QTextStream &out)
+{
+    const std::optional<Runtime> runtime = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
+    QList<Container> containers;
+    try {
+        containers = Docker::containers(runtime);
+    } catch (const DockerError &) {
+        out << "plan failed: cannot list containers\n";
+        return;
+    }
+    const auto projects = Docker::group(containers);
+    const auto project = std::find_if(projects.cbegin(), projects.cend(), [&](const ComposeProject &p) { return p.name == name; });
+    if (project == projects.cend()) {
+        QStringList found;
+        for (const auto &p : projects)
+            found << p.name;
+        out << "no project named " << name << ". Found: " << found.join(QStringLiteral(", ")) << '\n';
+        return;
+    }
+    QList<DockerVolume> volumes;
+    try {
+        volumes = Docker::volumes(runtime);
+    } catch (const DockerError &) {
+    }
+    const auto plan = Teardown::assemble(*project, containers, volumes, runtime);
+
+    const auto label = [](const char *text) { return QString::fromLatin1(text).leftJustified(20); };
+    out << "delete " << name << " would:\n";
+    for (const auto &c : plan.containers)
+        out << label("  remove container") << c << '\n';
+    for (const auto &v : plan.removable())
+        out << label("  remove volume") << v.name << (v.size ? "  (" + *v.size + ")" : QString()) << '\n';
+    for (const auto &v : plan.kept())
+        out << label("  KEEP volume") << v.name << "  — used by " << v.usedBy.join(QStringLiteral(", ")) << '\n';
+    if (plan.workingDir)
+        out << label("  offer to trash") << *plan.workingDir << '\n';
+    if (plan.containers.isEmpty() && plan.volumes.isEmpty())
+        out << "  nothing\n";
+}
