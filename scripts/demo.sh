@@ -18,13 +18,13 @@ write "$projects/storefront/compose.yaml" <<YAML
 services:
   php:
     image: $image
-    command: ["sleep", "infinity"]
+    command: ["sh", "-c", "trap 'exit 0' TERM; sleep infinity & wait"]
     ports: ["18081:80"]
     environment:
       DB_HOST: db
   db:
     image: $image
-    command: ["sleep", "infinity"]
+    command: ["sh", "-c", "trap 'exit 0' TERM; sleep infinity & wait"]
     environment:
       PASSWORD: \${DB_PASSWORD}
     volumes: [dbdata:/data]
@@ -39,7 +39,7 @@ write "$projects/website/compose.yaml" <<YAML
 services:
   frontend:
     image: $image
-    command: ["sleep", "infinity"]
+    command: ["sh", "-c", "trap 'exit 0' TERM; sleep infinity & wait"]
     ports: ["18082:80"]
     volumes: [assets:/srv/assets]
 volumes:
@@ -51,7 +51,7 @@ write "$projects/notes/docker-compose.yml" <<YAML
 services:
   notes:
     image: $image
-    command: ["sleep", "infinity"]
+    command: ["sh", "-c", "trap 'exit 0' TERM; sleep infinity & wait"]
 YAML
 
 for p in storefront website notes; do
@@ -59,7 +59,7 @@ for p in storefront website notes; do
 done
 docker compose --project-directory "$projects/notes" stop >/dev/null 2>&1
 if ! docker container inspect backup-agent >/dev/null 2>&1; then
-  docker run -d --name backup-agent -v website_assets:/backup "$image" sleep infinity >/dev/null
+  docker run -d --name backup-agent -v website_assets:/backup "$image" sh -c "trap 'exit 0' TERM; sleep infinity & wait" >/dev/null
 fi
 docker run --rm -v website_assets:/a "$image" sh -c 'seq 1 200000 > /a/index.txt'
 

@@ -1,6 +1,24 @@
 #include "planreport.h"
 
-#include "teardownplan.h"
+QString formatPlan(const TeardownPlan &plan)
+{
+    QString text;
+    QTextStream out(&text);
+    const auto label = [](const char *label) { return QString::fromLatin1(label).leftJustified(20); };
+    out << "delete " << plan.project << " would:\n";
+    for (const auto &c : plan.containers)
+        out << label("  remove container") << c << '\n';
+    for (const auto &v : plan.removable())
+        out << label("  remove volume") << v.name << (v.size ? "  (" + *v.size + ")" : QString()) << '\n';
+    for (const auto &v : plan.kept())
+        out << label("  KEEP volume") << v.name << QStringLiteral("  — used by ") << v.usedBy.join(QStringLiteral(", ")) << '\n';
+    if (plan.workingDir)
+        out << label("  offer to trash") << *plan.workingDir << '\n';
+    if (plan.containers.isEmpty() && plan.volumes.isEmpty())
+        out << "  nothing\n";
+    out.flush();
+    return text;
+}
 
 void runPlan(const QString &name, const std::optional<QString> &context, QTextStream &out)
 {
@@ -26,18 +44,5 @@ void runPlan(const QString &name, const std::optional<QString> &context, QTextSt
         volumes = Docker::volumes(runtime);
     } catch (const DockerError &) {
     }
-    const auto plan = Teardown::assemble(*project, containers, volumes, runtime);
-
-    const auto label = [](const char *text) { return QString::fromLatin1(text).leftJustified(20); };
-    out << "delete " << name << " would:\n";
-    for (const auto &c : plan.containers)
-        out << label("  remove container") << c << '\n';
-    for (const auto &v : plan.removable())
-        out << label("  remove volume") << v.name << (v.size ? "  (" + *v.size + ")" : QString()) << '\n';
-    for (const auto &v : plan.kept())
-        out << label("  KEEP volume") << v.name << "  — used by " << v.usedBy.join(QStringLiteral(", ")) << '\n';
-    if (plan.workingDir)
-        out << label("  offer to trash") << *plan.workingDir << '\n';
-    if (plan.containers.isEmpty() && plan.volumes.isEmpty())
-        out << "  nothing\n";
+    out << formatPlan(Teardown::assemble(*project, containers, volumes, runtime));
 }

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSettings>
 
 #include <algorithm>
@@ -70,11 +71,17 @@ ProjectRegistry ProjectRegistry::load(QSettings &settings)
     const QByteArray bytes = stored.toByteArray();
     if (auto registry = decode(bytes))
         return *registry;
-    const QVariant kept = settings.value(unreadableKey);
-    if (!kept.isValid())
-        settings.setValue(unreadableKey, bytes);
-    else if (kept.toByteArray() != bytes)
-        settings.setValue(unreadableKey + u'.' + QDateTime::currentDateTimeUtc().toString(Qt::ISODate), bytes);
+    // Each distinct unreadable value is kept once; an older copy is never replaced.
+    const QStringList copies = settings.allKeys().filter(QRegularExpression(
+        QStringLiteral("^") + QRegularExpression::escape(unreadableKey) + QStringLiteral("(\\..*)?$")));
+    for (const auto &key : copies) {
+        if (settings.value(key).toByteArray() == bytes)
+            return {};
+    }
+    const QString key = copies.isEmpty()
+        ? unreadableKey
+        : unreadableKey + u'.' + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmsszzz"));
+    settings.setValue(key, bytes);
     settings.sync();
     return {};
 }

@@ -16,7 +16,7 @@ class EngineLive : public QObject {
     {
         const QString name = uniqueName("kt-c-");
         m_containers << name;
-        const auto r = docker(QStringList{"run", "-d", "--name", name} + extra + QStringList{engineImage(), "sleep", "3600"});
+        const auto r = docker(QStringList{"run", "-d", "--name", name} + extra + QStringList{engineImage()} + sleeper());
         if (r.status != 0)
             qWarning("docker run failed: %s", qPrintable(r.err));
         return name;

@@ -76,10 +76,20 @@ ComposeDir::ComposeDir(const QByteArray &compose, const QByteArray &env, const Q
         writeFile(dir.filePath(QStringLiteral(".env")), env);
 }
 
+QStringList sleeper()
+{
+    return {"sh", "-c", "trap 'exit 0' TERM; sleep 3600 & wait"};
+}
+
+QByteArray sleeperJson()
+{
+    return R"(["sh", "-c", "trap 'exit 0' TERM; sleep 3600 & wait"])";
+}
+
 QByteArray sleeperCompose(const QString &service, const QByteArray &extra)
 {
     return "services:\n  " + service.toUtf8() + ":\n    image: " + engineImage().toUtf8()
-        + "\n    command: [\"sleep\", \"3600\"]\n" + extra;
+        + "\n    command: " + sleeperJson() + "\n" + extra;
 }
 
 } // namespace TestSupport

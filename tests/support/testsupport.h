@@ -37,6 +37,11 @@ struct ComposeDir {
     QTemporaryDir dir;
 };
 
+// A long-running command that still stops at once: a bare sleep as PID 1 ignores SIGTERM,
+// and every stop would wait out docker's ten-second grace period.
+QStringList sleeper();
+QByteArray sleeperJson();
+
 // A one-service compose file running the test image.
 QByteArray sleeperCompose(const QString &service = QStringLiteral("app"), const QByteArray &extra = {});
 

@@ -1,0 +1,211 @@
+#include "planreport.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+// `korvat --dump` and `korvat --plan` run as a user would, against the private engine
+// reached through DOCKER_HOST, with their whole output compared.
+class ReportsLive : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_config;
+    QTemporaryDir m_projects;
+    QString m_prefix;
+    QStringList m_loose;
+    QStringList m_upDirs;
+
+    QProcessEnvironment env(const QString &host) const
+    {
+        auto e = QProcessEnvironment::systemEnvironment();
+        e.insert("DOCKER_CONFIG", m_config.path());
+        e.insert("DOCKER_HOST", host);
+        return e;
+    }
+
+    QString korvat(const QStringList &args, const QString &host = {}) const
+    {
+        QProcess p;
+        p.setProcessEnvironment(env(host.isEmpty() ? "unix://" + engineSocket() : host));
+        p.start(KORVAT_BINARY, args);
+        p.waitForFinished(-1);
+        if (p.exitCode() != 0)
+            qWarning("korvat exited %d: %s", p.exitCode(), p.readAllStandardError().constData());
+        return QString::fromUtf8(p.readAllStandardOutput());
+    }
+
+    // The CLI's own trimmed error for a command run in korvat's environment.
+    QString cli(const QStringList &args, const QString &host = {}) const
+    {
+        QProcess p;
+        p.setProcessEnvironment(env(host.isEmpty() ? "unix://" + engineSocket() : host));
+        p.start("docker", args);
+        p.waitForFinished(-1);
+        return QString::fromUtf8(p.readAllStandardError()).trimmed();
+    }
+
+    // A compose project in its own directory, brought up; the project name is the directory's.
+    QString project(const QString &suffix, const QByteArray &compose, const QByteArray &dotenv = {})
+    {
+        const QString name = m_prefix + suffix;
+        const QString dir = m_projects.filePath(name);
+        writeFile(dir + "/compose.yaml", compose);
+        if (!dotenv.isEmpty())
+            writeFile(dir + "/.env", dotenv);
+        const auto up = docker({"compose", "up", "-d"}, dir);
+        if (up.status != 0)
+            qWarning("compose up failed: %s", qPrintable(up.err));
+        m_upDirs << dir;
+        return name;
+    }
+
+    QString line(const QString &name, const QString &service, const QString &state) const
+    {
+        return "    - " + name + "-" + service + "-1  [" + state + "]  " + engineImage() + "\n";
+    }
+
+    int count(const QStringList &args)
+    {
+        return docker(args).out.split('\n', Qt::SkipEmptyParts).size();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        REQUIRE_ENGINE();
+        QVERIFY2(docker({"ps", "-aq"}).out.trimmed().isEmpty(), "the engine must start this test without containers");
+        const QString plugins = qEnvironmentVariable("DOCKER_CONFIG") + "/cli-plugins";
+        QVERIFY(QFile::link(plugins, m_config.filePath("cli-plugins")));
+        m_prefix = uniqueName("kt").toLower();
+        QProcess p;
+        p.setProcessEnvironment(env("unix://" + engineSocket()));
+        p.start("docker", {"context", "create", "kt-offline", "--docker", "host=unix:///nope/kt-offline.sock"});
+        QVERIFY(p.waitForFinished(-1) && p.exitCode() == 0);
+    }
+
+    void cleanupTestCase()
+    {
+        for (const auto &dir : m_upDirs)
+            docker({"compose", "-p", QFileInfo(dir).fileName(), "down", "-v"});
+        if (!m_loose.isEmpty())
+            docker(QStringList{"rm", "-f"} + m_loose);
+        const auto leftovers = docker({"volume", "ls", "-q", "--filter", "name=" + m_prefix}).out.split('\n', Qt::SkipEmptyParts);
+        if (!leftovers.isEmpty())
+            docker(QStringList{"volume", "rm", "-f"} + leftovers);
+    }
+
+    void dumpShowsEveryKindOfProject()
+    {
+        const QByteArray plain = sleeperCompose("web");
+        const QString running = project("a-running", plain);
+        const QString stopped = project("b-stopped", plain);
+        QCOMPARE(docker({"compose", "stop"}, m_projects.filePath(stopped)).status, 0);
+        const QString deleted = project("c-deleted", plain);
+        QVERIFY(QDir(m_projects.filePath(deleted)).removeRecursively());
+        const QString noCompose = project("d-nocompose", plain);
+        QVERIFY(QFile::remove(m_projects.filePath(noCompose) + "/compose.yaml"));
+        const QString warned = project("e-warned", sleeperCompose("web", "    environment:\n      PW: ${KT_DB_PASSWORD}\n"), "OTHER=1\n");
+        const QString broken = project("f-broken", plain);
+        writeFile(m_projects.filePath(broken) + "/compose.yaml", sleeperCompose("web", "    imagex: oops\n"));
+        const QString brokenMessage = docker({"compose", "config", "-q"}, m_projects.filePath(broken)).err.trimmed();
+        QVERIFY(!brokenMessage.isEmpty());
+
+        const QString looseRunning = m_prefix + "-loose-up", looseMade = m_prefix + "-loose-made";
+        m_loose << looseRunning << looseMade;
+        QCOMPARE(docker(QStringList{"run", "-d", "--name", looseRunning, engineImage()} + sleeper()).status, 0);
+        QCOMPARE(docker({"create", "--name", looseMade, engineImage(), "true"}).status, 0);
+
+        const QString expected =
+            "runtime: default  unix://" + engineSocket() + "  [opens here]\n"
+            "runtime: kt-offline · offline  unix:///nope/kt-offline.sock\n"
+            "runtime: (current)  containers: 8\n"
+            "  project " + running + "  1/1\n"
+            "    compose config: ok\n" + line(running, "web", "running") +
+            "  project " + stopped + "  0/1\n"
+            "    compose config: ok\n" + line(stopped, "web", "exited") +
+            "  project " + deleted + "  1/1  [workdir missing - compose disabled]\n" + line(deleted, "web", "running") +
+            "  project " + noCompose + "  1/1  [no compose file - compose disabled]\n" + line(noCompose, "web", "running") +
+            "  project " + warned + "  1/1\n"
+            "    compose config: ok - WARNING\n"
+            "      KT_DB_PASSWORD has no value; compose substituted an empty string. Check the .env beside the compose file.\n"
+            + line(warned, "web", "running") +
+            "  project " + broken + "  1/1\n"
+            "    compose config: INVALID - " + brokenMessage + "\n" + line(broken, "web", "running") +
+            "  (no project) " + looseMade + "  [created]\n"
+            "  (no project) " + looseRunning + "  [running]\n"
+            "images: " + QString::number(count({"images", "-q"})) + "  volumes: " + QString::number(count({"volume", "ls", "-q"})) + "\n";
+        const QString dump = korvat({"--dump"});
+        if (dump != expected)
+            qWarning("actual:\n%s\nexpected:\n%s", qPrintable(dump), qPrintable(expected));
+        QCOMPARE(dump, expected);
+
+        // A named context reaches the CLI: this one's socket is missing.
+        const QString runtimeLines = expected.section('\n', 0, 1) + "\n";
+        QCOMPARE(korvat({"--dump", "kt-offline"}),
+                 runtimeLines + "dump failed: " + cli({"--context", "kt-offline", "ps", "-a", "--format", "json"}) + "\n");
+    }
+
+    void dumpWithAnEngineThatDoesNotAnswer()
+    {
+        const QString cliError = cli({"ps", "-a", "--format", "json"}, "unix:///nope/kt-dead.sock");
+        QVERIFY(!cliError.isEmpty());
+        QCOMPARE(korvat({"--dump"}, "unix:///nope/kt-dead.sock"),
+                 "runtime: default · offline  unix:///nope/kt-dead.sock  [opens here]\n"
+                 "runtime: kt-offline · offline  unix:///nope/kt-offline.sock\n"
+                 "dump failed: " + cliError + "\n");
+        QCOMPARE(korvat({"--plan", "anything"}, "unix:///nope/kt-dead.sock"), "plan failed: cannot list containers\n");
+    }
+
+    void planKeepsSharedVolumes()
+    {
+        const QString shop = project("g-shop", sleeperCompose("web", "    volumes: [data:/data, shared:/shared]\n  worker:\n    image: "
+                                                                + engineImage().toUtf8() + "\n    command: " + sleeperJson() + "\n    volumes: [spare:/spare]\n"
+                                                                "volumes:\n  data:\n  shared:\n  spare:\n"));
+        const QString dir = m_projects.filePath(shop);
+        // The worker goes, so its volume is declared yet mounted by nothing.
+        QCOMPARE(docker({"compose", "rm", "-sf", "worker"}, dir).status, 0);
+        const QString loose = m_prefix + "-backup";
+        m_loose << loose;
+        QCOMPARE(docker(QStringList{"run", "-d", "--name", loose, "-v", shop + "_shared:/s", engineImage()} + sleeper()).status, 0);
+        // Two million bytes that do not compress or sparsify: "2 MB" on any file system here.
+        QCOMPARE(docker({"exec", shop + "-web-1", "sh", "-c", "head -c 2000000 /dev/urandom > /data/blob"}).status, 0);
+
+        QCOMPARE(korvat({"--plan", shop}),
+                 "delete " + shop + " would:\n"
+                 "  remove container  " + shop + "-web-1\n"
+                 "  remove volume     " + shop + "_data  (2 MB)\n"
+                 "  remove volume     " + shop + "_spare  (4 kB)\n"
+                 "  KEEP volume       " + shop + "_shared  — used by " + loose + "\n"
+                 "  offer to trash    " + dir + "\n");
+        // Nothing was changed.
+        QCOMPARE(docker({"volume", "inspect", shop + "_data"}).status, 0);
+        QCOMPARE(docker({"container", "inspect", shop + "-web-1"}).status, 0);
+
+        QVERIFY(QDir(dir).removeRecursively());
+        const QString gone = korvat({"--plan", shop});
+        QVERIFY2(!gone.contains("offer to trash"), qPrintable(gone));
+        QVERIFY2(!gone.contains("_spare"), qPrintable(gone));   // no compose file, so nothing declared
+    }
+
+    void planOfAnUnknownProject()
+    {
+        QString found;
+        for (const auto &p : Docker::group(Docker::containers()))
+            found += (found.isEmpty() ? "" : ", ") + p.name;
+        QVERIFY(!found.isEmpty());
+        QCOMPARE(korvat({"--plan", "kt-no-such-project"}), "no project named kt-no-such-project. Found: " + found + "\n");
+    }
+
+    void planFormatting()
+    {
+        QCOMPARE(formatPlan({"empty", {}, {}, std::nullopt}), "delete empty would:\n  nothing\n");
+        QCOMPARE(formatPlan({"empty", {}, {}, "/srv/empty"}), "delete empty would:\n  offer to trash    /srv/empty\n  nothing\n");
+        QCOMPARE(formatPlan({"p", {}, {{"v", {"a", "b"}, "1 GB"}}, std::nullopt}), "delete p would:\n  KEEP volume       v  — used by a, b\n");
+    }
+};
+
+QTEST_GUILESS_MAIN(ReportsLive)
+#include "tst_reports_live.moc"

@@ -1,0 +1,201 @@
+#include "docker.h"
+#include "projectregistry.h"
+#include "testsupport.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+namespace {
+const ProjectRegistry::Key apple = QStringLiteral("apple-container");
+const ProjectRegistry::Key def = QStringLiteral("default");
+
+Container member(const QString &project, const QString &name, const QString &service = {}, const QString &dir = {})
+{
+    Container c{name + "-id", name, "img", "running", {}, {}, {{Labels::project, project}}};
+    if (!service.isEmpty())
+        c.labels.insert(Labels::service, service);
+    if (!dir.isEmpty())
+        c.labels.insert(Labels::workingDir, dir);
+    return c;
+}
+
+ComposeProject grouped(const QList<Container> &containers)
+{
+    return Docker::group(containers).first();
+}
+}
+
+class Registry : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_tmp;
+    QString m_withCompose;
+
+private slots:
+    void initTestCase()
+    {
+        m_withCompose = m_tmp.filePath("holds-compose");
+        writeFile(m_withCompose + "/docker-compose.yml", "services: {}\n");
+    }
+
+    void recordIsPerRuntime()
+    {
+        ProjectRegistry r;
+        r.record({grouped({member("storefront", "php", "php", "/tmp"), member("storefront", "db", "db", "/tmp")})}, apple);
+        QVERIFY(r.knows("storefront", apple));
+        QVERIFY(!r.knows("storefront", def));
+        QCOMPARE(r.projects(def), {});
+        QCOMPARE(r.projects(apple), (QList<KnownProject>{{"storefront", "/tmp", {"db", "php"}}}));
+
+        const auto merged = ProjectRegistry::merge({}, r.projects(apple));
+        QCOMPARE(merged, (QList<ComposeProject>{{"storefront", "/tmp", {}, 2}}));
+        QCOMPARE(merged.first().runningCount(), 0);
+    }
+
+    void recordSkipsProjectsWithoutDirectory()
+    {
+        ProjectRegistry r;
+        r.record({grouped({member("nodir", "a", "a")})}, def);
+        QVERIFY(!r.knows("nodir", def));
+    }
+
+    void recordKeepsServicesWhenNoneAreLabelled()
+    {
+        ProjectRegistry r;
+        r.add({"shop", "/srv/shop", {"db", "web"}}, def);
+        r.record({grouped({member("shop", "shop-x", {}, "/srv/shop2")})}, def);
+        QCOMPARE(r.projects(def), (QList<KnownProject>{{"shop", "/srv/shop2", {"db", "web"}}}));
+        // Duplicate service labels are kept, sorted.
+        r.record({grouped({member("shop", "b", "web", "/srv/shop2"), member("shop", "a", "web", "/srv/shop2"), member("shop", "c", "B", "/srv/shop2")})}, def);
+        QCOMPARE(r.projects(def).first().services, QStringList({"B", "web", "web"}));
+    }
+
+    void relocatedDirectorySurvives_data()
+    {
+        QTest::addColumn<QString>("labelled");
+        QTest::addColumn<QString>("known");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("labelled gone, known holds compose") << "/nope/old" << "@COMPOSE" << "@COMPOSE";
+        QTest::newRow("known gone, labelled holds compose") << "@COMPOSE" << "/nope/remembered" << "@COMPOSE";
+        QTest::newRow("neither holds compose: labels win") << "/nope/a" << "/nope/b" << "/nope/a";
+    }
+    void relocatedDirectorySurvives()
+    {
+        QFETCH(QString, labelled);
+        QFETCH(QString, known);
+        QFETCH(QString, expected);
+        labelled.replace("@COMPOSE", m_withCompose);
+        known.replace("@COMPOSE", m_withCompose);
+        expected.replace("@COMPOSE", m_withCompose);
+
+        ProjectRegistry r;
+        r.add({"shop", known, {"web"}}, def);
+        const auto discovered = grouped({member("shop", "shop-web-1", "web", labelled)});
+        QCOMPARE(ProjectRegistry::merge({discovered}, r.projects(def)).first().workingDir, expected);
+        r.record({discovered}, def);
+        QCOMPARE(r.projects(def).first().workingDir, expected);
+    }
+
+    void mergeFillsMissingDirectoryAndSorts()
+    {
+        const auto discovered = grouped({member("middle", "m-1")});
+        const QList<KnownProject> known{{"zebra", "/z", {}}, {"middle", "/remembered", {"a", "b"}}, {"alpha", "/a", {"x"}}};
+        const auto merged = ProjectRegistry::merge({discovered}, known);
+        QStringList order;
+        for (const auto &p : merged)
+            order << p.name;
+        QCOMPARE(order, QStringList({"alpha", "middle", "zebra"}));
+        QCOMPARE(merged[1].workingDir, "/remembered");
+        QCOMPARE(merged[1].serviceCount, 2);
+        QCOMPARE(merged[1].containers.size(), 1);
+        QCOMPARE(merged[0].serviceCount, 1);
+    }
+
+    void addForgetAndMissingKey()
+    {
+        ProjectRegistry r;
+        r.add({"a", "/a", {"x"}}, def);
+        r.add({"b", "/b", {}}, def);
+        r.add({"a", "/a2", {}}, def);   // replaced in place, even with no services
+        r.add({"a", "/apple", {}}, apple);
+        QCOMPARE(r.projects(def), (QList<KnownProject>{{"a", "/a2", {}}, {"b", "/b", {}}}));
+        r.forget("a", def);
+        QVERIFY(!r.knows("a", def));
+        QVERIFY(r.knows("a", apple));
+        QCOMPARE(r.projects(def), (QList<KnownProject>{{"b", "/b", {}}}));
+        r.forget("b", def);
+        QVERIFY(r.byRuntime.contains("default"));   // an emptied list stays
+
+        const ProjectRegistry before = r;
+        r.add({"z", "/z", {}}, std::nullopt);
+        r.forget("a", std::nullopt);
+        r.record({grouped({member("q", "q", "q", "/q")})}, std::nullopt);
+        QCOMPARE(r, before);
+        QVERIFY(!r.knows("a", std::nullopt));
+    }
+
+    void settingsRoundTrip()
+    {
+        QSettings settings(m_tmp.filePath("roundtrip.conf"), QSettings::NativeFormat);
+        QCOMPARE(ProjectRegistry::load(settings), ProjectRegistry{});
+        ProjectRegistry r;
+        r.add({"storefront", "/tmp", {"db", "php"}}, apple);
+        r.add({"ünïcode", "/srv/x y", {}}, def);
+        r.save(settings);
+        settings.sync();
+        QCOMPARE(settings.value("knownProjects").typeId(), QMetaType::QByteArray);
+        QSettings reread(m_tmp.filePath("roundtrip.conf"), QSettings::NativeFormat);
+        QCOMPARE(ProjectRegistry::load(reread), r);
+        QCOMPARE(reread.value("knownProjects").toByteArray(),
+                 QByteArray(R"({"apple-container":[{"name":"storefront","services":["db","php"],"workingDir":"/tmp"}],"default":[{"name":"ünïcode","services":[],"workingDir":"/srv/x y"}]})"));
+    }
+
+    void undecodableBytesArePreserved_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("not json") << QByteArray("\xff\xfe garbage");
+        QTest::newRow("array") << QByteArray("[1,2]");
+        QTest::newRow("entry missing a field") << QByteArray(R"({"default":[{"name":"a","services":[]}]})");
+        QTest::newRow("service not a string") << QByteArray(R"({"default":[{"name":"a","workingDir":"/a","services":[1]}]})");
+    }
+    void undecodableBytesArePreserved()
+    {
+        QFETCH(QByteArray, bytes);
+        const QString path = m_tmp.filePath(QString("bad-%1.conf").arg(QTest::currentDataTag()).replace(' ', '-'));
+        {
+            QSettings settings(path, QSettings::NativeFormat);
+            settings.setValue("knownProjects", bytes);
+        }
+        QSettings settings(path, QSettings::NativeFormat);
+        QCOMPARE(ProjectRegistry::load(settings), ProjectRegistry{});
+        QCOMPARE(settings.value("knownProjects.unreadable").toByteArray(), bytes);
+
+        // A save afterwards replaces the main key, and the copy still holds the old bytes.
+        ProjectRegistry r;
+        r.add({"fresh", "/f", {}}, def);
+        r.save(settings);
+        settings.sync();
+        QSettings reread(path, QSettings::NativeFormat);
+        QCOMPARE(reread.value("knownProjects.unreadable").toByteArray(), bytes);
+        QCOMPARE(ProjectRegistry::load(reread), r);
+    }
+
+    void secondUnreadableValueDoesNotOverwriteTheFirst()
+    {
+        QSettings settings(m_tmp.filePath("twice.conf"), QSettings::NativeFormat);
+        settings.setValue("knownProjects", QByteArray("first"));
+        ProjectRegistry::load(settings);
+        settings.setValue("knownProjects", QByteArray("second"));
+        ProjectRegistry::load(settings);
+        ProjectRegistry::load(settings);
+        QCOMPARE(settings.value("knownProjects.unreadable").toByteArray(), "first");
+        const auto extra = settings.allKeys().filter("knownProjects.unreadable.");
+        QCOMPARE(extra.size(), 1);
+        QCOMPARE(settings.value(extra.first()).toByteArray(), "second");
+    }
+};
+
+QTEST_GUILESS_MAIN(Registry)
+#include "tst_registry.moc"

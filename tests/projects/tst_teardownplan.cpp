@@ -1,0 +1,117 @@
+#include "teardownplan.h"
+#include "testsupport.h"
+#include "volumesize.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+namespace {
+Container named(const QString &name) { return {name + "-id", name, "img", "running", {}, {}, {}}; }
+QStringList names(const QList<VolumeUse> &uses)
+{
+    QStringList out;
+    for (const auto &u : uses)
+        out << u.name;
+    return out;
+}
+}
+
+class TeardownPlanTest : public QObject {
+    Q_OBJECT
+private slots:
+    void parseMounts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<MountMap>("expected");
+        QTest::newRow("volumes and none") << "/website-frontend-1|website-frontend-1_data,\n/storefront-php-1|\n"
+                                          << MountMap{{"website-frontend-1", {"website-frontend-1_data"}}, {"storefront-php-1", {}}};
+        QTest::newRow("real inspect output") << fixture("mounts.txt")
+                                             << MountMap{{"exited-bad", {}}, {"made-only", {}}, {"loose-one", {"cp1_data"}}, {"cp1-web-1", {"cp1_data"}}};
+        QTest::newRow("no bar, blank name, later line wins") << "/a\n / |x,\n/b|v1,v2,\n/b|v3,\n"
+                                                             << MountMap{{"a", {}}, {"b", {"v3"}}};
+        QTest::newRow("empty") << "" << MountMap{};
+    }
+    void parseMounts()
+    {
+        QFETCH(QString, text);
+        QTEST(Docker::parseMounts(text), "expected");
+    }
+
+    void keptAndRemovable()
+    {
+        const ComposeProject app{"app", std::nullopt, {named("app-db-1"), named("app-web-1")}, 2};
+        const QList<Container> all{named("other-api-1"), named("app-db-1"), named("portainer"), named("app-web-1"), named("batch")};
+        const MountMap mounts{{"app-db-1", {"shared", "own", "own"}},
+                              {"app-web-1", {"own", "loose-shared"}},
+                              {"other-api-1", {"shared"}},
+                              {"batch", {"shared"}},
+                              {"portainer", {"loose-shared"}}};
+        const auto plan = Docker::plan(app, all, mounts, {"declared", "own"}, {{"own", "113 MB"}, {"unrelated", "1 GB"}});
+        QCOMPARE(plan.project, "app");
+        QCOMPARE(plan.containers, QStringList({"app-db-1", "app-web-1"}));
+        QCOMPARE(names(plan.volumes), QStringList({"declared", "loose-shared", "own", "shared"}));
+        QCOMPARE(plan.removable(), (QList<VolumeUse>{{"declared", {}, std::nullopt}, {"own", {}, "113 MB"}}));
+        QCOMPARE(plan.kept(), (QList<VolumeUse>{{"loose-shared", {"portainer"}, std::nullopt}, {"shared", {"batch", "other-api-1"}, std::nullopt}}));
+    }
+
+    void workingDirOnlyWhenItExists()
+    {
+        QTemporaryDir dir;
+        ComposeProject project{"p", dir.path(), {}, 0};
+        QCOMPARE(Docker::plan(project, {}, {}, {}, {}).workingDir, dir.path());
+        project.workingDir = "/nope/gone";
+        QCOMPARE(Docker::plan(project, {}, {}, {}, {}).workingDir, std::nullopt);
+        project.workingDir.reset();
+        const auto empty = Docker::plan(project, {}, {}, {}, {});
+        QVERIFY(empty.containers.isEmpty() && empty.volumes.isEmpty() && !empty.workingDir);
+    }
+
+    void allocatedSize()
+    {
+        QTemporaryDir dir;
+        writeFile(dir.filePath("a/b/c/deep.bin"), QByteArray(300000, 'x'));
+        writeFile(dir.filePath("small.txt"), "hi");
+        QFile::link("/usr", dir.filePath("link-to-usr"));   // must not be followed
+        const auto bytes = VolumeSize::allocatedBytes(dir.path());
+        QVERIFY(bytes);
+        QVERIFY2(*bytes >= 300000 && *bytes < 400000, qPrintable(QString::number(*bytes)));
+        QCOMPARE(VolumeSize::allocatedBytes("/nope/gone"), std::nullopt);
+
+        const QList<DockerVolume> volumes{{"data", "local", dir.path()}, {"gone", "local", "/nope/gone"}, {"other", "local", dir.path()}};
+        const auto sizes = Teardown::volumeSizes(volumes, {"data", "gone"});
+        QCOMPARE(sizes.keys(), QStringList({"data"}));
+        QCOMPARE(sizes.value("data"), VolumeSize::format(*bytes));
+    }
+
+    void unreadableTreeHasNoSize()
+    {
+        if (geteuid() == 0)
+            QSKIP("root reads every directory; the permission case needs an ordinary user");
+        QTemporaryDir dir;
+        QDir().mkpath(dir.filePath("locked"));
+        QFile::setPermissions(dir.filePath("locked"), QFile::WriteOwner);
+        QCOMPARE(VolumeSize::allocatedBytes(dir.path()), std::nullopt);
+        QFile::setPermissions(dir.filePath("locked"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    void sizeFormat_data()
+    {
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("kB") << qint64(4096) << "4 kB";
+        QTest::newRow("MB") << qint64(113000000) << "113 MB";
+        QTest::newRow("GB") << qint64(1000000000) << "1 GB";
+        QTest::newRow("bytes") << qint64(512) << "512 bytes";
+    }
+    void sizeFormat()
+    {
+        QFETCH(qint64, bytes);
+        QTEST(VolumeSize::format(bytes), "text");
+    }
+};
+
+QTEST_GUILESS_MAIN(TeardownPlanTest)
+#include "tst_teardownplan.moc"
