@@ -4,6 +4,7 @@
 #include "dumpreport.h"
 #include "planreport.h"
 #include "selftest.h"
+#include "toolsreport.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -38,7 +39,7 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         runDump(invocation.context, out);
         break;
     case Mode::Tools:
-        out << "korvat: the tools report is not built yet\n";
+        runToolsDump(invocation.scripts, out);
         break;
     case Mode::Shot:
         out << "korvat: screenshots are not built yet\n";
