@@ -1,0 +1,250 @@
+#include "docker.h"
+#include "execconsole.h"
+#include "logfollower.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+namespace {
+// Processes whose command line holds every one of the given words.
+QList<qint64> processesWith(const QStringList &words)
+{
+    QList<qint64> pids;
+    for (const auto &entry : QDir("/proc").entryList(QDir::Dirs)) {
+        bool numeric = false;
+        const qint64 pid = entry.toLongLong(&numeric);
+        if (!numeric)
+            continue;
+        QFile f("/proc/" + entry + "/cmdline");
+        if (!f.open(QIODevice::ReadOnly))
+            continue;
+        const QString cmdline = QString::fromUtf8(f.readAll()).replace(QChar(0), ' ');
+        if (std::all_of(words.cbegin(), words.cend(), [&](const QString &w) { return cmdline.contains(w); }))
+            pids << pid;
+    }
+    return pids;
+}
+
+bool waitForText(const LogFollower &f, const QString &needle)
+{
+    return QTest::qWaitFor([&] { return f.text().contains(needle); }, 20000);
+}
+}
+
+class LogsLive : public QObject {
+    Q_OBJECT
+    QStringList m_containers;
+    QString m_sleeper;
+    QString m_sleeperId;
+
+    Container container(const QString &name)
+    {
+        for (const auto &c : Docker::containers())
+            if (c.name == name)
+                return c;
+        return {};
+    }
+    QString run(const QStringList &args)
+    {
+        const QString name = uniqueName("kt-log-");
+        m_containers << name;
+        const auto r = docker(QStringList{"run", "-d", "--name", name, engineImage()} + args);
+        if (r.status != 0)
+            qWarning("docker run: %s", qPrintable(r.err));
+        return name;
+    }
+    QString runExec(ExecConsole &console, const QString &command)
+    {
+        console.setCommand(command);
+        const QString before = console.output();
+        console.run();
+        if (!QTest::qWaitFor([&] { return !console.running(); }, 20000))
+            return "timed out";
+        return console.output().mid(before.size());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        REQUIRE_ENGINE();
+        m_sleeper = run(sleeper());
+        m_sleeperId = container(m_sleeper).id;
+        QVERIFY(!m_sleeperId.isEmpty());
+    }
+    void cleanupTestCase()
+    {
+        if (!m_containers.isEmpty())
+            docker(QStringList{"rm", "-f"} + m_containers);
+    }
+
+    void sourceArguments()
+    {
+        const Container c{"abc123", "web", "img", "running", {}, {}, {}};
+        const ComposeProject p{"shop", "/srv/shop", {c}, 1};
+        QCOMPARE(LogSource::container(c).args(), QStringList({"logs", "-f", "--tail", "300", "abc123"}));
+        QCOMPARE(LogSource::container(c).workingDir(), std::nullopt);
+        QCOMPARE(LogSource::container(c).header(), "LOGS · LAST 300");
+        QCOMPARE(LogSource::project(p).args(), QStringList({"compose", "logs", "-f", "--tail", "300"}));
+        QCOMPARE(LogSource::project(p).workingDir(), "/srv/shop");
+        QCOMPARE(LogSource::project(p).header(), "PROJECT LOGS · LAST 300 PER SERVICE");
+        QCOMPARE(Docker::commandLine(LogSource::container(c).args(), Runtime::context("default")),
+                 QStringList({"docker", "--context", "default", "logs", "-f", "--tail", "300", "abc123"}));
+    }
+
+    void trimmingBound()
+    {
+        const QString almost(200000, 'a');
+        QCOMPARE(LogFollower::appended(QString(), almost).size(), 200000);   // below the bound: untouched
+        const QString trimmed = LogFollower::appended(almost, "XYZ");
+        QCOMPARE(trimmed.size(), 150000);
+        QVERIFY(trimmed.endsWith("aXYZ"));
+        QCOMPARE(LogFollower::appended(QString(199999, 'b'), "c").size(), 200000);
+        QCOMPARE(LogFollower::appended(QString(199999, 'b'), "cd").size(), 150000);
+    }
+
+    void followsAContainerLive()
+    {
+        const QString name = run({"sh", "-c", "echo first; echo err-first >&2; while [ ! -f /tmp/go ]; do sleep 0.1; done; echo second; exec sleep 3600"});
+        LogFollower follower(LogSource::container(container(name)), std::nullopt);
+        QCOMPARE(follower.text(), QString());
+        follower.start();
+        QVERIFY(waitForText(follower, "first\n"));
+        QVERIFY(waitForText(follower, "err-first\n"));   // standard error in the same text
+        QVERIFY(!follower.text().contains("second"));
+        QCOMPARE(docker({"exec", name, "touch", "/tmp/go"}).status, 0);
+        QVERIFY(waitForText(follower, "second\n"));
+        QVERIFY(follower.running());
+    }
+
+    void followsEveryServiceOfAProject()
+    {
+        const QByteArray svc = "    image: " + engineImage().toUtf8() + "\n";
+        ComposeDir dir("services:\n  alpha:\n" + svc + "    command: [\"sh\", \"-c\", \"echo from-alpha; exec sleep 3600\"]\n"
+                       "  beta:\n" + svc + "    command: [\"sh\", \"-c\", \"echo from-beta; exec sleep 3600\"]\n");
+        QCOMPARE(docker({"compose", "up", "-d"}, dir.path()).status, 0);
+        {
+            LogFollower follower(LogSource::project({"p", dir.path(), {}, 2}), std::nullopt);
+            follower.start();
+            QVERIFY(waitForText(follower, "from-alpha"));
+            QVERIFY(waitForText(follower, "from-beta"));
+            QVERIFY(!processesWith({"compose", "logs", "--tail"}).isEmpty());
+        }
+        // Gone with the follower, the compose plugin included.
+        QVERIFY(QTest::qWaitFor([] { return processesWith({"compose", "logs", "--tail"}).isEmpty(); }, 5000));
+        docker({"compose", "down", "-t", "0"}, dir.path());
+    }
+
+    void unknownContainerErrorLandsInTheText()
+    {
+        const Container ghost{"kt-no-such-container", "ghost", "", "", {}, {}, {}};
+        LogFollower follower(LogSource::container(ghost), std::nullopt);
+        follower.start();
+        QVERIFY(waitForText(follower, "kt-no-such-container"));
+        QVERIFY(follower.text().contains("No such container", Qt::CaseInsensitive));
+    }
+
+    void destroyingTheFollowerEndsItsChild()
+    {
+        auto follower = std::make_unique<LogFollower>(LogSource::container(container(m_sleeper)), std::nullopt);
+        follower->start();
+        QVERIFY(QTest::qWaitFor([&] { return !processesWith({"logs", m_sleeperId}).isEmpty(); }, 10000));
+        follower.reset();
+        QVERIFY(processesWith({"logs", m_sleeperId}).isEmpty());
+    }
+
+    void followerThatCannotStart()
+    {
+        LogFollower follower(LogSource::container(container(m_sleeper)), std::nullopt);
+        Docker::Launch launch;
+        launch.launcher = "/nope/env";
+        Docker::setLaunch(launch);
+        follower.start();
+        Docker::setLaunch({});
+        QVERIFY(waitForText(follower, "cannot run docker: "));
+    }
+
+    void execTranscript_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("entry");
+        QTest::newRow("echo") << "echo hi" << "$ echo hi\nhi\n";
+        QTest::newRow("false") << "false" << "$ false\n[exit 1]\n";
+        QTest::newRow("stderr only") << "echo oops >&2" << "$ echo oops >&2\noops\n";
+        QTest::newRow("no final line break") << "printf abc; exit 4" << "$ printf abc; exit 4\nabc\n[exit 4]\n";
+        QTest::newRow("quotes and pipes stay in the container") << "echo \"a|b\" | cat && echo 'c d'" << "$ echo \"a|b\" | cat && echo 'c d'\na|b\nc d\n";
+        QTest::newRow("blanks trimmed, not line breaks") << " \t echo  x \t" << "$ echo  x\nx\n";
+        QTest::newRow("silent success") << "true" << "$ true\n";
+    }
+    void execTranscript()
+    {
+        QFETCH(QString, command);
+        ExecConsole console(container(m_sleeper), std::nullopt);
+        QTEST(runExec(console, command), "entry");
+        QCOMPARE(console.command(), QString());
+    }
+
+    void execBlankCommandDoesNothing()
+    {
+        ExecConsole console(container(m_sleeper), std::nullopt);
+        QSignalSpy running(&console, &ExecConsole::runningChanged);
+        console.setCommand(" \t ");
+        console.run();
+        QCOMPARE(console.output(), QString());
+        QCOMPARE(running.size(), 0);
+    }
+
+    void execInAStoppedContainer()
+    {
+        const QString name = run({"true"});
+        QVERIFY(QTest::qWaitFor([&] { return container(name).state == "exited"; }, 10000));
+        ExecConsole console(container(name), std::nullopt);
+        const QString entry = runExec(console, "echo hi");
+        QVERIFY2(entry.startsWith("$ echo hi\n") && entry.contains("not running") && entry.endsWith("\n[exit 1]\n"), qPrintable(entry));
+    }
+
+    void secondSubmitWhileRunningIsIgnored()
+    {
+        ExecConsole console(container(m_sleeper), std::nullopt);
+        console.setCommand("sleep 1; echo done");
+        console.run();
+        QVERIFY(console.running());
+        console.setCommand("echo second");
+        console.run();
+        QCOMPARE(console.command(), "echo second");
+        QVERIFY(QTest::qWaitFor([&] { return !console.running(); }, 20000));
+        QCOMPARE(console.output(), "$ sleep 1; echo done\ndone\n");
+    }
+
+    void execThroughASocketRuntime()
+    {
+        ExecConsole console(container(m_sleeper), Runtime::socket("engine", engineSocket()));
+        QCOMPARE(runExec(console, "echo via-socket"), "$ echo via-socket\nvia-socket\n");
+    }
+
+    void execLaunchFailureAndClosedConsole()
+    {
+        ExecConsole console(container(m_sleeper), std::nullopt);
+        Docker::Launch launch;
+        launch.launcher = "/nope/env";
+        Docker::setLaunch(launch);
+        const QString entry = runExec(console, "echo hi");
+        Docker::setLaunch({});
+        QVERIFY2(entry.startsWith("$ echo hi\ncannot run docker: ") && entry.endsWith("\n"), qPrintable(entry));
+        QVERIFY(!console.running());
+
+        // A console closed mid-command drops the result without harm.
+        auto closing = std::make_unique<ExecConsole>(container(m_sleeper), std::nullopt);
+        closing->setCommand("sleep 0.5");
+        closing->run();
+        closing.reset();
+        QTest::qWait(1000);
+    }
+};
+
+QTEST_GUILESS_MAIN(LogsLive)
+#include "tst_logs_live.moc"
