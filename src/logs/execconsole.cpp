@@ -63,7 +63,8 @@ void ExecConsole::run()
     // A detached coroutine: the console may close before the command ends, and then the
     // result is dropped.
     [](QPointer<ExecConsole> self, QString id, std::optional<Runtime> runtime, QString command) -> QCoro::Task<> {
-        const QString result = co_await QtConcurrent::run(&ExecConsole::execute, id, runtime, command);
+        auto future = QtConcurrent::run(&ExecConsole::execute, id, runtime, command);
+        const QString result = co_await future;
         if (!self)
             co_return;
         self->m_output += result;

@@ -46,7 +46,8 @@ bool ToolchainStore::containerInstalled() const
 QCoro::Task<> ToolchainStore::load()
 {
     QPointer<ToolchainStore> self(this);
-    const auto [tools, status] = co_await QtConcurrent::run([] { return std::pair(Toolchain::survey(), Toolchain::systemStatus()); });
+    auto future = QtConcurrent::run([] { return std::pair(Toolchain::survey(), Toolchain::systemStatus()); });
+    const auto [tools, status] = co_await future;
     if (!self)
         co_return;
     merge(tools);
@@ -67,7 +68,7 @@ QCoro::Task<> ToolchainStore::check()
     };
     QPointer<ToolchainStore> self(this);
     // The order matters: the index is refreshed before anything reads it.
-    auto result = co_await QtConcurrent::run([] {
+    auto future = QtConcurrent::run([] {
         Result r;
         r.problem = Toolchain::refreshIndex();
         r.latest = Toolchain::brewLatest();
@@ -75,6 +76,7 @@ QCoro::Task<> ToolchainStore::check()
         r.status = Toolchain::systemStatus();
         return r;
     });
+    auto result = co_await future;
     if (!self)
         co_return;
     for (auto &t : result.tools) {

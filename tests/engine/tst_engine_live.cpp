@@ -85,7 +85,7 @@ private slots:
         ComposeDir good(sleeperCompose());
         QCOMPARE(Docker::checkCompose(good.path()), ComposeCheck::makeValid());
 
-        ComposeDir missing(sleeperCompose("db", "    environment:\n      A: ${KT_ROOT_PW}\n      B: ${KT_PW}\n"), "OTHER=1\n");
+        ComposeDir missing(sleeperCompose("db", "    environment:\n      A: ${KT_ROOT_PW}-${KT_PW}\n"), "OTHER=1\n");
         QCOMPARE(Docker::checkCompose(missing.path()),
                  ComposeCheck::makeValid("2 variables have no value: KT_ROOT_PW, KT_PW. compose substituted empty strings. Check the .env beside the compose file."));
 

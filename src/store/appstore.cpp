@@ -1,0 +1,303 @@
+#include "appstore.h"
+
+#include "filters.h"
+
+#include <QCoroFuture>
+#include <QSettings>
+#include <QThread>
+#include <QThreadPool>
+#include <QtConcurrent>
+
+QThreadPool *AppStore::workers()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(16);
+        p->setExpiryTimeout(60000);
+        return p;
+    }();
+    return pool;
+}
+
+AppStore::AppStore(QSettings *defaults, Timing timing, QObject *parent)
+    : QObject(parent), m_defaults(defaults), m_timing(timing), m_registry(ProjectRegistry::load(*defaults))
+{
+    m_pollTimer.setSingleShot(true);
+    connect(&m_pollTimer, &QTimer::timeout, this, [this] { pollOnce(); });
+    connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
+    connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
+    connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
+    connect(this, &AppStore::runtimeChanged, this, &AppStore::projectsChanged);
+}
+
+AppStore::~AppStore() = default;
+
+// ---- state -------------------------------------------------------------------------------
+
+void AppStore::setRuntimes(const QList<RuntimeEntry> &runtimes)
+{
+    if (m_runtimes == runtimes)
+        return;
+    m_runtimes = runtimes;
+    emit runtimesChanged();
+}
+
+void AppStore::setRuntime(const std::optional<Runtime> &runtime)
+{
+    if (m_runtime == runtime)
+        return;
+    m_runtime = runtime;
+    emit runtimeChanged();
+}
+
+void AppStore::setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes)
+{
+    if (m_containers != containers) {
+        m_containers = containers;
+        emit containersChanged();
+    }
+    if (m_images != images) {
+        m_images = images;
+        emit imagesChanged();
+    }
+    if (m_volumes != volumes) {
+        m_volumes = volumes;
+        emit volumesChanged();
+    }
+}
+
+void AppStore::setError(const std::optional<QString> &error, ErrorSource source)
+{
+    m_errorSource = source;
+    if (m_error == error)
+        return;
+    m_error = error;
+    emit errorChanged();
+}
+
+void AppStore::setNotice(const std::optional<QString> &notice)
+{
+    if (m_notice == notice)
+        return;
+    m_notice = notice;
+    emit noticeChanged();
+}
+
+void AppStore::setBusy(bool busy)
+{
+    if (m_busy == busy)
+        return;
+    m_busy = busy;
+    emit busyChanged();
+}
+
+void AppStore::setWindowVisible(bool visible)
+{
+    if (m_windowVisible == visible)
+        return;
+    m_windowVisible = visible;
+    emit windowVisibleChanged();
+}
+
+void AppStore::setFilter(const QString &filter)
+{
+    if (m_filter == filter)
+        return;
+    m_filter = filter;
+    emit filterChanged();
+}
+
+void AppStore::setRegistry(const ProjectRegistry &registry)
+{
+    if (m_registry == registry)
+        return;
+    m_registry = registry;
+    m_registry.save(*m_defaults);
+    emit registryChanged();
+}
+
+void AppStore::dismissError() { setError(std::nullopt); }
+void AppStore::dismissNotice() { setNotice(std::nullopt); }
+
+// ---- derived -----------------------------------------------------------------------------
+
+int AppStore::runningCount() const
+{
+    return int(std::count_if(m_containers.cbegin(), m_containers.cend(), [](const Container &c) { return c.isRunning(); }));
+}
+
+QList<Container> AppStore::matchingContainers() const { return Filters::containers(m_containers, Filters::query(m_filter)); }
+QList<DockerImage> AppStore::matchingImages() const { return Filters::images(m_images, Filters::query(m_filter)); }
+QList<DockerVolume> AppStore::matchingVolumes() const { return Filters::volumes(m_volumes, Filters::query(m_filter)); }
+
+QList<ComposeProject> AppStore::projects() const
+{
+    const QString query = Filters::query(m_filter);
+    const auto discovered = Docker::group(Filters::containers(m_containers, query));
+    return Filters::projects(ProjectRegistry::merge(discovered, m_registry.projects(runtimeKey())), query);
+}
+
+std::optional<QString> AppStore::runtimeKey() const
+{
+    return m_runtime ? std::optional(m_runtime->name) : std::nullopt;
+}
+
+// ---- life and polling --------------------------------------------------------------------
+
+void AppStore::start()
+{
+    if (m_started)
+        return;
+    m_started = true;
+    // The loop begins once a runtime is chosen, so no early poll can fill the lists from
+    // the CLI's default engine after the chosen one answered.
+    [](QPointer<AppStore> self) -> QCoro::Task<> {
+        co_await self->loadContexts();
+        if (self)
+            self->scheduleNextPoll();
+    }(this);
+}
+
+QCoro::Task<> AppStore::pollOnce()
+{
+    QPointer<AppStore> self(this);
+    co_await refresh(false);
+    if (self)
+        self->scheduleNextPoll();
+}
+
+void AppStore::scheduleNextPoll()
+{
+    m_pollTimer.start(m_windowVisible ? m_timing.visiblePoll : m_timing.hiddenPoll);
+}
+
+QCoro::Task<> AppStore::loadContexts()
+{
+    QPointer<AppStore> self(this);
+    struct Listed {
+        Docker::RuntimeList runtimes;
+        bool ok = false;
+    };
+    auto future = QtConcurrent::run(workers(), [] {
+        try {
+            return Listed{Docker::runtimes(), true};
+        } catch (const DockerError &) {
+            return Listed{};
+        }
+    });
+    const Listed listed = co_await future;
+    if (!self)
+        co_return;
+    if (listed.ok) {
+        setRuntimes(listed.runtimes.list);
+        if (!m_runtime) {
+            setRuntime(listed.runtimes.current);
+            emit projectsChanged();
+        } else {
+            // The selected runtime may have left the list or lost its socket.
+            handOver();
+        }
+    }
+    co_await refresh(false);
+}
+
+void AppStore::select(const Runtime &runtime)
+{
+    setRuntime(runtime);
+    // Never show one engine's lists under another engine's name.
+    setLists({}, {}, {});
+    refresh(false);
+}
+
+// ---- refresh -----------------------------------------------------------------------------
+
+namespace {
+struct Fetched {
+    QList<Container> containers;
+    QList<DockerImage> images;
+    QList<DockerVolume> volumes;
+    std::optional<QString> error;
+};
+
+// The three listings run together; all are awaited, so no child outlives the fetch, and
+// the first failure in listing order is the one reported.
+Fetched fetchAll(const std::optional<Runtime> &runtime)
+{
+    auto images = QtConcurrent::run(AppStore::workers(), [runtime] { return Docker::images(runtime); });
+    auto volumes = QtConcurrent::run(AppStore::workers(), [runtime] { return Docker::volumes(runtime); });
+    Fetched f;
+    try {
+        f.containers = Docker::containers(runtime);
+    } catch (const DockerError &e) {
+        f.error = e.message();
+    }
+    try {
+        f.images = images.result();
+    } catch (const DockerError &e) {
+        if (!f.error)
+            f.error = e.message();
+    }
+    try {
+        f.volumes = volumes.result();
+    } catch (const DockerError &e) {
+        if (!f.error)
+            f.error = e.message();
+    }
+    return f;
+}
+}
+
+QList<RuntimeEntry> AppStore::recheckedRuntimes() const
+{
+    QList<RuntimeEntry> rows = m_runtimes;
+    for (auto &row : rows)
+        row.reachable = Docker::endpointReachable(row.endpoint);
+    return rows;
+}
+
+QCoro::Task<> AppStore::refresh(bool afterHandover)
+{
+    QPointer<AppStore> self(this);
+    const std::optional<Runtime> snapshot = m_runtime;
+    auto future = QtConcurrent::run(workers(), fetchAll, snapshot);
+    const Fetched fetched = co_await future;
+    // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
+    if (!self || self->m_runtime != snapshot)
+        co_return;
+    if (!fetched.error) {
+        setLists(fetched.containers, fetched.images, fetched.volumes);
+        if (m_errorSource == ErrorSource::Refresh)
+            setError(std::nullopt, ErrorSource::Refresh);
+        setRuntimes(recheckedRuntimes());
+        remember(Docker::group(m_containers));
+        co_return;
+    }
+    setRuntimes(recheckedRuntimes());
+    // Never hand over when the user switched runtime while this fetch ran.
+    if (!afterHandover && m_runtime == snapshot && handOver()) {
+        co_await refresh(true);
+        co_return;
+    }
+    setError(fetched.error, ErrorSource::Refresh);
+}
+
+bool AppStore::handOver()
+{
+    const auto replacement = Docker::handover(m_runtime, m_runtimes);
+    if (!replacement)
+        return false;
+    const QString oldName = m_runtime ? m_runtime->name : QString();
+    setRuntime(replacement);
+    setLists({}, {}, {});
+    setError(std::nullopt, ErrorSource::Refresh);
+    setNotice(oldName + QStringLiteral(" is not answering — switched to ") + replacement->name + u'.');
+    return true;
+}
+
+void AppStore::remember(const QList<ComposeProject> &projects)
+{
+    ProjectRegistry next = m_registry;
+    next.record(projects, runtimeKey());
+    // A poll that saw the same projects writes nothing.
+    setRegistry(next);
+}

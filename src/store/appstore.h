@@ -1,0 +1,159 @@
+#pragma once
+
+#include "composeproject.h"
+#include "docker.h"
+#include "projectregistry.h"
+#include "teardownplan.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <chrono>
+#include <optional>
+
+class QSettings;
+class QThreadPool;
+
+// How often the store polls: often while the main window shows, rarely otherwise.
+struct PollTiming {
+    std::chrono::milliseconds visiblePoll{2000};
+    std::chrono::milliseconds hiddenPoll{10000};
+};
+
+// The one observable state of the application: the runtimes and the selected one, the
+// last fetched containers, images and volumes, the banners, the busy flag, the search text
+// and the project registry. Everything changes on the UI thread, each assignment only when
+// the value differs, so a poll that finds nothing new emits nothing. Every docker call runs
+// on a worker.
+class AppStore : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString error READ errorText NOTIFY errorChanged)
+    Q_PROPERTY(QString notice READ noticeText NOTIFY noticeChanged)
+    Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
+    Q_PROPERTY(bool windowVisible READ windowVisible WRITE setWindowVisible NOTIFY windowVisibleChanged)
+    Q_PROPERTY(QString filter READ filter WRITE setFilter NOTIFY filterChanged)
+    Q_PROPERTY(int runningCount READ runningCount NOTIFY containersChanged)
+
+public:
+    using Timing = PollTiming;
+
+    explicit AppStore(QSettings *defaults, Timing timing = {}, QObject *parent = nullptr);
+    ~AppStore() override;
+
+    const QList<RuntimeEntry> &runtimes() const { return m_runtimes; }
+    const std::optional<Runtime> &runtime() const { return m_runtime; }
+    const QList<Container> &containers() const { return m_containers; }
+    const QList<DockerImage> &images() const { return m_images; }
+    const QList<DockerVolume> &volumes() const { return m_volumes; }
+    const std::optional<QString> &error() const { return m_error; }
+    const std::optional<QString> &notice() const { return m_notice; }
+    QString errorText() const { return m_error.value_or(QString()); }
+    QString noticeText() const { return m_notice.value_or(QString()); }
+    bool busy() const { return m_busy; }
+    bool windowVisible() const { return m_windowVisible; }
+    const QString &filter() const { return m_filter; }
+    const ProjectRegistry &registry() const { return m_registry; }
+
+    void setWindowVisible(bool visible);
+    void setFilter(const QString &filter);
+    Q_INVOKABLE void dismissError();
+    Q_INVOKABLE void dismissNotice();
+
+    // Derived on every read; nothing is cached.
+    int runningCount() const;
+    QList<Container> matchingContainers() const;
+    QList<DockerImage> matchingImages() const;
+    QList<DockerVolume> matchingVolumes() const;
+    QList<ComposeProject> projects() const;
+
+    // Lists the runtimes, picks one, and starts the one poll loop. Idempotent.
+    Q_INVOKABLE void start();
+    QCoro::Task<> loadContexts();
+    QCoro::Task<> refresh(bool afterHandover = false);
+    void select(const Runtime &runtime);
+
+    void start(const Container &c);
+    void stop(const Container &c);
+    void restart(const Container &c);
+    void pause(const Container &c);
+    void unpause(const Container &c);
+    void remove(const Container &c);
+    void commit(const Container &c, const QString &imageName);
+    void pull(const QString &reference);
+    void remove(const DockerImage &image);
+    void pruneImages();
+    void remove(const DockerVolume &volume);
+    void pruneVolumes();
+
+    QCoro::Task<> up(const ComposeProject &project);
+    void down(const ComposeProject &project);
+    void startAll(const ComposeProject &project);
+    void stopAll(const ComposeProject &project);
+    void forget(const ComposeProject &project);
+    QCoro::Task<std::optional<QString>> addProject(const QString &dir);
+    QCoro::Task<std::optional<QString>> relocate(const ComposeProject &project, const QString &dir);
+
+    QCoro::Task<TeardownPlan> teardownPlan(const ComposeProject &project);
+    QCoro::Task<> deleteProject(const TeardownPlan &plan, bool trashDirectory);
+
+    // Docker children mostly wait, so they get a pool wider than the cores.
+    static QThreadPool *workers();
+
+signals:
+    void runtimesChanged();
+    void runtimeChanged();
+    void containersChanged();
+    void imagesChanged();
+    void volumesChanged();
+    void errorChanged();
+    void noticeChanged();
+    void busyChanged();
+    void windowVisibleChanged();
+    void filterChanged();
+    void registryChanged();
+    // Any input of projects() changed: containers, registry, filter or runtime.
+    void projectsChanged();
+
+private:
+    friend class AppStoreTestAccess;
+
+    void setRuntimes(const QList<RuntimeEntry> &runtimes);
+    void setRuntime(const std::optional<Runtime> &runtime);
+    void setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes);
+    // Who set the banner matters: a successful poll clears only what a failed poll set,
+    // so an action's failure stays up until the next action or a dismissal.
+    enum class ErrorSource { Refresh, Action };
+    void setError(const std::optional<QString> &error, ErrorSource source = ErrorSource::Action);
+    void setNotice(const std::optional<QString> &notice);
+    void setBusy(bool busy);
+    void setRegistry(const ProjectRegistry &registry);
+
+    QList<RuntimeEntry> recheckedRuntimes() const;
+    bool handOver();
+    void remember(const QList<ComposeProject> &projects);
+    std::optional<QString> runtimeKey() const;
+    bool usableDirectory(const ComposeProject &project) const;
+
+    void act(const QStringList &args, const std::optional<QString> &dir = std::nullopt);
+    QCoro::Task<> perform(QStringList args, std::optional<QString> dir);
+    QCoro::Task<> pollOnce();
+    void scheduleNextPoll();
+
+    QSettings *m_defaults;
+    Timing m_timing;
+    QList<RuntimeEntry> m_runtimes;
+    std::optional<Runtime> m_runtime;
+    QList<Container> m_containers;
+    QList<DockerImage> m_images;
+    QList<DockerVolume> m_volumes;
+    std::optional<QString> m_error;
+    ErrorSource m_errorSource = ErrorSource::Action;
+    std::optional<QString> m_notice;
+    bool m_busy = false;
+    bool m_windowVisible = false;
+    QString m_filter;
+    ProjectRegistry m_registry;
+    bool m_started = false;
+    QTimer m_pollTimer;
+};

@@ -1,0 +1,171 @@
+#include "appstore.h"
+
+#include <QCoroFuture>
+#include <QFileInfo>
+#include <QtConcurrent>
+
+// ---- container, image and volume actions -------------------------------------------------
+
+void AppStore::act(const QStringList &args, const std::optional<QString> &dir)
+{
+    perform(args, dir);
+}
+
+QCoro::Task<> AppStore::perform(QStringList args, std::optional<QString> dir)
+{
+    QPointer<AppStore> self(this);
+    const std::optional<Runtime> runtime = m_runtime;
+    setBusy(true);
+    // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
+    auto future = QtConcurrent::run(workers(), [args, runtime, dir]() -> std::optional<QString> {
+        try {
+            Docker::run(args, runtime, dir);
+            return std::nullopt;
+        } catch (const DockerError &e) {
+            return e.message();
+        }
+    });
+    const std::optional<QString> failure = co_await future;
+    if (!self)
+        co_return;
+    setError(failure);
+    setBusy(false);
+    // The action may have half succeeded; show what is there now either way.
+    co_await refresh(false);
+}
+
+void AppStore::start(const Container &c) { act({"start", c.id}); }
+void AppStore::stop(const Container &c) { act({"stop", c.id}); }
+void AppStore::restart(const Container &c) { act({"restart", c.id}); }
+void AppStore::pause(const Container &c) { act({"pause", c.id}); }
+void AppStore::unpause(const Container &c) { act({"unpause", c.id}); }
+void AppStore::remove(const Container &c) { act({"rm", "-f", c.id}); }
+void AppStore::pull(const QString &reference) { act({"pull", reference}); }
+void AppStore::remove(const DockerImage &image) { act({"rmi", image.id}); }
+void AppStore::pruneImages() { act({"image", "prune", "-f"}); }
+void AppStore::remove(const DockerVolume &volume) { act({"volume", "rm", volume.name}); }
+void AppStore::pruneVolumes() { act({"volume", "prune", "-f"}); }
+
+void AppStore::commit(const Container &c, const QString &imageName)
+{
+    QStringView name(imageName);
+    while (!name.isEmpty() && (name.front() == u' ' || name.front() == u'\t'))
+        name = name.mid(1);
+    while (!name.isEmpty() && (name.back() == u' ' || name.back() == u'\t'))
+        name.chop(1);
+    if (!name.isEmpty())
+        act({"commit", c.id, name.toString()});
+}
+
+// ---- project actions ---------------------------------------------------------------------
+
+bool AppStore::usableDirectory(const ComposeProject &project) const
+{
+    return project.workingDir && QFileInfo(*project.workingDir).isDir() && Docker::composeFile(*project.workingDir);
+}
+
+QCoro::Task<> AppStore::up(const ComposeProject &project)
+{
+    if (!usableDirectory(project))
+        co_return;
+    QPointer<AppStore> self(this);
+    const QString dir = *project.workingDir;
+    setBusy(true);
+    auto future = QtConcurrent::run(workers(), &Docker::checkCompose, dir);
+    const ComposeCheck check = co_await future;
+    if (!self)
+        co_return;
+    if (!check.valid) {
+        setError(check.message);
+        setBusy(false);
+        co_return;
+    }
+    setNotice(check.warning);
+    const QStringList args{QStringLiteral("compose"), QStringLiteral("up"), QStringLiteral("-d")};
+    co_await perform(args, dir);
+}
+
+void AppStore::down(const ComposeProject &project)
+{
+    if (usableDirectory(project))
+        act({"compose", "down"}, project.workingDir);
+}
+
+void AppStore::startAll(const ComposeProject &project)
+{
+    QStringList args{"start"};
+    for (const auto &c : project.containers)
+        args << c.id;
+    act(args);
+}
+
+void AppStore::stopAll(const ComposeProject &project)
+{
+    QStringList args{"stop"};
+    for (const auto &c : project.containers)
+        args << c.id;
+    act(args);
+}
+
+void AppStore::forget(const ComposeProject &project)
+{
+    ProjectRegistry next = m_registry;
+    next.forget(project.name, runtimeKey());
+    setRegistry(next);
+}
+
+namespace {
+struct ReadProject {
+    std::optional<Docker::ResolvedProject> project;
+    QString error;
+};
+
+ReadProject readProject(const QString &dir)
+{
+    try {
+        return {Docker::composeProject(dir), {}};
+    } catch (const DockerError &e) {
+        return {std::nullopt, e.message()};
+    }
+}
+}
+
+QCoro::Task<std::optional<QString>> AppStore::addProject(const QString &dir)
+{
+    if (!m_runtime)
+        co_return QStringLiteral("Choose a runtime first.");
+    QPointer<AppStore> self(this);
+    auto future = QtConcurrent::run(workers(), readProject, dir);
+    const ReadProject read = co_await future;
+    if (!read.project)
+        co_return read.error;
+    if (!self)
+        co_return std::nullopt;
+    ProjectRegistry next = m_registry;
+    next.add({read.project->name, dir, read.project->services}, runtimeKey());
+    setRegistry(next);
+    co_await refresh(false);
+    co_return std::nullopt;
+}
+
+QCoro::Task<std::optional<QString>> AppStore::relocate(const ComposeProject &project, const QString &dir)
+{
+    if (!m_runtime)
+        co_return QStringLiteral("Choose a runtime first.");
+    QPointer<AppStore> self(this);
+    auto future = QtConcurrent::run(workers(), readProject, dir);
+    const ReadProject read = co_await future;
+    if (!read.project)
+        co_return read.error;
+    if (read.project->name != project.name) {
+        co_return QStringLiteral("That directory is compose project “") + read.project->name + QStringLiteral("”, not “")
+            + project.name + QStringLiteral("”. Up there would create a different project — add it as its own project instead.");
+    }
+    if (!self)
+        co_return std::nullopt;
+    ProjectRegistry next = m_registry;
+    next.add({read.project->name, dir, read.project->services}, runtimeKey());
+    setRegistry(next);
+    co_await refresh(false);
+    co_return std::nullopt;
+}

@@ -1,0 +1,372 @@
+#include "appstore.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace TestSupport;
+
+// AppStore against the private engine with a real event loop, on objects each case makes.
+class AppStoreLive : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_tmp;
+    QStringList m_containers, m_images, m_volumes, m_projectDirs;
+    int m_settingsCount = 0;
+
+    std::unique_ptr<QSettings> settings()
+    {
+        return std::make_unique<QSettings>(m_tmp.filePath(QString("store%1.conf").arg(++m_settingsCount)), QSettings::NativeFormat);
+    }
+    // A store on the test engine's context, lists loaded.
+    std::unique_ptr<AppStore> store(QSettings *s, PollTiming timing = {})
+    {
+        auto st = std::make_unique<AppStore>(s, timing);
+        QCoro::waitFor(st->loadContexts());
+        return st;
+    }
+    QString run(const QStringList &extra = {}, const QStringList &command = sleeper())
+    {
+        const QString name = uniqueName("kt-st-");
+        m_containers << name;
+        const auto r = docker(QStringList{"run", "-d", "--name", name} + extra + QStringList{engineImage()} + command);
+        if (r.status != 0)
+            qWarning("docker run: %s", qPrintable(r.err));
+        return name;
+    }
+    static std::optional<Container> find(const AppStore &st, const QString &name)
+    {
+        for (const auto &c : st.containers())
+            if (c.name == name)
+                return c;
+        return std::nullopt;
+    }
+    static std::optional<ComposeProject> project(const AppStore &st, const QString &name)
+    {
+        for (const auto &p : st.projects())
+            if (p.name == name)
+                return p;
+        return std::nullopt;
+    }
+    // A compose project directory whose project name is its own (unique) directory name.
+    QString composeDir(const QByteArray &compose, const QByteArray &env = {})
+    {
+        const QString dir = m_tmp.filePath(uniqueName("ktp"));
+        writeFile(dir + "/compose.yaml", compose);
+        if (!env.isEmpty())
+            writeFile(dir + "/.env", env);
+        m_projectDirs << dir;
+        return dir;
+    }
+    static bool settle(AppStore &st, const std::function<bool()> &done)
+    {
+        return QTest::qWaitFor([&] { return !st.busy() && done(); }, 30000);
+    }
+
+private slots:
+    void initTestCase() { REQUIRE_ENGINE(); }
+    // Each case leaves the engine as quiet as it found it: running containers' status text
+    // ticks every second and would disturb the quiet-poll case.
+    void cleanup()
+    {
+        if (!m_containers.isEmpty())
+            docker(QStringList{"rm", "-f"} + m_containers);
+        m_containers.clear();
+    }
+    void cleanupTestCase()
+    {
+        for (const auto &dir : m_projectDirs)
+            docker({"compose", "-p", QFileInfo(dir).fileName(), "down", "-v", "-t", "0"});
+        if (!m_containers.isEmpty())
+            docker(QStringList{"rm", "-f"} + m_containers);
+        if (!m_images.isEmpty())
+            docker(QStringList{"rmi", "-f"} + m_images);
+        if (!m_volumes.isEmpty())
+            docker(QStringList{"volume", "rm", "-f"} + m_volumes);
+    }
+
+    void loadsTheDefaultRuntimeWithoutNotice()
+    {
+        auto s = settings();
+        auto st = store(s.get());
+        QCOMPARE(st->runtime(), Runtime::context(engineContext()));
+        QCOMPARE(st->notice(), std::nullopt);
+        QCOMPARE(st->error(), std::nullopt);
+        QVERIFY(!st->images().isEmpty());
+    }
+
+    void containerActions()
+    {
+        auto s = settings();
+        auto st = store(s.get());
+        const QString name = run();
+        QCoro::waitFor(st->refresh());
+        auto c = find(*st, name);
+        QVERIFY(c && c->state == "running");
+
+        QSignalSpy busy(st.get(), &AppStore::busyChanged);
+        st->pause(*c);
+        QVERIFY(st->busy());
+        QVERIFY(settle(*st, [&] { return find(*st, name)->state == "paused"; }));
+        QCOMPARE(busy.size(), 2);
+        QCOMPARE(find(*st, name)->actionLabel(), "Resume");
+        st->unpause(*c);
+        QVERIFY(settle(*st, [&] { return find(*st, name)->state == "running"; }));
+
+        const QString image = uniqueName("kt-commit-") + ":snap";
+        m_images << image;
+        st->commit(*c, "  \t ");   // nothing to run
+        QVERIFY(!st->busy());
+        st->commit(*c, " \t" + image + " ");
+        QVERIFY(settle(*st, [&] {
+            return std::any_of(st->images().cbegin(), st->images().cend(), [&](const DockerImage &i) { return i.repository + ":" + i.tag == image; });
+        }));
+
+        st->remove(*c);   // running, yet removed: the force flag is always given
+        QVERIFY(settle(*st, [&] { return !find(*st, name); }));
+        QCOMPARE(st->error(), std::nullopt);
+    }
+
+    void failingActionsShowTheCliText()
+    {
+        auto s = settings();
+        auto st = store(s.get());
+        const QString name = run();
+        QCoro::waitFor(st->refresh());
+        const Container c = *find(*st, name);
+        QCOMPARE(docker({"rm", "-f", name}).status, 0);
+
+        st->start(c);   // the container is gone
+        QVERIFY(settle(*st, [&] { return st->error().has_value() && !find(*st, name); }));
+        const QString expected = docker({"start", c.id}).err.trimmed();
+        QCOMPARE(*st->error(), expected);   // and the refresh after it did not clear it
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->error(), expected);
+
+        st->pull("korvat-test/nothing-here:1");
+        QVERIFY(settle(*st, [&] { return st->error() != expected; }));
+        QVERIFY2(st->error() && !st->error()->isEmpty(), "a pull without a registry must fail");
+
+        const QString other = run();
+        QCoro::waitFor(st->refresh());
+        st->stop(*find(*st, other));
+        QVERIFY(settle(*st, [&] { return !st->error() && find(*st, other)->state == "exited"; }));
+    }
+
+    void upChecksComposeFirst()
+    {
+        auto s = settings();
+        auto st = store(s.get());
+        const QString warned = composeDir(sleeperCompose("web", "    environment:\n      X: ${KT_UNSET_VAR}\n"));
+        const QString name = QFileInfo(warned).fileName();
+        ComposeProject p{name, warned, {}, 0};
+        QCoro::waitFor(st->up(p));
+        QCOMPARE(st->notice(), "KT_UNSET_VAR has no value; compose substituted an empty string. Check the .env beside the compose file.");
+        QCOMPARE(st->error(), std::nullopt);
+        QVERIFY(project(*st, name) && project(*st, name)->runningCount() == 1);
+
+        const QString broken = composeDir(sleeperCompose("web", "    imagex: nope\n"));
+        QCoro::waitFor(st->up({QFileInfo(broken).fileName(), broken, {}, 0}));
+        QCOMPARE(st->error(), docker({"compose", "config", "-q"}, broken).err.trimmed());
+        QVERIFY(!st->busy());
+        QCOMPARE(docker({"compose", "ps", "-aq"}, broken).out.trimmed(), QString());   // nothing ran
+
+        // The project stays listed after down, through the registry.
+        st->down(*project(*st, name));
+        QVERIFY(settle(*st, [&] { return project(*st, name) && project(*st, name)->containers.isEmpty(); }));
+        QCOMPARE(project(*st, name)->workingDir, warned);
+        QCOMPARE(project(*st, name)->serviceCount, 1);
+        QVERIFY(ProjectRegistry::load(*s).knows(name, engineContext()));
+
+        // A vanished directory: up and down do nothing.
+        QVERIFY(QDir(warned).removeRecursively());
+        QSignalSpy busy(st.get(), &AppStore::busyChanged);
+        QCoro::waitFor(st->up(*project(*st, name)));
+        st->down(*project(*st, name));
+        QCOMPARE(busy.size(), 0);
+
+        st->forget(*project(*st, name));
+        QVERIFY(!project(*st, name));
+    }
+
+    void addAndRelocate()
+    {
+        auto s = settings();
+        AppStore bare(s.get());
+        const QString dir = composeDir(sleeperCompose("web") + "  db:\n    image: " + engineImage().toUtf8() + "\n");
+        QCOMPARE(QCoro::waitFor(bare.addProject(dir)), "Choose a runtime first.");
+        QCOMPARE(bare.registry(), ProjectRegistry{});
+
+        auto st = store(s.get());
+        const QString name = QFileInfo(dir).fileName();
+        QCOMPARE(QCoro::waitFor(st->addProject(dir)), std::nullopt);
+        QCOMPARE(st->registry().projects(engineContext()), (QList<KnownProject>{{name, dir, {"db", "web"}}}));
+        QVERIFY(project(*st, name));
+
+        QTemporaryDir empty;
+        QCOMPARE(QCoro::waitFor(st->addProject(empty.path())), Docker::missingComposeFileMessage(empty.path()));
+
+        const QString other = composeDir(sleeperCompose());
+        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, name), other)),
+                 "That directory is compose project “" + QFileInfo(other).fileName() + "”, not “" + name
+                     + "”. Up there would create a different project — add it as its own project instead.");
+        QCOMPARE(project(*st, name)->workingDir, dir);
+
+        // The same project in a new place is accepted.
+        const QString moved = m_tmp.filePath("moved/" + name);
+        QVERIFY(QDir().mkpath(moved));
+        QVERIFY(QFile::copy(dir + "/compose.yaml", moved + "/compose.yaml"));
+        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, name), moved)), std::nullopt);
+        QCOMPARE(project(*st, name)->workingDir, moved);
+    }
+
+    void handsOverWhenTheSocketGoesAway()
+    {
+        // A second way into the engine: a socket path that can vanish.
+        const QString link = m_tmp.filePath("apple.sock");
+        QVERIFY(QFile::link(engineSocket(), link));
+        Docker::Launch launch;
+        launch.appleSocketPath = link;
+        Docker::setLaunch(launch);
+
+        auto s = settings();
+        auto st = store(s.get());
+        QCOMPARE(st->runtimes().last().runtime, Docker::appleRuntime());
+        st->select(Docker::appleRuntime());
+        QVERIFY(st->containers().isEmpty());   // emptied at once
+        QVERIFY(QTest::qWaitFor([&] { return !st->images().isEmpty(); }, 20000));
+
+        QVERIFY(QFile::remove(link));
+        QCoro::waitFor(st->refresh());
+        const auto firstReachable = std::find_if(st->runtimes().cbegin(), st->runtimes().cend(), [](const RuntimeEntry &e) { return e.reachable; });
+        QVERIFY(firstReachable != st->runtimes().cend());
+        QCOMPARE(st->runtime(), firstReachable->runtime);
+        QCOMPARE(st->notice(), "apple-container is not answering — switched to " + firstReachable->runtime.name + ".");
+        QCOMPARE(st->error(), std::nullopt);
+        QVERIFY(!st->images().isEmpty());   // refreshed once more, from the new runtime
+        Docker::setLaunch({});
+    }
+
+    void withoutAnAlternativeTheErrorShowsAndListsStay()
+    {
+        const QString link = m_tmp.filePath("only.sock");
+        QVERIFY(QFile::link(engineSocket(), link));
+        Docker::Launch launch;
+        launch.appleSocketPath = link;
+        Docker::setLaunch(launch);
+        // Every context unreachable: a private configuration whose default points nowhere.
+        QTemporaryDir config;
+        const QByteArray savedConfig = qgetenv("DOCKER_CONFIG");
+        qputenv("DOCKER_CONFIG", config.path().toUtf8());
+        qputenv("DOCKER_HOST", "unix:///nope/kt-default.sock");
+
+        auto s = settings();
+        auto st = store(s.get());
+        QCOMPARE(st->runtime(), Docker::appleRuntime());
+        QVERIFY(!st->images().isEmpty());
+        const auto images = st->images();
+        QVERIFY(QFile::remove(link));
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->runtime(), Docker::appleRuntime());
+        QCOMPARE(st->notice(), std::nullopt);
+        QVERIFY2(st->error() && st->error()->contains(link), qPrintable(st->errorText()));
+        QCOMPARE(st->images(), images);
+        QVERIFY(!st->runtimes().last().reachable);
+
+        qputenv("DOCKER_CONFIG", savedConfig);
+        qunsetenv("DOCKER_HOST");
+        Docker::setLaunch({});
+    }
+
+    void quietPollsChangeNothing()
+    {
+        // Created containers keep a status text that does not tick like "Up 3 seconds".
+        const QString dir = composeDir(sleeperCompose());
+        QCOMPARE(docker({"compose", "create"}, dir).status, 0);
+        auto s = settings();
+        auto st = std::make_unique<AppStore>(s.get(), PollTiming{std::chrono::milliseconds(40), std::chrono::milliseconds(40)});
+        st->start();
+        QVERIFY(QTest::qWaitFor([&] { return project(*st, QFileInfo(dir).fileName()).has_value(); }, 20000));
+        QTest::qWait(200);
+        s->sync();
+        const QFileInfo file(s->fileName());
+        const QDateTime written = file.lastModified();
+        QVERIFY(ProjectRegistry::load(*s).knows(QFileInfo(dir).fileName(), engineContext()));
+
+        std::vector<std::unique_ptr<QSignalSpy>> spies;
+        for (const auto signal : {&AppStore::runtimesChanged, &AppStore::runtimeChanged, &AppStore::containersChanged, &AppStore::imagesChanged,
+                                  &AppStore::volumesChanged, &AppStore::errorChanged, &AppStore::noticeChanged, &AppStore::busyChanged,
+                                  &AppStore::registryChanged, &AppStore::projectsChanged})
+            spies.push_back(std::make_unique<QSignalSpy>(st.get(), signal));
+        QTest::qWait(600);   // about fifteen polls
+        for (const auto &spy : spies)
+            QVERIFY2(spy->isEmpty(), spy->signal().constData());
+        s->sync();
+        QCOMPARE(QFileInfo(s->fileName()).lastModified(), written);
+
+        // Start twice: still one loop, and destroying the store mid-poll is harmless.
+        st->start();
+        QTest::qWait(50);
+        st.reset();
+        QTest::qWait(300);
+    }
+
+    void deletingAProject()
+    {
+        const QString dir = composeDir(sleeperCompose("web", "    volumes: [own:/own, shared:/shared]\nvolumes:\n  own:\n  shared:\n"));
+        const QString name = QFileInfo(dir).fileName();
+        QCOMPARE(docker({"compose", "up", "-d"}, dir).status, 0);
+        run({"-v", name + "_shared:/s"});
+        QTemporaryDir data;
+        qputenv("XDG_DATA_HOME", data.path().toUtf8());
+
+        auto s = settings();
+        auto st = store(s.get());
+        QVERIFY(st->registry().knows(name, engineContext()));
+        const auto plan = QCoro::waitFor(st->teardownPlan(*project(*st, name)));
+        QCOMPARE(plan.containers, QStringList({name + "-web-1"}));
+        QCOMPARE(plan.removable().size(), 1);
+        QCOMPARE(plan.removable().first().name, name + "_own");
+        QCOMPARE(plan.kept().size(), 1);
+        QCOMPARE(plan.kept().first().name, name + "_shared");
+        QCOMPARE(plan.workingDir, dir);
+
+        QCoro::waitFor(st->deleteProject(plan, true));
+        QCOMPARE(st->error(), std::nullopt);
+        QVERIFY(!project(*st, name));
+        QVERIFY(!ProjectRegistry::load(*s).knows(name, engineContext()));
+        QCOMPARE(docker({"volume", "inspect", name + "_own"}).status, 1);
+        QCOMPARE(docker({"volume", "inspect", name + "_shared"}).status, 0);
+        m_volumes << name + "_shared";
+        QVERIFY(!QFileInfo::exists(dir));
+        QVERIFY(QFileInfo(data.filePath("Trash/files/" + name + "/compose.yaml")).isFile());
+        QVERIFY(QFileInfo(data.filePath("Trash/info/" + name + ".trashinfo")).isFile());
+        qunsetenv("XDG_DATA_HOME");
+    }
+
+    void deletionFailuresInStepOrder()
+    {
+        auto s = settings();
+        auto st = store(s.get());
+        const QString dir = composeDir(sleeperCompose("web", "    imagex: broken\n"));
+        const TeardownPlan plan{"kt-gone", {}, {{"kt-no-such-volume", {}, std::nullopt}, {"kept-one", {"x"}, std::nullopt}}, dir};
+        QCoro::waitFor(st->deleteProject(plan, false));
+        const QString composeError = docker({"compose", "down"}, dir).err.trimmed();
+        const QString volumeError = docker({"volume", "rm", "kt-no-such-volume"}).err.trimmed();
+        QVERIFY(!composeError.isEmpty() && !volumeError.isEmpty());
+        QCOMPARE(st->error(), composeError + "\n" + volumeError);
+        QVERIFY(QFileInfo::exists(dir));   // not trashed when not asked
+
+        // A directory that vanished after planning: containers go by name, the trash step reports.
+        const QString name = run();
+        const TeardownPlan vanished{"kt-vanished", {name}, {}, m_tmp.filePath("vanished")};
+        QCoro::waitFor(st->deleteProject(vanished, true));
+        QCOMPARE(st->error(), "Could not move " + m_tmp.filePath("vanished") + " to the trash: it no longer exists.");
+        QCOMPARE(docker({"container", "inspect", name}).status, 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(AppStoreLive)
+#include "tst_appstore_live.moc"

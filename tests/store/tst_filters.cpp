@@ -1,0 +1,85 @@
+#include "filters.h"
+#include "projectregistry.h"
+#include "docker.h"
+
+#include <QTest>
+
+namespace {
+Container c(const QString &name, const QString &image, const QString &project = {})
+{
+    Container x{name + "-id", name, image, "running", "Up", "0.0.0.0:80->80/tcp", {}};
+    if (!project.isEmpty())
+        x.labels.insert(Labels::project, project);
+    return x;
+}
+template<typename T>
+QStringList names(const QList<T> &list, QString T::*field)
+{
+    QStringList out;
+    for (const auto &x : list)
+        out << x.*field;
+    return out;
+}
+}
+
+class FiltersTest : public QObject {
+    Q_OBJECT
+    const QList<Container> m_containers{c("web", "nginx:1.27-alpine"), c("cache", "redis:7", "atlas-analytics"),
+                                        c("Ümlaut-db", "postgres:16-alpine"), c("running-job", "busybox")};
+
+private slots:
+    void query()
+    {
+        QCOMPARE(Filters::query("  \tSTORE\t "), "store");
+        QCOMPARE(Filters::query(" \n x"), "\n x");   // line breaks are not trimmed
+        QCOMPARE(Filters::query("   "), "");
+    }
+
+    void containers_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("blank shows all") << "   " << QStringList{"web", "cache", "Ümlaut-db", "running-job"};
+        QTest::newRow("image, any case") << "NGINX" << QStringList{"web"};
+        QTest::newRow("project label") << "atlas" << QStringList{"cache"};
+        QTest::newRow("non-ascii lower-cased") << "ümlaut" << QStringList{"Ümlaut-db"};
+        QTest::newRow("state never searched") << "running" << QStringList{"running-job"};
+        QTest::newRow("ports never searched") << "80" << QStringList{};
+        QTest::newRow("ids never searched") << "-id" << QStringList{};
+        QTest::newRow("no wildcards") << "we*" << QStringList{};
+    }
+    void containers()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QStringList, expected);
+        QCOMPARE(names(Filters::containers(m_containers, Filters::query(filter)), &Container::name), expected);
+    }
+
+    void imagesAndVolumes()
+    {
+        const QList<DockerImage> images{{"1", "postgres", "16-alpine", "1 GB"}, {"2", "redis", "7", "1 MB"}};
+        QCOMPARE(names(Filters::images(images, Filters::query("16-al")), &DockerImage::repository), QStringList{"postgres"});
+        QCOMPARE(names(Filters::images(images, Filters::query("s:7")), &DockerImage::repository), QStringList{"redis"});
+        QCOMPARE(Filters::images(images, Filters::query("1 GB")).size(), 0);
+        const QList<DockerVolume> volumes{{"Shop_data", "local", "/v"}, {"other", "localdriver", "/v"}};
+        QCOMPARE(names(Filters::volumes(volumes, Filters::query("SHOP")), &DockerVolume::name), QStringList{"Shop_data"});
+        QCOMPARE(Filters::volumes(volumes, Filters::query("driver")).size(), 0);
+    }
+
+    void projectsKeepRegisteredNames()
+    {
+        const QList<Container> all{c("shop-web-1", "nginx", "shop"), c("media-db-1", "postgres", "media")};
+        const QList<KnownProject> known{{"storefront", "/srv/storefront", {"php", "db"}}, {"media", "/srv/media", {"db"}}};
+        const auto build = [&](const QString &filter) {
+            const QString q = Filters::query(filter);
+            return names(Filters::projects(ProjectRegistry::merge(Docker::group(Filters::containers(all, q)), known), q), &ComposeProject::name);
+        };
+        QCOMPARE(build(""), QStringList({"media", "shop", "storefront"}));
+        QCOMPARE(build("STORE"), QStringList({"storefront"}));   // registered, nothing running
+        QCOMPARE(build("nginx"), QStringList({"shop"}));          // only through a matching container
+        QCOMPARE(build("postgres"), QStringList({"media"}));
+    }
+};
+
+QTEST_GUILESS_MAIN(FiltersTest)
+#include "tst_filters.moc"
