@@ -6,7 +6,7 @@ JOBS       ?= $(shell nproc)
 KORVAT     := $(BUILD)/src/app/korvat
 DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
 
-.PHONY: all setup build run demo demo-stop test clean
+.PHONY: all setup build run demo demo-stop test bench clean
 
 all: build
 
@@ -33,6 +33,12 @@ test: setup
 	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_SANITIZE=ON
 	cmake --build $(TEST_BUILD) -j $(JOBS)
 	cd $(TEST_BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# Performance figures on a private engine (not part of the tests).
+bench: setup
+	cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DKORVAT_BENCH=ON
+	cmake --build $(BUILD)-bench -j $(JOBS)
+	bash bench/run.sh $(BUILD)-bench
 
 clean:
 	rm -rf $(BUILD) $(TEST_BUILD)

@@ -64,6 +64,9 @@ QList<Container> containers(const OptRuntime &runtime = {});
 QList<DockerImage> images(const OptRuntime &runtime = {});
 QList<DockerVolume> volumes(const OptRuntime &runtime = {});
 
+// Spaces and tabs off both ends; line breaks stay. The rule of every text the user types.
+QStringView trimBlanks(QStringView text);
+
 QMap<QString, QString> parseLabels(const QString &text);
 QString shortPorts(const QString &text);
 

@@ -1,8 +1,11 @@
 #include "docker.h"
 
 #include <QJsonDocument>
+#include <QMutex>
 #include <QProcess>
 #include <QStringDecoder>
+
+#include <unistd.h>
 
 namespace Docker {
 
@@ -32,12 +35,32 @@ QStringList commandLine(const QStringList &args, const OptRuntime &runtime)
     return line + args;
 }
 
+namespace {
+// Parsing the whole environment into a QProcessEnvironment costs more than a poll's own
+// work; it is redone only when the raw environment changed since the last child.
+QProcessEnvironment currentEnvironment()
+{
+    static QMutex mutex;
+    static QByteArray raw;
+    static QProcessEnvironment parsed;
+    QByteArray now;
+    for (char **entry = environ; entry && *entry; ++entry)
+        now.append(*entry).append('\0');
+    QMutexLocker lock(&mutex);
+    if (now != raw || parsed.isEmpty()) {
+        raw = now;
+        parsed = QProcessEnvironment::systemEnvironment();
+    }
+    return parsed;
+}
+}
+
 std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
 {
     auto child = std::make_unique<QProcess>();
     child->setProgram(launch().launcher);
     child->setArguments(commandLine(args, runtime));
-    auto env = QProcessEnvironment::systemEnvironment();
+    auto env = currentEnvironment();
     env.insert(QStringLiteral("PATH"), launch().pathPrefix + env.value(QStringLiteral("PATH")));
     if (runtime && runtime->isSocket())
         env.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
@@ -68,7 +91,9 @@ bool runToEnd(QProcess &child)
 }
 }
 
-QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
+namespace {
+// Standard output as bytes on success; throws as run() does.
+QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir = std::nullopt)
 {
     auto child = process(args, runtime, dir);
     if (!runToEnd(*child))
@@ -77,12 +102,45 @@ QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
     const QByteArray err = child->readAllStandardError();
     const int status = child->exitCode();
     if (status == 0)
-        return utf8(out);
+        return out;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString message = decoder.decode(err);
     if (decoder.hasError())
         message = QStringLiteral("docker exited %1").arg(status);
     throw DockerError(message.trimmed());
+}
+
+// Most polls print exactly what the last one printed; the bytes tell before any decoding,
+// and the list parsed last time is handed out again, sharing its data.
+template<typename T>
+class LastListing {
+public:
+    QList<T> parse(const QByteArray &bytes, QList<T> (*parser)(const QString &))
+    {
+        {
+            QMutexLocker lock(&m_mutex);
+            if (m_valid && bytes == m_bytes)
+                return m_list;
+        }
+        const QList<T> list = parser(utf8(bytes));
+        QMutexLocker lock(&m_mutex);
+        m_bytes = bytes;
+        m_list = list;
+        m_valid = true;
+        return list;
+    }
+
+private:
+    QMutex m_mutex;
+    QByteArray m_bytes;
+    QList<T> m_list;
+    bool m_valid = false;
+};
+}
+
+QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
+{
+    return utf8(runBytes(args, runtime, dir));
 }
 
 Captured capture(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
@@ -139,17 +197,20 @@ QList<DockerVolume> parseVolumes(const QString &text)
 
 QList<Container> containers(const OptRuntime &runtime)
 {
-    return parseContainers(run({"ps", "-a", "--format", "json"}, runtime));
+    static LastListing<Container> last;
+    return last.parse(runBytes({"ps", "-a", "--format", "json"}, runtime), &parseContainers);
 }
 
 QList<DockerImage> images(const OptRuntime &runtime)
 {
-    return parseImages(run({"images", "--format", "json"}, runtime));
+    static LastListing<DockerImage> last;
+    return last.parse(runBytes({"images", "--format", "json"}, runtime), &parseImages);
 }
 
 QList<DockerVolume> volumes(const OptRuntime &runtime)
 {
-    return parseVolumes(run({"volume", "ls", "--format", "json"}, runtime));
+    static LastListing<DockerVolume> last;
+    return last.parse(runBytes({"volume", "ls", "--format", "json"}, runtime), &parseVolumes);
 }
 
 } // namespace Docker

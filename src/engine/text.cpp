@@ -2,6 +2,15 @@
 
 namespace Docker {
 
+QStringView trimBlanks(QStringView text)
+{
+    while (!text.isEmpty() && (text.front() == u' ' || text.front() == u'\t'))
+        text = text.mid(1);
+    while (!text.isEmpty() && (text.back() == u' ' || text.back() == u'\t'))
+        text.chop(1);
+    return text;
+}
+
 QMap<QString, QString> parseLabels(const QString &text)
 {
     QMap<QString, QString> labels;
@@ -25,11 +34,7 @@ QString shortPorts(const QString &text)
 {
     QStringList pairs;
     for (const auto &raw : text.split(u',', Qt::SkipEmptyParts)) {
-        QStringView piece(raw);
-        while (!piece.isEmpty() && (piece.front() == u' ' || piece.front() == u'\t'))
-            piece = piece.mid(1);
-        while (!piece.isEmpty() && (piece.back() == u' ' || piece.back() == u'\t'))
-            piece.chop(1);
+        const QStringView piece = trimBlanks(raw);
         const qsizetype arrow = piece.indexOf(u"->");
         if (arrow < 0)
             continue;
@@ -75,11 +80,7 @@ QStringList composeMessages(const QString &stderrText)
     static const QLatin1String marker("msg=\"");
     QStringList messages;
     for (const auto &raw : stderrText.split(u'\n', Qt::SkipEmptyParts)) {
-        QStringView line(raw);
-        while (!line.isEmpty() && (line.front() == u' ' || line.front() == u'\t'))
-            line = line.mid(1);
-        while (!line.isEmpty() && (line.back() == u' ' || line.back() == u'\t'))
-            line.chop(1);
+        const QStringView line = trimBlanks(raw);
         if (line.isEmpty())
             continue;
         const qsizetype start = line.indexOf(marker);

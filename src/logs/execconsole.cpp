@@ -8,18 +8,6 @@
 #include <QProcess>
 #include <QtConcurrent>
 
-namespace {
-QString trimBlanks(const QString &text)
-{
-    QStringView view(text);
-    while (!view.isEmpty() && (view.front() == u' ' || view.front() == u'\t'))
-        view = view.mid(1);
-    while (!view.isEmpty() && (view.back() == u' ' || view.back() == u'\t'))
-        view.chop(1);
-    return view.toString();
-}
-}
-
 ExecConsole::ExecConsole(const Container &container, const std::optional<Runtime> &runtime, QObject *parent)
     : QObject(parent), m_container(container), m_runtime(runtime)
 {
@@ -52,7 +40,7 @@ QString ExecConsole::execute(const QString &containerId, const std::optional<Run
 
 void ExecConsole::run()
 {
-    const QString command = trimBlanks(m_command);
+    const QString command = Docker::trimBlanks(m_command).toString();
     if (command.isEmpty() || m_running)
         return;
     m_output += QStringLiteral("$ ") + command + u'\n';

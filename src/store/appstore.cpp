@@ -96,6 +96,9 @@ void AppStore::setWindowVisible(bool visible)
     if (m_windowVisible == visible)
         return;
     m_windowVisible = visible;
+    // A window that opens should not wait out the long menu-bar interval.
+    if (visible && m_pollTimer.isActive() && m_pollTimer.remainingTimeAsDuration() > m_timing.visiblePoll)
+        m_pollTimer.start(m_timing.visiblePoll);
     emit windowVisibleChanged();
 }
 
@@ -269,7 +272,7 @@ QCoro::Task<> AppStore::refresh(bool afterHandover)
         if (m_errorSource == ErrorSource::Refresh)
             setError(std::nullopt, ErrorSource::Refresh);
         setRuntimes(recheckedRuntimes());
-        remember(Docker::group(m_containers));
+        rememberIfChanged();
         co_return;
     }
     setRuntimes(recheckedRuntimes());
@@ -300,4 +303,16 @@ void AppStore::remember(const QList<ComposeProject> &projects)
     next.record(projects, runtimeKey());
     // A poll that saw the same projects writes nothing.
     setRegistry(next);
+}
+
+void AppStore::rememberIfChanged()
+{
+    // The lists share data with the last listing, so on a quiet poll these compare in O(1).
+    if (m_containers == m_rememberedContainers && m_runtime == m_rememberedRuntime && m_registry == m_rememberedRegistry
+        && !m_rememberedRegistry.byRuntime.isEmpty())
+        return;
+    remember(Docker::group(m_containers));
+    m_rememberedContainers = m_containers;
+    m_rememberedRuntime = m_runtime;
+    m_rememberedRegistry = m_registry;
 }

@@ -132,9 +132,12 @@ private:
     QList<RuntimeEntry> recheckedRuntimes() const;
     bool handOver();
     void remember(const QList<ComposeProject> &projects);
+    void rememberIfChanged();
     std::optional<QString> runtimeKey() const;
     bool usableDirectory(const ComposeProject &project) const;
 
+    // Adds or replaces a known project on the selected runtime, then refreshes.
+    QCoro::Task<> keep(KnownProject project);
     void act(const QStringList &args, const std::optional<QString> &dir = std::nullopt);
     QCoro::Task<> perform(QStringList args, std::optional<QString> dir);
     QCoro::Task<> pollOnce();
@@ -154,6 +157,10 @@ private:
     bool m_windowVisible = false;
     QString m_filter;
     ProjectRegistry m_registry;
+    // What the registry last recorded from; recording again from the same input is skipped.
+    QList<Container> m_rememberedContainers;
+    std::optional<Runtime> m_rememberedRuntime;
+    ProjectRegistry m_rememberedRegistry;
     bool m_started = false;
     QTimer m_pollTimer;
 };

@@ -48,11 +48,7 @@ void AppStore::pruneVolumes() { act({"volume", "prune", "-f"}); }
 
 void AppStore::commit(const Container &c, const QString &imageName)
 {
-    QStringView name(imageName);
-    while (!name.isEmpty() && (name.front() == u' ' || name.front() == u'\t'))
-        name = name.mid(1);
-    while (!name.isEmpty() && (name.back() == u' ' || name.back() == u'\t'))
-        name.chop(1);
+    const QStringView name = Docker::trimBlanks(imageName);
     if (!name.isEmpty())
         act({"commit", c.id, name.toString()});
 }
@@ -139,13 +135,19 @@ QCoro::Task<std::optional<QString>> AppStore::addProject(const QString &dir)
     const ReadProject read = co_await future;
     if (!read.project)
         co_return read.error;
-    if (!self)
-        co_return std::nullopt;
+    if (self) {
+        const KnownProject found{read.project->name, dir, read.project->services};
+        co_await self->keep(found);
+    }
+    co_return std::nullopt;
+}
+
+QCoro::Task<> AppStore::keep(KnownProject project)
+{
     ProjectRegistry next = m_registry;
-    next.add({read.project->name, dir, read.project->services}, runtimeKey());
+    next.add(project, runtimeKey());
     setRegistry(next);
     co_await refresh(false);
-    co_return std::nullopt;
 }
 
 QCoro::Task<std::optional<QString>> AppStore::relocate(const ComposeProject &project, const QString &dir)
@@ -161,11 +163,9 @@ QCoro::Task<std::optional<QString>> AppStore::relocate(const ComposeProject &pro
         co_return QStringLiteral("That directory is compose project “") + read.project->name + QStringLiteral("”, not “")
             + project.name + QStringLiteral("”. Up there would create a different project — add it as its own project instead.");
     }
-    if (!self)
-        co_return std::nullopt;
-    ProjectRegistry next = m_registry;
-    next.add({read.project->name, dir, read.project->services}, runtimeKey());
-    setRegistry(next);
-    co_await refresh(false);
+    if (self) {
+        const KnownProject found{read.project->name, dir, read.project->services};
+        co_await self->keep(found);
+    }
     co_return std::nullopt;
 }

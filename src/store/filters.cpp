@@ -1,5 +1,7 @@
 #include "filters.h"
 
+#include "docker.h"
+
 #include <algorithm>
 
 namespace Filters {
@@ -18,12 +20,7 @@ QList<T> keep(const QList<T> &list, const QString &query, Pred matches)
 
 QString query(const QString &filter)
 {
-    QStringView view(filter);
-    while (!view.isEmpty() && (view.front() == u' ' || view.front() == u'\t'))
-        view = view.mid(1);
-    while (!view.isEmpty() && (view.back() == u' ' || view.back() == u'\t'))
-        view.chop(1);
-    return view.toString().toLower();
+    return Docker::trimBlanks(filter).toString().toLower();
 }
 
 QList<Container> containers(const QList<Container> &list, const QString &q)

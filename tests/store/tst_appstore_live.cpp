@@ -313,6 +313,35 @@ private slots:
         QTest::qWait(300);
     }
 
+    void pollIntervalFollowsTheWindow()
+    {
+        // Count the listings the store asks for through a launcher that notes each call.
+        const QString log = m_tmp.filePath("calls.log");
+        Docker::Launch launch;
+        launch.launcher = writeExecutable(m_tmp.filePath("counting-env"), "#!/bin/sh\necho \"$*\" >> " + log.toUtf8() + "\nexec /usr/bin/env \"$@\"\n");
+        Docker::setLaunch(launch);
+        const auto polls = [&] {
+            QFile f(log);
+            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()).count("ps -a --format json") : 0;
+        };
+        auto s = settings();
+        AppStore st(s.get(), PollTiming{std::chrono::milliseconds(50), std::chrono::milliseconds(60000)});
+        st.start();
+        QVERIFY(QTest::qWaitFor([&] { return polls() >= 1 && !st.images().isEmpty(); }, 20000));
+        QTest::qWait(500);
+        const int hidden = polls();
+        QVERIFY2(hidden <= 2, qPrintable(QString::number(hidden)));   // the first, perhaps one in flight
+        // Showing the window cuts the long wait short, and the short interval follows.
+        st.setWindowVisible(true);
+        QVERIFY(QTest::qWaitFor([&] { return polls() >= hidden + 5; }, 20000));
+        st.setWindowVisible(false);
+        QTest::qWait(300);
+        const int hiddenAgain = polls();
+        QTest::qWait(500);
+        QVERIFY(polls() <= hiddenAgain + 1);
+        Docker::setLaunch({});
+    }
+
     void deletingAProject()
     {
         const QString dir = composeDir(sleeperCompose("web", "    volumes: [own:/own, shared:/shared]\nvolumes:\n  own:\n  shared:\n"));
