@@ -50,17 +50,36 @@ void AppStore::setRuntime(const std::optional<Runtime> &runtime)
     emit runtimeChanged();
 }
 
+namespace {
+// The engine does not keep a stable order among rows it considers equal (images listed
+// within one second swap places from one call to the next), so the same rows in another
+// order count as no change, and the order already shown stays.
+template<typename T, typename Key>
+bool sameRows(const QList<T> &shown, const QList<T> &fetched, Key key)
+{
+    if (shown.size() != fetched.size())
+        return false;
+    if (shown == fetched)
+        return true;
+    QList<T> a = shown, b = fetched;
+    const auto byKey = [&](const T &x, const T &y) { return key(x) < key(y); };
+    std::sort(a.begin(), a.end(), byKey);
+    std::sort(b.begin(), b.end(), byKey);
+    return a == b;
+}
+}
+
 void AppStore::setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes)
 {
-    if (m_containers != containers) {
+    if (!sameRows(m_containers, containers, [](const Container &c) { return c.id; })) {
         m_containers = containers;
         emit containersChanged();
     }
-    if (m_images != images) {
+    if (!sameRows(m_images, images, [](const DockerImage &i) { return std::tie(i.id, i.repository, i.tag); })) {
         m_images = images;
         emit imagesChanged();
     }
-    if (m_volumes != volumes) {
+    if (!sameRows(m_volumes, volumes, [](const DockerVolume &v) { return v.name; })) {
         m_volumes = volumes;
         emit volumesChanged();
     }
@@ -308,11 +327,12 @@ void AppStore::remember(const QList<ComposeProject> &projects)
 void AppStore::rememberIfChanged()
 {
     // The lists share data with the last listing, so on a quiet poll these compare in O(1).
-    if (m_containers == m_rememberedContainers && m_runtime == m_rememberedRuntime && m_registry == m_rememberedRegistry
-        && !m_rememberedRegistry.byRuntime.isEmpty())
+    if (m_haveRemembered && m_containers == m_rememberedContainers && m_runtime == m_rememberedRuntime
+        && m_registry == m_rememberedRegistry)
         return;
     remember(Docker::group(m_containers));
     m_rememberedContainers = m_containers;
     m_rememberedRuntime = m_runtime;
     m_rememberedRegistry = m_registry;
+    m_haveRemembered = true;
 }

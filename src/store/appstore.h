@@ -161,6 +161,7 @@ private:
     QList<Container> m_rememberedContainers;
     std::optional<Runtime> m_rememberedRuntime;
     ProjectRegistry m_rememberedRegistry;
+    bool m_haveRemembered = false;
     bool m_started = false;
     QTimer m_pollTimer;
 };
