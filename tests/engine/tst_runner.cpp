@@ -89,6 +89,23 @@ private slots:
         QCOMPARE(r.err.count('\n'), 3000);
     }
 
+    void listingsFollowTheOutput()
+    {
+        // Listings reuse the last parse when the bytes repeat; a change must still show.
+        const QString out = m_dir.filePath("ps.out");
+        useLauncher("cat " + out.toUtf8());
+        writeFile(out, "{\"ID\":\"a\",\"Names\":\"one\",\"State\":\"running\"}\n");
+        const auto first = Docker::containers();
+        QCOMPARE(first.size(), 1);
+        QCOMPARE(Docker::containers(), first);
+        writeFile(out, "{\"ID\":\"a\",\"Names\":\"one\",\"State\":\"exited\"}\n");
+        QCOMPARE(Docker::containers().first().state, "exited");
+        writeFile(out, "");
+        QVERIFY(Docker::containers().isEmpty());
+        writeFile(out, "\xff\n");   // not UTF-8: decodes to nothing, never to the old list
+        QVERIFY(Docker::containers().isEmpty());
+    }
+
     void launcherThatCannotStart()
     {
         Docker::Launch l;
