@@ -214,7 +214,6 @@ QCoro::Task<> AppStore::loadContexts()
         setRuntimes(listed.runtimes.list);
         if (!m_runtime) {
             setRuntime(listed.runtimes.current);
-            emit projectsChanged();
         } else {
             // The selected runtime may have left the list or lost its socket.
             handOver();
