@@ -86,16 +86,17 @@ public:
     void remove(const DockerVolume &volume);
     void pruneVolumes();
 
-    QCoro::Task<> up(const ComposeProject &project);
+    // Coroutines take their arguments by value: a caller's object may be gone when they resume.
+    QCoro::Task<> up(ComposeProject project);
     void down(const ComposeProject &project);
     void startAll(const ComposeProject &project);
     void stopAll(const ComposeProject &project);
     void forget(const ComposeProject &project);
-    QCoro::Task<std::optional<QString>> addProject(const QString &dir);
-    QCoro::Task<std::optional<QString>> relocate(const ComposeProject &project, const QString &dir);
+    QCoro::Task<std::optional<QString>> addProject(QString dir);
+    QCoro::Task<std::optional<QString>> relocate(ComposeProject project, QString dir);
 
-    QCoro::Task<TeardownPlan> teardownPlan(const ComposeProject &project);
-    QCoro::Task<> deleteProject(const TeardownPlan &plan, bool trashDirectory);
+    QCoro::Task<TeardownPlan> teardownPlan(ComposeProject project);
+    QCoro::Task<> deleteProject(TeardownPlan plan, bool trashDirectory);
 
     // Docker children mostly wait, so they get a pool wider than the cores.
     static QThreadPool *workers();
@@ -136,8 +137,9 @@ private:
     std::optional<QString> runtimeKey() const;
     bool usableDirectory(const ComposeProject &project) const;
 
-    // Adds or replaces a known project on the selected runtime, then refreshes.
-    QCoro::Task<> keep(KnownProject project);
+    // Reads the compose project in dir and keeps it on the selected runtime; with an
+    // expected name, only when the directory holds that project.
+    QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
     void act(const QStringList &args, const std::optional<QString> &dir = std::nullopt);
     QCoro::Task<> perform(QStringList args, std::optional<QString> dir);
     QCoro::Task<> pollOnce();

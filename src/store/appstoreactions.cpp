@@ -60,7 +60,7 @@ bool AppStore::usableDirectory(const ComposeProject &project) const
     return project.workingDir && QFileInfo(*project.workingDir).isDir() && Docker::composeFile(*project.workingDir);
 }
 
-QCoro::Task<> AppStore::up(const ComposeProject &project)
+QCoro::Task<> AppStore::up(ComposeProject project)
 {
     if (!usableDirectory(project))
         co_return;
@@ -126,7 +126,17 @@ ReadProject readProject(const QString &dir)
 }
 }
 
-QCoro::Task<std::optional<QString>> AppStore::addProject(const QString &dir)
+QCoro::Task<std::optional<QString>> AppStore::addProject(QString dir)
+{
+    return adopt(std::move(dir), std::nullopt);
+}
+
+QCoro::Task<std::optional<QString>> AppStore::relocate(ComposeProject project, QString dir)
+{
+    return adopt(std::move(dir), project.name);
+}
+
+QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<QString> expectedName)
 {
     if (!m_runtime)
         co_return QStringLiteral("Choose a runtime first.");
@@ -135,37 +145,15 @@ QCoro::Task<std::optional<QString>> AppStore::addProject(const QString &dir)
     const ReadProject read = co_await future;
     if (!read.project)
         co_return read.error;
-    if (self) {
-        const KnownProject found{read.project->name, dir, read.project->services};
-        co_await self->keep(found);
+    if (expectedName && read.project->name != *expectedName) {
+        co_return QStringLiteral("That directory is compose project “") + read.project->name + QStringLiteral("”, not “")
+            + *expectedName + QStringLiteral("”. Up there would create a different project — add it as its own project instead.");
     }
-    co_return std::nullopt;
-}
-
-QCoro::Task<> AppStore::keep(KnownProject project)
-{
+    if (!self)
+        co_return std::nullopt;
     ProjectRegistry next = m_registry;
-    next.add(project, runtimeKey());
+    next.add({read.project->name, dir, read.project->services}, runtimeKey());
     setRegistry(next);
     co_await refresh(false);
-}
-
-QCoro::Task<std::optional<QString>> AppStore::relocate(const ComposeProject &project, const QString &dir)
-{
-    if (!m_runtime)
-        co_return QStringLiteral("Choose a runtime first.");
-    QPointer<AppStore> self(this);
-    auto future = QtConcurrent::run(workers(), readProject, dir);
-    const ReadProject read = co_await future;
-    if (!read.project)
-        co_return read.error;
-    if (read.project->name != project.name) {
-        co_return QStringLiteral("That directory is compose project “") + read.project->name + QStringLiteral("”, not “")
-            + project.name + QStringLiteral("”. Up there would create a different project — add it as its own project instead.");
-    }
-    if (self) {
-        const KnownProject found{read.project->name, dir, read.project->services};
-        co_await self->keep(found);
-    }
     co_return std::nullopt;
 }

@@ -5,7 +5,7 @@
 #include <QCoroFuture>
 #include <QtConcurrent>
 
-QCoro::Task<TeardownPlan> AppStore::teardownPlan(const ComposeProject &project)
+QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
 {
     const auto runtime = m_runtime;
     const auto containers = m_containers;
@@ -14,7 +14,7 @@ QCoro::Task<TeardownPlan> AppStore::teardownPlan(const ComposeProject &project)
     co_return co_await future;
 }
 
-QCoro::Task<> AppStore::deleteProject(const TeardownPlan &plan, bool trashDirectory)
+QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
 {
     QPointer<AppStore> self(this);
     const auto runtime = m_runtime;
