@@ -3,7 +3,7 @@
 BUILD      ?= build
 TEST_BUILD ?= build-test
 JOBS       ?= $(shell nproc)
-KORVAT     := $(BUILD)/src/app/korvat
+KORVAT     := $(BUILD)/bin/korvat
 DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
 
 .PHONY: all setup build run demo demo-stop test bench clean

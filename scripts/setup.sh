@@ -11,9 +11,18 @@ packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtqml-workerscript
   qml6-module-qtquick-templates qml6-module-qttest qml6-module-qtquick-shapes
+  qml6-module-qtqml qml6-module-qtqml-models qml6-module-qt-labs-folderlistmodel
+  qt6-svg-dev libqt6svg6 qt6-wayland
+  # fonts and icons are fetched from the npm registry at build time
+  openssl
+  # a private session bus for the appearance and desktop-service tests
+  dbus-daemon
   # the private engine the tests drive
   docker.io iptables busybox-static ca-certificates
 )
+
+# npm comes with many Node installations; Debian's package only when none is on PATH.
+command -v npm >/dev/null || packages+=(npm)
 
 missing=()
 for p in "${packages[@]}"; do

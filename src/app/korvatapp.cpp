@@ -1,6 +1,7 @@
 #include "korvatapp.h"
 
 #include "appsettings.h"
+#include "desktop.h"
 #include "dumpreport.h"
 #include "planreport.h"
 #include "selftest.h"
@@ -15,6 +16,10 @@ int KorvatApp::exec(int argc, char **argv)
     for (int i = 0; i < argc; ++i)
         args << QString::fromLocal8Bit(argv[i]);
     const Invocation invocation = dispatch(args);
+    if (invocation.mode == Invocation::Mode::Window)
+        return Desktop::run(argc, argv);
+    if (invocation.mode == Invocation::Mode::Shot)
+        return Desktop::shoot(argc, argv, invocation.value);
 
     // Headless modes get a core application only: no display, no GUI object.
     QCoreApplication app(argc, argv);
@@ -42,10 +47,7 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         runToolsDump(invocation.scripts, out);
         break;
     case Mode::Shot:
-        out << "korvat: screenshots are not built yet\n";
-        break;
     case Mode::Window:
-        out << "korvat: the desktop window is not built yet; try korvat --dump\n";
         break;
     }
     out.flush();

@@ -140,6 +140,18 @@ void AppStore::setRegistry(const ProjectRegistry &registry)
 
 void AppStore::dismissError() { setError(std::nullopt); }
 void AppStore::dismissNotice() { setNotice(std::nullopt); }
+void AppStore::reportError(const QString &message) { setError(message); }
+
+void AppStore::preview(const StorePreview &state)
+{
+    m_started = true;
+    m_pollTimer.stop();
+    setRuntimes(state.runtimes);
+    setRuntime(state.runtime);
+    setLists(state.containers, state.images, state.volumes);
+    setError(state.error);
+    setNotice(state.notice);
+}
 
 // ---- derived -----------------------------------------------------------------------------
 

@@ -16,6 +16,17 @@ class QSettings;
 class QThreadPool;
 
 // How often the store polls: often while the main window shows, rarely otherwise.
+// Everything the store shows, as a screenshot wants it: no engine behind it.
+struct StorePreview {
+    QList<RuntimeEntry> runtimes;
+    std::optional<Runtime> runtime;
+    QList<Container> containers;
+    QList<DockerImage> images;
+    QList<DockerVolume> volumes;
+    std::optional<QString> error;
+    std::optional<QString> notice;
+};
+
 struct PollTiming {
     std::chrono::milliseconds visiblePoll{2000};
     std::chrono::milliseconds hiddenPoll{10000};
@@ -59,6 +70,10 @@ public:
     void setFilter(const QString &filter);
     Q_INVOKABLE void dismissError();
     Q_INVOKABLE void dismissNotice();
+    // A message that arose outside the store, such as a view's add-project answer.
+    void reportError(const QString &message);
+    // Shows the given state instead of an engine's; polling never starts afterwards.
+    void preview(const StorePreview &state);
 
     // Derived on every read; nothing is cached.
     int runningCount() const;

@@ -132,6 +132,13 @@ void ToolchainStore::merge(const QList<Tool> &fresh)
     setTools(tools);
 }
 
+void ToolchainStore::preview(const QList<Tool> &tools, const SystemStatus &status)
+{
+    m_didLaunchCheck = true;
+    setTools(tools);
+    setStatus(status);
+}
+
 void ToolchainStore::setTools(const QList<Tool> &tools)
 {
     if (m_tools == tools)

@@ -52,6 +52,8 @@ public:
     QCoro::Task<> checkAtLaunch(bool enabled);
     Q_INVOKABLE void dismissNotice();
     void merge(const QList<Tool> &fresh);
+    // Shows the given tools, latest versions included, without probing anything.
+    void preview(const QList<Tool> &tools, const SystemStatus &status);
 
 signals:
     void toolsChanged();

@@ -1,0 +1,41 @@
+#include "category.h"
+
+namespace Categories {
+
+QString label(Category c)
+{
+    switch (c) {
+    case Category::Projects: return QStringLiteral("Projects");
+    case Category::Containers: return QStringLiteral("Containers");
+    case Category::Images: return QStringLiteral("Images");
+    case Category::Volumes: return QStringLiteral("Volumes");
+    }
+    return {};
+}
+
+QString icon(Category c)
+{
+    switch (c) {
+    case Category::Projects: return QStringLiteral("square.stack.3d.up");
+    case Category::Containers: return QStringLiteral("shippingbox");
+    case Category::Images: return QStringLiteral("opticaldisc");
+    case Category::Volumes: return QStringLiteral("externaldrive");
+    }
+    return {};
+}
+
+QString raw(Category c)
+{
+    return label(c).toLower();
+}
+
+std::optional<Category> fromRaw(const QString &text)
+{
+    for (Category c : all) {
+        if (raw(c) == text)
+            return c;
+    }
+    return std::nullopt;
+}
+
+}

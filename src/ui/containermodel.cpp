@@ -1,0 +1,89 @@
+#include "containermodel.h"
+
+#include "docker.h"
+
+void ContainerModel::setContainers(const QList<Container> &containers)
+{
+    sync(m_rows, containers, [](const Container &c) { return c.id; }, [](const Container &a, const Container &b) {
+        QList<int> roles;
+        if (a.name != b.name)
+            roles << NameRole;
+        if (a.image != b.image)
+            roles << ImageRole;
+        if (a.state != b.state)
+            roles << ContainerStateRole << DotRole << RunningRole << ActionLabelRole;
+        if (a.status != b.status)
+            roles << StatusRole;
+        if (a.state != b.state || a.status != b.status)
+            roles << FailedRole;
+        if (a.ports != b.ports)
+            roles << PortsRole;
+        if (a.project() != b.project())
+            roles << ProjectRole;
+        return roles;
+    });
+}
+
+int ContainerModel::indexOf(const QString &id) const
+{
+    for (int i = 0; i < int(m_rows.size()); ++i) {
+        if (m_rows[i].id == id)
+            return i;
+    }
+    return -1;
+}
+
+QString ContainerModel::dot(const Container &c)
+{
+    if (c.state == QLatin1String("running") || c.state == QLatin1String("paused") || c.state == QLatin1String("exited"))
+        return c.state;
+    return QStringLiteral("other");
+}
+
+int ContainerModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+QVariant ContainerModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const Container &c = m_rows[index.row()];
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole:
+        return c.name;
+    case ContainerIdRole:
+        return c.id;
+    case ImageRole:
+        return c.image;
+    case ContainerStateRole:
+        return c.state;
+    case StatusRole:
+        return c.status;
+    case PortsRole:
+        return Docker::shortPorts(c.ports);
+    case ProjectRole:
+        return c.project().value_or(QString());
+    case DotRole:
+        return dot(c);
+    case RunningRole:
+        return c.isRunning();
+    case FailedRole:
+        return c.hasFailed();
+    case ActionLabelRole:
+        return c.actionLabel();
+    }
+    return {};
+}
+
+QHash<int, QByteArray> ContainerModel::roleNames() const
+{
+    return {
+        {ContainerIdRole, "containerId"}, {NameRole, "name"}, {ImageRole, "image"},
+        {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
+        {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
+        {ActionLabelRole, "actionLabel"},
+    };
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "container.h"
+#include "keyedlistmodel.h"
+
+#include <QtQml/qqmlregistration.h>
+
+// Containers keyed by id: the Containers section, and each project card's own rows.
+class ContainerModel : public KeyedListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Containers come from the store")
+
+public:
+    enum Role {
+        ContainerIdRole = Qt::UserRole + 1,
+        NameRole,
+        ImageRole,
+        ContainerStateRole,
+        StatusRole,
+        PortsRole,
+        ProjectRole,
+        DotRole,
+        RunningRole,
+        FailedRole,
+        ActionLabelRole,
+    };
+    Q_ENUM(Role)
+
+    using KeyedListModel::KeyedListModel;
+
+    void setContainers(const QList<Container> &containers);
+    const QList<Container> &containers() const { return m_rows; }
+    // The row of the container with this id, or -1.
+    Q_INVOKABLE int indexOf(const QString &id) const;
+
+    // "running", "paused", "exited" or "other": which colour the status dot takes.
+    static QString dot(const Container &c);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    QList<Container> m_rows;
+};

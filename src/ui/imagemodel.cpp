@@ -1,0 +1,51 @@
+#include "imagemodel.h"
+
+void ImageModel::setImages(const QList<DockerImage> &images)
+{
+    const auto key = [](const DockerImage &i) { return i.id + u'\n' + i.repository + u':' + i.tag; };
+    sync(m_rows, images, key, [](const DockerImage &a, const DockerImage &b) {
+        return a.size != b.size ? QList<int>{SizeRole} : QList<int>{};
+    });
+}
+
+QString ImageModel::shortId(const QString &id)
+{
+    QString bare = id;
+    if (bare.startsWith(QLatin1String("sha256:")))
+        bare = bare.mid(7);
+    return bare.left(12);
+}
+
+int ImageModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+QVariant ImageModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const DockerImage &i = m_rows[index.row()];
+    switch (role) {
+    case Qt::DisplayRole:
+    case ReferenceRole:
+        return i.repository + u':' + i.tag;
+    case ImageIdRole:
+        return i.id;
+    case ShortIdRole:
+        return shortId(i.id);
+    case RepositoryRole:
+        return i.repository;
+    case TagRole:
+        return i.tag;
+    case SizeRole:
+        return i.size;
+    }
+    return {};
+}
+
+QHash<int, QByteArray> ImageModel::roleNames() const
+{
+    return {{ImageIdRole, "imageId"}, {ShortIdRole, "shortId"}, {RepositoryRole, "repository"},
+            {TagRole, "tag"}, {ReferenceRole, "reference"}, {SizeRole, "size"}};
+}

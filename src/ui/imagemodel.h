@@ -1,0 +1,30 @@
+#pragma once
+
+#include "dockerimage.h"
+#include "keyedlistmodel.h"
+
+#include <QtQml/qqmlregistration.h>
+
+// Images keyed by id and reference: one image tagged twice is two rows.
+class ImageModel : public KeyedListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Images come from the store")
+
+public:
+    enum Role { ImageIdRole = Qt::UserRole + 1, ShortIdRole, RepositoryRole, TagRole, ReferenceRole, SizeRole };
+    Q_ENUM(Role)
+
+    using KeyedListModel::KeyedListModel;
+
+    void setImages(const QList<DockerImage> &images);
+    const QList<DockerImage> &images() const { return m_rows; }
+    static QString shortId(const QString &id);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    QList<DockerImage> m_rows;
+};

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QAbstractListModel>
+#include <QList>
+
+// A list model whose rows have an identity. Bringing it a new list turns the difference
+// into row moves, insertions, removals and dataChanged for just the roles that differ, so
+// delegates, selection and scroll position survive every poll; the same rows emit nothing.
+class KeyedListModel : public QAbstractListModel {
+    Q_OBJECT
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
+
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    int count() const { return rowCount(); }
+
+signals:
+    void countChanged();
+
+protected:
+    // key(row) gives the identity; changed(old, new) the roles whose values differ.
+    template<typename T, typename Key, typename Changed>
+    void sync(QList<T> &rows, const QList<T> &next, Key key, Changed changed);
+};
+
+template<typename T, typename Key, typename Changed>
+void KeyedListModel::sync(QList<T> &rows, const QList<T> &next, Key key, Changed changed)
+{
+    const int before = int(rows.size());
+    if (rows == next)
+        return;
+
+    // Removals first, from the back, so the indices still to visit stay valid.
+    QSet<decltype(key(next.first()))> wanted;
+    wanted.reserve(next.size());
+    for (const T &row : next)
+        wanted.insert(key(row));
+    for (int i = int(rows.size()) - 1; i >= 0; --i) {
+        if (wanted.contains(key(rows[i])))
+            continue;
+        int first = i;
+        while (first > 0 && !wanted.contains(key(rows[first - 1])))
+            --first;
+        beginRemoveRows({}, first, i);
+        rows.remove(first, i - first + 1);
+        endRemoveRows();
+        i = first;
+    }
+
+    // Then walk the new order: each position either already holds its row, receives it
+    // from further down, or gets it inserted.
+    for (int i = 0; i < int(next.size()); ++i) {
+        const auto wantedKey = key(next[i]);
+        if (i < int(rows.size()) && key(rows[i]) == wantedKey) {
+        } else {
+            int from = -1;
+            for (int j = i + 1; j < int(rows.size()); ++j) {
+                if (key(rows[j]) == wantedKey) {
+                    from = j;
+                    break;
+                }
+            }
+            if (from >= 0) {
+                beginMoveRows({}, from, from, {}, i);
+                rows.move(from, i);
+                endMoveRows();
+            } else {
+                beginInsertRows({}, i, i);
+                rows.insert(i, next[i]);
+                endInsertRows();
+                continue;
+            }
+        }
+        if (!(rows[i] == next[i])) {
+            const QList<int> roles = changed(rows[i], next[i]);
+            rows[i] = next[i];
+            if (!roles.isEmpty())
+                emit dataChanged(index(i), index(i), roles);
+        }
+    }
+    if (int(rows.size()) != before)
+        emit countChanged();
+}

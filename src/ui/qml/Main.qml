@@ -1,0 +1,143 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Korvat
+
+// The main window: the library sidebar, the toolbar, the banners and the selected section.
+ApplicationWindow {
+    id: window
+
+    required property AppStore store
+    required property ToolchainStore toolchain
+    required property Shell shell
+    property bool shownOnce: false
+
+    signal settingsRequested()
+
+    title: "Korvat"
+    width: 1080
+    height: 700
+    minimumWidth: 920
+    minimumHeight: 480
+    color: Theme.page
+    palette.window: Theme.page
+    palette.windowText: Theme.ink
+    palette.base: Theme.control
+    palette.text: Theme.ink
+    palette.button: Theme.control
+    palette.buttonText: Theme.ink
+    palette.highlight: Theme.ion
+    palette.highlightedText: Theme.onAccent
+    palette.toolTipBase: Theme.card
+    palette.toolTipText: Theme.ink
+
+    onVisibleChanged: {
+        window.store.windowVisible = window.visible;
+        if (window.visible && !window.shownOnce) {
+            window.shownOnce = true;
+            window.shell.firstShown();
+        }
+    }
+
+    Shortcut {
+        sequences: ["Ctrl+F"]
+        onActivated: toolbar.focusSearch()
+    }
+    Shortcut {
+        sequences: ["F5", "Ctrl+R"]
+        onActivated: window.shell.refresh()
+    }
+    Shortcut {
+        sequence: "Ctrl+1"
+        onActivated: window.shell.category = 0
+    }
+    Shortcut {
+        sequence: "Ctrl+2"
+        onActivated: window.shell.category = 1
+    }
+    Shortcut {
+        sequence: "Ctrl+3"
+        onActivated: window.shell.category = 2
+    }
+    Shortcut {
+        sequence: "Ctrl+4"
+        onActivated: window.shell.category = 3
+    }
+
+    FolderDialog {
+        id: folderDialog
+
+        title: "Choose a project directory containing a compose file."
+        onAccepted: window.shell.addProject(selectedFolder)
+    }
+
+    SplitView {
+        anchors.fill: parent
+        orientation: Qt.Horizontal
+
+        handle: Item {
+            implicitWidth: 5
+
+            Rectangle {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 1
+                height: parent.height
+                color: Theme.line
+            }
+        }
+
+        Sidebar {
+            SplitView.minimumWidth: 190
+            SplitView.preferredWidth: 210
+            SplitView.maximumWidth: 260
+            categories: window.shell.categories
+            counts: [window.shell.projects.count, window.shell.containers.count, window.shell.images.count, window.shell.volumes.count]
+            current: window.shell.category
+            runningText: window.shell.runningText
+            stoppedText: window.shell.stoppedText
+            onPicked: category => window.shell.category = category
+        }
+
+        ColumnLayout {
+            SplitView.fillWidth: true
+            spacing: 0
+
+            Toolbar {
+                id: toolbar
+
+                Layout.fillWidth: true
+                title: window.shell.categoryLabel
+                count: window.shell.sectionCount
+                runtimes: window.shell.runtimes
+                selectedRow: window.shell.runtimes.selectedRow
+                filter: window.store.filter
+                busy: window.store.busy
+                onRuntimePicked: row => window.shell.selectRuntime(row)
+                onFilterEdited: text => window.store.filter = text
+                onRefreshRequested: window.shell.refresh()
+                onAddRequested: folderDialog.open()
+            }
+            Banners {
+                Layout.fillWidth: true
+                Layout.leftMargin: 16
+                Layout.rightMargin: 16
+                Layout.topMargin: visible ? 12 : 0
+                errorText: window.store.error
+                noticeText: window.store.notice
+                updateText: window.toolchain.noticeText
+                onDismissError: window.store.dismissError()
+                onDismissNotice: window.store.dismissNotice()
+                onDismissUpdate: window.toolchain.dismissNotice()
+                onOpenSettings: window.settingsRequested()
+            }
+            SectionView {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                Layout.topMargin: 4
+                shell: window.shell
+            }
+        }
+    }
+}

@@ -1,0 +1,96 @@
+import QtQuick
+import QtQuick.Layouts
+import Korvat
+
+// A list row: a leading mark, a title, a monospaced second line and a trailing text.
+Rectangle {
+    id: root
+
+    required property string title
+    property string detail: ""
+    property string trailing: ""
+    // The leading mark: a status dot, a run ring (ringTotal ≥ 0) or an icon.
+    property string dotState: ""
+    property bool dotFailed: false
+    property int ringRunning: 0
+    property int ringTotal: -1
+    property string iconName: ""
+
+    implicitHeight: 52
+    color: hover.hovered ? Theme.control : "transparent"
+    radius: 8
+    Accessible.role: Accessible.ListItem
+    Accessible.name: title
+    Accessible.description: detail
+
+    HoverHandler {
+        id: hover
+    }
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 14
+        anchors.rightMargin: 14
+        spacing: 12
+
+        Item {
+            implicitWidth: 22
+            implicitHeight: 22
+
+            StatusDot {
+                anchors.centerIn: parent
+                visible: root.dotState !== ""
+                dot: root.dotState
+                failed: root.dotFailed
+            }
+            RunRing {
+                anchors.centerIn: parent
+                visible: root.ringTotal >= 0
+                running: root.ringRunning
+                total: Math.max(root.ringTotal, 0)
+                dimmed: root.ringRunning === 0
+            }
+            KorIcon {
+                anchors.centerIn: parent
+                visible: root.iconName !== ""
+                name: root.iconName
+                tint: Theme.muted
+            }
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 2
+
+            Text {
+                Layout.fillWidth: true
+                text: root.title
+                color: Theme.ink
+                font: Theme.varied("Inter", 500, 13)
+                elide: Text.ElideRight
+            }
+            Text {
+                Layout.fillWidth: true
+                visible: root.detail !== ""
+                text: root.detail
+                color: Theme.muted
+                font: Theme.varied("JetBrains Mono", 400, 11)
+                elide: Text.ElideMiddle
+            }
+        }
+        Text {
+            visible: root.trailing !== ""
+            text: root.trailing
+            color: Theme.muted
+            font: Theme.varied("JetBrains Mono", 400, 11)
+        }
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.leftMargin: 14
+        anchors.rightMargin: 14
+        height: 1
+        color: Theme.line
+        opacity: 0.6
+    }
+}

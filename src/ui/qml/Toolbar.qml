@@ -1,0 +1,94 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Korvat
+
+// The section's title and the window's controls: runtime, search, refresh, add a project.
+Rectangle {
+    id: root
+
+    required property string title
+    required property int count
+    required property var runtimes
+    required property int selectedRow
+    required property string filter
+    required property bool busy
+
+    signal runtimePicked(int row)
+    signal filterEdited(string text)
+    signal refreshRequested()
+    signal addRequested()
+
+    function focusSearch() {
+        search.forceActiveFocus();
+        search.selectAll();
+    }
+
+    implicitHeight: 56
+    color: Theme.page
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 22
+        anchors.rightMargin: 16
+        spacing: 10
+
+        Text {
+            text: root.title
+            color: Theme.ink
+            font: Theme.varied("Space Grotesk", 600, 19)
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Text {
+            Layout.alignment: Qt.AlignBaseline
+            text: root.count
+            color: Theme.muted
+            font: Theme.varied("JetBrains Mono", 400, 12)
+            Accessible.ignored: true
+        }
+        BusyIndicator {
+            Layout.preferredWidth: 18
+            Layout.preferredHeight: 18
+            running: root.busy
+            visible: root.busy
+            Accessible.name: "Working"
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+        SectionCaption {
+            caption: "Runtime"
+        }
+        RuntimePicker {
+            model: root.runtimes
+            selectedRow: root.selectedRow
+            onPicked: row => root.runtimePicked(row)
+        }
+        SearchField {
+            id: search
+
+            Layout.leftMargin: 6
+            filter: root.filter
+            onEdited: text => root.filterEdited(text)
+        }
+        KorButton {
+            variant: "ghost"
+            iconName: "arrow.clockwise"
+            help: "Refresh now"
+            onClicked: root.refreshRequested()
+        }
+        KorButton {
+            variant: "ghost"
+            iconName: "plus"
+            help: "Add a project from a directory"
+            onClicked: root.addRequested()
+        }
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: Theme.line
+    }
+}

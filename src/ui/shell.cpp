@@ -1,0 +1,142 @@
+#include "shell.h"
+
+#include "appstore.h"
+#include "toolchainstore.h"
+
+#include <QSettings>
+#include <QVariantMap>
+
+Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent)
+    : QObject(parent), m_store(store), m_toolchain(toolchain), m_settings(settings)
+{
+    if (const auto stored = Categories::fromRaw(m_settings->value(categoryKey).toString()))
+        m_category = *stored;
+
+    connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
+    connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
+    connect(m_store, &AppStore::projectsChanged, this, [this] { m_projects.setProjects(m_store->projects()); });
+    const auto images = [this] { m_images.setImages(m_store->matchingImages()); };
+    const auto volumes = [this] { m_volumes.setVolumes(m_store->matchingVolumes()); };
+    const auto runtimes = [this] { m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime()); };
+    connect(m_store, &AppStore::imagesChanged, this, images);
+    connect(m_store, &AppStore::filterChanged, this, images);
+    connect(m_store, &AppStore::volumesChanged, this, volumes);
+    connect(m_store, &AppStore::filterChanged, this, volumes);
+    connect(m_store, &AppStore::runtimesChanged, this, runtimes);
+    connect(m_store, &AppStore::runtimeChanged, this, runtimes);
+    connect(m_store, &AppStore::containersChanged, this, &Shell::countersChanged);
+    connect(m_store, &AppStore::filterChanged, this, &Shell::filteringChanged);
+    connect(m_store, &AppStore::filterChanged, this, &Shell::emptyChanged);
+    connect(m_store, &AppStore::runtimeChanged, this, &Shell::emptyChanged);
+    connect(this, &Shell::categoryChanged, this, &Shell::emptyChanged);
+    for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes})
+        connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
+    connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
+
+    updateContainers();
+    m_projects.setProjects(m_store->projects());
+    images();
+    volumes();
+    runtimes();
+}
+
+void Shell::updateContainers()
+{
+    const QList<Container> matching = m_store->matchingContainers();
+    m_containers.setContainers(matching);
+    m_loose.setContainers(Docker::ungrouped(matching));
+}
+
+QVariantList Shell::categories() const
+{
+    QVariantList list;
+    for (Category c : Categories::all)
+        list.append(QVariantMap{{QStringLiteral("label"), Categories::label(c)}, {QStringLiteral("icon"), Categories::icon(c)}});
+    return list;
+}
+
+void Shell::setCategory(int category)
+{
+    if (category < 0 || category >= int(Categories::all.size()))
+        return;
+    const auto next = Category(category);
+    if (m_settings->value(categoryKey).toString() != Categories::raw(next))
+        m_settings->setValue(categoryKey, Categories::raw(next));
+    if (next == m_category)
+        return;
+    m_category = next;
+    emit categoryChanged();
+}
+
+int Shell::countOf(int category) const
+{
+    switch (Category(category)) {
+    case Category::Projects: return m_projects.count();
+    case Category::Containers: return m_containers.count();
+    case Category::Images: return m_images.count();
+    case Category::Volumes: return m_volumes.count();
+    }
+    return 0;
+}
+
+int Shell::sectionCount() const { return countOf(int(m_category)); }
+
+QString Shell::runningText() const
+{
+    return QString::number(m_store->runningCount()) + QStringLiteral(" RUNNING");
+}
+
+QString Shell::stoppedText() const
+{
+    return QString::number(m_store->containers().size() - m_store->runningCount()) + QStringLiteral(" STOPPED");
+}
+
+bool Shell::filtering() const { return !m_store->filter().isEmpty(); }
+
+QString Shell::emptyIcon() const
+{
+    return filtering() ? QStringLiteral("line.3.horizontal.decrease.circle") : Categories::icon(m_category);
+}
+
+QString Shell::emptyDetail() const
+{
+    if (filtering())
+        return QStringLiteral("Nothing matches “") + m_store->filter() + QStringLiteral("”.");
+    const QString where = m_store->runtime() ? m_store->runtime()->name : QStringLiteral("this runtime");
+    switch (m_category) {
+    case Category::Projects: return QStringLiteral("No compose projects on ") + where + QStringLiteral(" yet. Add one from its directory with the + button.");
+    case Category::Containers: return QStringLiteral("No containers on ") + where + u'.';
+    case Category::Images: return QStringLiteral("No images on ") + where + u'.';
+    case Category::Volumes: return QStringLiteral("No volumes on ") + where + u'.';
+    }
+    return {};
+}
+
+void Shell::firstShown()
+{
+    m_store->start();
+    const bool enabled = m_settings->value(checkAtLaunchKey, true).toBool();
+    m_toolchain->checkAtLaunch(enabled);
+}
+
+void Shell::refresh() { m_store->refresh(false); }
+
+void Shell::selectRuntime(int row)
+{
+    if (const auto runtime = m_runtimes.runtimeAt(row); runtime && runtime != m_store->runtime())
+        m_store->select(*runtime);
+}
+
+void Shell::addProject(const QUrl &directory)
+{
+    if (!directory.isLocalFile())
+        return;
+    [](QPointer<AppStore> store, QString dir) -> QCoro::Task<> {
+        auto added = store->addProject(dir);
+        const std::optional<QString> message = co_await added;
+        if (store && message)
+            store->reportError(*message);
+    }(m_store, directory.toLocalFile());
+}
+
+void Shell::clearFilter() { m_store->setFilter(QString()); }

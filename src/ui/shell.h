@@ -1,0 +1,98 @@
+#pragma once
+
+#include "category.h"
+#include "containermodel.h"
+#include "imagemodel.h"
+#include "projectmodel.h"
+#include "runtimemodel.h"
+#include "volumemodel.h"
+
+#include <QObject>
+#include <QUrl>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+
+class AppStore;
+class QSettings;
+class ToolchainStore;
+
+// What the main window needs beyond the two stores: the store's lists as keyed models,
+// the selected section (kept under "category"), the sidebar's texts, and the store calls
+// QML cannot make itself.
+class Shell : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application makes the shell")
+    Q_PROPERTY(ProjectModel *projects READ projects CONSTANT)
+    Q_PROPERTY(ContainerModel *containers READ containers CONSTANT)
+    Q_PROPERTY(ContainerModel *loose READ loose CONSTANT)
+    Q_PROPERTY(ImageModel *images READ images CONSTANT)
+    Q_PROPERTY(VolumeModel *volumes READ volumes CONSTANT)
+    Q_PROPERTY(RuntimeModel *runtimes READ runtimes CONSTANT)
+    Q_PROPERTY(QVariantList categories READ categories CONSTANT)
+    Q_PROPERTY(int category READ category WRITE setCategory NOTIFY categoryChanged)
+    Q_PROPERTY(QString categoryLabel READ categoryLabel NOTIFY categoryChanged)
+    Q_PROPERTY(QString categoryIcon READ categoryIcon NOTIFY categoryChanged)
+    Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
+    Q_PROPERTY(QString runningText READ runningText NOTIFY countersChanged)
+    Q_PROPERTY(QString stoppedText READ stoppedText NOTIFY countersChanged)
+    Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
+    Q_PROPERTY(QString emptyIcon READ emptyIcon NOTIFY emptyChanged)
+    Q_PROPERTY(QString emptyDetail READ emptyDetail NOTIFY emptyChanged)
+
+public:
+    static inline const QString categoryKey = QStringLiteral("category");
+    static inline const QString checkAtLaunchKey = QStringLiteral("checkUpdatesAtLaunch");
+
+    Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent = nullptr);
+
+    ProjectModel *projects() { return &m_projects; }
+    ContainerModel *containers() { return &m_containers; }
+    ContainerModel *loose() { return &m_loose; }
+    ImageModel *images() { return &m_images; }
+    VolumeModel *volumes() { return &m_volumes; }
+    RuntimeModel *runtimes() { return &m_runtimes; }
+
+    QVariantList categories() const;
+    int category() const { return int(m_category); }
+    void setCategory(int category);
+    QString categoryLabel() const { return Categories::label(m_category); }
+    QString categoryIcon() const { return Categories::icon(m_category); }
+    // Rows of the selected section.
+    int sectionCount() const;
+    Q_INVOKABLE int countOf(int category) const;
+
+    QString runningText() const;
+    QString stoppedText() const;
+    bool filtering() const;
+    QString emptyIcon() const;
+    QString emptyDetail() const;
+
+    // The main window's first appearance: polling starts, and the launch check runs if due.
+    Q_INVOKABLE void firstShown();
+    Q_INVOKABLE void refresh();
+    Q_INVOKABLE void selectRuntime(int row);
+    Q_INVOKABLE void addProject(const QUrl &directory);
+    Q_INVOKABLE void clearFilter();
+
+signals:
+    void categoryChanged();
+    void sectionCountChanged();
+    void countersChanged();
+    void filteringChanged();
+    void emptyChanged();
+
+private:
+    void updateContainers();
+
+    AppStore *m_store;
+    ToolchainStore *m_toolchain;
+    QSettings *m_settings;
+    Category m_category = Category::Projects;
+    ProjectModel m_projects;
+    ContainerModel m_containers;
+    ContainerModel m_loose;
+    ImageModel m_images;
+    VolumeModel m_volumes;
+    RuntimeModel m_runtimes;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "appstore.h"
+#include "toolchainstore.h"
+
+#include <QtQml/qqml.h>
+
+// The stores live below the interface and know nothing of QML; these make their types
+// known to it, so views can declare them as required properties.
+struct AppStoreForeign {
+    Q_GADGET
+    QML_FOREIGN(AppStore)
+    QML_NAMED_ELEMENT(AppStore)
+    QML_UNCREATABLE("The application makes the store")
+};
+
+struct ToolchainStoreForeign {
+    Q_GADGET
+    QML_FOREIGN(ToolchainStore)
+    QML_NAMED_ELEMENT(ToolchainStore)
+    QML_UNCREATABLE("The application makes the toolchain store")
+};

@@ -1,0 +1,33 @@
+#include "uiengine.h"
+
+#include "appstore.h"
+#include "iconprovider.h"
+#include "shell.h"
+#include "toolchainstore.h"
+
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+
+namespace UiEngine {
+
+void prepare(QQmlEngine &engine)
+{
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
+}
+
+QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell)
+{
+    prepare(engine);
+    engine.setInitialProperties({
+        {QStringLiteral("store"), QVariant::fromValue(store)},
+        {QStringLiteral("toolchain"), QVariant::fromValue(toolchain)},
+        {QStringLiteral("shell"), QVariant::fromValue(shell)},
+    });
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvat/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return nullptr;
+    return qobject_cast<QQuickWindow *>(engine.rootObjects().constLast());
+}
+
+}

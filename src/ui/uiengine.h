@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QVariantMap>
+
+class AppStore;
+class QQmlApplicationEngine;
+class QQmlEngine;
+class QQuickWindow;
+class Shell;
+class ToolchainStore;
+
+// What every engine that shows Korvat's QML needs, in the application, the screenshot mode
+// and the tests alike.
+namespace UiEngine {
+// The module's import path and the icon provider.
+void prepare(QQmlEngine &engine);
+// Loads the main window over the given objects, not yet shown; null when loading failed.
+QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell);
+}

@@ -1,0 +1,71 @@
+import QtQuick
+import QtTest
+import Korvat
+import KorvatTest
+
+TestCase {
+    id: testCase
+
+    name: "Sidebar"
+    when: windowShown
+    visible: true
+    width: 220
+    height: 500
+
+    Component {
+        id: sidebar
+
+        Sidebar {
+            required property Shell shell
+
+            width: 210
+            height: 480
+            categories: shell.categories
+            counts: [shell.projects.count, shell.containers.count, shell.images.count, shell.volumes.count]
+            current: shell.category
+            runningText: shell.runningText
+            stoppedText: shell.stoppedText
+            onPicked: category => shell.category = category
+        }
+    }
+
+    function navItems(root) {
+        const items = [];
+        const visit = item => {
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i];
+                if (child.iconName !== undefined && child.count !== undefined)
+                    items.push(child);
+                visit(child);
+            }
+        };
+        visit(root);
+        return items;
+    }
+
+    function test_countsAndCounters() {
+        const shell = Fixtures.shell("counts");
+        const s = createTemporaryObject(sidebar, testCase, { shell: shell });
+        const items = navItems(s);
+        compare(items.map(i => i.label), ["Projects", "Containers", "Images", "Volumes"]);
+        compare(items.map(i => i.count), [3, 8, 8, 4]);
+        compare(shell.runningText, "4 RUNNING");
+        compare(shell.stoppedText, "4 STOPPED");
+    }
+
+    function test_sectionIsKept() {
+        const first = Fixtures.shell("kept");
+        compare(first.category, 0);
+        const s = createTemporaryObject(sidebar, testCase, { shell: first });
+        const items = navItems(s);
+        mouseClick(items[2]);
+        compare(first.category, 2);
+        verify(items[2].current && !items[0].current);
+        compare(Fixtures.stored("kept", "category"), "images");
+
+        // The next launch opens on the same section.
+        const second = Fixtures.shell("kept");
+        compare(second.category, 2);
+        compare(second.categoryLabel, "Images");
+    }
+}

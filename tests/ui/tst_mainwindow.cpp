@@ -1,0 +1,209 @@
+#include "appstore.h"
+#include "sampledata.h"
+#include "shell.h"
+#include "theme.h"
+#include "toolchainstore.h"
+#include "uiengine.h"
+
+#include <QAccessible>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtQml/QQmlExtensionPlugin>
+
+Q_IMPORT_QML_PLUGIN(KorvatPlugin)
+
+namespace {
+// QTest types whole strings only into widgets.
+void typeText(QWindow *window, const QString &text)
+{
+    for (const QChar c : text)
+        QTest::keyClick(window, c.toLatin1());
+}
+
+QAccessibleInterface *accessible(QQuickItem *item) { return QAccessible::queryAccessibleInterface(item); }
+
+void collect(QQuickItem *item, QList<QQuickItem *> &out)
+{
+    if (!item->isVisible())
+        return;
+    out.append(item);
+    for (QQuickItem *child : item->childItems())
+        collect(child, out);
+}
+
+QString nameOf(QQuickItem *item)
+{
+    auto *iface = item ? accessible(item) : nullptr;
+    return iface ? iface->text(QAccessible::Name) : QString();
+}
+}
+
+// The main window over sample data, driven as a keyboard or screen-reader user would.
+class TestMainWindow : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void firstLaunchGeometry();
+    void everyControlHasAName();
+    void tabReachesEveryControlInReadingOrder();
+    void shortcuts();
+    void pressActionDismissesTheBanner();
+
+private:
+    QQuickItem *activeControl() const;
+    QList<QQuickItem *> controls() const;
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<Theme> m_theme;
+    std::unique_ptr<AppStore> m_store;
+    std::unique_ptr<ToolchainStore> m_toolchain;
+    std::unique_ptr<Shell> m_shell;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    QQuickWindow *m_window = nullptr;
+};
+
+void TestMainWindow::initTestCase()
+{
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+}
+
+void TestMainWindow::init()
+{
+    m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    m_settings->clear();
+    m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
+    m_theme = std::make_unique<Theme>(m_settings.get(), nullptr);
+    Theme::setInstance(m_theme.get());
+    m_store = std::make_unique<AppStore>(m_settings.get());
+    m_toolchain = std::make_unique<ToolchainStore>(m_settings.get());
+    m_shell = std::make_unique<Shell>(m_store.get(), m_toolchain.get(), m_settings.get());
+    StorePreview sample = SampleData::store();
+    sample.error = QStringLiteral("Error response from daemon: boom");
+    m_store->preview(sample);
+    m_engine = std::make_unique<QQmlApplicationEngine>();
+    m_window = UiEngine::loadMainWindow(*m_engine, m_store.get(), m_toolchain.get(), m_shell.get());
+    QVERIFY(m_window);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(static_cast<QWindow *>(m_window)));
+    m_window->requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(static_cast<QWindow *>(m_window)));
+}
+
+void TestMainWindow::cleanup()
+{
+    m_engine.reset();
+    m_shell.reset();
+    m_toolchain.reset();
+    m_store.reset();
+}
+
+QQuickItem *TestMainWindow::activeControl() const
+{
+    // A text field's inner editor or a control's content may hold focus; report the control.
+    QQuickItem *item = m_window->activeFocusItem();
+    while (item && item->parentItem() && !item->activeFocusOnTab())
+        item = item->parentItem();
+    return item;
+}
+
+QList<QQuickItem *> TestMainWindow::controls() const
+{
+    QList<QQuickItem *> all;
+    collect(m_window->contentItem(), all);
+    QList<QQuickItem *> focusable;
+    for (QQuickItem *item : all) {
+        if (item->activeFocusOnTab() && item->isEnabled())
+            focusable.append(item);
+    }
+    return focusable;
+}
+
+void TestMainWindow::firstLaunchGeometry()
+{
+    QCOMPARE(m_window->title(), QStringLiteral("Korvat"));
+    QCOMPARE(m_window->size(), QSize(1080, 700));
+    QCOMPARE(m_window->minimumSize(), QSize(920, 480));
+    QVERIFY(m_store->windowVisible());
+}
+
+void TestMainWindow::everyControlHasAName()
+{
+    const QList<QQuickItem *> list = controls();
+    QVERIFY(list.size() >= 10);
+    for (QQuickItem *item : list)
+        QVERIFY2(!nameOf(item).isEmpty(), item->metaObject()->className());
+}
+
+void TestMainWindow::tabReachesEveryControlInReadingOrder()
+{
+    m_shell->setCategory(int(Category::Containers));
+    QStringList reached;
+    QQuickItem *first = nullptr;
+    for (int i = 0; i < 40; ++i) {
+        QTest::keyClick(m_window, Qt::Key_Tab);
+        QQuickItem *item = activeControl();
+        if (!item)
+            continue;
+        if (item == first)
+            break;
+        if (!first)
+            first = item;
+        reached << nameOf(item);
+    }
+    const QStringList expected = {QStringLiteral("Projects"), QStringLiteral("Containers"), QStringLiteral("Images"),
+                                  QStringLiteral("Volumes"), QStringLiteral("Runtime"), QStringLiteral("Filter containers"),
+                                  QStringLiteral("Refresh now"), QStringLiteral("Add a project from a directory"),
+                                  QStringLiteral("Dismiss"), QStringLiteral("Containers")};
+    // In reading order: the sidebar, the toolbar, the banner, then the list.
+    int at = -1;
+    for (const QString &name : expected) {
+        const int found = int(reached.indexOf(name, at + 1));
+        QVERIFY2(found > at, qPrintable(name + QStringLiteral(" not reached in order; got: ") + reached.join(u',')));
+        at = found;
+    }
+}
+
+void TestMainWindow::shortcuts()
+{
+    QTest::keyClick(m_window, Qt::Key_3, Qt::ControlModifier);
+    QCOMPARE(m_shell->category(), int(Category::Images));
+    QTest::keyClick(m_window, Qt::Key_1, Qt::ControlModifier);
+    QCOMPARE(m_shell->category(), int(Category::Projects));
+
+    QTest::keyClick(m_window, Qt::Key_F, Qt::ControlModifier);
+    QCOMPARE(nameOf(activeControl()), QStringLiteral("Filter containers"));
+    typeText(m_window, QStringLiteral("website"));
+    QCOMPARE(m_store->filter(), QStringLiteral("website"));
+    QCOMPARE(m_shell->containers()->count(), 2);
+    // Escape in the field empties it.
+    QTest::keyClick(m_window, Qt::Key_Escape);
+    QCOMPARE(m_store->filter(), QString());
+}
+
+void TestMainWindow::pressActionDismissesTheBanner()
+{
+    QVERIFY(m_store->error().has_value());
+    QQuickItem *dismiss = nullptr;
+    for (QQuickItem *item : controls()) {
+        if (nameOf(item) == QLatin1String("Dismiss"))
+            dismiss = item;
+    }
+    QVERIFY(dismiss);
+    QAccessibleInterface *iface = accessible(dismiss);
+    QVERIFY(iface && iface->actionInterface());
+    QVERIFY(iface->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    iface->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QTRY_VERIFY(!m_store->error().has_value());
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"

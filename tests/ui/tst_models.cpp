@@ -1,0 +1,192 @@
+#include "appstore.h"
+#include "containermodel.h"
+#include "projectmodel.h"
+#include "shell.h"
+#include "toolchainstore.h"
+
+#include <QAbstractItemModelTester>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+Container row(const QString &id, const QString &state = QStringLiteral("running"), const QString &project = {})
+{
+    Container c{id, id + QStringLiteral("-name"), QStringLiteral("img"), state, state, {}, {}};
+    if (!project.isEmpty())
+        c.labels.insert(QString::fromLatin1(Labels::project), project);
+    return c;
+}
+
+QList<Container> rows(const QString &ids)
+{
+    QList<Container> list;
+    for (const QChar id : ids)
+        list.append(row(QString(id)));
+    return list;
+}
+
+QStringList ids(const ContainerModel &model)
+{
+    QStringList list;
+    for (int i = 0; i < model.rowCount(); ++i)
+        list << model.index(i).data(ContainerModel::ContainerIdRole).toString();
+    return list;
+}
+
+// Every kind of change signal a model can send, counted.
+struct Spies {
+    explicit Spies(QAbstractItemModel *m)
+        : inserted(m, &QAbstractItemModel::rowsInserted), removed(m, &QAbstractItemModel::rowsRemoved),
+          moved(m, &QAbstractItemModel::rowsMoved), changed(m, &QAbstractItemModel::dataChanged),
+          reset(m, &QAbstractItemModel::modelReset), layout(m, &QAbstractItemModel::layoutChanged)
+    {
+    }
+    int total() const { return int(inserted.size() + removed.size() + moved.size() + changed.size() + reset.size() + layout.size()); }
+    QSignalSpy inserted, removed, moved, changed, reset, layout;
+};
+}
+
+class TestModels : public QObject {
+    Q_OBJECT
+
+private slots:
+    void keyedSync_data();
+    void keyedSync();
+    void stateChangeTouchesOneRowAndItsRoles();
+    void projectCardKeepsItsRowsModel();
+    void unchangedPollThroughTheStoreEmitsNothing();
+};
+
+void TestModels::keyedSync_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<int>("inserts");
+    QTest::addColumn<int>("removes");
+    QTest::addColumn<int>("moves");
+
+    QTest::newRow("unchanged poll") << "abcd" << "abcd" << 0 << 0 << 0;
+    QTest::newRow("first data") << "" << "abc" << 3 << 0 << 0;
+    QTest::newRow("append") << "abc" << "abcd" << 1 << 0 << 0;
+    QTest::newRow("insert in the middle") << "abd" << "abcd" << 1 << 0 << 0;
+    QTest::newRow("remove one") << "abcd" << "abd" << 0 << 1 << 0;
+    QTest::newRow("remove a run in one step") << "abcdef" << "af" << 0 << 1 << 0;
+    QTest::newRow("remove three apart") << "abcde" << "bd" << 0 << 3 << 0;
+    QTest::newRow("everything goes") << "abc" << "" << 0 << 1 << 0;
+    QTest::newRow("swap") << "ab" << "ba" << 0 << 0 << 1;
+    QTest::newRow("last to front") << "abcd" << "dabc" << 0 << 0 << 1;
+    QTest::newRow("reverse") << "abcd" << "dcba" << 0 << 0 << 3;
+    QTest::newRow("remove, add and move") << "abcd" << "dxb" << 1 << 2 << 1;
+}
+
+void TestModels::keyedSync()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QFETCH(int, inserts);
+    QFETCH(int, removes);
+    QFETCH(int, moves);
+
+    ContainerModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model.setContainers(rows(before));
+    Spies spies(&model);
+    QSignalSpy count(&model, &KeyedListModel::countChanged);
+
+    model.setContainers(rows(after));
+
+    QCOMPARE(ids(model).join(QString()), after);
+    QCOMPARE(spies.inserted.size(), inserts);
+    QCOMPARE(spies.removed.size(), removes);
+    QCOMPARE(spies.moved.size(), moves);
+    QCOMPARE(spies.changed.size(), 0);
+    QCOMPARE(spies.reset.size(), 0);
+    QCOMPARE(spies.layout.size(), 0);
+    QCOMPARE(count.size(), before.size() == after.size() ? 0 : 1);
+}
+
+void TestModels::stateChangeTouchesOneRowAndItsRoles()
+{
+    ContainerModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model.setContainers(rows(QStringLiteral("abc")));
+    Spies spies(&model);
+
+    QList<Container> next = rows(QStringLiteral("abc"));
+    next[1].state = QStringLiteral("exited");
+    model.setContainers(next);
+
+    QCOMPARE(spies.total(), 1);
+    const QList<QVariant> args = spies.changed.first();
+    QCOMPARE(args[0].toModelIndex().row(), 1);
+    QCOMPARE(args[1].toModelIndex().row(), 1);
+    const auto roles = args[2].value<QList<int>>();
+    QVERIFY(roles.contains(ContainerModel::ContainerStateRole));
+    QVERIFY(roles.contains(ContainerModel::ActionLabelRole));
+    QVERIFY(!roles.contains(ContainerModel::NameRole));
+    QVERIFY(!roles.contains(ContainerModel::StatusRole));
+    QCOMPARE(model.index(1).data(ContainerModel::ActionLabelRole).toString(), QStringLiteral("Start"));
+}
+
+void TestModels::projectCardKeepsItsRowsModel()
+{
+    ProjectModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const auto project = [](const QString &name, QList<Container> containers) {
+        ComposeProject p{name, QStringLiteral("/srv/") + name, containers, int(containers.size())};
+        return p;
+    };
+    model.setProjects({project("shop", {row("a", "running", "shop"), row("b", "running", "shop")}), project("blog", {row("c", "exited", "blog")})});
+    ContainerModel *shopRows = model.containersOf(QStringLiteral("shop"));
+    QVERIFY(shopRows);
+    Spies cards(&model);
+    Spies shopSpies(shopRows);
+
+    // One container stops: the card's count changes, and the card's own list changes one row.
+    model.setProjects({project("shop", {row("a", "running", "shop"), row("b", "exited", "shop")}), project("blog", {row("c", "exited", "blog")})});
+
+    QCOMPARE(model.containersOf(QStringLiteral("shop")), shopRows);
+    QCOMPARE(cards.total(), 1);
+    QCOMPARE(cards.changed.first()[2].value<QList<int>>(), QList<int>{ProjectModel::RunningCountRole});
+    QCOMPARE(shopSpies.total(), 1);
+    QCOMPARE(shopSpies.changed.first()[0].toModelIndex().row(), 1);
+}
+
+void TestModels::unchangedPollThroughTheStoreEmitsNothing()
+{
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    AppStore store(&settings);
+    ToolchainStore toolchain(&settings);
+    Shell shell(&store, &toolchain, &settings);
+
+    StorePreview state;
+    state.runtimes = {{Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///x.sock"), true}};
+    state.runtime = Runtime::context(QStringLiteral("default"));
+    state.containers = {row("a", "running", "shop"), row("b", "exited", "shop"), row("c")};
+    state.images = {{QStringLiteral("i1"), QStringLiteral("busybox"), QStringLiteral("1"), QStringLiteral("4MB")}};
+    state.volumes = {{QStringLiteral("v1"), QStringLiteral("local"), QStringLiteral("/v1")}};
+    store.preview(state);
+    QCOMPARE(shell.containers()->count(), 3);
+    QCOMPARE(shell.projects()->count(), 1);
+    QCOMPARE(shell.loose()->count(), 1);
+
+    QList<std::shared_ptr<Spies>> spies;
+    for (QAbstractItemModel *m : std::initializer_list<QAbstractItemModel *>{shell.containers(), shell.projects(), shell.loose(), shell.images(),
+                                                                            shell.volumes(), shell.runtimes(), shell.projects()->containersOf("shop")})
+        spies.append(std::make_shared<Spies>(m));
+    QSignalSpy counters(&shell, &Shell::countersChanged);
+
+    // The same rows in another order is no change either: the engine reorders equal rows.
+    std::reverse(state.containers.begin(), state.containers.end());
+    store.preview(state);
+
+    for (const auto &s : spies)
+        QCOMPARE(s->total(), 0);
+    QCOMPARE(counters.size(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestModels)
+#include "tst_models.moc"

@@ -1,0 +1,104 @@
+#include "appstore.h"
+#include "shell.h"
+#include "testsupport.h"
+#include "theme.h"
+#include "toolchainstore.h"
+#include "uiengine.h"
+
+#include <QAbstractItemModelTester>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtQml/QQmlExtensionPlugin>
+
+Q_IMPORT_QML_PLUGIN(KorvatPlugin)
+
+using namespace TestSupport;
+
+namespace {
+// QTest types whole strings only into widgets.
+void typeText(QWindow *window, const QString &text)
+{
+    for (const QChar c : text)
+        QTest::keyClick(window, c.toLatin1());
+}
+
+// The titles of the delegates the list view has made.
+QStringList shownTitles(QQuickItem *list)
+{
+    QStringList titles;
+    const auto content = list->property("contentItem").value<QQuickItem *>();
+    for (QQuickItem *row : content->childItems()) {
+        const QString title = row->property("title").toString();
+        if (!title.isEmpty() && row->isVisible())
+            titles << title;
+    }
+    return titles;
+}
+}
+
+// The real main window over a real store on the private engine.
+class WindowLive : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { REQUIRE_ENGINE(); QQuickStyle::setStyle(QStringLiteral("Basic")); }
+    void containersAppearNarrowAndLeave();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void WindowLive::containersAppearNarrowAndLeave()
+{
+    QSettings settings(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
+    settings.setValue(QStringLiteral("category"), QStringLiteral("containers"));
+    Theme theme(&settings, nullptr);
+    Theme::setInstance(&theme);
+    AppStore store(&settings, PollTiming{std::chrono::milliseconds(300), std::chrono::milliseconds(300)});
+    ToolchainStore toolchain(&settings);
+    Shell shell(&store, &toolchain, &settings);
+    QAbstractItemModelTester tester(shell.containers(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QSignalSpy resets(shell.containers(), &QAbstractItemModel::modelReset);
+
+    const QString a = uniqueName(QStringLiteral("kt-win-a-"));
+    const QString b = uniqueName(QStringLiteral("kt-win-b-"));
+    for (const QString &name : {a, b})
+        QCOMPARE(docker(QStringList{"run", "-d", "--name", name, engineImage()} + sleeper()).status, 0);
+    auto cleanup = qScopeGuard([&] { docker({"rm", "-f", a, b}); });
+
+    QQmlApplicationEngine engine;
+    QQuickWindow *window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
+    QVERIFY(window);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(static_cast<QWindow *>(window)));
+    // The first show started polling; the engine's containers come up as rows.
+    QQuickItem *list = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((list = window->findChild<QQuickItem *>(QStringLiteral("containersList"))), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(shownTitles(list).contains(a) && shownTitles(list).contains(b), 20000);
+
+    // Typing in the search narrows the list to what matches.
+    window->requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(static_cast<QWindow *>(window)));
+    QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier);
+    typeText(window, a);
+    QCOMPARE(store.filter(), a);
+    QTRY_COMPARE(shownTitles(list), QStringList{a});
+    QTest::keyClick(window, Qt::Key_Escape);
+    QTRY_VERIFY(shownTitles(list).contains(b));
+
+    // Removed from outside: the next poll takes the row away, and nothing is reset.
+    QCOMPARE(docker({"rm", "-f", b}).status, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!shownTitles(list).contains(b), 20000);
+    QVERIFY(shownTitles(list).contains(a));
+    QCOMPARE(resets.size(), 0);
+}
+
+QTEST_MAIN(WindowLive)
+#include "tst_window_live.moc"
