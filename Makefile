@@ -6,7 +6,7 @@ JOBS       ?= $(shell nproc)
 KORVAT     := $(BUILD)/bin/korvat
 DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
 
-.PHONY: all setup build run demo demo-stop test bench clean
+.PHONY: all setup build run demo demo-stop test bench shots clean
 
 all: build
 
@@ -19,7 +19,12 @@ build: setup
 
 # Korvat on the user's own engine.
 run: build
-	$(KORVAT) --dump
+	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "No display here, so Korvat's window cannot open; this is what it would show:"; \
+	  $(KORVAT) --dump; \
+	else \
+	  $(KORVAT); \
+	fi
 
 # Korvat on a private engine with sample projects.
 demo: build
@@ -39,6 +44,10 @@ bench: setup
 	cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DKORVAT_BENCH=ON
 	cmake --build $(BUILD)-bench -j $(JOBS)
 	bash bench/run.sh $(BUILD)-bench
+
+# Every view in both readings, over built-in sample data, into shots/.
+shots: build
+	$(KORVAT) --shot shots
 
 clean:
 	rm -rf $(BUILD) $(TEST_BUILD)

@@ -63,10 +63,17 @@ if ! docker container inspect backup-agent >/dev/null 2>&1; then
 fi
 docker run --rm -v website_assets:/a "$image" sh -c 'seq 1 200000 > /a/index.txt'
 
-echo "== korvat --dump"
-"$korvat" --dump
-echo
-echo "== korvat --plan website"
-"$korvat" --plan website
-echo
-echo "Demo engine running; stop it with: make demo-stop"
+if [[ -z ${DISPLAY:-} && -z ${WAYLAND_DISPLAY:-} ]]; then
+  echo "No display here, so Korvat's window cannot open; this is what it would show:"
+  echo
+  echo "== korvat --dump"
+  "$korvat" --dump
+  echo
+  echo "== korvat --plan website"
+  "$korvat" --plan website
+  echo
+  echo "Demo engine running; stop it with: make demo-stop"
+  exit 0
+fi
+echo "Demo engine running; Korvat opens on it. Stop the engine afterwards with: make demo-stop"
+exec "$korvat"

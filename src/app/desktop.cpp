@@ -18,10 +18,13 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QtQml/QQmlExtensionPlugin>
+
+// The QML module is linked in statically; this makes its types known to every engine.
+Q_IMPORT_QML_PLUGIN(KorvatPlugin)
 
 namespace Desktop {
 
-namespace {
 void prepareApplication()
 {
     QCoreApplication::setOrganizationName(QStringLiteral("Korvat"));
@@ -33,6 +36,33 @@ void prepareApplication()
     QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
+struct Session::Parts {
+    Parts(QSettings *settings, bool followDesktop)
+        : scheme(followDesktop ? std::make_unique<ColorScheme>() : nullptr), theme(settings, scheme.get()),
+          store(settings), toolchain(settings), shell(&store, &toolchain, settings)
+    {
+        Theme::setInstance(&theme);
+        window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
+    }
+
+    std::unique_ptr<ColorScheme> scheme;
+    Theme theme;
+    AppStore store;
+    ToolchainStore toolchain;
+    Shell shell;
+    // Destroyed first: the views let go of the stores before the stores go.
+    QQmlApplicationEngine engine;
+    QQuickWindow *window = nullptr;
+};
+
+Session::Session(QSettings *settings, bool followDesktop) : d(std::make_unique<Parts>(settings, followDesktop)) {}
+Session::~Session() = default;
+AppStore &Session::store() { return d->store; }
+ToolchainStore &Session::toolchain() { return d->toolchain; }
+Shell &Session::shell() { return d->shell; }
+QQuickWindow *Session::window() { return d->window; }
+
+namespace {
 void settle()
 {
     for (int i = 0; i < 5; ++i)
@@ -46,22 +76,14 @@ int run(int &argc, char **argv)
     prepareApplication();
 
     QSettings settings;
-    ColorScheme scheme;
-    Theme theme(&settings, &scheme);
-    Theme::setInstance(&theme);
-    AppStore store(&settings);
-    ToolchainStore toolchain(&settings);
-    Shell shell(&store, &toolchain, &settings);
-
-    QQmlApplicationEngine engine;
-    QQuickWindow *window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
-    if (!window) {
+    Session session(&settings, true);
+    if (!session.window()) {
         QTextStream(stderr) << "korvat: the main window could not be loaded\n";
         return 1;
     }
     // Without a tray there is nothing to come back to once the window closes.
     QGuiApplication::setQuitOnLastWindowClosed(true);
-    window->show();
+    session.window()->show();
     return app.exec();
 }
 
@@ -85,16 +107,15 @@ int shoot(int &argc, char **argv, const QString &dir)
     QTemporaryDir home;
     QSettings settings(home.filePath(QStringLiteral("shot.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-    Theme theme(&settings, nullptr);
-    Theme::setInstance(&theme);
-    AppStore store(&settings);
-    ToolchainStore toolchain(&settings);
-    Shell shell(&store, &toolchain, &settings);
+    Session session(&settings, false);
+    AppStore &store = session.store();
+    ToolchainStore &toolchain = session.toolchain();
+    Shell &shell = session.shell();
+    Theme &theme = *Theme::instance();
     const StorePreview sample = SampleData::store();
     store.preview(sample);
 
-    QQmlApplicationEngine engine;
-    QQuickWindow *window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
+    QQuickWindow *window = session.window();
     if (!window) {
         out << "korvat: the main window could not be loaded\n";
         return 0;

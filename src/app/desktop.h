@@ -1,10 +1,40 @@
 #pragma once
 
 #include <QString>
+#include <memory>
+
+class AppStore;
+class QQuickWindow;
+class QSettings;
+class Shell;
+class ToolchainStore;
 
 // The desktop interface: the main window over the real stores, or screenshots of every
 // view over sample data.
 namespace Desktop {
+
+// What the application object sets up before any window: names, default settings,
+// the shipped fonts and the controls' style. Needs the QApplication.
+void prepareApplication();
+
+// The stores, the theme and the main window over one settings object, made in the order
+// the views need them. The window is loaded, not yet shown.
+class Session {
+public:
+    // scheme: follow the desktop portal's colour scheme under "auto".
+    Session(QSettings *settings, bool followDesktop);
+    ~Session();
+
+    AppStore &store();
+    ToolchainStore &toolchain();
+    Shell &shell();
+    QQuickWindow *window();
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> d;
+};
+
 int run(int &argc, char **argv);
 // Writes PNGs of each view in both readings into dir, one line per file on standard output.
 int shoot(int &argc, char **argv, const QString &dir);

@@ -40,16 +40,8 @@ QString ContainerModel::dot(const Container &c)
     return QStringLiteral("other");
 }
 
-int ContainerModel::rowCount(const QModelIndex &parent) const
+QVariant ContainerModel::roleData(const Container &c, int role) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
-QVariant ContainerModel::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const Container &c = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:

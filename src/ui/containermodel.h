@@ -6,7 +6,7 @@
 #include <QtQml/qqmlregistration.h>
 
 // Containers keyed by id: the Containers section, and each project card's own rows.
-class ContainerModel : public KeyedListModel {
+class ContainerModel : public KeyedRowsModel<Container> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Containers come from the store")
@@ -27,7 +27,7 @@ public:
     };
     Q_ENUM(Role)
 
-    using KeyedListModel::KeyedListModel;
+    using KeyedRowsModel::KeyedRowsModel;
 
     void setContainers(const QList<Container> &containers);
     const QList<Container> &containers() const { return m_rows; }
@@ -37,10 +37,8 @@ public:
     // "running", "paused", "exited" or "other": which colour the status dot takes.
     static QString dot(const Container &c);
 
-    int rowCount(const QModelIndex &parent = {}) const override;
-    QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-private:
-    QList<Container> m_rows;
+protected:
+    QVariant roleData(const Container &row, int role) const override;
 };

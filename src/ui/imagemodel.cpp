@@ -16,16 +16,8 @@ QString ImageModel::shortId(const QString &id)
     return bare.left(12);
 }
 
-int ImageModel::rowCount(const QModelIndex &parent) const
+QVariant ImageModel::roleData(const DockerImage &i, int role) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
-QVariant ImageModel::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const DockerImage &i = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole:
     case ReferenceRole:

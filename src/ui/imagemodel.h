@@ -6,7 +6,7 @@
 #include <QtQml/qqmlregistration.h>
 
 // Images keyed by id and reference: one image tagged twice is two rows.
-class ImageModel : public KeyedListModel {
+class ImageModel : public KeyedRowsModel<DockerImage> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Images come from the store")
@@ -15,16 +15,14 @@ public:
     enum Role { ImageIdRole = Qt::UserRole + 1, ShortIdRole, RepositoryRole, TagRole, ReferenceRole, SizeRole };
     Q_ENUM(Role)
 
-    using KeyedListModel::KeyedListModel;
+    using KeyedRowsModel::KeyedRowsModel;
 
     void setImages(const QList<DockerImage> &images);
     const QList<DockerImage> &images() const { return m_rows; }
     static QString shortId(const QString &id);
 
-    int rowCount(const QModelIndex &parent = {}) const override;
-    QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-private:
-    QList<DockerImage> m_rows;
+protected:
+    QVariant roleData(const DockerImage &row, int role) const override;
 };

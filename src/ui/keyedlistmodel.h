@@ -2,6 +2,7 @@
 
 #include <QAbstractListModel>
 #include <QList>
+#include <QSet>
 
 // A list model whose rows have an identity. Bringing it a new list turns the difference
 // into row moves, insertions, removals and dataChanged for just the roles that differ, so
@@ -82,3 +83,24 @@ void KeyedListModel::sync(QList<T> &rows, const QList<T> &next, Key key, Changed
     if (int(rows.size()) != before)
         emit countChanged();
 }
+
+// A keyed model over a list of records of one type: rows, counts and the checked lookup
+// shared by every list of the interface; each model says what its roles show.
+template<typename T>
+class KeyedRowsModel : public KeyedListModel {
+public:
+    using KeyedListModel::KeyedListModel;
+
+    int rowCount(const QModelIndex &parent = {}) const override { return parent.isValid() ? 0 : int(m_rows.size()); }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+            return {};
+        return roleData(m_rows[index.row()], role);
+    }
+
+protected:
+    virtual QVariant roleData(const T &row, int role) const = 0;
+
+    QList<T> m_rows;
+};

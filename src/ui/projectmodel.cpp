@@ -33,16 +33,8 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects)
     }
 }
 
-int ProjectModel::rowCount(const QModelIndex &parent) const
+QVariant ProjectModel::roleData(const ComposeProject &p, int role) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
-QVariant ProjectModel::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const ComposeProject &p = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:

@@ -9,7 +9,7 @@
 
 // Compose projects keyed by name, each with its own container model, so one container's
 // change touches one row of one card.
-class ProjectModel : public KeyedListModel {
+class ProjectModel : public KeyedRowsModel<ComposeProject> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Projects come from the store")
@@ -24,17 +24,17 @@ public:
     };
     Q_ENUM(Role)
 
-    using KeyedListModel::KeyedListModel;
+    using KeyedRowsModel::KeyedRowsModel;
 
     void setProjects(const QList<ComposeProject> &projects);
     const QList<ComposeProject> &projects() const { return m_rows; }
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
 
-    int rowCount(const QModelIndex &parent = {}) const override;
-    QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
+protected:
+    QVariant roleData(const ComposeProject &row, int role) const override;
+
 private:
-    QList<ComposeProject> m_rows;
     QHash<QString, ContainerModel *> m_children;
 };

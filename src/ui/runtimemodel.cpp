@@ -3,14 +3,14 @@
 void RuntimeModel::setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected)
 {
     const int before = selectedRow();
-    QList<Row> next;
+    QList<RuntimeRow> next;
     next.reserve(runtimes.size());
     for (const RuntimeEntry &e : runtimes)
         next.append({e, selected && *selected == e.runtime});
-    const auto key = [](const Row &r) {
+    const auto key = [](const RuntimeRow &r) {
         return QString::number(int(r.entry.runtime.kind)) + u'\n' + r.entry.runtime.name + u'\n' + r.entry.runtime.path;
     };
-    sync(m_rows, next, key, [](const Row &a, const Row &b) {
+    sync(m_rows, next, key, [](const RuntimeRow &a, const RuntimeRow &b) {
         QList<int> roles;
         if (a.entry.reachable != b.entry.reachable)
             roles << ReachableRole << LabelRole;
@@ -40,16 +40,8 @@ std::optional<Runtime> RuntimeModel::runtimeAt(int row) const
     return m_rows[row].entry.runtime;
 }
 
-int RuntimeModel::rowCount(const QModelIndex &parent) const
+QVariant RuntimeModel::roleData(const RuntimeRow &r, int role) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
-QVariant RuntimeModel::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const Row &r = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole:
     case LabelRole:

@@ -6,8 +6,15 @@
 #include <QtQml/qqmlregistration.h>
 #include <optional>
 
+// One row of the picker: a runtime and whether it is the selected one.
+struct RuntimeRow {
+    RuntimeEntry entry;
+    bool selected = false;
+    friend bool operator==(const RuntimeRow &, const RuntimeRow &) = default;
+};
+
 // The runtime picker's rows, keyed by runtime, with the selected one marked.
-class RuntimeModel : public KeyedListModel {
+class RuntimeModel : public KeyedRowsModel<RuntimeRow> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Runtimes come from the store")
@@ -17,25 +24,17 @@ public:
     enum Role { LabelRole = Qt::UserRole + 1, RuntimeNameRole, EndpointRole, ReachableRole, SelectedRole };
     Q_ENUM(Role)
 
-    struct Row {
-        RuntimeEntry entry;
-        bool selected = false;
-        friend bool operator==(const Row &, const Row &) = default;
-    };
-
-    using KeyedListModel::KeyedListModel;
+    using KeyedRowsModel::KeyedRowsModel;
 
     void setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected);
     int selectedRow() const;
     std::optional<Runtime> runtimeAt(int row) const;
 
-    int rowCount(const QModelIndex &parent = {}) const override;
-    QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
+
+protected:
+    QVariant roleData(const RuntimeRow &row, int role) const override;
 
 signals:
     void selectedRowChanged();
-
-private:
-    QList<Row> m_rows;
 };

@@ -81,6 +81,14 @@ int Shell::countOf(int category) const
 
 int Shell::sectionCount() const { return countOf(int(m_category)); }
 
+QList<int> Shell::counts() const
+{
+    QList<int> list;
+    for (Category c : Categories::all)
+        list.append(countOf(int(c)));
+    return list;
+}
+
 QString Shell::runningText() const
 {
     return QString::number(m_store->runningCount()) + QStringLiteral(" RUNNING");

@@ -34,6 +34,8 @@ class Shell : public QObject {
     Q_PROPERTY(QString categoryLabel READ categoryLabel NOTIFY categoryChanged)
     Q_PROPERTY(QString categoryIcon READ categoryIcon NOTIFY categoryChanged)
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
+    // The row count of each section, in sidebar order.
+    Q_PROPERTY(QList<int> counts READ counts NOTIFY sectionCountChanged)
     Q_PROPERTY(QString runningText READ runningText NOTIFY countersChanged)
     Q_PROPERTY(QString stoppedText READ stoppedText NOTIFY countersChanged)
     Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
@@ -61,6 +63,7 @@ public:
     // Rows of the selected section.
     int sectionCount() const;
     Q_INVOKABLE int countOf(int category) const;
+    QList<int> counts() const;
 
     QString runningText() const;
     QString stoppedText() const;

@@ -12,16 +12,8 @@ void VolumeModel::setVolumes(const QList<DockerVolume> &volumes)
     });
 }
 
-int VolumeModel::rowCount(const QModelIndex &parent) const
+QVariant VolumeModel::roleData(const DockerVolume &v, int role) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
-QVariant VolumeModel::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const DockerVolume &v = m_rows[index.row()];
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:

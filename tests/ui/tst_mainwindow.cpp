@@ -1,21 +1,14 @@
 #include "appstore.h"
+#include "desktop.h"
 #include "sampledata.h"
 #include "shell.h"
-#include "theme.h"
-#include "toolchainstore.h"
-#include "uiengine.h"
 
 #include <QAccessible>
-#include <QQmlApplicationEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtQml/QQmlExtensionPlugin>
-
-Q_IMPORT_QML_PLUGIN(KorvatPlugin)
 
 namespace {
 // QTest types whole strings only into widgets.
@@ -63,17 +56,15 @@ private:
 
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_settings;
-    std::unique_ptr<Theme> m_theme;
-    std::unique_ptr<AppStore> m_store;
-    std::unique_ptr<ToolchainStore> m_toolchain;
-    std::unique_ptr<Shell> m_shell;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<Desktop::Session> m_session;
+    AppStore *m_store = nullptr;
+    Shell *m_shell = nullptr;
     QQuickWindow *m_window = nullptr;
 };
 
 void TestMainWindow::initTestCase()
 {
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    Desktop::prepareApplication();
 }
 
 void TestMainWindow::init()
@@ -81,16 +72,13 @@ void TestMainWindow::init()
     m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     m_settings->clear();
     m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-    m_theme = std::make_unique<Theme>(m_settings.get(), nullptr);
-    Theme::setInstance(m_theme.get());
-    m_store = std::make_unique<AppStore>(m_settings.get());
-    m_toolchain = std::make_unique<ToolchainStore>(m_settings.get());
-    m_shell = std::make_unique<Shell>(m_store.get(), m_toolchain.get(), m_settings.get());
+    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false);
+    m_store = &m_session->store();
+    m_shell = &m_session->shell();
     StorePreview sample = SampleData::store();
     sample.error = QStringLiteral("Error response from daemon: boom");
     m_store->preview(sample);
-    m_engine = std::make_unique<QQmlApplicationEngine>();
-    m_window = UiEngine::loadMainWindow(*m_engine, m_store.get(), m_toolchain.get(), m_shell.get());
+    m_window = m_session->window();
     QVERIFY(m_window);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowExposed(static_cast<QWindow *>(m_window)));
@@ -100,10 +88,7 @@ void TestMainWindow::init()
 
 void TestMainWindow::cleanup()
 {
-    m_engine.reset();
-    m_shell.reset();
-    m_toolchain.reset();
-    m_store.reset();
+    m_session.reset();
 }
 
 QQuickItem *TestMainWindow::activeControl() const

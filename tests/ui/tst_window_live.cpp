@@ -1,22 +1,15 @@
 #include "appstore.h"
+#include "desktop.h"
 #include "shell.h"
 #include "testsupport.h"
-#include "theme.h"
-#include "toolchainstore.h"
-#include "uiengine.h"
 
 #include <QAbstractItemModelTester>
-#include <QQmlApplicationEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtQml/QQmlExtensionPlugin>
-
-Q_IMPORT_QML_PLUGIN(KorvatPlugin)
 
 using namespace TestSupport;
 
@@ -47,7 +40,11 @@ class WindowLive : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { REQUIRE_ENGINE(); QQuickStyle::setStyle(QStringLiteral("Basic")); }
+    void initTestCase()
+    {
+        REQUIRE_ENGINE();
+        Desktop::prepareApplication();
+    }
     void containersAppearNarrowAndLeave();
 
 private:
@@ -59,11 +56,9 @@ void WindowLive::containersAppearNarrowAndLeave()
     QSettings settings(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
     settings.setValue(QStringLiteral("category"), QStringLiteral("containers"));
-    Theme theme(&settings, nullptr);
-    Theme::setInstance(&theme);
-    AppStore store(&settings, PollTiming{std::chrono::milliseconds(300), std::chrono::milliseconds(300)});
-    ToolchainStore toolchain(&settings);
-    Shell shell(&store, &toolchain, &settings);
+    Desktop::Session session(&settings, false);
+    AppStore &store = session.store();
+    Shell &shell = session.shell();
     QAbstractItemModelTester tester(shell.containers(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     QSignalSpy resets(shell.containers(), &QAbstractItemModel::modelReset);
 
@@ -73,8 +68,7 @@ void WindowLive::containersAppearNarrowAndLeave()
         QCOMPARE(docker(QStringList{"run", "-d", "--name", name, engineImage()} + sleeper()).status, 0);
     auto cleanup = qScopeGuard([&] { docker({"rm", "-f", a, b}); });
 
-    QQmlApplicationEngine engine;
-    QQuickWindow *window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
+    QQuickWindow *window = session.window();
     QVERIFY(window);
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(static_cast<QWindow *>(window)));

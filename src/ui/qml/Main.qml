@@ -33,8 +33,10 @@ ApplicationWindow {
     palette.toolTipBase: Theme.card
     palette.toolTipText: Theme.ink
 
+    // A minimised window shows nothing, so it polls as slowly as a closed one.
+    onVisibilityChanged: window.store.windowVisible = window.visible && window.visibility !== Window.Minimized
     onVisibleChanged: {
-        window.store.windowVisible = window.visible;
+        window.store.windowVisible = window.visible && window.visibility !== Window.Minimized;
         if (window.visible && !window.shownOnce) {
             window.shownOnce = true;
             window.shell.firstShown();
@@ -93,7 +95,7 @@ ApplicationWindow {
             SplitView.preferredWidth: 210
             SplitView.maximumWidth: 260
             categories: window.shell.categories
-            counts: [window.shell.projects.count, window.shell.containers.count, window.shell.images.count, window.shell.volumes.count]
+            counts: window.shell.counts
             current: window.shell.category
             runningText: window.shell.runningText
             stoppedText: window.shell.stoppedText

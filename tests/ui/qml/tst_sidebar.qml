@@ -21,7 +21,7 @@ TestCase {
             width: 210
             height: 480
             categories: shell.categories
-            counts: [shell.projects.count, shell.containers.count, shell.images.count, shell.volumes.count]
+            counts: shell.counts
             current: shell.category
             runningText: shell.runningText
             stoppedText: shell.stoppedText

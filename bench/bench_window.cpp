@@ -1,0 +1,184 @@
+// Measures the main window against its budgets, on the software renderer:
+//   frame   process start to the first frame of the main window (one run per process)
+//   idle    resident memory and the process's own CPU (children excluded) while the window
+//           shows the engine's containers and polls every 2 s
+//   apply   the UI thread's cost of applying a poll that changes one container among 200
+//           in 20 projects, and whether any delegate was made anew
+// Run through bench/run.sh, which starts a private engine and fills it.
+
+#include "appstore.h"
+#include "desktop.h"
+#include "shell.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSet>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+#include <sys/resource.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace {
+
+QTextStream out(stdout);
+
+// Milliseconds since this process started, from the kernel's own start time.
+double sinceProcessStart()
+{
+    QFile stat(QStringLiteral("/proc/self/stat"));
+    stat.open(QIODevice::ReadOnly);
+    const QByteArray text = stat.readAll();
+    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    const double startTicks = fields.at(19).toDouble();   // field 22 of the whole line
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return (now.tv_sec + now.tv_nsec / 1e9 - startTicks / sysconf(_SC_CLK_TCK)) * 1000.0;
+}
+
+double residentMb()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    status.open(QIODevice::ReadOnly);
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return 0;
+}
+
+double cpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec + usage.ru_stime.tv_usec / 1e6;
+}
+
+void wait(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+QQuickItem *list(QQuickWindow *window)
+{
+    return window->findChild<QQuickItem *>(QStringLiteral("containersList"));
+}
+
+QSet<QQuickItem *> delegates(QQuickWindow *window)
+{
+    const auto content = list(window)->property("contentItem").value<QQuickItem *>();
+    const QList<QQuickItem *> items = content->childItems();
+    return QSet<QQuickItem *>(items.cbegin(), items.cend());
+}
+
+StorePreview fleet()
+{
+    StorePreview s;
+    s.runtimes = {{Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///run/docker.sock"), true}};
+    s.runtime = s.runtimes.first().runtime;
+    for (int i = 0; i < 200; ++i) {
+        Container c{QStringLiteral("%1").arg(i, 12, 16, QLatin1Char('0')), QStringLiteral("bench-%1").arg(i),
+                    QStringLiteral("busybox:1"), QStringLiteral("running"), QStringLiteral("Up 2 hours"),
+                    QStringLiteral("0.0.0.0:%1->80/tcp").arg(8000 + i), {}};
+        c.labels.insert(QString::fromLatin1(Labels::project), QStringLiteral("bench%1").arg(i % 20));
+        c.labels.insert(QString::fromLatin1(Labels::workingDir), QStringLiteral("/srv/bench%1").arg(i % 20));
+        s.containers.append(c);
+    }
+    return s;
+}
+
+int frame(QSettings &settings)
+{
+    Desktop::Session session(&settings, false);
+    QQuickWindow *window = session.window();
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, [] {
+        out << QString::number(sinceProcessStart(), 'f', 1) << '\n';
+        out.flush();
+        QCoreApplication::exit(0);
+    });
+    window->show();
+    return QCoreApplication::exec();
+}
+
+int idle(QSettings &settings, int seconds)
+{
+    Desktop::Session session(&settings, false);
+    session.shell().setCategory(int(Category::Containers));
+    session.window()->show();
+    const int expected = qEnvironmentVariableIntValue("KORVAT_BENCH_CONTAINERS");
+    QElapsedTimer shown;
+    shown.start();
+    while (session.shell().containers()->count() < expected && shown.elapsed() < 30000)
+        wait(100);
+    wait(5000);   // the first polls, the first frames and lazy allocations settle
+    const double before = cpuSeconds();
+    QElapsedTimer t;
+    t.start();
+    wait(seconds * 1000);
+    const double cpu = cpuSeconds() - before;
+    out << "rows shown: " << session.shell().containers()->count() << '\n';
+    out << "resident memory: " << QString::number(residentMb(), 'f', 1) << " MB (budget 80)\n";
+    out << "own CPU over " << seconds << " s idle: " << QString::number(100.0 * cpu / (t.elapsed() / 1000.0), 'f', 3)
+        << " % of a core (budget 0.5)\n";
+    return 0;
+}
+
+int apply(QSettings &settings)
+{
+    Desktop::Session session(&settings, false);
+    StorePreview state = fleet();
+    session.store().preview(state);
+    session.shell().setCategory(int(Category::Containers));
+    session.window()->show();
+    wait(500);
+    const QSet<QQuickItem *> before = delegates(session.window());
+
+    QList<double> samples;
+    for (int round = 0; round < 60; ++round) {
+        Container &c = state.containers[100 + round % 7];
+        const bool running = c.state == QLatin1String("running");
+        c.state = running ? QStringLiteral("exited") : QStringLiteral("running");
+        c.status = running ? QStringLiteral("Exited (0) 1 second ago") : QStringLiteral("Up 1 second");
+        QElapsedTimer t;
+        t.start();
+        session.store().preview(state);
+        samples.append(t.nsecsElapsed() / 1e6);
+        wait(20);
+    }
+    std::sort(samples.begin(), samples.end());
+    const QSet<QQuickItem *> after = delegates(session.window());
+    out << "apply one changed container among 200: median " << QString::number(samples.at(samples.size() / 2), 'f', 3)
+        << " ms, worst " << QString::number(samples.last(), 'f', 3) << " ms (budget 2)\n";
+    out << "delegates made anew: " << (after - before).size() << " of " << before.size() << '\n';
+    return 0;
+}
+
+}
+
+int main(int argc, char **argv)
+{
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QApplication app(argc, argv);
+    Desktop::prepareApplication();
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("bench.conf")), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
+    const QString mode = app.arguments().value(1);
+    if (mode == QLatin1String("frame"))
+        return frame(settings);
+    if (mode == QLatin1String("idle"))
+        return idle(settings, app.arguments().value(2, QStringLiteral("60")).toInt());
+    if (mode == QLatin1String("apply"))
+        return apply(settings);
+    out << "usage: bench_window frame|idle [seconds]|apply\n";
+    return 2;
+}
