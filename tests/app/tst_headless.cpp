@@ -2,6 +2,7 @@
 #include "tooljob.h"
 
 #include <QFileInfo>
+#include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -59,11 +60,24 @@ private slots:
         QVERIFY(!korvat({"--tools"}).contains("---"));
     }
 
-    void unfinishedModesSayOneLine()
+    // No display, no engine: every view is still drawn, once in each reading.
+    void shotWritesEveryViewInBothReadings()
     {
+        const QString dir = m_home.filePath("shots/new");
         int status = -1;
-        QCOMPARE(korvat({"--plan"}, &status).count('\n'), 1);   // falls through to the window
+        const QStringList lines = korvat({"--shot", dir}, &status).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(status, 0);
+        QVERIFY(lines.size() >= 14);
+        for (const QString &reading : {"paper", "obsidian"}) {
+            for (const QString &view : {"projects", "containers", "images", "volumes"}) {
+                const QString file = dir + '/' + view + '-' + reading + ".png";
+                QVERIFY2(lines.contains(file), qPrintable(file));
+                const QImage image(file);
+                QCOMPARE(image.size(), QSize(1080, 700));
+            }
+        }
+        // The two readings differ where it shows: the window's own background.
+        QVERIFY(QImage(dir + "/projects-paper.png").pixelColor(600, 650) != QImage(dir + "/projects-obsidian.png").pixelColor(600, 650));
     }
 };
 
