@@ -1,8 +1,13 @@
 #include "desktop.h"
 
+#include "actions.h"
 #include "appsettings.h"
 #include "appstore.h"
 #include "colorscheme.h"
+#include "execconsole.h"
+#include "logfollower.h"
+#include "projectcard.h"
+#include "projectdeletion.h"
 #include "fonts.h"
 #include "sampledata.h"
 #include "shell.h"
@@ -39,10 +44,10 @@ void prepareApplication()
 struct Session::Parts {
     Parts(QSettings *settings, bool followDesktop)
         : scheme(followDesktop ? std::make_unique<ColorScheme>() : nullptr), theme(settings, scheme.get()),
-          store(settings), toolchain(settings), shell(&store, &toolchain, settings)
+          store(settings), toolchain(settings), shell(&store, &toolchain, settings), actions(&store)
     {
         Theme::setInstance(&theme);
-        window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell);
+        window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions);
     }
 
     std::unique_ptr<ColorScheme> scheme;
@@ -50,6 +55,7 @@ struct Session::Parts {
     AppStore store;
     ToolchainStore toolchain;
     Shell shell;
+    Actions actions;
     // Destroyed first: the views let go of the stores before the stores go.
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
@@ -112,7 +118,10 @@ int shoot(int &argc, char **argv, const QString &dir)
     ToolchainStore &toolchain = session.toolchain();
     Shell &shell = session.shell();
     Theme &theme = *Theme::instance();
-    const StorePreview sample = SampleData::store();
+    // Real directories, so the project cards read their state off the disk as they do live.
+    const QString root = home.filePath(QStringLiteral("code"));
+    SampleData::layOut(root);
+    const StorePreview sample = SampleData::store(root);
     store.preview(sample);
 
     QQuickWindow *window = session.window();
@@ -127,7 +136,15 @@ int shoot(int &argc, char **argv, const QString &dir)
         QString name;
         Category category;
         std::function<void()> setUp;
+        QSize size = QSize(1080, 700);
     };
+    const auto sheet = [&](const char *name) { return window->findChild<QObject *>(QLatin1String(name)); };
+    const auto closeSheets = [&] {
+        for (const char *name : {"logsSheet", "execSheet", "commitSheet", "deleteSheet", "confirmDown"})
+            QMetaObject::invokeMethod(sheet(name), "close");
+    };
+    const Container &website = *std::find_if(sample.containers.cbegin(), sample.containers.cend(),
+                                             [](const Container &c) { return c.name == QLatin1String("website-frontend-1"); });
     const auto plain = [&] {
         store.setFilter(QString());
         StorePreview state = sample;
@@ -136,6 +153,7 @@ int shoot(int &argc, char **argv, const QString &dir)
     };
     const QList<Scene> scenes = {
         {QStringLiteral("projects"), Category::Projects, plain},
+        {QStringLiteral("projects-all"), Category::Projects, plain, QSize(1080, 1720)},
         {QStringLiteral("containers"), Category::Containers, plain},
         {QStringLiteral("images"), Category::Images, plain},
         {QStringLiteral("volumes"), Category::Volumes, plain},
@@ -157,10 +175,46 @@ int shoot(int &argc, char **argv, const QString &dir)
              state.volumes.clear();
              store.preview(state);
          }},
+        {QStringLiteral("sheet-logs"), Category::Projects, [&] {
+             plain();
+             auto *follower = new LogFollower(LogSource::project({QStringLiteral("website"), std::nullopt, {}, 0}), std::nullopt, window);
+             follower->preview(SampleData::logText());
+             QMetaObject::invokeMethod(sheet("logsSheet"), "show", Q_ARG(LogFollower *, follower), Q_ARG(QString, QStringLiteral("website")));
+         }},
+        {QStringLiteral("sheet-exec"), Category::Containers, [&] {
+             plain();
+             auto *console = new ExecConsole(website, std::nullopt, window);
+             console->preview(SampleData::transcript());
+             QMetaObject::invokeMethod(sheet("execSheet"), "show", Q_ARG(ExecConsole *, console));
+         }},
+        {QStringLiteral("sheet-exec-empty"), Category::Containers, [&] {
+             plain();
+             QMetaObject::invokeMethod(sheet("execSheet"), "show", Q_ARG(ExecConsole *, new ExecConsole(website, std::nullopt, window)));
+         }},
+        {QStringLiteral("sheet-commit"), Category::Containers, [&] {
+             plain();
+             QMetaObject::invokeMethod(sheet("commitSheet"), "show", Q_ARG(QString, website.id), Q_ARG(QString, website.name));
+         }},
+        {QStringLiteral("sheet-delete"), Category::Projects, [&] {
+             plain();
+             auto *deletion = new ProjectDeletion(&store, {QStringLiteral("website"), root + QStringLiteral("/website"), {}, 0},
+                                                  SampleData::websitePlan(root), window);
+             deletion->setTrashDirectory(true);
+             QMetaObject::invokeMethod(sheet("deleteSheet"), "show", Q_ARG(ProjectDeletion *, deletion));
+         }},
+        {QStringLiteral("sheet-down"), Category::Projects, [&] {
+             plain();
+             QObject *confirm = sheet("confirmDown");
+             confirm->setProperty("project", QStringLiteral("storefront"));
+             confirm->setProperty("message", ProjectCard::downConfirmation(3));
+             QMetaObject::invokeMethod(confirm, "open");
+         }},
     };
     for (const QString &appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
         theme.setAppearance(appearance);
         for (const Scene &scene : scenes) {
+            closeSheets();
+            window->resize(scene.size);
             scene.setUp();
             shell.setCategory(int(scene.category));
             settle();
@@ -171,6 +225,7 @@ int shoot(int &argc, char **argv, const QString &dir)
                 out << "korvat: could not write " << file << '\n';
         }
     }
+    closeSheets();
     out.flush();
     return 0;
 }

@@ -2,9 +2,14 @@
 
 #include "toolchain.h"
 
+#include <QDir>
+#include <QFile>
+
 namespace SampleData {
 
 namespace {
+QString sampleRoot;
+
 Container container(const QString &id, const QString &name, const QString &image, const QString &state,
                     const QString &status, const QString &ports = {}, const QString &project = {},
                     const QString &service = {})
@@ -12,15 +17,27 @@ Container container(const QString &id, const QString &name, const QString &image
     Container c{id, name, image, state, status, ports, {}};
     if (!project.isEmpty()) {
         c.labels.insert(QString::fromLatin1(Labels::project), project);
-        c.labels.insert(QString::fromLatin1(Labels::workingDir), QStringLiteral("/home/dev/code/") + project);
+        c.labels.insert(QString::fromLatin1(Labels::workingDir), sampleRoot + u'/' + project);
         c.labels.insert(QString::fromLatin1(Labels::service), service);
     }
     return c;
 }
 }
 
-StorePreview store()
+void layOut(const QString &root)
 {
+    for (const char *project : {"storefront", "website", "billing", "docs", "notes"})
+        QDir(root).mkpath(QString::fromLatin1(project));
+    for (const char *project : {"storefront", "website", "billing", "docs"}) {
+        QFile compose(root + u'/' + QString::fromLatin1(project) + QStringLiteral("/compose.yaml"));
+        if (compose.open(QIODevice::WriteOnly))
+            compose.write("services: {}\n");
+    }
+}
+
+StorePreview store(const QString &root)
+{
+    sampleRoot = root;
     StorePreview s;
     s.runtimes = {
         {Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///var/run/docker.sock"), true},
@@ -33,10 +50,17 @@ StorePreview store()
         container("1b7e3d9a5c33", "storefront-worker-1", "php:8.3-cli", "exited", "Exited (1) 12 minutes ago", {}, "storefront", "worker"),
         container("a4c8e2f6b044", "website-frontend-1", "nginx:1.27-alpine", "running", "Up 2 days", "0.0.0.0:8082->80/tcp, [::]:8082->80/tcp", "website", "frontend"),
         container("c9d1f3a5e755", "website-cache-1", "redis:7", "paused", "Up 2 days (Paused)", "6379/tcp", "website", "cache"),
-        container("e2f4a6c8d066", "notes-notes-1", "ghcr.io/example/notes:2.1", "exited", "Exited (0) 4 days ago", {}, "notes", "notes"),
+        container("e2f4a6c8d066", "notes-notes-1", "ghcr.io/example/notes:2.1", "running", "Up 4 days", {}, "notes", "notes"),
+        container("d4e6a8c0b2aa", "docs-site-1", "nginx:1.27-alpine", "exited", "Exited (0) 2 days ago", {}, "docs", "site"),
+        container("b3d5f7a9c199", "legacy-api-1", "node:18-alpine", "running", "Up 9 days", "0.0.0.0:3000->3000/tcp", "legacy", "api"),
         container("f7a9c1e3b577", "backup-agent", "busybox:1.36", "running", "Up 5 hours", {}),
         container("0d2f4b6a8c88", "scratchpad", "alpine:3.20", "created", "Created", {}),
     };
+    ProjectRegistry registry;
+    registry.add({QStringLiteral("billing"), root + QStringLiteral("/billing"), {QStringLiteral("api"), QStringLiteral("worker")}},
+                 QStringLiteral("default"));
+    registry.add({QStringLiteral("archive"), root + QStringLiteral("/archive"), {QStringLiteral("db")}}, QStringLiteral("default"));
+    s.registry = registry;
     s.images = {
         {"5b1f6c2a9e01", "php", "8.3-fpm", "493MB"},
         {"7c3e8d4b1f02", "php", "8.3-cli", "489MB"},
@@ -54,6 +78,37 @@ StorePreview store()
         {"notes_data", "local", "/var/lib/docker/volumes/notes_data/_data"},
     };
     return s;
+}
+
+TeardownPlan websitePlan(const QString &root)
+{
+    TeardownPlan plan;
+    plan.project = QStringLiteral("website");
+    plan.containers = {QStringLiteral("website-frontend-1"), QStringLiteral("website-cache-1")};
+    plan.volumes = {
+        {QStringLiteral("website_cache"), {}, QStringLiteral("38 MB")},
+        {QStringLiteral("website_assets"), {QStringLiteral("backup-agent")}, QStringLiteral("113 MB")},
+    };
+    plan.workingDir = root + QStringLiteral("/website");
+    return plan;
+}
+
+QString logText()
+{
+    return QStringLiteral(
+        "frontend-1  | 2026/11/22 09:14:02 [notice] 1#1: using the \"epoll\" event method\n"
+        "frontend-1  | 2026/11/22 09:14:02 [notice] 1#1: nginx/1.27.2\n"
+        "frontend-1  | 2026/11/22 09:14:02 [notice] 1#1: start worker processes\n"
+        "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:15:40 +0000] \"GET / HTTP/1.1\" 200 615 \"-\" \"curl/8.5.0\"\n"
+        "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:15:41 +0000] \"GET /assets/app.css HTTP/1.1\" 200 4810\n"
+        "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:16:03 +0000] \"GET /favicon.ico HTTP/1.1\" 404 153\n"
+        "cache-1     | 1:M 22 Nov 2026 09:14:01.552 * Ready to accept connections tcp\n");
+}
+
+QString transcript()
+{
+    return QStringLiteral("$ ls /srv/assets\napp.css\napp.js\nindex.html\nlogo.svg\n$ cat /etc/hostname\n9c1f3a5e7b55\n"
+                          "$ wget -qO- localhost:81\nwget: can't connect to remote host (127.0.0.1): Connection refused\n[exit 1]\n");
 }
 
 QList<Tool> tools()

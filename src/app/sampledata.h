@@ -1,12 +1,21 @@
 #pragma once
 
 #include "appstore.h"
+#include "teardownplan.h"
 #include "tool.h"
 
-// Built-in sample state for screenshots: three projects (running, partly failed, stopped),
-// loose containers, images, volumes and two runtimes, one of them offline.
+// Built-in sample state for screenshots: projects in every card state, loose containers,
+// images, volumes and two runtimes, one of them offline.
 namespace SampleData {
-StorePreview store();
+// Project directories live under root; laidOut() makes them so the cards read the disk.
+StorePreview store(const QString &root = QStringLiteral("/home/dev/code"));
+// Creates the sample projects' directories under root: storefront, website, billing and docs
+// with a compose file, notes without one; legacy's and archive's directories stay missing.
+void layOut(const QString &root);
+// The deletion of website: its container, a volume of its own, one a loose container keeps.
+TeardownPlan websitePlan(const QString &root);
+QString logText();
+QString transcript();
 // Tools with one update waiting, so the update banner has something to say.
 QList<Tool> tools();
 }

@@ -38,6 +38,12 @@ QString ExecConsole::execute(const QString &containerId, const std::optional<Run
     return result;
 }
 
+void ExecConsole::preview(const QString &transcript)
+{
+    m_output = transcript;
+    emit outputChanged();
+}
+
 void ExecConsole::run()
 {
     const QString command = Docker::trimBlanks(m_command).toString();

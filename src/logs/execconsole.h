@@ -25,6 +25,8 @@ public:
     QString containerName() const { return m_container.name; }
 
     Q_INVOKABLE void run();
+    // Shows a transcript without running anything, as a screenshot wants it.
+    void preview(const QString &transcript);
 
     // One command's transcript entry, run to its end. Blocking; for a worker thread.
     static QString execute(const QString &containerId, const std::optional<Runtime> &runtime, const QString &command);

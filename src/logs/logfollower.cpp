@@ -15,8 +15,17 @@ LogFollower::~LogFollower()
     stop();
 }
 
+void LogFollower::preview(const QString &text)
+{
+    m_preview = true;
+    m_text = text;
+    emit textChanged();
+}
+
 void LogFollower::start()
 {
+    if (m_preview)
+        return;
     if (m_process)
         return;
     m_process = Docker::process(m_source.args(), m_runtime, m_source.workingDir());

@@ -28,6 +28,8 @@ public:
     bool running() const { return m_process && m_process->state() != QProcess::NotRunning; }
 
     Q_INVOKABLE void start();
+    // Shows text without a child, as a screenshot wants it; start() then does nothing.
+    void preview(const QString &text);
     Q_INVOKABLE void stop();
 
     // The buffer after one more chunk: once it reaches trimAt characters only the last
@@ -45,4 +47,5 @@ private:
     std::optional<Runtime> m_runtime;
     std::unique_ptr<QProcess> m_process;
     QString m_text;
+    bool m_preview = false;
 };

@@ -148,6 +148,8 @@ void AppStore::preview(const StorePreview &state)
     m_pollTimer.stop();
     setRuntimes(state.runtimes);
     setRuntime(state.runtime);
+    if (state.registry)
+        setRegistry(*state.registry);
     setLists(state.containers, state.images, state.volumes);
     setError(state.error);
     setNotice(state.notice);

@@ -25,6 +25,7 @@ struct StorePreview {
     QList<DockerVolume> volumes;
     std::optional<QString> error;
     std::optional<QString> notice;
+    std::optional<ProjectRegistry> registry;
 };
 
 struct PollTiming {

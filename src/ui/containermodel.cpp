@@ -1,13 +1,14 @@
 #include "containermodel.h"
 
 #include "docker.h"
+#include "terminal.h"
 
 void ContainerModel::setContainers(const QList<Container> &containers)
 {
     sync(m_rows, containers, [](const Container &c) { return c.id; }, [](const Container &a, const Container &b) {
         QList<int> roles;
         if (a.name != b.name)
-            roles << NameRole;
+            roles << NameRole << TerminalCommandRole;
         if (a.image != b.image)
             roles << ImageRole;
         if (a.state != b.state)
@@ -22,6 +23,15 @@ void ContainerModel::setContainers(const QList<Container> &containers)
             roles << ProjectRole;
         return roles;
     });
+}
+
+void ContainerModel::setRuntime(const std::optional<Runtime> &runtime)
+{
+    if (m_runtime == runtime)
+        return;
+    m_runtime = runtime;
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0), index(int(m_rows.size()) - 1), {TerminalCommandRole});
 }
 
 int ContainerModel::indexOf(const QString &id) const
@@ -66,6 +76,8 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         return c.hasFailed();
     case ActionLabelRole:
         return c.actionLabel();
+    case TerminalCommandRole:
+        return Terminal::commandLine(m_runtime, c.name);
     }
     return {};
 }
@@ -76,6 +88,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ContainerIdRole, "containerId"}, {NameRole, "name"}, {ImageRole, "image"},
         {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
-        {ActionLabelRole, "actionLabel"},
+        {ActionLabelRole, "actionLabel"}, {TerminalCommandRole, "terminalCommand"},
     };
 }

@@ -2,6 +2,9 @@
 
 #include "container.h"
 #include "keyedlistmodel.h"
+#include "runtime.h"
+
+#include <optional>
 
 #include <QtQml/qqmlregistration.h>
 
@@ -10,6 +13,7 @@ class ContainerModel : public KeyedRowsModel<Container> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Containers come from the store")
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
 
 public:
     enum Role {
@@ -24,12 +28,15 @@ public:
         RunningRole,
         FailedRole,
         ActionLabelRole,
+        TerminalCommandRole,
     };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
 
     void setContainers(const QList<Container> &containers);
+    // The runtime the terminal command of each row names.
+    void setRuntime(const std::optional<Runtime> &runtime);
     const QList<Container> &containers() const { return m_rows; }
     // The row of the container with this id, or -1.
     Q_INVOKABLE int indexOf(const QString &id) const;
@@ -41,4 +48,7 @@ public:
 
 protected:
     QVariant roleData(const Container &row, int role) const override;
+
+private:
+    std::optional<Runtime> m_runtime;
 };

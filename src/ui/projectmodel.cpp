@@ -1,25 +1,52 @@
 #include "projectmodel.h"
 
+#include "docker.h"
+
+#include <QFileInfo>
 #include <QSet>
 
-void ProjectModel::setProjects(const QList<ComposeProject> &projects)
+void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose)
+{
+    QList<ProjectRow> rows;
+    rows.reserve(projects.size());
+    for (const ComposeProject &p : projects) {
+        const bool exists = p.workingDir && QFileInfo(*p.workingDir).isDir();
+        const bool composeFile = exists && Docker::composeFile(*p.workingDir).has_value();
+        rows.append({p, exists, ProjectCard::state(p, exists, composeFile)});
+    }
+    if (!loose.isEmpty())
+        rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, loose, 0}, false, {}, true});
+    setRows(rows);
+}
+
+void ProjectModel::setRows(const QList<ProjectRow> &rows)
 {
     // Children exist before a row that shows them is inserted.
     QSet<QString> names;
-    for (const ComposeProject &p : projects) {
-        names.insert(p.name);
-        ContainerModel *&child = m_children[p.name];
-        if (!child)
+    for (const ProjectRow &r : rows) {
+        names.insert(r.key());
+        ContainerModel *&child = m_children[r.key()];
+        if (!child) {
             child = new ContainerModel(this);
-        child->setContainers(p.containers);
+            child->setRuntime(m_runtime);
+        }
+        child->setContainers(r.project.containers);
     }
-    sync(m_rows, projects, [](const ComposeProject &p) { return p.name; }, [](const ComposeProject &a, const ComposeProject &b) {
+    sync(m_rows, rows, [](const ProjectRow &r) { return r.key(); }, [](const ProjectRow &a, const ProjectRow &b) {
         QList<int> roles;
-        if (a.workingDir != b.workingDir)
+        if (a.project.workingDir != b.project.workingDir)
             roles << WorkingDirRole;
-        if (a.runningCount() != b.runningCount())
+        if (a.project.workingDir != b.project.workingDir || a.directoryExists != b.directoryExists)
+            roles << DirectoryLineRole << DirectoryExistsRole;
+        if (a.card.badge != b.card.badge)
+            roles << BadgeRole;
+        if (a.card.help != b.card.help)
+            roles << HelpRole;
+        if (a.card.composeEnabled != b.card.composeEnabled)
+            roles << ComposeEnabledRole;
+        if (a.project.runningCount() != b.project.runningCount())
             roles << RunningCountRole;
-        if (a.containers.size() != b.containers.size())
+        if (a.project.containers.size() != b.project.containers.size())
             roles << TotalRole;
         return roles;
     });
@@ -33,26 +60,53 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects)
     }
 }
 
-QVariant ProjectModel::roleData(const ComposeProject &p, int role) const
+int ProjectModel::projectCount() const
 {
+    return int(m_rows.size()) - ((!m_rows.isEmpty() && m_rows.constLast().loose) ? 1 : 0);
+}
+
+void ProjectModel::setRuntime(const std::optional<Runtime> &runtime)
+{
+    m_runtime = runtime;
+    for (ContainerModel *child : std::as_const(m_children))
+        child->setRuntime(runtime);
+}
+
+QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
+{
+    const ComposeProject &p = r.project;
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
         return p.name;
     case WorkingDirRole:
         return p.workingDir.value_or(QString());
+    case DirectoryLineRole:
+        return ProjectCard::directoryLine(p, r.directoryExists);
+    case DirectoryExistsRole:
+        return r.directoryExists;
+    case BadgeRole:
+        return r.card.badge;
+    case HelpRole:
+        return r.card.help;
+    case ComposeEnabledRole:
+        return r.card.composeEnabled;
     case ContainersRole:
-        return QVariant::fromValue<QObject *>(m_children.value(p.name));
+        return QVariant::fromValue<QObject *>(m_children.value(r.key()));
     case RunningCountRole:
         return p.runningCount();
     case TotalRole:
         return int(p.containers.size());
+    case LooseRole:
+        return r.loose;
     }
     return {};
 }
 
 QHash<int, QByteArray> ProjectModel::roleNames() const
 {
-    return {{NameRole, "name"}, {WorkingDirRole, "workingDir"}, {ContainersRole, "containers"},
-            {RunningCountRole, "runningCount"}, {TotalRole, "total"}};
+    return {{NameRole, "name"}, {WorkingDirRole, "workingDir"}, {DirectoryLineRole, "directoryLine"},
+            {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
+            {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
+            {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"}};
 }

@@ -3,38 +3,65 @@
 #include "composeproject.h"
 #include "containermodel.h"
 #include "keyedlistmodel.h"
+#include "projectcard.h"
 
 #include <QHash>
 #include <QtQml/qqmlregistration.h>
 
+// A project as its card shows it: the project, and what the disk says about it. The one
+// loose row gathers the containers that belong to no project, after every project.
+struct ProjectRow {
+    ComposeProject project;
+    bool directoryExists = false;
+    CardState card;
+    bool loose = false;
+
+    QString key() const { return loose ? QStringLiteral("\x01loose") : project.name; }
+
+    friend bool operator==(const ProjectRow &, const ProjectRow &) = default;
+};
+
 // Compose projects keyed by name, each with its own container model, so one container's
 // change touches one row of one card.
-class ProjectModel : public KeyedRowsModel<ComposeProject> {
+class ProjectModel : public KeyedRowsModel<ProjectRow> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Projects come from the store")
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
 
 public:
     enum Role {
         NameRole = Qt::UserRole + 1,
         WorkingDirRole,
+        DirectoryLineRole,
+        DirectoryExistsRole,
+        BadgeRole,
+        HelpRole,
+        ComposeEnabledRole,
         ContainersRole,
         RunningCountRole,
         TotalRole,
+        LooseRole,
     };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
 
-    void setProjects(const QList<ComposeProject> &projects);
-    const QList<ComposeProject> &projects() const { return m_rows; }
+    // Looks at each project's directory on the disk; loose containers make a last row.
+    void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {});
+    // The same with the disk's answers given: they line up with projects.
+    void setRows(const QList<ProjectRow> &rows);
+    void setRuntime(const std::optional<Runtime> &runtime);
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
+    // Rows that are compose projects, the loose row left out.
+    int projectCount() const;
 
     QHash<int, QByteArray> roleNames() const override;
 
 protected:
-    QVariant roleData(const ComposeProject &row, int role) const override;
+    QVariant roleData(const ProjectRow &row, int role) const override;
 
 private:
     QHash<QString, ContainerModel *> m_children;
+    std::optional<Runtime> m_runtime;
 };

@@ -14,10 +14,15 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
 
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
-    connect(m_store, &AppStore::projectsChanged, this, [this] { m_projects.setProjects(m_store->projects()); });
+    connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
     const auto images = [this] { m_images.setImages(m_store->matchingImages()); };
     const auto volumes = [this] { m_volumes.setVolumes(m_store->matchingVolumes()); };
-    const auto runtimes = [this] { m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime()); };
+    const auto runtimes = [this] {
+        m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime());
+        m_containers.setRuntime(m_store->runtime());
+        m_loose.setRuntime(m_store->runtime());
+        m_projects.setRuntime(m_store->runtime());
+    };
     connect(m_store, &AppStore::imagesChanged, this, images);
     connect(m_store, &AppStore::filterChanged, this, images);
     connect(m_store, &AppStore::volumesChanged, this, volumes);
@@ -32,9 +37,10 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes})
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
+    connect(&m_loose, &KeyedListModel::countChanged, this, &Shell::looseCountChanged);
 
     updateContainers();
-    m_projects.setProjects(m_store->projects());
+    updateProjects();
     images();
     volumes();
     runtimes();
@@ -45,6 +51,12 @@ void Shell::updateContainers()
     const QList<Container> matching = m_store->matchingContainers();
     m_containers.setContainers(matching);
     m_loose.setContainers(Docker::ungrouped(matching));
+}
+
+void Shell::updateProjects()
+{
+    // Not m_loose: the store announces projects before containers, so it may be a poll behind.
+    m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()));
 }
 
 QVariantList Shell::categories() const
@@ -71,7 +83,7 @@ void Shell::setCategory(int category)
 int Shell::countOf(int category) const
 {
     switch (Category(category)) {
-    case Category::Projects: return m_projects.count();
+    case Category::Projects: return m_projects.projectCount();
     case Category::Containers: return m_containers.count();
     case Category::Images: return m_images.count();
     case Category::Volumes: return m_volumes.count();
@@ -79,7 +91,11 @@ int Shell::countOf(int category) const
     return 0;
 }
 
-int Shell::sectionCount() const { return countOf(int(m_category)); }
+int Shell::sectionCount() const
+{
+    // The projects section also shows the containers that belong to no project.
+    return m_category == Category::Projects ? m_projects.count() : countOf(int(m_category));
+}
 
 QList<int> Shell::counts() const
 {

@@ -36,6 +36,7 @@ class Shell : public QObject {
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
     // The row count of each section, in sidebar order.
     Q_PROPERTY(QList<int> counts READ counts NOTIFY sectionCountChanged)
+    Q_PROPERTY(int looseCount READ looseCount NOTIFY looseCountChanged)
     Q_PROPERTY(QString runningText READ runningText NOTIFY countersChanged)
     Q_PROPERTY(QString stoppedText READ stoppedText NOTIFY countersChanged)
     Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
@@ -65,6 +66,7 @@ public:
     Q_INVOKABLE int countOf(int category) const;
     QList<int> counts() const;
 
+    int looseCount() const { return m_loose.count(); }
     QString runningText() const;
     QString stoppedText() const;
     bool filtering() const;
@@ -81,12 +83,14 @@ public:
 signals:
     void categoryChanged();
     void sectionCountChanged();
+    void looseCountChanged();
     void countersChanged();
     void filteringChanged();
     void emptyChanged();
 
 private:
     void updateContainers();
+    void updateProjects();
 
     AppStore *m_store;
     ToolchainStore *m_toolchain;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "appstore.h"
+#include "execconsole.h"
+#include "logfollower.h"
 #include "toolchainstore.h"
 
 #include <QtQml/qqml.h>
@@ -19,4 +21,18 @@ struct ToolchainStoreForeign {
     QML_FOREIGN(ToolchainStore)
     QML_NAMED_ELEMENT(ToolchainStore)
     QML_UNCREATABLE("The application makes the toolchain store")
+};
+
+struct LogFollowerForeign {
+    Q_GADGET
+    QML_FOREIGN(LogFollower)
+    QML_NAMED_ELEMENT(LogFollower)
+    QML_UNCREATABLE("Made for a container or project by Actions")
+};
+
+struct ExecConsoleForeign {
+    Q_GADGET
+    QML_FOREIGN(ExecConsole)
+    QML_NAMED_ELEMENT(ExecConsole)
+    QML_UNCREATABLE("Made for a container by Actions")
 };

@@ -1,5 +1,6 @@
 #include "uiengine.h"
 
+#include "actions.h"
 #include "appstore.h"
 #include "iconprovider.h"
 #include "shell.h"
@@ -16,13 +17,15 @@ void prepare(QQmlEngine &engine)
     engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
 }
 
-QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell)
+QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell,
+                             Actions *actions)
 {
     prepare(engine);
     engine.setInitialProperties({
         {QStringLiteral("store"), QVariant::fromValue(store)},
         {QStringLiteral("toolchain"), QVariant::fromValue(toolchain)},
         {QStringLiteral("shell"), QVariant::fromValue(shell)},
+        {QStringLiteral("actions"), QVariant::fromValue(actions)},
     });
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvat/Main.qml")));
     if (engine.rootObjects().isEmpty())

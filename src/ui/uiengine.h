@@ -2,6 +2,7 @@
 
 #include <QVariantMap>
 
+class Actions;
 class AppStore;
 class QQmlApplicationEngine;
 class QQmlEngine;
@@ -15,5 +16,6 @@ namespace UiEngine {
 // The module's import path and the icon provider.
 void prepare(QQmlEngine &engine);
 // Loads the main window over the given objects, not yet shown; null when loading failed.
-QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell);
+QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell,
+                             Actions *actions);
 }

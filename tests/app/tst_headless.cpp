@@ -68,9 +68,9 @@ private slots:
         const QStringList lines = korvat({"--shot", dir}, &status).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(status, 0);
         QVERIFY(lines.size() >= 14);
-        for (const QString &reading : {"paper", "obsidian"}) {
-            for (const QString &view : {"projects", "containers", "images", "volumes"}) {
-                const QString file = dir + '/' + view + '-' + reading + ".png";
+        for (const char *reading : {"paper", "obsidian"}) {
+            for (const char *view : {"projects", "containers", "images", "volumes"}) {
+                const QString file = dir + '/' + QString::fromLatin1(view) + '-' + QString::fromLatin1(reading) + ".png";
                 QVERIFY2(lines.contains(file), qPrintable(file));
                 const QImage image(file);
                 QCOMPARE(image.size(), QSize(1080, 700));

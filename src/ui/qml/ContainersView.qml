@@ -1,37 +1,30 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls.Basic
 import Korvat
 
 // Every matching container, with the project it belongs to.
-ListView {
+KorListView {
     id: list
 
+    required property Shell shell
+    required property AppStore store
+
+    signal containerAction(string kind, string id)
+    signal projectAction(string kind, string name)
+
     objectName: "containersList"
-    clip: true
-    spacing: 0
-    topMargin: 6
-    bottomMargin: 12
-    boundsBehavior: Flickable.StopAtBounds
-    activeFocusOnTab: true
-    Accessible.role: Accessible.List
     Accessible.name: "Containers"
-    ScrollBar.vertical: ScrollBar {}
+    model: shell.containers
 
-    delegate: PlainRow {
-        required property string name
-        required property string image
-        required property string status
-        required property string ports
-        required property string project
-        required property string dot
-        required property bool failed
+    delegate: ContainerRow {
+        id: row
 
-        width: ListView.view.width
-        title: name
-        detail: image + (ports !== "" ? "  ·  " + ports : "") + (project !== "" ? "  ·  " + project : "")
-        trailing: status
-        dotState: dot
-        dotFailed: failed
+        required property string terminalCommand
+
+        width: list.rowWidth
+        showProject: true
+        busy: list.store.busy
+        terminalHelp: terminalCommand
+        onAction: kind => list.containerAction(kind, row.containerId)
     }
 }

@@ -1,28 +1,24 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls.Basic
 import Korvat
 
 // The runtime's images.
-ListView {
+KorListView {
     id: list
 
+    required property Shell shell
+    required property AppStore store
+
     objectName: "imagesList"
-    clip: true
-    topMargin: 6
-    bottomMargin: 12
-    boundsBehavior: Flickable.StopAtBounds
-    activeFocusOnTab: true
-    Accessible.role: Accessible.List
+    model: shell.images
     Accessible.name: "Images"
-    ScrollBar.vertical: ScrollBar {}
 
     delegate: PlainRow {
         required property string reference
         required property string shortId
         required property string size
 
-        width: ListView.view.width
+        width: list.rowWidth
         title: reference
         detail: shortId + "  ·  " + size
         iconName: "opticaldisc"

@@ -12,6 +12,7 @@ ApplicationWindow {
     required property AppStore store
     required property ToolchainStore toolchain
     required property Shell shell
+    required property Actions actions
     property bool shownOnce: false
 
     signal settingsRequested()
@@ -68,11 +69,31 @@ ApplicationWindow {
         onActivated: window.shell.category = 3
     }
 
+    // Adding a project and locating a moved one ask the same question.
     FolderDialog {
         id: folderDialog
 
+        property string relocating: ""
+
+        function ask(project: string) {
+            folderDialog.relocating = project;
+            folderDialog.open();
+        }
+
         title: "Choose a project directory containing a compose file."
-        onAccepted: window.shell.addProject(selectedFolder)
+        onAccepted: {
+            if (folderDialog.relocating === "")
+                window.shell.addProject(selectedFolder);
+            else
+                window.actions.relocate(folderDialog.relocating, selectedFolder);
+        }
+    }
+    Sheets {
+        id: sheets
+
+        actions: window.actions
+        store: window.store
+        onLocateRequested: project => folderDialog.ask(project)
     }
 
     SplitView {
@@ -111,7 +132,7 @@ ApplicationWindow {
 
                 Layout.fillWidth: true
                 title: window.shell.categoryLabel
-                count: window.shell.sectionCount
+                count: window.shell.counts[window.shell.category] ?? 0
                 runtimes: window.shell.runtimes
                 selectedRow: window.shell.runtimes.selectedRow
                 filter: window.store.filter
@@ -119,7 +140,7 @@ ApplicationWindow {
                 onRuntimePicked: row => window.shell.selectRuntime(row)
                 onFilterEdited: text => window.store.filter = text
                 onRefreshRequested: window.shell.refresh()
-                onAddRequested: folderDialog.open()
+                onAddRequested: folderDialog.ask("")
             }
             Banners {
                 Layout.fillWidth: true
@@ -139,6 +160,9 @@ ApplicationWindow {
                 Layout.fillHeight: true
                 Layout.topMargin: 4
                 shell: window.shell
+                store: window.store
+                onContainerAction: (kind, id) => sheets.containerAction(kind, id)
+                onProjectAction: (kind, name) => sheets.projectAction(kind, name)
             }
         }
     }

@@ -9,6 +9,8 @@ Rectangle {
     required property string title
     property string detail: ""
     property string trailing: ""
+    // A pill before the trailing text, such as the project a container belongs to.
+    property string badge: ""
     // The leading mark: a status dot, a run ring (ringTotal ≥ 0) or an icon.
     property string dotState: ""
     property bool dotFailed: false
@@ -76,7 +78,14 @@ Rectangle {
                 elide: Text.ElideMiddle
             }
         }
+        KorBadge {
+            visible: root.badge !== ""
+            text: root.badge
+        }
         Text {
+            Layout.preferredWidth: 190
+            horizontalAlignment: Text.AlignRight
+            elide: Text.ElideRight
             visible: root.trailing !== ""
             text: root.trailing
             color: Theme.muted

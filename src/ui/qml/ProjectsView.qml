@@ -1,33 +1,32 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls.Basic
 import Korvat
 
-// Every compose project with its share of running containers.
-ListView {
+// A card per compose project, then one for the containers that belong to none.
+KorListView {
     id: list
 
+    required property Shell shell
+    required property AppStore store
+
+    signal containerAction(string kind, string id)
+    signal projectAction(string kind, string name)
+
     objectName: "projectsList"
-    clip: true
-    topMargin: 6
-    bottomMargin: 12
-    boundsBehavior: Flickable.StopAtBounds
-    activeFocusOnTab: true
-    Accessible.role: Accessible.List
     Accessible.name: "Projects"
-    ScrollBar.vertical: ScrollBar {}
+    model: shell.projects
+    spacing: 12
+    topMargin: 14
+    bottomMargin: 16
+    leftMargin: 14
+    rightMargin: 14
 
-    delegate: PlainRow {
-        required property string name
-        required property string workingDir
-        required property int runningCount
-        required property int total
+    delegate: ProjectCard {
+        id: card
 
-        width: ListView.view.width
-        title: name
-        detail: workingDir !== "" ? workingDir : "no working directory"
-        trailing: runningCount + " of " + total + " running"
-        ringRunning: runningCount
-        ringTotal: total
+        width: list.rowWidth
+        busy: list.store.busy
+        onProjectAction: kind => list.projectAction(kind, card.name)
+        onContainerAction: (kind, id) => list.containerAction(kind, id)
     }
 }

@@ -1,33 +1,49 @@
 import QtQuick
 import Korvat
 
-// The detail area: the selected section's view, or its empty state. Only the shown view exists.
+// The detail area: the selected section's view, or its empty state. Only the shown view
+// exists; its clicks come out of here as action names.
 Item {
     id: root
 
     required property Shell shell
+    required property AppStore store
     readonly property bool showsRows: shell.sectionCount > 0
     readonly property var views: ["ProjectsView.qml", "ContainersView.qml", "ImagesView.qml", "VolumesView.qml"]
-    readonly property var models: [shell.projects, shell.containers, shell.images, shell.volumes]
+
+    signal containerAction(string kind, string id)
+    signal projectAction(string kind, string name)
+
+    function load() {
+        if (root.showsRows)
+            loader.setSource(root.views[root.shell.category], {shell: root.shell, store: root.store});
+    }
 
     Loader {
         id: loader
 
         anchors.fill: parent
-        anchors.leftMargin: 8
-        anchors.rightMargin: 8
         active: root.showsRows
-        // The models never change identity, so the view is given its own once.
-        Component.onCompleted: setSource(root.views[root.shell.category], {model: root.models[root.shell.category]})
-        onActiveChanged: if (active) setSource(root.views[root.shell.category], {model: root.models[root.shell.category]})
-
-        Connections {
-            function onCategoryChanged() {
-                loader.setSource(root.views[root.shell.category], {model: root.models[root.shell.category]});
-            }
-
-            target: root.shell
+        Component.onCompleted: root.load()
+        onActiveChanged: root.load()
+    }
+    Connections {
+        function onCategoryChanged() {
+            root.load();
         }
+
+        target: root.shell
+    }
+    Connections {
+        function onContainerAction(kind: string, id: string) {
+            root.containerAction(kind, id);
+        }
+        function onProjectAction(kind: string, name: string) {
+            root.projectAction(kind, name);
+        }
+
+        target: loader.item
+        ignoreUnknownSignals: true
     }
     EmptyState {
         anchors.fill: parent

@@ -1,28 +1,24 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls.Basic
 import Korvat
 
 // The runtime's volumes.
-ListView {
+KorListView {
     id: list
 
+    required property Shell shell
+    required property AppStore store
+
     objectName: "volumesList"
-    clip: true
-    topMargin: 6
-    bottomMargin: 12
-    boundsBehavior: Flickable.StopAtBounds
-    activeFocusOnTab: true
-    Accessible.role: Accessible.List
+    model: shell.volumes
     Accessible.name: "Volumes"
-    ScrollBar.vertical: ScrollBar {}
 
     delegate: PlainRow {
         required property string name
         required property string driver
         required property string mountpoint
 
-        width: ListView.view.width
+        width: list.rowWidth
         title: name
         detail: driver + "  ·  " + mountpoint
         iconName: "externaldrive"

@@ -48,8 +48,8 @@ TestCase {
         const s = createTemporaryObject(sidebar, testCase, { shell: shell });
         const items = navItems(s);
         compare(items.map(i => i.label), ["Projects", "Containers", "Images", "Volumes"]);
-        compare(items.map(i => i.count), [3, 8, 8, 4]);
-        compare(shell.runningText, "4 RUNNING");
+        compare(items.map(i => i.count), [7, 10, 8, 4]);
+        compare(shell.runningText, "6 RUNNING");
         compare(shell.stoppedText, "4 STOPPED");
     }
 

@@ -1,0 +1,221 @@
+#include "actions.h"
+
+#include "appstore.h"
+#include "execconsole.h"
+#include "logfollower.h"
+#include "projectcard.h"
+#include "projectdeletion.h"
+#include "terminal.h"
+
+#include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QQmlEngine>
+#include <QStandardPaths>
+
+Actions::Actions(AppStore *store, QObject *parent) : QObject(parent), m_store(store) {}
+
+std::optional<Container> Actions::container(const QString &id) const
+{
+    for (const Container &c : m_store->containers()) {
+        if (c.id == id)
+            return c;
+    }
+    return std::nullopt;
+}
+
+std::optional<ComposeProject> Actions::project(const QString &name) const
+{
+    for (const ComposeProject &p : m_store->projects()) {
+        if (p.name == name)
+            return p;
+    }
+    return std::nullopt;
+}
+
+void Actions::primary(const QString &id)
+{
+    const auto c = container(id);
+    if (!c)
+        return;
+    if (c->state == QLatin1String("paused"))
+        m_store->unpause(*c);
+    else if (c->isRunning())
+        m_store->stop(*c);
+    else
+        m_store->start(*c);
+}
+
+void Actions::restart(const QString &id)
+{
+    if (const auto c = container(id))
+        m_store->restart(*c);
+}
+
+void Actions::pause(const QString &id)
+{
+    if (const auto c = container(id))
+        m_store->pause(*c);
+}
+
+void Actions::unpause(const QString &id)
+{
+    if (const auto c = container(id))
+        m_store->unpause(*c);
+}
+
+void Actions::remove(const QString &id)
+{
+    if (const auto c = container(id))
+        m_store->remove(*c);
+}
+
+void Actions::commit(const QString &id, const QString &imageName)
+{
+    if (const auto c = container(id))
+        m_store->commit(*c, imageName);
+}
+
+void Actions::copyId(const QString &id)
+{
+    QGuiApplication::clipboard()->setText(id);
+}
+
+QString Actions::terminalCommand(const QString &name) const
+{
+    return Terminal::commandLine(m_store->runtime(), name);
+}
+
+QString Actions::containerName(const QString &id) const
+{
+    const auto c = container(id);
+    return c ? c->name : QString();
+}
+
+void Actions::openTerminal(const QString &id)
+{
+    const auto c = container(id);
+    if (!c)
+        return;
+    const auto launch = Terminal::launch(m_store->runtime(), c->name, QProcessEnvironment::systemEnvironment(),
+                                         [](const QString &name) { return QStandardPaths::findExecutable(name); });
+    if (!launch) {
+        m_store->reportError(QStringLiteral("No terminal emulator found. Set $TERMINAL, or install one of: ")
+                             + Terminal::candidates().join(QStringLiteral(", ")) + u'.');
+        return;
+    }
+    QProcess process;
+    process.setProgram(launch->program);
+    process.setArguments(launch->arguments);
+    process.setProcessEnvironment(launch->environment);
+    if (!process.startDetached())
+        m_store->reportError(QStringLiteral("Could not start ") + launch->program + QStringLiteral(": ") + process.errorString());
+}
+
+void Actions::up(const QString &name)
+{
+    if (const auto p = project(name))
+        m_store->up(*p);
+}
+
+void Actions::down(const QString &name)
+{
+    if (const auto p = project(name))
+        m_store->down(*p);
+}
+
+void Actions::startAll(const QString &name)
+{
+    if (const auto p = project(name))
+        m_store->startAll(*p);
+}
+
+void Actions::stopAll(const QString &name)
+{
+    if (const auto p = project(name))
+        m_store->stopAll(*p);
+}
+
+void Actions::forget(const QString &name)
+{
+    if (const auto p = project(name))
+        m_store->forget(*p);
+}
+
+void Actions::relocate(const QString &name, const QUrl &directory)
+{
+    const auto p = project(name);
+    if (!p || !directory.isLocalFile())
+        return;
+    [](QPointer<AppStore> store, ComposeProject project, QString dir) -> QCoro::Task<> {
+        auto relocating = store->relocate(project, dir);
+        const std::optional<QString> message = co_await relocating;
+        if (store && message)
+            store->reportError(*message);
+    }(m_store, *p, directory.toLocalFile());
+}
+
+void Actions::reveal(const QString &name)
+{
+    const auto p = project(name);
+    if (!p || !p->workingDir)
+        return;
+    const QUrl url = QUrl::fromLocalFile(*p->workingDir);
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+                                                       QStringLiteral("/org/freedesktop/FileManager1"),
+                                                       QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{url.toString()} << QString();
+    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    // Without a file manager service, the directory itself opens in whatever handles folders.
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, url](QDBusPendingCallWatcher *w) {
+        w->deleteLater();
+        if (!w->isError())
+            return;
+        if (!QDesktopServices::openUrl(url) && m_store)
+            m_store->reportError(QStringLiteral("Could not show ") + url.toLocalFile() + QStringLiteral(": no file manager answered."));
+    });
+}
+
+QString Actions::downConfirmation(const QString &name) const
+{
+    const auto p = project(name);
+    return ProjectCard::downConfirmation(p ? int(p->containers.size()) : 0);
+}
+
+namespace {
+template<typename T>
+T *ownedByQml(T *object)
+{
+    QQmlEngine::setObjectOwnership(object, QQmlEngine::JavaScriptOwnership);
+    return object;
+}
+}
+
+LogFollower *Actions::containerLogs(const QString &id)
+{
+    const auto c = container(id);
+    return c ? ownedByQml(new LogFollower(LogSource::container(*c), m_store->runtime())) : nullptr;
+}
+
+LogFollower *Actions::projectLogs(const QString &name)
+{
+    const auto p = project(name);
+    return p ? ownedByQml(new LogFollower(LogSource::project(*p), m_store->runtime())) : nullptr;
+}
+
+ExecConsole *Actions::console(const QString &id)
+{
+    const auto c = container(id);
+    return c ? ownedByQml(new ExecConsole(*c, m_store->runtime())) : nullptr;
+}
+
+ProjectDeletion *Actions::deletion(const QString &name)
+{
+    const auto p = project(name);
+    return p ? ownedByQml(new ProjectDeletion(m_store, *p)) : nullptr;
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "composeproject.h"
+#include "container.h"
+#include "execconsole.h"
+#include "logfollower.h"
+#include "projectdeletion.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+#include <optional>
+
+class AppStore;
+
+// Turns the views' clicks, which name containers by id and projects by name, into store
+// calls, sheets' state objects, and the desktop's services (terminal, file manager,
+// clipboard). Failures of the desktop services go to the error banner like any other.
+class Actions : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application makes the actions")
+
+public:
+    explicit Actions(AppStore *store, QObject *parent = nullptr);
+
+    // Containers, by id.
+    Q_INVOKABLE void primary(const QString &id);
+    Q_INVOKABLE void restart(const QString &id);
+    Q_INVOKABLE void pause(const QString &id);
+    Q_INVOKABLE void unpause(const QString &id);
+    Q_INVOKABLE void remove(const QString &id);
+    Q_INVOKABLE void commit(const QString &id, const QString &imageName);
+    Q_INVOKABLE void copyId(const QString &id);
+    Q_INVOKABLE void openTerminal(const QString &id);
+    Q_INVOKABLE QString terminalCommand(const QString &name) const;
+    Q_INVOKABLE QString containerName(const QString &id) const;
+
+    // Projects, by name.
+    Q_INVOKABLE void up(const QString &project);
+    Q_INVOKABLE void down(const QString &project);
+    Q_INVOKABLE void startAll(const QString &project);
+    Q_INVOKABLE void stopAll(const QString &project);
+    Q_INVOKABLE void forget(const QString &project);
+    Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
+    Q_INVOKABLE void reveal(const QString &project);
+    Q_INVOKABLE QString downConfirmation(const QString &project) const;
+
+    // The state behind a sheet; the sheet owns it and lets it go when it closes.
+    Q_INVOKABLE LogFollower *containerLogs(const QString &id);
+    Q_INVOKABLE LogFollower *projectLogs(const QString &project);
+    Q_INVOKABLE ExecConsole *console(const QString &id);
+    Q_INVOKABLE ProjectDeletion *deletion(const QString &project);
+
+private:
+    std::optional<Container> container(const QString &id) const;
+    std::optional<ComposeProject> project(const QString &name) const;
+
+    QPointer<AppStore> m_store;
+};

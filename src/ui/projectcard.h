@@ -1,0 +1,26 @@
+#pragma once
+
+#include "composeproject.h"
+
+#include <QString>
+#include <optional>
+
+// What a project card says about itself and whether compose may act on it.
+struct CardState {
+    QString badge;   // empty while containers run
+    QString help;    // empty when there is nothing to explain
+    bool composeEnabled = false;
+
+    friend bool operator==(const CardState &, const CardState &) = default;
+};
+
+namespace ProjectCard {
+// The card's state from what the disk shows: decided in a fixed order, first match wins.
+CardState state(const ComposeProject &project, bool directoryExists, bool hasComposeFile);
+// The same, looking at the disk.
+CardState state(const ComposeProject &project);
+// The line under the card's name.
+QString directoryLine(const ComposeProject &project, bool directoryExists);
+// The question "Down" asks before it acts.
+QString downConfirmation(int containerCount);
+}

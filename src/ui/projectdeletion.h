@@ -1,0 +1,70 @@
+#pragma once
+
+#include "composeproject.h"
+#include "teardownplan.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+#include <optional>
+
+class AppStore;
+
+// The delete sheet's state: the plan once it is worked out, the trash choice, and the
+// deletion under way. Every text the sheet shows is composed here.
+class ProjectDeletion : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made for a project by Actions")
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(bool planned READ planned NOTIFY planChanged)
+    Q_PROPERTY(QStringList containers READ containers NOTIFY planChanged)
+    Q_PROPERTY(QVariantList removable READ removable NOTIFY planChanged)
+    Q_PROPERTY(QVariantList kept READ kept NOTIFY planChanged)
+    Q_PROPERTY(QString workingDir READ workingDir NOTIFY planChanged)
+    Q_PROPERTY(bool trashDirectory READ trashDirectory WRITE setTrashDirectory NOTIFY trashDirectoryChanged)
+    Q_PROPERTY(bool working READ working NOTIFY workingChanged)
+    Q_PROPERTY(QString label READ label NOTIFY labelChanged)
+
+public:
+    // A preview plan is shown as it is, without asking the engine.
+    ProjectDeletion(AppStore *store, const ComposeProject &project, std::optional<TeardownPlan> preview = std::nullopt,
+                    QObject *parent = nullptr);
+
+    // "Delete 2 containers + 1 volume + files", "Remove from Korvat", or "Delete" before a plan.
+    static QString label(const std::optional<TeardownPlan> &plan, bool trashDirectory);
+    // "used by a, b" for a kept volume.
+    static QString usersText(const VolumeUse &use);
+
+    QString title() const { return QStringLiteral("Delete ") + m_project.name; }
+    bool planned() const { return m_plan.has_value(); }
+    QStringList containers() const;
+    QVariantList removable() const;
+    QVariantList kept() const;
+    QString workingDir() const;
+    bool trashDirectory() const { return m_trash; }
+    void setTrashDirectory(bool trash);
+    bool working() const { return m_working; }
+    QString label() const { return label(m_plan, m_trash); }
+
+    // Works out the plan; the sheet calls it when it is shown.
+    Q_INVOKABLE void start();
+    // Runs the deletion; finished follows when it is done.
+    Q_INVOKABLE void confirm();
+
+signals:
+    void planChanged();
+    void trashDirectoryChanged();
+    void workingChanged();
+    void labelChanged();
+    void finished();
+
+private:
+    QPointer<AppStore> m_store;
+    ComposeProject m_project;
+    std::optional<TeardownPlan> m_plan;
+    bool m_trash = false;
+    bool m_working = false;
+    bool m_started = false;
+};

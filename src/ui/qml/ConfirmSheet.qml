@@ -1,0 +1,61 @@
+import QtQuick
+import QtQuick.Layouts
+import Korvat
+
+// Asks before an action that cannot be taken back.
+Sheet {
+    id: sheet
+
+    property string title: ""
+    property string message: ""
+    property string confirmText: ""
+
+    signal confirmed()
+
+    width: 440
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 12
+
+        Text {
+            text: sheet.title
+            color: Theme.ink
+            font: Theme.varied("Space Grotesk", 600, 15)
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Text {
+            objectName: "message"
+            Layout.fillWidth: true
+            text: sheet.message
+            color: Theme.ink
+            font: Theme.varied("Inter", 400, 12.5)
+            wrapMode: Text.Wrap
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.topMargin: 4
+            spacing: 8
+
+            Item {
+                Layout.fillWidth: true
+            }
+            KorButton {
+                text: "Cancel"
+                onClicked: sheet.close()
+            }
+            KorButton {
+                objectName: "confirm"
+                text: sheet.confirmText
+                variant: "danger"
+                onClicked: {
+                    sheet.close();
+                    sheet.confirmed();
+                }
+            }
+        }
+    }
+}

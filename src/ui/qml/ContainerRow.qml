@@ -1,0 +1,153 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Korvat
+
+// One container with every action on it. It asks for nothing itself: each click goes up as
+// an action name, and the window decides what it does.
+Rectangle {
+    id: root
+
+    required property string containerId
+    required property string name
+    required property string image
+    required property string status
+    required property string ports
+    required property string project
+    required property string dot
+    required property string containerState
+    required property string actionLabel
+    required property bool running
+    required property bool failed
+    property bool showProject: false
+    property bool busy: false
+    property string terminalHelp: ""
+
+    signal action(string kind)
+
+    implicitHeight: 52
+    color: hover.hovered ? Theme.control : "transparent"
+    radius: 8
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name
+    Accessible.description: status
+
+    HoverHandler {
+        id: hover
+    }
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 14
+        anchors.rightMargin: 8
+        spacing: 10
+
+        StatusDot {
+            dot: root.dot
+            failed: root.failed
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            Layout.minimumWidth: 120
+            spacing: 2
+
+            RowLayout {
+                spacing: 8
+
+                Text {
+                    Layout.fillWidth: !root.showProject || root.project === ""
+                    text: root.name
+                    color: Theme.ink
+                    font: Theme.varied("Inter", 500, 13)
+                    elide: Text.ElideRight
+                }
+                KorBadge {
+                    visible: root.showProject && root.project !== ""
+                    text: root.project
+                }
+                Item {
+                    Layout.fillWidth: root.showProject && root.project !== ""
+                }
+            }
+            Text {
+                Layout.fillWidth: true
+                text: root.image + (root.ports !== "" ? "  ·  " + root.ports : "")
+                color: Theme.muted
+                font: Theme.varied("JetBrains Mono", 400, 11)
+                elide: Text.ElideMiddle
+            }
+        }
+        Text {
+            Layout.preferredWidth: 170
+            text: root.status
+            color: root.failed ? Theme.danger : Theme.muted
+            font: Theme.varied("JetBrains Mono", 400, 11)
+            horizontalAlignment: Text.AlignRight
+            elide: Text.ElideRight
+        }
+        KorButton {
+            objectName: "primary"
+            Layout.preferredWidth: 76
+            text: root.actionLabel
+            variant: root.running ? "quiet" : "accent"
+            onClicked: root.action("primary")
+        }
+        KorButton {
+            variant: "ghost"
+            iconName: "arrow.clockwise"
+            help: "Restart"
+            onClicked: root.action("restart")
+        }
+        KorButton {
+            variant: "ghost"
+            iconName: "text.alignleft"
+            help: "Logs"
+            onClicked: root.action("logs")
+        }
+        KorButton {
+            objectName: "console"
+            variant: "ghost"
+            iconName: "terminal"
+            help: root.running ? "Run a command" : "Commands run only in a running container"
+            enabled: root.running
+            onClicked: root.action("console")
+        }
+        KorButton {
+            id: more
+
+            variant: "ghost"
+            iconName: "ellipsis"
+            help: "More actions for " + root.name
+            onClicked: menu.popup(more, 0, more.height)
+        }
+    }
+    KorMenu {
+        id: menu
+
+        KorMenuItem {
+            text: root.containerState === "paused" ? "Resume" : "Pause"
+            visible: root.running || root.containerState === "paused"
+            onTriggered: root.action(root.containerState === "paused" ? "resume" : "pause")
+        }
+        KorMenuItem {
+            text: "Open in Terminal"
+            help: root.terminalHelp
+            onTriggered: root.action("terminal")
+        }
+        KorMenuItem {
+            text: "Copy container ID"
+            onTriggered: root.action("copy")
+        }
+        KorMenuItem {
+            text: "Commit to image…"
+            enabled: !root.busy
+            onTriggered: root.action("commit")
+        }
+        KorMenuItem {
+            text: "Remove"
+            danger: true
+            enabled: !root.busy
+            onTriggered: root.action("remove")
+        }
+    }
+}

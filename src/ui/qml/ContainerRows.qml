@@ -1,0 +1,65 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Layouts
+import Korvat
+
+// A card's containers, one row each under a separator line.
+ColumnLayout {
+    id: root
+
+    required property ContainerModel model
+    property bool busy: false
+
+    signal action(string kind, string id)
+
+    spacing: 0
+
+    Repeater {
+        model: root.model
+
+        ColumnLayout {
+            id: entry
+
+            required property string containerId
+            required property string name
+            required property string image
+            required property string status
+            required property string ports
+            required property string project
+            required property string dot
+            required property string containerState
+            required property string actionLabel
+            required property string terminalCommand
+            required property bool running
+            required property bool failed
+
+            Layout.fillWidth: true
+            spacing: 0
+
+            Rectangle {
+                Layout.fillWidth: true
+                implicitHeight: 1
+                color: Theme.line
+            }
+            ContainerRow {
+                Layout.fillWidth: true
+                Layout.leftMargin: 4
+                Layout.rightMargin: 4
+                containerId: entry.containerId
+                name: entry.name
+                image: entry.image
+                status: entry.status
+                ports: entry.ports
+                project: entry.project
+                dot: entry.dot
+                containerState: entry.containerState
+                actionLabel: entry.actionLabel
+                running: entry.running
+                failed: entry.failed
+                terminalHelp: entry.terminalCommand
+                busy: root.busy
+                onAction: kind => root.action(kind, entry.containerId)
+            }
+        }
+    }
+}

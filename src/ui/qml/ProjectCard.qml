@@ -1,0 +1,184 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Layouts
+import Korvat
+
+// One compose project: its state, its compose controls, and a row per container.
+Rectangle {
+    id: root
+
+    required property string name
+    required property string directoryLine
+    required property bool directoryExists
+    required property string badge
+    required property string help
+    required property bool composeEnabled
+    required property int runningCount
+    required property int total
+    required property ContainerModel containers
+    // The card of the containers that belong to no project: no compose, no directory.
+    required property bool loose
+    property bool busy: false
+
+    signal projectAction(string kind)
+    signal containerAction(string kind, string id)
+
+    implicitHeight: column.implicitHeight + 2
+    color: Theme.card
+    border.color: Theme.line
+    radius: 12
+    Accessible.role: Accessible.Grouping
+    Accessible.name: name
+
+    ColumnLayout {
+        id: column
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.margins: 1
+        spacing: 0
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: 14
+            Layout.bottomMargin: root.help !== "" || root.total > 0 ? 8 : 14
+            spacing: 10
+
+            KorIcon {
+                visible: root.loose
+                name: "shippingbox"
+                tint: Theme.muted
+                size: 22
+            }
+            RunRing {
+                visible: !root.loose
+                size: 26
+                running: root.runningCount
+                total: root.total
+                dimmed: root.runningCount === 0
+            }
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 2
+
+                RowLayout {
+                    spacing: 8
+
+                    Text {
+                        text: root.name
+                        color: Theme.ink
+                        font: Theme.varied("Space Grotesk", 600, 15)
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
+                    }
+                    KorBadge {
+                        objectName: "stateBadge"
+                        visible: root.badge !== ""
+                        text: root.badge
+                        fill: root.directoryExists ? Theme.pillFill : Theme.errFill
+                        ink: root.directoryExists ? Theme.pillInk : Theme.errInk
+                    }
+                    Text {
+                        visible: root.total > 0
+                        text: root.loose ? String(root.total) : root.runningCount + "/" + root.total + " running"
+                        color: Theme.muted
+                        font: Theme.varied("JetBrains Mono", 400, 11)
+                    }
+                }
+                Text {
+                    Layout.fillWidth: true
+                    visible: !root.loose
+                    text: root.directoryLine
+                    color: root.directoryExists ? Theme.muted : Theme.errInk
+                    font: Theme.varied("JetBrains Mono", 400, 11)
+                    elide: Text.ElideMiddle
+                }
+            }
+            KorButton {
+                objectName: "up"
+                visible: !root.loose
+                text: "Up"
+                iconName: "arrow.up.circle"
+                variant: root.runningCount === 0 ? "accent" : "quiet"
+                enabled: root.composeEnabled && !root.busy
+                onClicked: root.projectAction("up")
+            }
+            KorButton {
+                objectName: "down"
+                visible: !root.loose
+                text: "Down"
+                iconName: "arrow.down.circle"
+                enabled: root.composeEnabled && !root.busy
+                onClicked: root.projectAction("down")
+            }
+            KorButton {
+                visible: !root.loose
+                variant: "ghost"
+                iconName: "text.alignleft"
+                help: "Project logs"
+                onClicked: root.projectAction("logs")
+            }
+            KorButton {
+                id: more
+
+                visible: !root.loose
+                variant: "ghost"
+                iconName: "ellipsis"
+                help: "More actions for " + root.name
+                onClicked: menu.popup(more, 0, more.height)
+            }
+        }
+        Text {
+            objectName: "help"
+            Layout.fillWidth: true
+            Layout.leftMargin: 50
+            Layout.rightMargin: 14
+            Layout.bottomMargin: root.total > 0 ? 8 : 14
+            visible: root.help !== ""
+            text: root.help
+            color: Theme.muted
+            font: Theme.varied("Inter", 400, 12)
+            wrapMode: Text.Wrap
+        }
+        ContainerRows {
+            Layout.fillWidth: true
+            model: root.containers
+            busy: root.busy
+            onAction: (kind, id) => root.containerAction(kind, id)
+        }
+    }
+    KorMenu {
+        id: menu
+
+        KorMenuItem {
+            text: "Start all"
+            enabled: root.total > 0
+            onTriggered: root.projectAction("startAll")
+        }
+        KorMenuItem {
+            text: "Stop all"
+            enabled: root.total > 0
+            onTriggered: root.projectAction("stopAll")
+        }
+        KorMenuItem {
+            text: "Reveal in File Manager"
+            enabled: root.directoryExists
+            onTriggered: root.projectAction("reveal")
+        }
+        KorMenuItem {
+            text: "Locate compose file…"
+            onTriggered: root.projectAction("locate")
+        }
+        KorMenuItem {
+            text: "Remove from Korvat"
+            onTriggered: root.projectAction("forget")
+        }
+        KorMenuItem {
+            text: "Delete project…"
+            danger: true
+            enabled: !root.busy
+            onTriggered: root.projectAction("delete")
+        }
+    }
+}

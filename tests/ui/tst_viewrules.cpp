@@ -1,0 +1,194 @@
+#include "projectcard.h"
+#include "projectdeletion.h"
+#include "terminal.h"
+
+#include <QTest>
+
+Q_DECLARE_METATYPE(std::optional<Runtime>)
+
+namespace {
+Container running(bool yes)
+{
+    return {QStringLiteral("id"), QStringLiteral("c"), QStringLiteral("img"), yes ? QStringLiteral("running") : QStringLiteral("exited"),
+            QString(), QString(), {}};
+}
+}
+
+// The rules the projects and containers views show: pure functions over values.
+class TestViewRules : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cardState_data();
+    void cardState();
+    void downConfirmation_data();
+    void downConfirmation();
+    void deleteLabel_data();
+    void deleteLabel();
+    void terminal_data();
+    void terminal();
+    void terminalPicksTheFirstEmulatorFound();
+};
+
+void TestViewRules::cardState_data()
+{
+    QTest::addColumn<bool>("hasDir");
+    QTest::addColumn<bool>("exists");
+    QTest::addColumn<bool>("composeFile");
+    QTest::addColumn<int>("containers");
+    QTest::addColumn<int>("runningCount");
+    QTest::addColumn<QString>("badge");
+    QTest::addColumn<QString>("help");
+    QTest::addColumn<bool>("composeEnabled");
+
+    const QString gone = QStringLiteral("compose up/down need the project directory; start/stop still work");
+    const QString nothing = QStringLiteral("Nothing to act on: no containers, and the directory compose would need is gone");
+    const QString noFile = QStringLiteral("Nothing here for compose to read, and it would search the parent directories. up/down are disabled; start/stop still work.");
+    QTest::newRow("no directory, containers run") << false << false << false << 2 << 2 << "Dir missing" << gone << false;
+    QTest::newRow("directory deleted, containers") << true << false << false << 1 << 0 << "Dir missing" << gone << false;
+    QTest::newRow("directory deleted, nothing left") << true << false << false << 0 << 0 << "Dir missing" << nothing << false;
+    QTest::newRow("no directory, nothing left") << false << false << false << 0 << 0 << "Dir missing" << nothing << false;
+    // A compose file in a deleted directory cannot be; the directory rule comes first anyway.
+    QTest::newRow("gone beats the compose file") << true << false << true << 1 << 1 << "Dir missing" << gone << false;
+    QTest::newRow("no compose file, running") << true << true << false << 1 << 1 << "No compose file" << noFile << false;
+    QTest::newRow("no compose file, empty") << true << true << false << 0 << 0 << "No compose file" << noFile << false;
+    QTest::newRow("registered, no containers") << true << true << true << 0 << 0 << "Not running"
+                                               << "No containers. Up creates them from the compose file." << true;
+    QTest::newRow("all stopped") << true << true << true << 3 << 0 << "Not running" << "" << true;
+    QTest::newRow("one of three running") << true << true << true << 3 << 1 << "" << "" << true;
+}
+
+void TestViewRules::cardState()
+{
+    QFETCH(bool, hasDir);
+    QFETCH(bool, exists);
+    QFETCH(bool, composeFile);
+    QFETCH(int, containers);
+    QFETCH(int, runningCount);
+    QFETCH(QString, badge);
+    QFETCH(QString, help);
+    QFETCH(bool, composeEnabled);
+
+    ComposeProject p{QStringLiteral("shop"), hasDir ? std::optional(QStringLiteral("/srv/shop")) : std::nullopt, {}, containers};
+    for (int i = 0; i < containers; ++i)
+        p.containers.append(running(i < runningCount));
+    QCOMPARE(ProjectCard::state(p, exists, composeFile), (CardState{badge, help, composeEnabled}));
+    QCOMPARE(ProjectCard::directoryLine(p, exists), hasDir && exists ? QStringLiteral("/srv/shop") : QStringLiteral("working directory no longer exists"));
+}
+
+void TestViewRules::downConfirmation_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("start");
+    QTest::newRow("one") << 1 << "Removes the 1 container and the project network.";
+    QTest::newRow("three") << 3 << "Removes the 3 containers and the project network.";
+    QTest::newRow("none") << 0 << "Removes the 0 containers and the project network.";
+}
+
+void TestViewRules::downConfirmation()
+{
+    QFETCH(int, count);
+    QFETCH(QString, start);
+    QCOMPARE(ProjectCard::downConfirmation(count),
+             start + QStringLiteral(" Named volumes are kept, and the project stays in Korvat so Up can bring it back."));
+}
+
+void TestViewRules::deleteLabel_data()
+{
+    QTest::addColumn<bool>("planned");
+    QTest::addColumn<QStringList>("containers");
+    QTest::addColumn<QStringList>("keptVolumes");
+    QTest::addColumn<QStringList>("ownVolumes");
+    QTest::addColumn<bool>("hasDir");
+    QTest::addColumn<bool>("trash");
+    QTest::addColumn<QString>("label");
+
+    const QStringList two{"a", "b"};
+    QTest::newRow("no plan yet") << false << two << QStringList() << QStringList() << false << false << "Delete";
+    QTest::newRow("one container, singular") << true << QStringList{"a"} << QStringList() << QStringList() << false << false << "Delete 1 container";
+    QTest::newRow("nothing left") << true << QStringList() << QStringList() << QStringList() << false << false << "Remove from Korvat";
+    QTest::newRow("everything") << true << two << QStringList() << QStringList{"data"} << true << true << "Delete 2 containers + 1 volume + files";
+    QTest::newRow("trash off") << true << two << QStringList() << QStringList{"data"} << true << false << "Delete 2 containers + 1 volume";
+    QTest::newRow("only files") << true << QStringList() << QStringList() << QStringList() << true << true << "Delete files";
+    QTest::newRow("kept volume is not counted") << true << two << QStringList{"shared"} << QStringList{"x", "y"} << false << false
+                                                << "Delete 2 containers + 2 volumes";
+    QTest::newRow("only kept volumes") << true << QStringList() << QStringList{"shared"} << QStringList() << false << false << "Remove from Korvat";
+}
+
+void TestViewRules::deleteLabel()
+{
+    QFETCH(bool, planned);
+    QFETCH(QStringList, containers);
+    QFETCH(QStringList, keptVolumes);
+    QFETCH(QStringList, ownVolumes);
+    QFETCH(bool, hasDir);
+    QFETCH(bool, trash);
+    QFETCH(QString, label);
+
+    std::optional<TeardownPlan> plan;
+    if (planned) {
+        plan = TeardownPlan{QStringLiteral("shop"), containers, {}, hasDir ? std::optional(QStringLiteral("/srv/shop")) : std::nullopt};
+        for (const QString &v : ownVolumes)
+            plan->volumes.append({v, {}, std::nullopt});
+        for (const QString &v : keptVolumes)
+            plan->volumes.append({v, {QStringLiteral("backup")}, std::nullopt});
+    }
+    QCOMPARE(ProjectDeletion::label(plan, trash), label);
+}
+
+void TestViewRules::terminal_data()
+{
+    QTest::addColumn<std::optional<Runtime>>("runtime");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("dockerHost");
+
+    QTest::newRow("default context") << std::optional<Runtime>() << "docker exec -it web-1 sh"
+                                     << QStringList{"-e", "docker", "exec", "-it", "web-1", "sh"} << "";
+    QTest::newRow("named context") << std::optional(Runtime::context("staging")) << "docker --context staging exec -it web-1 sh"
+                                   << QStringList{"-e", "docker", "--context", "staging", "exec", "-it", "web-1", "sh"} << "";
+    QTest::newRow("socket") << std::optional(Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"))
+                            << "DOCKER_HOST=unix:///opt/homebrew/var/run/socktainer/.socktainer/container.sock docker exec -it web-1 sh"
+                            << QStringList{"-e", "docker", "exec", "-it", "web-1", "sh"}
+                            << "unix:///opt/homebrew/var/run/socktainer/.socktainer/container.sock";
+}
+
+void TestViewRules::terminal()
+{
+    QFETCH(std::optional<Runtime>, runtime);
+    QFETCH(QString, line);
+    QFETCH(QStringList, args);
+    QFETCH(QString, dockerHost);
+
+    QCOMPARE(Terminal::commandLine(runtime, QStringLiteral("web-1")), line);
+    QProcessEnvironment env;
+    env.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin"));
+    const auto launch = Terminal::launch(runtime, QStringLiteral("web-1"), env, [](const QString &name) {
+        return name == QLatin1String("xterm") ? QStringLiteral("/usr/bin/xterm") : QString();
+    });
+    QVERIFY(launch);
+    QCOMPARE(launch->program, QStringLiteral("/usr/bin/xterm"));
+    QCOMPARE(launch->arguments, args);
+    QCOMPARE(launch->environment.value(QStringLiteral("DOCKER_HOST")), dockerHost);
+}
+
+void TestViewRules::terminalPicksTheFirstEmulatorFound()
+{
+    const auto onPath = [](const QStringList &names) {
+        return [names](const QString &name) { return names.contains(name) ? QStringLiteral("/bin/") + name : QString(); };
+    };
+    QProcessEnvironment env;
+    // $TERMINAL wins over the list; gnome-terminal takes its command after "--".
+    env.insert(QStringLiteral("TERMINAL"), QStringLiteral("gnome-terminal"));
+    auto l = Terminal::launch({}, QStringLiteral("c"), env, onPath({"xterm", "gnome-terminal"}));
+    QCOMPARE(l->program, QStringLiteral("/bin/gnome-terminal"));
+    QCOMPARE(l->arguments.first(), QStringLiteral("--"));
+    // A $TERMINAL that is not installed falls back to the list, in its order.
+    env.insert(QStringLiteral("TERMINAL"), QStringLiteral("wezterm"));
+    l = Terminal::launch({}, QStringLiteral("c"), env, onPath({"xterm", "konsole"}));
+    QCOMPARE(l->program, QStringLiteral("/bin/konsole"));
+    QVERIFY(!Terminal::launch({}, QStringLiteral("c"), env, onPath({})));
+}
+
+QTEST_GUILESS_MAIN(TestViewRules)
+#include "tst_viewrules.moc"
