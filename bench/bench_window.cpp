@@ -4,6 +4,9 @@
 //           shows the engine's containers and polls every 2 s
 //   apply   the UI thread's cost of applying a poll that changes one container among 200
 //           in 20 projects, and whether any delegate was made anew
+//   switch  switching to the Projects section with 200 containers in 20 projects, to its
+//           first frame, and whether a poll that changes one container makes any card or
+//           row anew
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
@@ -162,6 +165,64 @@ int apply(QSettings &settings)
     return 0;
 }
 
+// Every card and container row the projects list has made.
+QSet<QObject *> cardsAndRows(QQuickWindow *window)
+{
+    QSet<QObject *> items;
+    auto *projects = window->findChild<QQuickItem *>(QStringLiteral("projectsList"));
+    if (!projects)
+        return items;
+    // Delegates belong to the list's content item by parent item, not by QObject parent.
+    std::function<void(QQuickItem *)> visit = [&](QQuickItem *item) {
+        if (item->property("containerId").isValid() || item->property("loose").isValid())
+            items.insert(item);
+        for (QQuickItem *child : item->childItems())
+            visit(child);
+    };
+    visit(projects);
+    return items;
+}
+
+int switchToProjects(QSettings &settings)
+{
+    Desktop::Session session(&settings, false);
+    StorePreview state = fleet();
+    session.store().preview(state);
+    session.shell().setCategory(int(Category::Containers));
+    session.window()->show();
+    wait(500);
+
+    QList<double> samples;
+    for (int round = 0; round < 15; ++round) {
+        session.shell().setCategory(int(Category::Containers));
+        wait(100);
+        QElapsedTimer t;
+        QEventLoop frame;
+        QObject::connect(session.window(), &QQuickWindow::frameSwapped, &frame, &QEventLoop::quit);
+        t.start();
+        session.shell().setCategory(int(Category::Projects));
+        frame.exec();
+        samples.append(t.nsecsElapsed() / 1e6);
+    }
+    std::sort(samples.begin(), samples.end());
+    out << "switch to Projects (200 containers, 20 projects) to its first frame: median "
+        << QString::number(samples.at(samples.size() / 2), 'f', 1) << " ms, worst " << QString::number(samples.last(), 'f', 1)
+        << " ms (budget 100)\n";
+
+    wait(200);
+    const QSet<QObject *> before = cardsAndRows(session.window());
+    for (int round = 0; round < 10; ++round) {
+        Container &c = state.containers[round % 5];
+        c.state = c.state == QLatin1String("running") ? QStringLiteral("exited") : QStringLiteral("running");
+        session.store().preview(state);
+        wait(20);
+    }
+    const QSet<QObject *> after = cardsAndRows(session.window());
+    out << "cards and rows made anew by 10 polls that each change one container: " << (after - before).size() << " of "
+        << before.size() << '\n';
+    return 0;
+}
+
 }
 
 int main(int argc, char **argv)
@@ -179,6 +240,8 @@ int main(int argc, char **argv)
         return idle(settings, app.arguments().value(2, QStringLiteral("60")).toInt());
     if (mode == QLatin1String("apply"))
         return apply(settings);
-    out << "usage: bench_window frame|idle [seconds]|apply\n";
+    if (mode == QLatin1String("switch"))
+        return switchToProjects(settings);
+    out << "usage: bench_window frame|idle [seconds]|apply|switch\n";
     return 2;
 }

@@ -36,3 +36,4 @@ done
 "$bench" rules
 KORVAT_BENCH_CONTAINERS=200 "$window" idle "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 "$window" apply
+"$window" switch

@@ -1,4 +1,6 @@
+#include "actions.h"
 #include "appstore.h"
+#include "projectdeletion.h"
 #include "sampledata.h"
 #include "shell.h"
 #include "theme.h"
@@ -14,20 +16,36 @@
 
 Q_IMPORT_QML_PLUGIN(KorvatPlugin)
 
-// What the QML test cases need from C++: shells over sample data, each on settings that a
-// later shell can open again by name.
+// What the QML test cases need from C++: shells and actions over sample data, each on
+// settings that a later shell can open again by name, and deletions over fixed plans.
 class Fixtures : public QObject {
     Q_OBJECT
 
 public:
+    Fixtures() { SampleData::layOut(m_dir.filePath(QStringLiteral("code"))); }
+
+    // A new shell each call, over the settings of that name.
     Q_INVOKABLE QObject *shell(const QString &settingsName)
     {
         auto *settings = new QSettings(m_dir.filePath(settingsName), QSettings::IniFormat, this);
         settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-        auto *store = new AppStore(settings, {}, this);
+        m_store = new AppStore(settings, {}, this);
         auto *toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
-        store->preview(SampleData::store());
-        return new Shell(store, toolchain, settings, this);
+        m_store->preview(SampleData::store(m_dir.filePath(QStringLiteral("code"))));
+        return new Shell(m_store, toolchain, settings, this);
+    }
+    // The store of the last shell made, and actions over it.
+    Q_INVOKABLE QObject *store() { return m_store; }
+    Q_INVOKABLE QObject *actions() { return new Actions(m_store, this); }
+    // The website's deletion, planned already unless asked otherwise; "empty" has nothing left.
+    Q_INVOKABLE QObject *deletion(const QString &kind)
+    {
+        std::optional<TeardownPlan> plan = SampleData::websitePlan(m_dir.filePath(QStringLiteral("code")));
+        if (kind == QLatin1String("unplanned"))
+            plan.reset();
+        else if (kind == QLatin1String("empty"))
+            plan = TeardownPlan{QStringLiteral("website"), {}, {}, std::nullopt};
+        return new ProjectDeletion(nullptr, {QStringLiteral("website"), std::nullopt, {}, 0}, plan, this);
     }
     Q_INVOKABLE QString stored(const QString &settingsName, const QString &key) const
     {
@@ -36,6 +54,7 @@ public:
 
 private:
     QTemporaryDir m_dir;
+    AppStore *m_store = nullptr;
 };
 
 class Setup : public QObject {

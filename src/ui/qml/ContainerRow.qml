@@ -22,6 +22,8 @@ Rectangle {
     required property bool failed
     property bool showProject: false
     property bool busy: false
+    // The open menu, while one is open.
+    property KorMenu menu: null
     property string terminalHelp: ""
 
     signal action(string kind)
@@ -115,39 +117,53 @@ Rectangle {
         KorButton {
             id: more
 
+            objectName: "more"
             variant: "ghost"
             iconName: "ellipsis"
             help: "More actions for " + root.name
-            onClicked: menu.popup(more, 0, more.height)
+            onClicked: {
+                    root.menu = menuComponent.createObject(root) as KorMenu;
+                    root.menu.popup(more, 0, more.height);
+                }
         }
     }
-    KorMenu {
-        id: menu
+    // Made when asked for: a menu per row would cost every row its items up front.
+    Component {
+        id: menuComponent
 
-        KorMenuItem {
-            text: root.containerState === "paused" ? "Resume" : "Pause"
-            visible: root.running || root.containerState === "paused"
-            onTriggered: root.action(root.containerState === "paused" ? "resume" : "pause")
-        }
-        KorMenuItem {
-            text: "Open in Terminal"
-            help: root.terminalHelp
-            onTriggered: root.action("terminal")
-        }
-        KorMenuItem {
-            text: "Copy container ID"
-            onTriggered: root.action("copy")
-        }
-        KorMenuItem {
-            text: "Commit to image…"
-            enabled: !root.busy
-            onTriggered: root.action("commit")
-        }
-        KorMenuItem {
-            text: "Remove"
-            danger: true
-            enabled: !root.busy
-            onTriggered: root.action("remove")
+        KorMenu {
+            id: menu
+
+            onClosed: {
+                root.menu = null;
+                menu.destroy();
+            }
+
+            KorMenuItem {
+                text: root.containerState === "paused" ? "Resume" : "Pause"
+                visible: root.running || root.containerState === "paused"
+                onTriggered: root.action(root.containerState === "paused" ? "resume" : "pause")
+            }
+            KorMenuItem {
+                text: "Open in Terminal"
+                help: root.terminalHelp
+                onTriggered: root.action("terminal")
+            }
+            KorMenuItem {
+                text: "Copy container ID"
+                onTriggered: root.action("copy")
+            }
+            KorMenuItem {
+                text: "Commit to image…"
+                enabled: !root.busy
+                onTriggered: root.action("commit")
+            }
+            KorMenuItem {
+                text: "Remove"
+                danger: true
+                enabled: !root.busy
+                onTriggered: root.action("remove")
+            }
         }
     }
 }

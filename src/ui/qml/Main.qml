@@ -91,6 +91,7 @@ ApplicationWindow {
     Sheets {
         id: sheets
 
+        objectName: "sheets"
         actions: window.actions
         store: window.store
         onLocateRequested: project => folderDialog.ask(project)

@@ -19,6 +19,8 @@ Rectangle {
     // The card of the containers that belong to no project: no compose, no directory.
     required property bool loose
     property bool busy: false
+    // The open menu, while one is open.
+    property KorMenu menu: null
 
     signal projectAction(string kind)
     signal containerAction(string kind, string id)
@@ -122,11 +124,15 @@ Rectangle {
             KorButton {
                 id: more
 
+                objectName: "more"
                 visible: !root.loose
                 variant: "ghost"
                 iconName: "ellipsis"
                 help: "More actions for " + root.name
-                onClicked: menu.popup(more, 0, more.height)
+                onClicked: {
+                    root.menu = menuComponent.createObject(root) as KorMenu;
+                    root.menu.popup(more, 0, more.height);
+                }
             }
         }
         Text {
@@ -148,37 +154,47 @@ Rectangle {
             onAction: (kind, id) => root.containerAction(kind, id)
         }
     }
-    KorMenu {
-        id: menu
+    // Made when asked for: a menu per row would cost every row its items up front.
+    Component {
+        id: menuComponent
 
-        KorMenuItem {
-            text: "Start all"
-            enabled: root.total > 0
-            onTriggered: root.projectAction("startAll")
-        }
-        KorMenuItem {
-            text: "Stop all"
-            enabled: root.total > 0
-            onTriggered: root.projectAction("stopAll")
-        }
-        KorMenuItem {
-            text: "Reveal in File Manager"
-            enabled: root.directoryExists
-            onTriggered: root.projectAction("reveal")
-        }
-        KorMenuItem {
-            text: "Locate compose file…"
-            onTriggered: root.projectAction("locate")
-        }
-        KorMenuItem {
-            text: "Remove from Korvat"
-            onTriggered: root.projectAction("forget")
-        }
-        KorMenuItem {
-            text: "Delete project…"
-            danger: true
-            enabled: !root.busy
-            onTriggered: root.projectAction("delete")
+        KorMenu {
+            id: menu
+
+            onClosed: {
+                root.menu = null;
+                menu.destroy();
+            }
+
+            KorMenuItem {
+                text: "Start all"
+                enabled: root.total > 0
+                onTriggered: root.projectAction("startAll")
+            }
+            KorMenuItem {
+                text: "Stop all"
+                enabled: root.total > 0
+                onTriggered: root.projectAction("stopAll")
+            }
+            KorMenuItem {
+                text: "Reveal in File Manager"
+                enabled: root.directoryExists
+                onTriggered: root.projectAction("reveal")
+            }
+            KorMenuItem {
+                text: "Locate compose file…"
+                onTriggered: root.projectAction("locate")
+            }
+            KorMenuItem {
+                text: "Remove from Korvat"
+                onTriggered: root.projectAction("forget")
+            }
+            KorMenuItem {
+                text: "Delete project…"
+                danger: true
+                enabled: !root.busy
+                onTriggered: root.projectAction("delete")
+            }
         }
     }
 }

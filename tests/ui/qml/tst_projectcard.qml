@@ -1,0 +1,116 @@
+import QtQuick
+import QtTest
+import Korvat
+import KorvatTest
+
+TestCase {
+    id: testCase
+
+    name: "ProjectCard"
+    when: windowShown
+    visible: true
+    width: 1000
+    height: 1800
+
+    Component {
+        id: projects
+
+        ProjectsView {
+            width: 1000
+            height: 1800
+        }
+    }
+    SignalSpy {
+        id: projectActions
+
+        signalName: "projectAction"
+    }
+
+    function card(view, name) {
+        const items = view.contentItem.children;
+        for (let i = 0; i < items.length; ++i) {
+            if (items[i].name === name && items[i].loose !== undefined)
+                return items[i];
+        }
+        return null;
+    }
+
+    // Each sample project stands for one row of the state table.
+    function test_state_data() {
+        return [
+            { tag: "registered, directory gone", project: "archive", badge: "Dir missing", help: "Nothing to act on: no containers, and the directory compose would need is gone", compose: false },
+            { tag: "registered, no containers", project: "billing", badge: "Not running", help: "No containers. Up creates them from the compose file.", compose: true },
+            { tag: "stopped", project: "docs", badge: "Not running", help: "", compose: true },
+            { tag: "running, directory gone", project: "legacy", badge: "Dir missing", help: "compose up/down need the project directory; start/stop still work", compose: false },
+            { tag: "no compose file", project: "notes", badge: "No compose file", help: "Nothing here for compose to read, and it would search the parent directories. up/down are disabled; start/stop still work.", compose: false },
+            { tag: "running", project: "storefront", badge: "", help: "", compose: true },
+        ];
+    }
+
+    function test_state(data) {
+        const shell = Fixtures.shell("cards");
+        const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store() });
+        waitForRendering(view);
+        const c = card(view, data.project);
+        verify(c, data.project);
+        const badge = findChild(c, "stateBadge");
+        compare(badge.visible, data.badge !== "");
+        compare(badge.text, data.badge);
+        compare(findChild(c, "help").visible, data.help !== "");
+        compare(c.help, data.help);
+        compare(findChild(c, "up").enabled, data.compose);
+        compare(findChild(c, "down").enabled, data.compose);
+        if (data.project === "legacy")
+            compare(c.directoryLine, "working directory no longer exists");
+
+        projectActions.clear();
+        projectActions.target = view;
+        mouseClick(findChild(c, "up"));
+        compare(projectActions.count, data.compose ? 1 : 0);
+    }
+
+    function test_looseCardComesLast() {
+        const shell = Fixtures.shell("loose");
+        const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store() });
+        compare(view.count, 8);
+        view.positionViewAtEnd();
+        waitForRendering(view);
+        const c = card(view, "Not in a project");
+        verify(c && c.loose);
+        compare(c.total, 2);
+        verify(!findChild(c, "up").visible);
+    }
+
+    function menuTexts(owner) {
+        mouseClick(findChild(owner, "more"));
+        tryVerify(() => owner.menu !== null && owner.menu.opened);
+        const texts = [];
+        for (let i = 0; i < owner.menu.count; ++i) {
+            const item = owner.menu.itemAt(i);
+            if (item.visible)
+                texts.push(item.text);
+        }
+        owner.menu.close();
+        tryVerify(() => owner.menu === null);
+        return texts;
+    }
+
+    function test_menus() {
+        const shell = Fixtures.shell("menus");
+        const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store() });
+        waitForRendering(view);
+        const storefront = card(view, "storefront");
+        compare(menuTexts(storefront), ["Start all", "Stop all", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
+        let row = null;
+        const visit = item => {
+            for (let i = 0; i < item.children.length; ++i) {
+                if (item.children[i].containerId !== undefined && item.children[i].name === "storefront-php-1")
+                    row = item.children[i];
+                visit(item.children[i]);
+            }
+        };
+        visit(storefront);
+        verify(row);
+        compare(menuTexts(row), ["Pause", "Open in Terminal", "Copy container ID", "Commit to image…", "Remove"]);
+    }
+}

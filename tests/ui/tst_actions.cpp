@@ -1,0 +1,142 @@
+#include "actions.h"
+#include "appstore.h"
+#include "testsupport.h"
+
+#include <QClipboard>
+#include <QDBusConnection>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QMutex>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+// A file manager on the private session bus that records what it was asked to show. It
+// runs on a thread and connection of its own, as a real one runs in its own process.
+class FakeFileManager : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    QStringList shown() const
+    {
+        QMutexLocker lock(&m_mutex);
+        return m_shown;
+    }
+    void publish()
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("fake-fm"));
+        bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), this, QDBusConnection::ExportAllSlots);
+        bus.registerService(QStringLiteral("org.freedesktop.FileManager1"));
+    }
+    void withdraw() { QDBusConnection::disconnectFromBus(QStringLiteral("fake-fm")); }
+
+public slots:
+    void ShowItems(const QStringList &uris, const QString &)
+    {
+        QMutexLocker lock(&m_mutex);
+        m_shown += uris;
+    }
+
+private:
+    mutable QMutex m_mutex;
+    QStringList m_shown;
+};
+
+// The desktop services behind the rows' and cards' menus, with real stand-ins: a terminal
+// emulator that records its arguments, a file manager on the bus, the clipboard.
+class TestActions : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void terminalGetsAnArgumentVector();
+    void noTerminalSaysSo();
+    void revealAsksTheFileManager();
+    void copyIdFillsTheClipboard();
+
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<AppStore> m_store;
+    std::unique_ptr<Actions> m_actions;
+    QString m_project;
+};
+
+void TestActions::init()
+{
+    m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    m_store = std::make_unique<AppStore>(m_settings.get());
+    m_actions = std::make_unique<Actions>(m_store.get());
+    m_project = m_dir.filePath(QStringLiteral("shop"));
+    QDir().mkpath(m_project);
+    StorePreview state;
+    state.runtime = Runtime::socket(QStringLiteral("podman"), QStringLiteral("/run/user/1000/podman/podman.sock"));
+    Container web{QStringLiteral("3f1a9c2e7b11"), QStringLiteral("web-1"), QStringLiteral("nginx"), QStringLiteral("running"),
+                  QStringLiteral("Up"), QString(), {}};
+    web.labels.insert(QString::fromLatin1(Labels::project), QStringLiteral("shop"));
+    web.labels.insert(QString::fromLatin1(Labels::workingDir), m_project);
+    state.containers = {web};
+    m_store->preview(state);
+}
+
+void TestActions::terminalGetsAnArgumentVector()
+{
+    const QString bin = m_dir.filePath(QStringLiteral("bin"));
+    const QString record = m_dir.filePath(QStringLiteral("record"));
+    TestSupport::writeExecutable(bin + QStringLiteral("/xterm"),
+                                 "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + record.toUtf8() + ".tmp'\n"
+                                 "printf 'DOCKER_HOST=%s\\n' \"$DOCKER_HOST\" >> '" + record.toUtf8() + ".tmp'\n"
+                                 "mv '" + record.toUtf8() + ".tmp' '" + record.toUtf8() + "'\n");
+    qputenv("PATH", bin.toUtf8() + ":/usr/bin:/bin");
+    qunsetenv("TERMINAL");
+    m_actions->openTerminal(QStringLiteral("3f1a9c2e7b11"));
+    QTRY_VERIFY(QFile::exists(record));
+    QFile file(record);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts),
+             (QStringList{"-e", "docker", "exec", "-it", "web-1", "sh", "DOCKER_HOST=unix:///run/user/1000/podman/podman.sock"}));
+    QVERIFY(!m_store->error());
+    QCOMPARE(m_actions->terminalCommand(QStringLiteral("web-1")),
+             QStringLiteral("DOCKER_HOST=unix:///run/user/1000/podman/podman.sock docker exec -it web-1 sh"));
+}
+
+void TestActions::noTerminalSaysSo()
+{
+    qputenv("PATH", m_dir.filePath(QStringLiteral("empty")).toUtf8());
+    qunsetenv("TERMINAL");
+    m_actions->openTerminal(QStringLiteral("3f1a9c2e7b11"));
+    QVERIFY(m_store->errorText().startsWith(QStringLiteral("No terminal emulator found. Set $TERMINAL, or install one of: x-terminal-emulator")));
+    qputenv("PATH", "/usr/bin:/bin");
+}
+
+void TestActions::revealAsksTheFileManager()
+{
+    QVERIFY2(QDBusConnection::sessionBus().isConnected(), "run under dbus-run-session");
+    QThread thread;
+    auto *fake = new FakeFileManager;
+    fake->moveToThread(&thread);
+    thread.start();
+    QMetaObject::invokeMethod(fake, &FakeFileManager::publish, Qt::BlockingQueuedConnection);
+
+    m_actions->reveal(QStringLiteral("shop"));
+    QTRY_COMPARE(fake->shown(), QStringList{QUrl::fromLocalFile(m_project).toString()});
+    QVERIFY(!m_store->error());
+
+    QMetaObject::invokeMethod(fake, &FakeFileManager::withdraw, Qt::BlockingQueuedConnection);
+    thread.quit();
+    thread.wait();
+    delete fake;
+}
+
+void TestActions::copyIdFillsTheClipboard()
+{
+    QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
+    m_actions->copyId(QStringLiteral("3f1a9c2e7b11"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("3f1a9c2e7b11"));
+}
+
+QTEST_MAIN(TestActions)
+#include "tst_actions.moc"
