@@ -21,15 +21,14 @@ void typeText(QWindow *window, const QString &text)
         QTest::keyClick(window, c.toLatin1());
 }
 
-// The titles of the delegates the list view has made.
+// The container names of the rows the list view shows.
 QStringList shownTitles(QQuickItem *list)
 {
     QStringList titles;
     const auto content = list->property("contentItem").value<QQuickItem *>();
     for (QQuickItem *row : content->childItems()) {
-        const QString title = row->property("title").toString();
-        if (!title.isEmpty() && row->isVisible())
-            titles << title;
+        if (row->property("containerId").isValid() && row->isVisible())
+            titles << row->property("name").toString();
     }
     return titles;
 }

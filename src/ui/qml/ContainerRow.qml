@@ -52,6 +52,14 @@ Rectangle {
             Layout.fillWidth: true
             Layout.minimumWidth: 120
             spacing: 2
+            // The command a user would type to get a shell here, as "Open in Terminal" runs it.
+            ToolTip.visible: nameHover.hovered && root.terminalHelp !== ""
+            ToolTip.text: root.terminalHelp
+            ToolTip.delay: 900
+
+            HoverHandler {
+                id: nameHover
+            }
 
             RowLayout {
                 spacing: 8
