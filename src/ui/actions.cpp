@@ -117,6 +117,33 @@ void Actions::openTerminal(const QString &id)
         m_store->reportError(QStringLiteral("Could not start ") + launch->program + QStringLiteral(": ") + process.errorString());
 }
 
+void Actions::pull(const QString &reference)
+{
+    // Passed exactly as typed: the engine is the judge of what a reference is.
+    if (!reference.trimmed().isEmpty())
+        m_store->pull(reference);
+}
+
+void Actions::removeImage(const QString &id, const QString &reference)
+{
+    for (const DockerImage &image : m_store->images()) {
+        if (image.id == id && image.repository + u':' + image.tag == reference)
+            return m_store->remove(image);
+    }
+}
+
+void Actions::pruneImages() { m_store->pruneImages(); }
+
+void Actions::removeVolume(const QString &name)
+{
+    for (const DockerVolume &volume : m_store->volumes()) {
+        if (volume.name == name)
+            return m_store->remove(volume);
+    }
+}
+
+void Actions::pruneVolumes() { m_store->pruneVolumes(); }
+
 void Actions::up(const QString &name)
 {
     if (const auto p = project(name))

@@ -37,6 +37,13 @@ public:
     Q_INVOKABLE QString terminalCommand(const QString &name) const;
     Q_INVOKABLE QString containerName(const QString &id) const;
 
+    // Images by id and reference (one id may carry several), volumes by name.
+    Q_INVOKABLE void pull(const QString &reference);
+    Q_INVOKABLE void removeImage(const QString &id, const QString &reference);
+    Q_INVOKABLE void pruneImages();
+    Q_INVOKABLE void removeVolume(const QString &name);
+    Q_INVOKABLE void pruneVolumes();
+
     // Projects, by name.
     Q_INVOKABLE void up(const QString &project);
     Q_INVOKABLE void down(const QString &project);

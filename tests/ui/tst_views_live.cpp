@@ -48,6 +48,7 @@ private slots:
     void stopOnARunningRow();
     void logsSheetShowsWhatComesAfter();
     void deleteSheetKeepsWhatOthersMount();
+    void failedPullLeavesTheEnginesError();
 
 private:
     QQuickItem *row(const QString &name) const;
@@ -176,6 +177,21 @@ void ViewsLive::deleteSheetKeepsWhatOthersMount()
     QVERIFY(QFileInfo(data.filePath("Trash/files/" + QFileInfo(project.path()).fileName() + "/compose.yaml")).isFile());
     QCOMPARE(m_session->store().errorText(), QString());
     qunsetenv("XDG_DATA_HOME");
+}
+
+void ViewsLive::failedPullLeavesTheEnginesError()
+{
+    m_session->shell().setCategory(int(Category::Images));
+    QQuickItem *field = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((field = find(m_session->window(), QStringLiteral("pullField"))), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_session->shell().images()->count() > 0, 20000);
+    const int before = m_session->shell().images()->count();
+    // A registry on a loopback port nobody listens on: the engine's own refusal, at once.
+    field->setProperty("text", QStringLiteral("127.0.0.1:9/korvat/none:1"));
+    click(find(m_session->window(), QStringLiteral("pull")));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_session->store().errorText().isEmpty(), 20000);
+    QVERIFY2(m_session->store().errorText().contains(QStringLiteral("127.0.0.1:9")), qPrintable(m_session->store().errorText()));
+    QCOMPARE(m_session->shell().images()->count(), before);
 }
 
 QTEST_MAIN(ViewsLive)

@@ -1,26 +1,107 @@
 pragma ComponentBehavior: Bound
 import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
 import Korvat
 
-// The runtime's images.
-KorListView {
-    id: list
+// The runtime's images, and a field to pull one more.
+ColumnLayout {
+    id: root
 
     required property Shell shell
     required property AppStore store
 
-    objectName: "imagesList"
-    model: shell.images
-    Accessible.name: "Images"
+    signal imageAction(string kind, string id, string reference)
 
-    delegate: PlainRow {
-        required property string reference
-        required property string shortId
-        required property string size
+    function pull() {
+        if (field.text.trim() === "")
+            return;
+        root.imageAction("pull", "", field.text);
+        field.clear();
+    }
 
-        width: list.rowWidth
-        title: reference
-        detail: shortId + "  ·  " + size
-        iconName: "opticaldisc"
+    spacing: 0
+
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.margins: 16
+        Layout.bottomMargin: 8
+        spacing: 8
+
+        TextField {
+            id: field
+
+            objectName: "pullField"
+            Layout.fillWidth: true
+            placeholderText: "repository:tag"
+            placeholderTextColor: Theme.muted
+            color: Theme.ink
+            font: Theme.varied("JetBrains Mono", 400, 12)
+            Accessible.name: placeholderText
+            onAccepted: root.pull()
+            background: Rectangle {
+                implicitHeight: 30
+                radius: 8
+                color: Theme.control
+                border.width: field.activeFocus ? 2 : 1
+                border.color: field.activeFocus ? Theme.ion : Theme.line
+            }
+        }
+        KorButton {
+            objectName: "pull"
+            text: "Pull"
+            iconName: "arrow.down.circle"
+            variant: "accent"
+            enabled: field.text.trim() !== ""
+            onClicked: root.pull()
+        }
+        KorButton {
+            objectName: "prune"
+            text: "Prune unused"
+            iconName: "trash"
+            enabled: !root.store.busy
+            onClicked: root.imageAction("prune", "", "")
+        }
+    }
+    KorListView {
+        id: list
+
+        objectName: "imagesList"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: root.shell.sectionCount > 0
+        model: root.shell.images
+        Accessible.name: "Images"
+
+        delegate: PlainRow {
+            id: row
+
+            required property string imageId
+            required property string reference
+            required property string shortId
+            required property string size
+
+            width: list.rowWidth
+            title: reference
+            detail: shortId + "  ·  " + size
+            iconName: "opticaldisc"
+
+            KorButton {
+                text: "Remove"
+                variant: "ghost"
+                enabled: !root.store.busy
+                onClicked: root.imageAction("remove", row.imageId, row.reference)
+            }
+        }
+    }
+    EmptyState {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: root.shell.sectionCount === 0
+        iconName: root.shell.emptyIcon
+        title: root.shell.categoryLabel
+        detail: root.shell.emptyDetail
+        filtering: root.shell.filtering
+        onClearFilter: root.shell.clearFilter()
     }
 }

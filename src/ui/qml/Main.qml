@@ -164,6 +164,8 @@ ApplicationWindow {
                 store: window.store
                 onContainerAction: (kind, id) => sheets.containerAction(kind, id)
                 onProjectAction: (kind, name) => sheets.projectAction(kind, name)
+                onImageAction: (kind, id, reference) => sheets.imageAction(kind, id, reference)
+                onVolumeAction: (kind, name) => sheets.volumeAction(kind, name)
             }
         }
     }

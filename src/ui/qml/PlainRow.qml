@@ -17,6 +17,8 @@ Rectangle {
     property int ringRunning: 0
     property int ringTotal: -1
     property string iconName: ""
+    // Buttons at the end of the row.
+    default property alias actions: actionsRow.data
 
     implicitHeight: 52
     color: hover.hovered ? Theme.control : "transparent"
@@ -81,6 +83,11 @@ Rectangle {
         KorBadge {
             visible: root.badge !== ""
             text: root.badge
+        }
+        Row {
+            id: actionsRow
+
+            spacing: 4
         }
         Text {
             Layout.preferredWidth: 190

@@ -9,13 +9,17 @@ Item {
     required property Shell shell
     required property AppStore store
     readonly property bool showsRows: shell.sectionCount > 0
+    // Images and volumes keep their bars (pull, prune) and show their own empty state.
+    readonly property bool ownEmptyState: shell.category >= 2
     readonly property var views: ["ProjectsView.qml", "ContainersView.qml", "ImagesView.qml", "VolumesView.qml"]
 
     signal containerAction(string kind, string id)
     signal projectAction(string kind, string name)
+    signal imageAction(string kind, string id, string reference)
+    signal volumeAction(string kind, string name)
 
     function load() {
-        if (root.showsRows)
+        if (root.showsRows || root.ownEmptyState)
             loader.setSource(root.views[root.shell.category], {shell: root.shell, store: root.store});
     }
 
@@ -23,7 +27,7 @@ Item {
         id: loader
 
         anchors.fill: parent
-        active: root.showsRows
+        active: root.showsRows || root.ownEmptyState
         Component.onCompleted: root.load()
         onActiveChanged: root.load()
     }
@@ -41,13 +45,19 @@ Item {
         function onProjectAction(kind: string, name: string) {
             root.projectAction(kind, name);
         }
+        function onImageAction(kind: string, id: string, reference: string) {
+            root.imageAction(kind, id, reference);
+        }
+        function onVolumeAction(kind: string, name: string) {
+            root.volumeAction(kind, name);
+        }
 
         target: loader.item
         ignoreUnknownSignals: true
     }
     EmptyState {
         anchors.fill: parent
-        visible: !root.showsRows
+        visible: !root.showsRows && !root.ownEmptyState
         iconName: root.shell.emptyIcon
         title: root.shell.categoryLabel
         detail: root.shell.emptyDetail

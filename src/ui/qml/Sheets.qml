@@ -36,6 +36,28 @@ Item {
         }
     }
 
+    function imageAction(kind: string, id: string, reference: string) {
+        switch (kind) {
+        case "pull":
+            return root.actions.pull(reference);
+        case "remove":
+            return root.actions.removeImage(id, reference);
+        case "prune":
+            confirmPrune.images = true;
+            return confirmPrune.open();
+        }
+    }
+
+    function volumeAction(kind: string, name: string) {
+        switch (kind) {
+        case "remove":
+            return root.actions.removeVolume(name);
+        case "prune":
+            confirmPrune.images = false;
+            return confirmPrune.open();
+        }
+    }
+
     function projectAction(kind: string, name: string) {
         switch (kind) {
         case "up":
@@ -93,5 +115,17 @@ Item {
         title: "Take " + project + " down?"
         confirmText: "Down"
         onConfirmed: root.actions.down(confirmDown.project)
+    }
+    ConfirmSheet {
+        id: confirmPrune
+
+        property bool images: true
+
+        objectName: "confirmPrune"
+        title: images ? "Prune unused images?" : "Prune unused volumes?"
+        message: images ? "Removes every dangling image: untagged, and used by no container. Tagged images stay."
+                        : "Removes the volumes no container uses, with their data. This cannot be undone."
+        confirmText: "Prune"
+        onConfirmed: confirmPrune.images ? root.actions.pruneImages() : root.actions.pruneVolumes()
     }
 }

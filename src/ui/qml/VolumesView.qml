@@ -1,26 +1,73 @@
 pragma ComponentBehavior: Bound
 import QtQuick
+import QtQuick.Layouts
 import Korvat
 
 // The runtime's volumes.
-KorListView {
-    id: list
+ColumnLayout {
+    id: root
 
     required property Shell shell
     required property AppStore store
 
-    objectName: "volumesList"
-    model: shell.volumes
-    Accessible.name: "Volumes"
+    signal volumeAction(string kind, string name)
 
-    delegate: PlainRow {
-        required property string name
-        required property string driver
-        required property string mountpoint
+    spacing: 0
 
-        width: list.rowWidth
-        title: name
-        detail: driver + "  ·  " + mountpoint
-        iconName: "externaldrive"
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.margins: 16
+        Layout.bottomMargin: 8
+
+        Item {
+            Layout.fillWidth: true
+        }
+        KorButton {
+            objectName: "prune"
+            text: "Prune unused"
+            iconName: "trash"
+            enabled: !root.store.busy
+            onClicked: root.volumeAction("prune", "")
+        }
+    }
+    KorListView {
+        id: list
+
+        objectName: "volumesList"
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: root.shell.sectionCount > 0
+        model: root.shell.volumes
+        Accessible.name: "Volumes"
+
+        delegate: PlainRow {
+            id: row
+
+            required property string name
+            required property string driver
+            required property string mountpoint
+
+            width: list.rowWidth
+            title: name
+            detail: driver + "  ·  " + mountpoint
+            iconName: "externaldrive"
+
+            KorButton {
+                text: "Remove"
+                variant: "ghost"
+                enabled: !root.store.busy
+                onClicked: root.volumeAction("remove", row.name)
+            }
+        }
+    }
+    EmptyState {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        visible: root.shell.sectionCount === 0
+        iconName: root.shell.emptyIcon
+        title: root.shell.categoryLabel
+        detail: root.shell.emptyDetail
+        filtering: root.shell.filtering
+        onClearFilter: root.shell.clearFilter()
     }
 }
