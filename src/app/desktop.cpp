@@ -5,11 +5,13 @@
 #include "appstore.h"
 #include "colorscheme.h"
 #include "execconsole.h"
+#include "jobrun.h"
 #include "logfollower.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "fonts.h"
 #include "sampledata.h"
+#include "settingscontroller.h"
 #include "shell.h"
 #include "theme.h"
 #include "toolchainstore.h"
@@ -44,10 +46,11 @@ void prepareApplication()
 struct Session::Parts {
     Parts(QSettings *settings, bool followDesktop)
         : scheme(followDesktop ? std::make_unique<ColorScheme>() : nullptr), theme(settings, scheme.get()),
-          store(settings), toolchain(settings), shell(&store, &toolchain, settings), actions(&store)
+          store(settings), toolchain(settings), shell(&store, &toolchain, settings), actions(&store),
+          settingsController(&toolchain, settings, QCoreApplication::applicationFilePath())
     {
         Theme::setInstance(&theme);
-        window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions);
+        window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions, &settingsController);
     }
 
     std::unique_ptr<ColorScheme> scheme;
@@ -56,6 +59,7 @@ struct Session::Parts {
     ToolchainStore toolchain;
     Shell shell;
     Actions actions;
+    SettingsController settingsController;
     // Destroyed first: the views let go of the stores before the stores go.
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
@@ -137,6 +141,12 @@ int shoot(int &argc, char **argv, const QString &dir)
         Category category;
         std::function<void()> setUp;
         QSize size = QSize(1080, 700);
+        // Another window to draw instead of the main one.
+        std::function<QQuickWindow *()> target = {};
+    };
+    const auto settingsWindow = [&]() -> QQuickWindow * {
+        QMetaObject::invokeMethod(window, "openSettings");
+        return window->property("settingsWindow").value<QQuickWindow *>();
     };
     const auto sheet = [&](const char *name) { return window->findChild<QObject *>(QLatin1String(name)); };
     const auto closeSheets = [&] {
@@ -202,6 +212,18 @@ int shoot(int &argc, char **argv, const QString &dir)
              deletion->setTrashDirectory(true);
              QMetaObject::invokeMethod(sheet("deleteSheet"), "show", Q_ARG(ProjectDeletion *, deletion));
          }},
+        {QStringLiteral("settings"), Category::Projects, [&] {
+             plain();
+             toolchain.preview(SampleData::tools(), SampleData::status());
+         }, QSize(640, 940), settingsWindow},
+        {QStringLiteral("settings-job"), Category::Projects, [&] {
+             plain();
+             toolchain.preview(SampleData::tools(), SampleData::status());
+             auto *run = new JobRun(ToolJob::upgrade({QStringLiteral("container")}), window);
+             run->preview(SampleData::jobOutput());
+             QObject *sheet = settingsWindow()->findChild<QObject *>(QStringLiteral("runSheet"));
+             QMetaObject::invokeMethod(sheet, "show", Q_ARG(JobRun *, run));
+         }, QSize(640, 760), settingsWindow},
         {QStringLiteral("sheet-down"), Category::Projects, [&] {
              plain();
              QObject *confirm = sheet("confirmDown");
@@ -214,12 +236,19 @@ int shoot(int &argc, char **argv, const QString &dir)
         theme.setAppearance(appearance);
         for (const Scene &scene : scenes) {
             closeSheets();
+            if (QQuickWindow *settings = window->property("settingsWindow").value<QQuickWindow *>()) {
+                if (QObject *sheet = settings->findChild<QObject *>(QStringLiteral("runSheet")))
+                    QMetaObject::invokeMethod(sheet, "close");
+                settings->hide();
+            }
             window->resize(scene.size);
             scene.setUp();
             shell.setCategory(int(scene.category));
+            QQuickWindow *drawn = scene.target ? scene.target() : window;
+            drawn->resize(scene.size);
             settle();
             const QString file = QDir(target).filePath(scene.name + u'-' + theme.readingName() + QStringLiteral(".png"));
-            if (window->grabWindow().save(file))
+            if (drawn->grabWindow().save(file))
                 out << file << '\n';
             else
                 out << "korvat: could not write " << file << '\n';

@@ -3,6 +3,7 @@
 #include "toolchain.h"
 
 #include <QDir>
+#include <array>
 #include <QFile>
 
 namespace SampleData {
@@ -113,17 +114,31 @@ QString transcript()
 
 QList<Tool> tools()
 {
+    // container: an update through Homebrew; socktainer: missing; docker: newer upstream but
+    // installed outside Homebrew; compose: up to date.
     QList<Tool> list = Toolchain::all();
-    for (Tool &t : list) {
-        t.installed = QStringLiteral("27.3.1");
-        t.latest = QStringLiteral("27.3.1");
-    }
-    if (list.size() > 3) {
-        list[3].installed = QStringLiteral("2.29.7");
-        list[3].latest = QStringLiteral("2.30.3");
-        list[3].brewManaged = true;
+    const QList<std::array<const char *, 3>> versions = {
+        {"0.5.0", "0.6.0", "brew"}, {nullptr, "1.2.1", "brew"}, {"27.3.1", "28.0.1", ""}, {"2.30.3", "2.30.3", ""}};
+    for (qsizetype i = 0; i < list.size() && i < versions.size(); ++i) {
+        if (versions[i][0])
+            list[i].installed = QString::fromLatin1(versions[i][0]);
+        list[i].latest = QString::fromLatin1(versions[i][1]);
+        list[i].brewManaged = qstrlen(versions[i][2]) > 0;
     }
     return list;
+}
+
+SystemStatus status()
+{
+    return {true, QStringLiteral("0.6.0"), QStringLiteral("0.5.0")};
+}
+
+QString jobOutput()
+{
+    return QStringLiteral("$ brew upgrade container\n==> Upgrading 1 outdated package:\ncontainer 0.5.0 -> 0.6.0\n"
+                          "==> Fetching container\n==> Downloading container-0.6.0.arm64_sequoia.bottle.tar.gz\n"
+                          "######################################################################## 100.0%\n"
+                          "==> Pouring container-0.6.0.arm64_sequoia.bottle.tar.gz\n");
 }
 
 }

@@ -16,6 +16,9 @@ void layOut(const QString &root);
 TeardownPlan websitePlan(const QString &root);
 QString logText();
 QString transcript();
-// Tools with one update waiting, so the update banner has something to say.
+// Tools in every state the settings show: an update, a missing one, one installed outside
+// Homebrew with a newer release, one up to date; the service wants a restart.
 QList<Tool> tools();
+SystemStatus status();
+QString jobOutput();
 }

@@ -22,8 +22,18 @@ JobRun::~JobRun()
     }
 }
 
+void JobRun::preview(const QString &output)
+{
+    m_preview = true;
+    m_output = output;
+    emit outputChanged();
+    setState(State::Running);
+}
+
 void JobRun::start()
 {
+    if (m_preview)
+        return;
     if (m_state != State::Idle)
         return;
     m_process = Toolchain::process({QStringLiteral("/bin/sh"), QStringLiteral("-c"), m_job.script()});

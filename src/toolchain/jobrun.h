@@ -35,6 +35,8 @@ public:
     int exitStatus() const { return m_exitStatus; }
 
     Q_INVOKABLE void start();
+    // Shows output as if the job were running, without running anything; for screenshots.
+    void preview(const QString &output);
     // An interrupt, as Ctrl-C in a terminal would send.
     Q_INVOKABLE void cancel();
 
@@ -53,4 +55,5 @@ private:
     QString m_output;
     State m_state = State::Idle;
     int m_exitStatus = -1;
+    bool m_preview = false;
 };

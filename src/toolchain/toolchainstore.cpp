@@ -45,6 +45,8 @@ bool ToolchainStore::containerInstalled() const
 
 QCoro::Task<> ToolchainStore::load()
 {
+    if (m_preview)
+        co_return;
     QPointer<ToolchainStore> self(this);
     auto future = QtConcurrent::run([] { return std::pair(Toolchain::survey(), Toolchain::systemStatus()); });
     const auto [tools, status] = co_await future;
@@ -56,6 +58,8 @@ QCoro::Task<> ToolchainStore::load()
 
 QCoro::Task<> ToolchainStore::check()
 {
+    if (m_preview)
+        co_return;
     if (m_checking)
         co_return;
     setChecking(true);
@@ -135,6 +139,7 @@ void ToolchainStore::merge(const QList<Tool> &fresh)
 void ToolchainStore::preview(const QList<Tool> &tools, const SystemStatus &status)
 {
     m_didLaunchCheck = true;
+    m_preview = true;
     setTools(tools);
     setStatus(status);
 }

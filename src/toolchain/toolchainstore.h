@@ -52,7 +52,7 @@ public:
     QCoro::Task<> checkAtLaunch(bool enabled);
     Q_INVOKABLE void dismissNotice();
     void merge(const QList<Tool> &fresh);
-    // Shows the given tools, latest versions included, without probing anything.
+    // Shows the given tools, latest versions included; nothing is probed from then on.
     void preview(const QList<Tool> &tools, const SystemStatus &status);
 
 signals:
@@ -82,4 +82,5 @@ private:
     QSet<QString> m_dismissed;
     bool m_brewAvailable = false;
     bool m_didLaunchCheck = false;
+    bool m_preview = false;
 };

@@ -55,6 +55,9 @@ QFont varied(const QString &name, int weight, qreal size)
     font.setPointSizeF(size * 72.0 / 96.0);
     // Fall back to a face of the same kind when the shipped files are missing.
     font.setStyleHint(family == mono ? QFont::Monospace : QFont::SansSerif);
+    // Command output must read as typed: "->" and "==>" stay arrows made of characters.
+    if (family == mono)
+        font.setStyleStrategy(QFont::PreferNoShaping);
     return font;
 }
 

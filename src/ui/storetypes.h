@@ -2,6 +2,7 @@
 
 #include "appstore.h"
 #include "execconsole.h"
+#include "jobrun.h"
 #include "logfollower.h"
 #include "toolchainstore.h"
 
@@ -35,4 +36,11 @@ struct ExecConsoleForeign {
     QML_FOREIGN(ExecConsole)
     QML_NAMED_ELEMENT(ExecConsole)
     QML_UNCREATABLE("Made for a container by Actions")
+};
+
+struct JobRunForeign {
+    Q_GADGET
+    QML_FOREIGN(JobRun)
+    QML_NAMED_ELEMENT(JobRun)
+    QML_UNCREATABLE("Made for a job by the settings")
 };

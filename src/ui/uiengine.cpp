@@ -3,6 +3,7 @@
 #include "actions.h"
 #include "appstore.h"
 #include "iconprovider.h"
+#include "settingscontroller.h"
 #include "shell.h"
 #include "toolchainstore.h"
 
@@ -18,7 +19,7 @@ void prepare(QQmlEngine &engine)
 }
 
 QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell,
-                             Actions *actions)
+                             Actions *actions, SettingsController *settings)
 {
     prepare(engine);
     engine.setInitialProperties({
@@ -26,6 +27,7 @@ QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, Too
         {QStringLiteral("toolchain"), QVariant::fromValue(toolchain)},
         {QStringLiteral("shell"), QVariant::fromValue(shell)},
         {QStringLiteral("actions"), QVariant::fromValue(actions)},
+        {QStringLiteral("settings"), QVariant::fromValue(settings)},
     });
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvat/Main.qml")));
     if (engine.rootObjects().isEmpty())

@@ -7,6 +7,7 @@ class AppStore;
 class QQmlApplicationEngine;
 class QQmlEngine;
 class QQuickWindow;
+class SettingsController;
 class Shell;
 class ToolchainStore;
 
@@ -17,5 +18,5 @@ namespace UiEngine {
 void prepare(QQmlEngine &engine);
 // Loads the main window over the given objects, not yet shown; null when loading failed.
 QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell,
-                             Actions *actions);
+                             Actions *actions, SettingsController *settings);
 }

@@ -13,9 +13,15 @@ ApplicationWindow {
     required property ToolchainStore toolchain
     required property Shell shell
     required property Actions actions
-    property bool shownOnce: false
+    required property SettingsController settings
+    property SettingsWindow settingsWindow: null
 
-    signal settingsRequested()
+    function openSettings() {
+        if (!window.settingsWindow)
+            window.settingsWindow = settingsComponent.createObject(null, { settings: window.settings }) as SettingsWindow;
+        window.settingsWindow.raiseAndShow();
+    }
+    property bool shownOnce: false
 
     title: "Korvat"
     width: 1080
@@ -51,6 +57,15 @@ ApplicationWindow {
     Shortcut {
         sequences: ["F5", "Ctrl+R"]
         onActivated: window.shell.refresh()
+    }
+    Shortcut {
+        sequences: ["Ctrl+,"]
+        onActivated: window.openSettings()
+    }
+    Component {
+        id: settingsComponent
+
+        SettingsWindow {}
     }
     Shortcut {
         sequence: "Ctrl+1"
@@ -154,7 +169,7 @@ ApplicationWindow {
                 onDismissError: window.store.dismissError()
                 onDismissNotice: window.store.dismissNotice()
                 onDismissUpdate: window.toolchain.dismissNotice()
-                onOpenSettings: window.settingsRequested()
+                onOpenSettings: window.openSettings()
             }
             SectionView {
                 Layout.fillWidth: true

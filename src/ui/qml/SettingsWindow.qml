@@ -1,0 +1,227 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Korvat
+
+// Settings: the menu bar icon, the launch check, login, the appearance, and the runtime tools.
+ApplicationWindow {
+    id: window
+
+    required property SettingsController settings
+
+    function raiseAndShow() {
+        if (window.visible)
+            window.raise();
+        window.show();
+        window.requestActivate();
+    }
+
+    title: "Korvat Settings"
+    width: 640
+    height: 760
+    minimumWidth: 560
+    minimumHeight: 480
+    color: Theme.chrome
+    palette.window: Theme.chrome
+    palette.windowText: Theme.ink
+    palette.toolTipBase: Theme.card
+    palette.toolTipText: Theme.ink
+    onVisibleChanged: if (window.visible) window.settings.opened()
+
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: window.close()
+    }
+    component Caption: SectionCaption {
+        Layout.topMargin: 18
+        Layout.bottomMargin: 4
+    }
+    component Note: Text {
+        Layout.fillWidth: true
+        color: Theme.muted
+        font: Theme.varied("Inter", 400, 12)
+        wrapMode: Text.Wrap
+    }
+
+    ScrollView {
+        anchors.fill: parent
+        contentWidth: availableWidth
+
+        ColumnLayout {
+            width: parent.width - 48
+            x: 24
+            spacing: 6
+
+            Caption {
+                Layout.topMargin: 20
+                caption: "General"
+            }
+            KorSwitch {
+                objectName: "showMenuBar"
+                text: "Show menu bar icon"
+                checked: window.settings.showMenuBar
+                onToggled: window.settings.showMenuBar = checked
+            }
+            KorSwitch {
+                objectName: "checkUpdatesAtLaunch"
+                text: "Check for runtime updates at launch"
+                checked: window.settings.checkUpdatesAtLaunch
+                onToggled: window.settings.checkUpdatesAtLaunch = checked
+            }
+            Note {
+                Layout.leftMargin: 48
+                text: "Korvat polls the Docker API; there is no event stream on Apple container. The launch check runs at most once a day."
+            }
+            KorSwitch {
+                objectName: "openAtLogin"
+                text: "Open Korvat at login"
+                checked: window.settings.openAtLogin
+                onToggled: {
+                    window.settings.setOpenAtLogin(checked);
+                    // The entry's real state wins over the click.
+                    checked = Qt.binding(() => window.settings.openAtLogin);
+                }
+            }
+            Note {
+                Layout.leftMargin: 48
+                visible: window.settings.loginError !== ""
+                text: window.settings.loginError
+                color: Theme.danger
+            }
+
+            Caption {
+                caption: "Appearance"
+            }
+            RowLayout {
+                spacing: 6
+
+                Repeater {
+                    model: [
+                        { label: "Auto", value: "auto", icon: "circle.lefthalf.filled" },
+                        { label: "Light", value: "light", icon: "sun.max" },
+                        { label: "Dark", value: "dark", icon: "moon" },
+                    ]
+
+                    KorButton {
+                        required property var modelData
+
+                        text: modelData.label
+                        iconName: modelData.icon
+                        variant: Theme.appearance === modelData.value ? "accent" : "quiet"
+                        checkable: true
+                        checked: Theme.appearance === modelData.value
+                        Accessible.role: Accessible.RadioButton
+                        Accessible.checkable: true
+                        Accessible.checked: checked
+                        onClicked: Theme.appearance = modelData.value
+                    }
+                }
+            }
+            Note {
+                text: "Auto follows the system setting. Light is the Paper reading of the design, dark is Obsidian — neither is an afterthought."
+            }
+
+            RowLayout {
+                Layout.fillWidth: true
+                Layout.topMargin: 18
+
+                SectionCaption {
+                    Layout.fillWidth: true
+                    caption: "Runtime tools"
+                }
+                KorButton {
+                    objectName: "checkButton"
+                    text: window.settings.checking ? "Checking" : "Check for updates"
+                    iconName: "arrow.clockwise"
+                    enabled: !window.settings.checking
+                    onClicked: window.settings.check()
+                }
+            }
+            Text {
+                objectName: "statusLine"
+                text: window.settings.statusLine
+                color: Theme.muted
+                font: Theme.caption
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            Rectangle {
+                Layout.fillWidth: true
+                Layout.topMargin: 8
+                visible: window.settings.restartNeeded
+                implicitHeight: restart.implicitHeight + 20
+                radius: 9
+                color: Theme.badgeFill
+
+                RowLayout {
+                    id: restart
+
+                    anchors.fill: parent
+                    anchors.margins: 10
+                    spacing: 10
+
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        spacing: 2
+
+                        Text {
+                            text: "Restart the runtime to finish"
+                            color: Theme.badgeInk
+                            font: Theme.varied("Inter", 600, 13)
+                        }
+                        Text {
+                            Layout.fillWidth: true
+                            text: window.settings.restartText
+                            color: Theme.ink
+                            font: Theme.varied("Inter", 400, 12)
+                            wrapMode: Text.Wrap
+                        }
+                    }
+                    KorButton {
+                        text: "Restart"
+                        iconName: "arrow.triangle.2.circlepath"
+                        variant: "accent"
+                        onClicked: runSheet.show(window.settings.job("restart", ""))
+                    }
+                }
+            }
+            Repeater {
+                model: window.settings.tools
+
+                ToolRow {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 8
+                    onActionClicked: (kind, formula, homepage) => {
+                        if (kind === "update" || kind === "install")
+                            runSheet.show(window.settings.job(kind, formula));
+                        else
+                            Qt.openUrlExternally(homepage);
+                    }
+                }
+            }
+            Note {
+                Layout.topMargin: 10
+                visible: !window.settings.brewAvailable
+                text: "Homebrew was not found, so Korvat can report versions but cannot update them."
+            }
+            KorButton {
+                Layout.topMargin: 6
+                visible: window.settings.canStartServices
+                text: "Start"
+                iconName: "play"
+                variant: "accent"
+                onClicked: runSheet.show(window.settings.job("start", ""))
+            }
+            Item {
+                Layout.preferredHeight: 24
+            }
+        }
+    }
+    ToolRunSheet {
+        id: runSheet
+
+        objectName: "runSheet"
+        onClosedJob: run => window.settings.jobClosed(run)
+    }
+}

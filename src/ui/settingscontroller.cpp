@@ -1,0 +1,138 @@
+#include "settingscontroller.h"
+
+#include "loginitem.h"
+#include "toolchainstore.h"
+#include "toolrules.h"
+
+#include <QLocale>
+#include <QQmlEngine>
+#include <QSettings>
+
+void ToolModel::setTools(const QList<Tool> &tools)
+{
+    sync(m_rows, tools, [](const Tool &t) { return t.formula; }, [](const Tool &, const Tool &) {
+        return QList<int>{InstalledRole, LatestRole, BadgeRole, BadgeKindRole, ActionRole, ActionLabelRole, ActionHelpRole};
+    });
+}
+
+QVariant ToolModel::roleData(const Tool &t, int role) const
+{
+    switch (role) {
+    case FormulaRole: return t.formula;
+    case Qt::DisplayRole:
+    case NameRole: return t.name;
+    case PurposeRole: return t.purpose;
+    case InstalledRole: return t.installed.value_or(QStringLiteral("—"));
+    case LatestRole: return t.latest.value_or(QStringLiteral("—"));
+    case BadgeRole: return ToolRules::badge(t).text;
+    case BadgeKindRole: return ToolRules::badge(t).kind;
+    case ActionRole: return ToolRules::action(t).kind;
+    case ActionLabelRole: return ToolRules::action(t).label;
+    case ActionHelpRole: return ToolRules::action(t).help;
+    case HomepageRole: return t.homepage;
+    }
+    return {};
+}
+
+QHash<int, QByteArray> ToolModel::roleNames() const
+{
+    return {{FormulaRole, "formula"}, {NameRole, "name"}, {PurposeRole, "purpose"}, {InstalledRole, "installed"},
+            {LatestRole, "latest"}, {BadgeRole, "badge"}, {BadgeKindRole, "badgeKind"}, {ActionRole, "action"},
+            {ActionLabelRole, "actionLabel"}, {ActionHelpRole, "actionHelp"}, {HomepageRole, "homepage"}};
+}
+
+SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, QObject *parent)
+    : QObject(parent), m_toolchain(toolchain), m_settings(settings), m_executable(std::move(executable))
+{
+    const auto tools = [this] { m_tools.setTools(m_toolchain->tools()); };
+    connect(m_toolchain, &ToolchainStore::toolsChanged, this, tools);
+    connect(m_toolchain, &ToolchainStore::toolsChanged, this, &SettingsController::statusChanged);
+    connect(m_toolchain, &ToolchainStore::statusChanged, this, &SettingsController::statusChanged);
+    connect(m_toolchain, &ToolchainStore::lastCheckedChanged, this, &SettingsController::statusChanged);
+    connect(m_toolchain, &ToolchainStore::checkingChanged, this, &SettingsController::checkingChanged);
+    tools();
+}
+
+bool SettingsController::showMenuBar() const { return m_settings->value(QStringLiteral("showMenuBar"), true).toBool(); }
+
+void SettingsController::setShowMenuBar(bool show)
+{
+    if (show == showMenuBar())
+        return;
+    m_settings->setValue(QStringLiteral("showMenuBar"), show);
+    emit showMenuBarChanged();
+}
+
+bool SettingsController::checkUpdatesAtLaunch() const
+{
+    return m_settings->value(QStringLiteral("checkUpdatesAtLaunch"), true).toBool();
+}
+
+void SettingsController::setCheckUpdatesAtLaunch(bool check)
+{
+    if (check == checkUpdatesAtLaunch())
+        return;
+    m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), check);
+    emit checkUpdatesAtLaunchChanged();
+}
+
+bool SettingsController::openAtLogin() const { return LoginItem::state() == QLatin1String("on"); }
+
+void SettingsController::setOpenAtLogin(bool on)
+{
+    const bool done = on ? LoginItem::enable(m_executable) : LoginItem::disable();
+    // The toggle shows the entry's real state either way; a failure says why beneath it.
+    m_loginError = done ? QString()
+                        : QStringLiteral("Could not ") + (on ? QStringLiteral("enable") : QStringLiteral("disable"))
+            + QStringLiteral(" this: ") + (on ? QStringLiteral("cannot write ") : QStringLiteral("cannot remove ")) + LoginItem::entryPath();
+    emit openAtLoginChanged();
+}
+
+QString SettingsController::statusLine() const
+{
+    return ToolRules::statusLine(m_toolchain->status(), m_toolchain->lastChecked(), QLocale());
+}
+
+bool SettingsController::restartNeeded() const { return m_toolchain->status().restartNeeded(); }
+QString SettingsController::restartText() const { return ToolRules::restartText(m_toolchain->status()); }
+bool SettingsController::brewAvailable() const { return m_toolchain->brewAvailable(); }
+bool SettingsController::canStartServices() const { return m_toolchain->containerInstalled() && !m_toolchain->status().running; }
+bool SettingsController::checking() const { return m_toolchain->checking(); }
+
+void SettingsController::opened()
+{
+    [](QPointer<ToolchainStore> toolchain) -> QCoro::Task<> {
+        auto loading = toolchain->load();
+        co_await loading;
+        if (!toolchain)
+            co_return;
+        auto checking = toolchain->checkIfStale();
+        co_await checking;
+    }(m_toolchain);
+}
+
+void SettingsController::check() { m_toolchain->check(); }
+
+JobRun *SettingsController::job(const QString &kind, const QString &formula)
+{
+    ToolJob job = ToolJob::start();
+    if (kind == QLatin1String("update"))
+        job = ToolJob::upgrade({formula});
+    else if (kind == QLatin1String("install"))
+        job = ToolJob::install({formula});
+    else if (kind == QLatin1String("restart"))
+        job = ToolJob::restart();
+    auto *run = new JobRun(job);
+    QQmlEngine::setObjectOwnership(run, QQmlEngine::JavaScriptOwnership);
+    return run;
+}
+
+void SettingsController::jobClosed(JobRun *run)
+{
+    if (!run)
+        return;
+    const bool ran = run->finished();
+    run->deleteLater();
+    if (ran)
+        m_toolchain->load();
+}
