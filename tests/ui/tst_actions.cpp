@@ -1,5 +1,7 @@
 #include "actions.h"
 #include "appstore.h"
+#include "settingscontroller.h"
+#include "toolchainstore.h"
 #include "testsupport.h"
 
 #include <QClipboard>
@@ -56,6 +58,7 @@ private slots:
     void noTerminalSaysSo();
     void revealAsksTheFileManager();
     void copyIdFillsTheClipboard();
+    void loginToggleWritesTheAutostartEntry();
 
 private:
     QTemporaryDir m_dir;
@@ -136,6 +139,35 @@ void TestActions::copyIdFillsTheClipboard()
     QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
     m_actions->copyId(QStringLiteral("3f1a9c2e7b11"));
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("3f1a9c2e7b11"));
+}
+
+void TestActions::loginToggleWritesTheAutostartEntry()
+{
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    ToolchainStore toolchain(m_settings.get());
+    SettingsController settings(&toolchain, m_settings.get(), QStringLiteral("/opt/korvat/bin/korvat"));
+    const QString entry = config.filePath(QStringLiteral("autostart/korvat.desktop"));
+    QVERIFY(!settings.openAtLogin());
+
+    settings.setOpenAtLogin(true);
+    QVERIFY(settings.openAtLogin());
+    QFile file(entry);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains("\nExec=\"/opt/korvat/bin/korvat\"\n"));
+    QCOMPARE(settings.loginError(), QString());
+
+    settings.setOpenAtLogin(false);
+    QVERIFY(!QFile::exists(entry));
+    QVERIFY(!settings.openAtLogin());
+
+    // A file where the autostart directory belongs: the toggle stays off and says why.
+    QDir(config.filePath(QStringLiteral("autostart"))).removeRecursively();
+    TestSupport::writeFile(config.filePath(QStringLiteral("autostart")), "not a directory");
+    settings.setOpenAtLogin(true);
+    QVERIFY(!settings.openAtLogin());
+    QCOMPARE(settings.loginError(), QStringLiteral("Could not enable this: cannot write ") + entry);
+    qunsetenv("XDG_CONFIG_HOME");
 }
 
 QTEST_MAIN(TestActions)

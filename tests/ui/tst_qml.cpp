@@ -1,4 +1,7 @@
+#include "../toolchain/faketools.h"
 #include "actions.h"
+#include "jobrun.h"
+#include "settingscontroller.h"
 #include "appstore.h"
 #include "projectdeletion.h"
 #include "sampledata.h"
@@ -37,6 +40,29 @@ public:
     // The store of the last shell made, and actions over it.
     Q_INVOKABLE QObject *store() { return m_store; }
     Q_INVOKABLE QObject *actions() { return new Actions(m_store, this); }
+    // Settings over the sample tools, or, with probe set, over stand-in tools that have not
+    // answered yet; "slow" makes the stand-in brew take its time to update.
+    Q_INVOKABLE QObject *settings(const QString &kind)
+    {
+        auto *settings = new QSettings(m_dir.filePath(QStringLiteral("settings-") + kind), QSettings::IniFormat, this);
+        auto *toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
+        if (kind == QLatin1String("sample")) {
+            toolchain->preview(SampleData::tools(), SampleData::status());
+        } else {
+            m_tools = std::make_unique<FakeTools>();
+            if (kind == QLatin1String("slow"))
+                m_tools->set(QStringLiteral("update.sleep"), "3");
+        }
+        return new SettingsController(toolchain, settings, QStringLiteral("/usr/bin/korvat"), this);
+    }
+    // A real job: /bin/sh runs the upgrade script against a stand-in brew that prints and fails.
+    Q_INVOKABLE QObject *failingJob()
+    {
+        m_tools = std::make_unique<FakeTools>();
+        TestSupport::writeExecutable(m_tools->path(QStringLiteral("brew")), "#!/bin/sh\necho \"upgrading $2\"\necho 'no bottle' >&2\nexit 3\n");
+        return new JobRun(ToolJob::upgrade({QStringLiteral("container")}), this);
+    }
+    Q_INVOKABLE void dropTools() { m_tools.reset(); }
     // The website's deletion, planned already unless asked otherwise; "empty" has nothing left.
     Q_INVOKABLE QObject *deletion(const QString &kind)
     {
@@ -55,6 +81,7 @@ public:
 private:
     QTemporaryDir m_dir;
     AppStore *m_store = nullptr;
+    std::unique_ptr<FakeTools> m_tools;
 };
 
 class Setup : public QObject {

@@ -1,6 +1,9 @@
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "terminal.h"
+#include "toolrules.h"
+
+#include <QLocale>
 
 #include <QTest>
 
@@ -28,6 +31,9 @@ private slots:
     void terminal_data();
     void terminal();
     void terminalPicksTheFirstEmulatorFound();
+    void toolRow_data();
+    void toolRow();
+    void serviceTexts();
 };
 
 void TestViewRules::cardState_data()
@@ -188,6 +194,61 @@ void TestViewRules::terminalPicksTheFirstEmulatorFound()
     l = Terminal::launch({}, QStringLiteral("c"), env, onPath({"xterm", "konsole"}));
     QCOMPARE(l->program, QStringLiteral("/bin/konsole"));
     QVERIFY(!Terminal::launch({}, QStringLiteral("c"), env, onPath({})));
+}
+
+void TestViewRules::toolRow_data()
+{
+    QTest::addColumn<QString>("installed");
+    QTest::addColumn<QString>("latest");
+    QTest::addColumn<bool>("brew");
+    QTest::addColumn<QString>("badge");
+    QTest::addColumn<QString>("action");
+
+    QTest::newRow("missing") << "" << "1.2.0" << false << "not installed" << "install";
+    QTest::newRow("missing, never checked") << "" << "" << false << "not installed" << "install";
+    QTest::newRow("not checked") << "1.0.0" << "" << true << "not checked" << "homepage";
+    QTest::newRow("brew update") << "0.5.0" << "0.6.0" << true << "update" << "update";
+    QTest::newRow("outside brew, newer release") << "27.3.1" << "28.0.1" << false << "update" << "releaseNotes";
+    QTest::newRow("up to date") << "2.30.3" << "2.30.3" << true << "up to date" << "homepage";
+    QTest::newRow("newer than latest") << "2.31.0" << "2.30.3" << true << "up to date" << "homepage";
+    QTest::newRow("numeric, not text, order") << "1.9.0" << "1.10.0" << true << "update" << "update";
+}
+
+void TestViewRules::toolRow()
+{
+    QFETCH(QString, installed);
+    QFETCH(QString, latest);
+    QFETCH(bool, brew);
+    QFETCH(QString, badge);
+    QFETCH(QString, action);
+
+    Tool t;
+    t.formula = QStringLiteral("container");
+    if (!installed.isEmpty())
+        t.installed = installed;
+    if (!latest.isEmpty())
+        t.latest = latest;
+    t.brewManaged = brew;
+    QCOMPARE(ToolRules::badge(t).text, badge);
+    QCOMPARE(ToolRules::action(t).kind, action);
+    if (action == QLatin1String("releaseNotes"))
+        QCOMPARE(ToolRules::action(t).help, QStringLiteral("Installed outside Homebrew — update it where you installed it from"));
+    if (action == QLatin1String("install"))
+        QCOMPARE(ToolRules::action(t).help, QStringLiteral("Installs with Homebrew, fetches the kernel and starts the services"));
+}
+
+void TestViewRules::serviceTexts()
+{
+    const QLocale c(QLocale::English, QLocale::UnitedKingdom);
+    QCOMPARE(ToolRules::statusLine({}, std::nullopt, c), QStringLiteral("SERVICES STOPPED · NOT CHECKED"));
+    const QDateTime at = QDateTime(QDate(2026, 11, 22), QTime(14, 5)).toUTC();
+    QCOMPARE(ToolRules::statusLine({true, QStringLiteral("1.4.1"), QStringLiteral("1.4.1")}, at, c),
+             QStringLiteral("SERVICES RUNNING · SERVER 1.4.1 · CHECKED 14:05"));
+    QCOMPARE(ToolRules::statusLine({false, QStringLiteral("1.4.1"), std::nullopt}, at, c), QStringLiteral("SERVICES STOPPED · CHECKED 14:05"));
+    QCOMPARE(ToolRules::restartText({true, QStringLiteral("0.6.0"), QStringLiteral("0.5.0")}),
+             QStringLiteral("Client is 0.6.0, the running server is still 0.5.0. Restarting stops running containers."));
+    QCOMPARE(ToolRules::restartText({true, std::nullopt, QStringLiteral("0.5.0")}),
+             QStringLiteral("Client is ?, the running server is still 0.5.0. Restarting stops running containers."));
 }
 
 QTEST_GUILESS_MAIN(TestViewRules)

@@ -9,6 +9,7 @@ ApplicationWindow {
     id: window
 
     required property SettingsController settings
+    readonly property ToolRunSheet runSheet: runSheet
 
     function raiseAndShow() {
         if (window.visible)

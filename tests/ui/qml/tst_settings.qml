@@ -1,0 +1,85 @@
+import QtQuick
+import QtTest
+import Korvat
+import KorvatTest
+
+TestCase {
+    id: testCase
+
+    name: "Settings"
+    when: windowShown
+    visible: true
+    width: 200
+    height: 200
+
+    Component {
+        id: settingsWindow
+
+        SettingsWindow {}
+    }
+
+    function cleanup() {
+        Fixtures.dropTools();
+    }
+
+    function rows(window) {
+        const found = {};
+        const visit = item => {
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i];
+                if (child.formula !== undefined && child.actionLabel !== undefined)
+                    found[child.formula] = child;
+                visit(child);
+            }
+        };
+        visit(window.contentItem);
+        return found;
+    }
+
+    function test_toolRowsFollowTheirVersions() {
+        const window = createTemporaryObject(settingsWindow, testCase, { settings: Fixtures.settings("sample") });
+        window.show();
+        tryVerify(() => window.visible);
+        const r = rows(window);
+        compare(findChild(r["container"], "toolBadge").text, "update");
+        compare(findChild(r["container"], "toolAction").text, "Update");
+        compare(findChild(r["socktainer"], "toolBadge").text, "not installed");
+        compare(findChild(r["socktainer"], "toolAction").text, "Install");
+        compare(findChild(r["docker"], "toolAction").text, "Release notes");
+        compare(findChild(r["docker-compose"], "toolBadge").text, "up to date");
+        compare(findChild(r["docker-compose"], "toolAction").text, "Homepage");
+        compare(findChild(window.contentItem, "statusLine").text, "SERVICES RUNNING · SERVER 0.5.0 · NOT CHECKED");
+    }
+
+    function test_checkingDisablesTheButton() {
+        const settings = Fixtures.settings("slow");
+        compare(settings.statusLine, "SERVICES STOPPED · NOT CHECKED");
+        const window = createTemporaryObject(settingsWindow, testCase, { settings: settings });
+        const button = findChild(window.contentItem, "checkButton");
+        compare(button.text, "Check for updates");
+        settings.check();
+        tryVerify(() => settings.checking);
+        compare(button.text, "Checking");
+        verify(!button.enabled);
+        tryVerify(() => !settings.checking, 10000);
+        compare(button.text, "Check for updates");
+        verify(button.enabled);
+    }
+
+    function test_jobSheetShowsAFailingJob() {
+        const window = createTemporaryObject(settingsWindow, testCase, { settings: Fixtures.settings("sample") });
+        window.show();
+        const run = Fixtures.failingJob();
+        const runSheet = window.runSheet;
+        runSheet.show(run);
+        tryVerify(() => run.finished, 10000);
+        compare(run.exitStatus, 3);
+        const output = findChild(runSheet.contentItem, "jobOutput");
+        verify(output.text.startsWith("$ brew upgrade container\n"), output.text);
+        verify(output.text.includes("upgrading container"));
+        verify(output.text.includes("no bottle"));
+        compare(findChild(runSheet.contentItem, "jobState").text, "EXIT STATUS 3");
+        compare(findChild(runSheet.contentItem, "jobButton").text, "Close");
+        runSheet.close();
+    }
+}
