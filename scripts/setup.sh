@@ -19,6 +19,8 @@ packages=(
   dbus-daemon
   # the private engine the tests drive
   docker.io iptables busybox-static ca-certificates
+  # a real X server for the tray test
+  xvfb xauth
 )
 
 # npm comes with many Node installations; Debian's package only when none is on PATH.

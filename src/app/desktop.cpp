@@ -14,6 +14,7 @@
 #include "settingscontroller.h"
 #include "shell.h"
 #include "theme.h"
+#include "tray.h"
 #include "toolchainstore.h"
 #include "uiengine.h"
 
@@ -71,6 +72,12 @@ AppStore &Session::store() { return d->store; }
 ToolchainStore &Session::toolchain() { return d->toolchain; }
 Shell &Session::shell() { return d->shell; }
 QQuickWindow *Session::window() { return d->window; }
+SettingsController &Session::settings() { return d->settingsController; }
+
+QQuickWindow *Session::loadPanel()
+{
+    return UiEngine::loadPanel(d->engine, &d->store, &d->toolchain, &d->shell, &d->actions);
+}
 
 namespace {
 void settle()
@@ -91,8 +98,8 @@ int run(int &argc, char **argv)
         QTextStream(stderr) << "korvat: the main window could not be loaded\n";
         return 1;
     }
-    // Without a tray there is nothing to come back to once the window closes.
-    QGuiApplication::setQuitOnLastWindowClosed(true);
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/korvat/app/korvat.svg")));
+    Tray tray(session);
     session.window()->show();
     return app.exec();
 }
@@ -143,6 +150,13 @@ int shoot(int &argc, char **argv, const QString &dir)
         QSize size = QSize(1080, 700);
         // Another window to draw instead of the main one.
         std::function<QQuickWindow *()> target = {};
+    };
+    QPointer<QQuickWindow> panel;
+    const auto panelWindow = [&]() -> QQuickWindow * {
+        if (!panel)
+            panel = session.loadPanel();
+        panel->show();
+        return panel;
     };
     const auto settingsWindow = [&]() -> QQuickWindow * {
         QMetaObject::invokeMethod(window, "openSettings");
@@ -212,6 +226,17 @@ int shoot(int &argc, char **argv, const QString &dir)
              deletion->setTrashDirectory(true);
              QMetaObject::invokeMethod(sheet("deleteSheet"), "show", Q_ARG(ProjectDeletion *, deletion));
          }},
+        {QStringLiteral("tray-panel"), Category::Projects, [&] {
+             plain();
+             toolchain.preview(SampleData::tools(), SampleData::status());
+         }, QSize(340, 600), panelWindow},
+        {QStringLiteral("tray-panel-empty"), Category::Projects, [&] {
+             plain();
+             StorePreview state = sample;
+             state.containers.clear();
+             state.registry = ProjectRegistry();
+             store.preview(state);
+         }, QSize(340, 260), panelWindow},
         {QStringLiteral("settings"), Category::Projects, [&] {
              plain();
              toolchain.preview(SampleData::tools(), SampleData::status());
@@ -241,6 +266,8 @@ int shoot(int &argc, char **argv, const QString &dir)
                     QMetaObject::invokeMethod(sheet, "close");
                 settings->hide();
             }
+            if (panel)
+                panel->hide();
             window->resize(scene.size);
             scene.setUp();
             shell.setCategory(int(scene.category));

@@ -6,6 +6,7 @@
 class AppStore;
 class QQuickWindow;
 class QSettings;
+class SettingsController;
 class Shell;
 class ToolchainStore;
 
@@ -28,7 +29,10 @@ public:
     AppStore &store();
     ToolchainStore &toolchain();
     Shell &shell();
+    SettingsController &settings();
     QQuickWindow *window();
+    // The tray panel, loaded on first use into the same engine; hidden.
+    QQuickWindow *loadPanel();
 
 private:
     struct Parts;

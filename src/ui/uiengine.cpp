@@ -35,4 +35,19 @@ QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, Too
     return qobject_cast<QQuickWindow *>(engine.rootObjects().constLast());
 }
 
+QQuickWindow *loadPanel(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell, Actions *actions)
+{
+    engine.setInitialProperties({
+        {QStringLiteral("store"), QVariant::fromValue(store)},
+        {QStringLiteral("toolchain"), QVariant::fromValue(toolchain)},
+        {QStringLiteral("shell"), QVariant::fromValue(shell)},
+        {QStringLiteral("actions"), QVariant::fromValue(actions)},
+    });
+    const qsizetype before = engine.rootObjects().size();
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvat/MenuBarView.qml")));
+    if (engine.rootObjects().size() == before)
+        return nullptr;
+    return qobject_cast<QQuickWindow *>(engine.rootObjects().constLast());
+}
+
 }

@@ -19,4 +19,6 @@ void prepare(QQmlEngine &engine);
 // Loads the main window over the given objects, not yet shown; null when loading failed.
 QQuickWindow *loadMainWindow(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell,
                              Actions *actions, SettingsController *settings);
+// Loads the tray panel over the same objects, hidden.
+QQuickWindow *loadPanel(QQmlApplicationEngine &engine, AppStore *store, ToolchainStore *toolchain, Shell *shell, Actions *actions);
 }

@@ -33,12 +33,18 @@ public:
         auto *settings = new QSettings(m_dir.filePath(settingsName), QSettings::IniFormat, this);
         settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
         m_store = new AppStore(settings, {}, this);
-        auto *toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
-        m_store->preview(SampleData::store(m_dir.filePath(QStringLiteral("code"))));
-        return new Shell(m_store, toolchain, settings, this);
+        m_toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
+        StorePreview sample = SampleData::store(m_dir.filePath(QStringLiteral("code")));
+        if (settingsName.endsWith(QLatin1String("-empty"))) {
+            sample.containers.clear();
+            sample.registry = ProjectRegistry();
+        }
+        m_store->preview(sample);
+        return new Shell(m_store, m_toolchain, settings, this);
     }
     // The store of the last shell made, and actions over it.
     Q_INVOKABLE QObject *store() { return m_store; }
+    Q_INVOKABLE QObject *toolchain() { return m_toolchain; }
     Q_INVOKABLE QObject *actions() { return new Actions(m_store, this); }
     // Settings over the sample tools, or, with probe set, over stand-in tools that have not
     // answered yet; "slow" makes the stand-in brew take its time to update.
@@ -81,6 +87,7 @@ public:
 private:
     QTemporaryDir m_dir;
     AppStore *m_store = nullptr;
+    ToolchainStore *m_toolchain = nullptr;
     std::unique_ptr<FakeTools> m_tools;
 };
 

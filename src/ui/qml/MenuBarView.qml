@@ -1,0 +1,186 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Korvat
+
+// The tray panel: the runtime, what runs, a one-click start or stop per container, and the
+// way to the main window. It hides when it loses focus, as a menu would.
+Window {
+    id: panel
+
+    required property AppStore store
+    required property ToolchainStore toolchain
+    required property Shell shell
+    required property Actions actions
+    property bool shownOnce: false
+
+    signal openMain()
+    signal quit()
+
+    width: 340
+    height: Math.min(content.implicitHeight + 2, 600)
+    flags: Qt.Tool | Qt.FramelessWindowHint
+    color: "transparent"
+    title: "Korvat"
+    onActiveChanged: if (!panel.active && panel.visible) panel.hide()
+    onVisibleChanged: {
+        if (panel.visible && !panel.shownOnce) {
+            panel.shownOnce = true;
+            panel.shell.firstShown();
+        }
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.chrome
+        border.color: Theme.line
+        radius: 12
+    }
+    Shortcut {
+        sequences: ["Esc"]
+        onActivated: panel.hide()
+    }
+    ColumnLayout {
+        id: content
+
+        anchors.fill: parent
+        anchors.margins: 1
+        spacing: 0
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: 12
+            Layout.bottomMargin: 6
+            spacing: 8
+
+            RuntimePicker {
+                Layout.fillWidth: true
+                model: panel.shell.runtimes
+                selectedRow: panel.shell.runtimes.selectedRow
+                onPicked: row => panel.shell.selectRuntime(row)
+            }
+            Text {
+                objectName: "runningCount"
+                text: panel.store.runningCount + " running"
+                color: Theme.muted
+                font: Theme.varied("JetBrains Mono", 500, 11)
+            }
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: 14
+            Layout.rightMargin: 12
+            Layout.bottomMargin: 6
+            visible: panel.toolchain.noticeText !== ""
+            spacing: 6
+
+            KorIcon {
+                name: "arrow.down.circle"
+                tint: Theme.badgeInk
+                size: 14
+            }
+            Text {
+                objectName: "updateLine"
+                Layout.fillWidth: true
+                text: panel.toolchain.noticeText
+                color: Theme.badgeInk
+                font: Theme.varied("Inter", 500, 12)
+                elide: Text.ElideRight
+            }
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            implicitHeight: 1
+            color: Theme.line
+        }
+        ListView {
+            id: groups
+
+            objectName: "panelGroups"
+            Layout.fillWidth: true
+            Layout.preferredHeight: Math.min(contentHeight, 420)
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            model: panel.shell.projects
+            ScrollBar.vertical: ScrollBar {}
+
+            delegate: ColumnLayout {
+                id: group
+
+                required property string name
+                required property int runningCount
+                required property bool loose
+                required property ContainerModel containers
+
+                width: groups.width
+                spacing: 0
+
+                RowLayout {
+                    Layout.fillWidth: true
+                    Layout.leftMargin: 12
+                    Layout.rightMargin: 12
+                    Layout.topMargin: 8
+                    Layout.bottomMargin: 2
+
+                    SectionCaption {
+                        objectName: "groupName"
+                        Layout.fillWidth: true
+                        caption: group.loose ? "Other" : group.name
+                    }
+                    Text {
+                        visible: !group.loose
+                        text: group.runningCount
+                        color: Theme.muted
+                        font: Theme.varied("JetBrains Mono", 400, 11)
+                    }
+                }
+                Repeater {
+                    model: group.containers
+
+                    MenuRow {
+                        id: menuRow
+
+                        Layout.fillWidth: true
+                        onPrimary: panel.actions.primary(menuRow.containerId)
+                    }
+                }
+            }
+        }
+        Text {
+            objectName: "noContainers"
+            Layout.margins: 14
+            visible: panel.shell.containers.count === 0
+            text: "No containers"
+            color: Theme.muted
+            font: Theme.varied("Inter", 400, 12.5)
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.topMargin: 6
+            implicitHeight: 1
+            color: Theme.line
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: 10
+            spacing: 8
+
+            KorButton {
+                objectName: "openKorvat"
+                Layout.fillWidth: true
+                text: "Open Korvat"
+                variant: "accent"
+                onClicked: {
+                    panel.hide();
+                    panel.openMain();
+                }
+            }
+            KorButton {
+                text: "Quit"
+                variant: "ghost"
+                onClicked: panel.quit()
+            }
+        }
+    }
+}

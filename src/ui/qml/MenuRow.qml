@@ -1,0 +1,48 @@
+import QtQuick
+import QtQuick.Layouts
+import Korvat
+
+// One container in the tray panel: its dot, its name, and the one action its state allows.
+Item {
+    id: root
+
+    required property string containerId
+    required property string name
+    required property string dot
+    required property string actionLabel
+    required property bool failed
+
+    signal primary()
+
+    implicitHeight: 30
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 10
+        anchors.rightMargin: 6
+        spacing: 8
+
+        StatusDot {
+            dot: root.dot
+            failed: root.failed
+        }
+        Text {
+            Layout.fillWidth: true
+            text: root.name
+            color: Theme.ink
+            font: Theme.varied("Inter", 500, 12.5)
+            elide: Text.ElideRight
+        }
+        KorButton {
+            objectName: "rowAction"
+            text: root.actionLabel
+            variant: root.actionLabel === "Stop" ? "quiet" : "accent"
+            padding: 3
+            leftPadding: 10
+            rightPadding: 10
+            onClicked: root.primary()
+        }
+    }
+}
