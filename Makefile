@@ -6,7 +6,7 @@ JOBS       ?= $(shell nproc)
 KORVAT     := $(BUILD)/bin/korvat
 DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
 
-.PHONY: all setup build run demo demo-stop test bench shots clean
+.PHONY: all setup build run demo demo-stop test bench shots package clean
 
 all: build
 
@@ -48,6 +48,12 @@ bench: setup
 # Every view in both readings, over built-in sample data, into shots/.
 shots: build
 	$(KORVAT) --shot shots
+
+# A Debian package of a release build: build-package/korvat_<version>_<arch>.deb
+package: setup
+	cmake -S . -B build-package -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
+	cmake --build build-package -j $(JOBS)
+	cd build-package && cpack
 
 clean:
 	rm -rf $(BUILD) $(TEST_BUILD)

@@ -21,6 +21,8 @@ packages=(
   docker.io iptables busybox-static ca-certificates
   # a real X server for the tray test
   xvfb xauth
+  # make package: dependencies worked out from the binary
+  dpkg-dev file
 )
 
 # npm comes with many Node installations; Debian's package only when none is on PATH.

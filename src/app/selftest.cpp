@@ -1,5 +1,7 @@
 #include "selftest.h"
 
+#include "fonts.h"
+
 #include "docker.h"
 #include "dumpreport.h"
 #include "projectregistry.h"
@@ -207,6 +209,10 @@ void runSelfTest(QTextStream &out)
     out << passed << " passed, " << failed << " failed\n";
 
     out << "\nenvironment\n";
+    // Counted, not registered: the headless modes make no GUI object.
+    const QString fonts = Fonts::resourceDirectory() + QStringLiteral("/Fonts");
+    const qsizetype faces = QDir(fonts).entryList({QStringLiteral("*.ttf"), QStringLiteral("*.ttc")}, QDir::Files).size();
+    out << "fonts: " << faces << " in " << fonts << '\n';
     const auto client = Docker::capture({"version", "--format", "{{.Client.Version}}"});
     const QString version = client.out.trimmed();
     if (version.isEmpty()) {

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Builds the Debian package from a build tree, unpacks it into a temporary prefix, checks
+# that it holds what an installed desktop program needs, and runs its self-test from there.
+#   usage: package.sh BUILD_DIR
+set -euo pipefail
+build=${1:?usage: package.sh BUILD_DIR}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+(cd "$build" && cpack -G DEB -B "$work/out" >"$work/cpack.log" 2>&1) || { cat "$work/cpack.log"; exit 1; }
+deb=$(ls "$work"/out/korvat_*.deb)
+root=$work/root
+dpkg-deb -x "$deb" "$root"
+
+fail() { echo "package: $*" >&2; exit 1; }
+for f in usr/bin/korvat usr/share/applications/korvat.desktop usr/share/icons/hicolor/scalable/apps/korvat.svg \
+         usr/share/icons/hicolor/22x22/apps/korvat.png usr/share/icons/hicolor/256x256/apps/korvat.png \
+         usr/share/korvat/Fonts/Inter_400Regular.ttf usr/share/korvat/Fonts/JetBrainsMono_400Regular.ttf \
+         usr/share/korvat/Fonts/SpaceGrotesk_600SemiBold.ttf; do
+  [[ -e $root/$f ]] || fail "missing $f"
+done
+grep -qx 'Exec=korvat' "$root/usr/share/applications/korvat.desktop" || fail "the menu entry does not start korvat"
+depends=$(dpkg-deb -f "$deb" Depends)
+[[ $depends == *libqt6quick6* && $depends == *qml6-module-qtquick-controls* ]] || fail "dependencies incomplete: $depends"
+[[ $(dpkg-deb -f "$deb" Recommends) == *docker* ]] || fail "no docker client recommended"
+
+out=$(env -u DISPLAY -u WAYLAND_DISPLAY HOME="$work/home" DOCKER_CONFIG="$work/docker" \
+      DOCKER_HOST=unix:///nope/korvat-package.sock "$root/usr/bin/korvat" --selftest)
+grep -q ' passed, 0 failed$' <<<"$out" || fail "self-test: $out"
+grep -qx "fonts: 10 in $root/usr/share/korvat/Fonts" <<<"$out" || fail "fonts not found: $(grep '^fonts' <<<"$out")"
+echo "1 passed, 0 failed: $(basename "$deb") holds the program, menu entry, icons and fonts; its self-test runs"
