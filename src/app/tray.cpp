@@ -121,6 +121,7 @@ void Tray::openPanel()
         if (!m_panel)
             return openMain();
         connect(m_panel, SIGNAL(openMain()), this, SLOT(openMain()));
+        connect(m_panel, SIGNAL(openSettings()), this, SLOT(openSettings()));
         connect(m_panel, SIGNAL(quit()), qApp, SLOT(quit()));
     }
     if (m_panel->isVisible()) {
@@ -135,6 +136,11 @@ void Tray::openPanel()
     m_panel->show();
     m_panel->raise();
     m_panel->requestActivate();
+}
+
+void Tray::openSettings()
+{
+    QMetaObject::invokeMethod(m_session.window(), "openSettings");
 }
 
 void Tray::openMain()

@@ -31,6 +31,7 @@ public slots:
     void openPanel();
     // Creates or raises the one main window.
     void openMain();
+    void openSettings();
 
 private:
     void update();

@@ -6,6 +6,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThreadPool>
 
 using namespace TestSupport;
 
@@ -77,6 +78,8 @@ private slots:
     }
     void cleanupTestCase()
     {
+        // Workers still listing at exit deadlock LeakSanitizer's exit check.
+        AppStore::workers()->waitForDone(60000);
         for (const auto &dir : m_projectDirs)
             docker({"compose", "-p", QFileInfo(dir).fileName(), "down", "-v", "-t", "0"});
         if (!m_containers.isEmpty())

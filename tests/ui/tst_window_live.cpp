@@ -10,6 +10,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThreadPool>
 
 using namespace TestSupport;
 
@@ -45,6 +46,9 @@ private slots:
         Desktop::prepareApplication();
     }
     void containersAppearNarrowAndLeave();
+    // A refresh still listing when the process ends leaves worker threads that deadlock
+    // LeakSanitizer's exit check.
+    void cleanupTestCase() { AppStore::workers()->waitForDone(60000); }
 
 private:
     QTemporaryDir m_dir;

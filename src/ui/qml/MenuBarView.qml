@@ -16,6 +16,7 @@ Window {
     property bool shownOnce: false
 
     signal openMain()
+    signal openSettings()
     signal quit()
 
     width: 340
@@ -87,6 +88,13 @@ Window {
                 color: Theme.badgeInk
                 font: Theme.varied("Inter", 500, 12)
                 elide: Text.ElideRight
+
+                TapHandler {
+                    onTapped: {
+                        panel.hide();
+                        panel.openSettings();
+                    }
+                }
             }
         }
         Rectangle {
@@ -174,6 +182,15 @@ Window {
                 onClicked: {
                     panel.hide();
                     panel.openMain();
+                }
+            }
+            KorButton {
+                variant: "ghost"
+                iconName: "gearshape"
+                help: "Settings"
+                onClicked: {
+                    panel.hide();
+                    panel.openSettings();
                 }
             }
             KorButton {
