@@ -32,6 +32,8 @@ Sheet {
                 spacing: 3
 
                 Text {
+                    Layout.fillWidth: true
+                    elide: Text.ElideRight
                     text: sheet.console ? sheet.console.containerName : ""
                     color: Theme.ink
                     font: Theme.varied("Space Grotesk", 600, 15)

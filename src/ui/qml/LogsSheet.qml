@@ -53,6 +53,8 @@ Sheet {
                 spacing: 3
 
                 Text {
+                    Layout.fillWidth: true
+                    elide: Text.ElideRight
                     text: sheet.subject
                     color: Theme.ink
                     font: Theme.varied("Space Grotesk", 600, 15)
