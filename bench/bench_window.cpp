@@ -135,14 +135,20 @@ int idle(QSettings &settings, int seconds)
     return 0;
 }
 
-int apply(QSettings &settings)
+// The window over the fleet, on the Containers section, drawn and settled.
+void showFleet(Desktop::Session &session, const StorePreview &state)
 {
-    Desktop::Session session(&settings, false);
-    StorePreview state = fleet();
     session.store().preview(state);
     session.shell().setCategory(int(Category::Containers));
     session.window()->show();
     wait(500);
+}
+
+int apply(QSettings &settings)
+{
+    Desktop::Session session(&settings, false);
+    StorePreview state = fleet();
+    showFleet(session, state);
     const QSet<QQuickItem *> before = delegates(session.window());
 
     QList<double> samples;
@@ -187,10 +193,7 @@ int switchToProjects(QSettings &settings)
 {
     Desktop::Session session(&settings, false);
     StorePreview state = fleet();
-    session.store().preview(state);
-    session.shell().setCategory(int(Category::Containers));
-    session.window()->show();
-    wait(500);
+    showFleet(session, state);
 
     QList<double> samples;
     for (int round = 0; round < 15; ++round) {

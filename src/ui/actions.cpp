@@ -53,26 +53,22 @@ void Actions::primary(const QString &id)
 
 void Actions::restart(const QString &id)
 {
-    if (const auto c = container(id))
-        m_store->restart(*c);
+    withContainer(id, [this](const Container &c) { m_store->restart(c); });
 }
 
 void Actions::pause(const QString &id)
 {
-    if (const auto c = container(id))
-        m_store->pause(*c);
+    withContainer(id, [this](const Container &c) { m_store->pause(c); });
 }
 
 void Actions::unpause(const QString &id)
 {
-    if (const auto c = container(id))
-        m_store->unpause(*c);
+    withContainer(id, [this](const Container &c) { m_store->unpause(c); });
 }
 
 void Actions::remove(const QString &id)
 {
-    if (const auto c = container(id))
-        m_store->remove(*c);
+    withContainer(id, [this](const Container &c) { m_store->remove(c); });
 }
 
 void Actions::commit(const QString &id, const QString &imageName)
@@ -146,32 +142,27 @@ void Actions::pruneVolumes() { m_store->pruneVolumes(); }
 
 void Actions::up(const QString &name)
 {
-    if (const auto p = project(name))
-        m_store->up(*p);
+    withProject(name, [this](const ComposeProject &p) { m_store->up(p); });
 }
 
 void Actions::down(const QString &name)
 {
-    if (const auto p = project(name))
-        m_store->down(*p);
+    withProject(name, [this](const ComposeProject &p) { m_store->down(p); });
 }
 
 void Actions::startAll(const QString &name)
 {
-    if (const auto p = project(name))
-        m_store->startAll(*p);
+    withProject(name, [this](const ComposeProject &p) { m_store->startAll(p); });
 }
 
 void Actions::stopAll(const QString &name)
 {
-    if (const auto p = project(name))
-        m_store->stopAll(*p);
+    withProject(name, [this](const ComposeProject &p) { m_store->stopAll(p); });
 }
 
 void Actions::forget(const QString &name)
 {
-    if (const auto p = project(name))
-        m_store->forget(*p);
+    withProject(name, [this](const ComposeProject &p) { m_store->forget(p); });
 }
 
 void Actions::relocate(const QString &name, const QUrl &directory)

@@ -63,6 +63,19 @@ public:
 private:
     std::optional<Container> container(const QString &id) const;
     std::optional<ComposeProject> project(const QString &name) const;
+    // A click on something that has gone since it was drawn does nothing.
+    template<typename F>
+    void withContainer(const QString &id, F act)
+    {
+        if (const auto c = container(id))
+            act(*c);
+    }
+    template<typename F>
+    void withProject(const QString &name, F act)
+    {
+        if (const auto p = project(name))
+            act(*p);
+    }
 
     QPointer<AppStore> m_store;
 };
