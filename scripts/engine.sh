@@ -123,17 +123,36 @@ build_image() {
 
 file_is_static() { ! ldd "$1" >/dev/null 2>&1; }
 
+# The pid in a pidfile, only while that process is still the one this engine started:
+# its command line names this engine's own directory. A pid that was reused by then, by
+# another engine or anything else, is left alone.
+ours() {
+  local file=$1 dir=$2 pid
+  [[ -f $file ]] || return 1
+  pid=$(cat "$file" 2>/dev/null) || return 1
+  [[ $pid =~ ^[0-9]+$ ]] || return 1
+  tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -qF -- "$dir" || return 1
+  echo "$pid"
+}
+
+end() {
+  local pid=$1
+  kill "$pid" 2>/dev/null || true
+  for _ in $(seq 1 100); do kill -0 "$pid" 2>/dev/null || return 0; sleep 0.1; done
+  kill -9 "$pid" 2>/dev/null || true
+}
+
 stop() {
-  if running; then
-    local pid
-    pid=$(cat "$root/dockerd.pid")
+  # Read both before anything stops: dockerd removes containerd's pidfile on its way out.
+  local daemon shim
+  daemon=$(ours "$root/dockerd.pid" "$root") || daemon=
+  shim=$(ours "$execroot/containerd/containerd.pid" "$execroot") || shim=
+  if [[ -n $daemon ]] && running; then
     # Containers first, so no shim outlives the daemon.
     dk -H "unix://$sock" ps -aq 2>/dev/null | xargs -r docker -H "unix://$sock" rm -f >/dev/null 2>&1 || true
-    kill "$pid" 2>/dev/null || true
-    for _ in $(seq 1 100); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-    kill -9 "$pid" 2>/dev/null || true
   fi
-  pkill -f "containerd.*$execroot" 2>/dev/null || true
+  [[ -n $daemon ]] && end "$daemon"
+  [[ -n $shim ]] && end "$shim"
   local m
   for dir in "$root" "$execroot"; do
     [[ -d $dir ]] || continue
