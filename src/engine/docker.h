@@ -22,17 +22,27 @@ class QProcess;
 // Failures are thrown as DockerError, except capture() and checkCompose(), which never fail.
 namespace Docker {
 
+// $XDG_RUNTIME_DIR followed by path, or empty when the variable is not set.
+QString userRuntimePath(const QString &path);
+
 // How children are launched. Tests swap these; the defaults are what ships.
 struct Launch {
     QString launcher = QStringLiteral("/usr/bin/env");
     QString pathPrefix = QStringLiteral("/opt/homebrew/bin:/usr/local/bin:");
     QString appleSocketPath = QStringLiteral("/opt/homebrew/var/run/socktainer/.socktainer/container.sock");
+    // The Linux engines' Docker-compatible sockets; an empty path is never looked at.
+    QString rootlessSocketPath = userRuntimePath(QStringLiteral("/docker.sock"));
+    // The user's Podman first, then the system's: the first that exists is "podman".
+    QStringList podmanSocketPaths = {userRuntimePath(QStringLiteral("/podman/podman.sock")),
+                                     QStringLiteral("/run/podman/podman.sock")};
 };
 const Launch &launch();
 // Not thread-safe: set before any worker runs.
 void setLaunch(const Launch &launch);
 
 inline const QString appleRuntimeName = QStringLiteral("apple-container");
+inline const QString rootlessRuntimeName = QStringLiteral("docker-rootless");
+inline const QString podmanRuntimeName = QStringLiteral("podman");
 Runtime appleRuntime();
 // A runtime from a command-line value: "apple-container" is the socket, anything else a context.
 Runtime runtimeNamed(const QString &value);

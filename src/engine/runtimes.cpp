@@ -8,6 +8,12 @@ namespace {
 const QLatin1String unixScheme("unix://");
 }
 
+QString userRuntimePath(const QString &path)
+{
+    const QString dir = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return dir.isEmpty() ? QString() : dir + path;
+}
+
 bool endpointReachable(const QString &endpoint)
 {
     if (!endpoint.startsWith(unixScheme))
@@ -33,10 +39,21 @@ RuntimeList parseRuntimes(const QString &contextJson)
         if (o.value(QLatin1String("Current")) == QJsonValue(true))
             cliCurrent = runtime;
     }
-    const QString socketPath = launch().appleSocketPath;
-    const QString socketEndpoint = unixScheme + socketPath;
-    if (QFileInfo::exists(socketPath) && !endpoints.contains(socketEndpoint))
-        result.list.append({appleRuntime(), socketEndpoint, true});
+    // Each socket engine once, after the contexts, unless a context already points at it.
+    const auto addSocket = [&](const QString &name, const QString &path) {
+        const QString endpoint = unixScheme + path;
+        if (path.isEmpty() || !QFileInfo::exists(path) || endpoints.contains(endpoint))
+            return false;
+        result.list.append({Runtime::socket(name, path), endpoint, true});
+        endpoints.append(endpoint);
+        return true;
+    };
+    addSocket(appleRuntimeName, launch().appleSocketPath);
+    addSocket(rootlessRuntimeName, launch().rootlessSocketPath);
+    for (const QString &path : launch().podmanSocketPaths) {
+        if (addSocket(podmanRuntimeName, path))
+            break;
+    }
     result.current = preferred(result.list, cliCurrent);
     return result;
 }

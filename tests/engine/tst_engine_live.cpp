@@ -1,6 +1,7 @@
 #include "docker.h"
 #include "testsupport.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -158,6 +159,22 @@ private slots:
         Docker::setLaunch(launch);
         listed = Docker::runtimes();
         QCOMPARE(entry("apple-container"), RuntimeEntry{});
+
+        // Rootless Docker and Podman sockets under the user's runtime directory: reachable rows
+        // that list the engine's real containers.
+        const QString runDir = dir.filePath("xdg-run");
+        QVERIFY(QDir().mkpath(runDir + "/podman"));
+        QVERIFY(QFile::link(engineSocket(), runDir + "/docker.sock"));
+        QVERIFY(QFile::link(engineSocket(), runDir + "/podman/podman.sock"));
+        qputenv("XDG_RUNTIME_DIR", runDir.toUtf8());
+        Docker::setLaunch(Docker::Launch{});
+        qunsetenv("XDG_RUNTIME_DIR");
+        listed = Docker::runtimes();
+        const RuntimeEntry rootless = entry("docker-rootless"), podman = entry("podman");
+        QCOMPARE(rootless, (RuntimeEntry{Runtime::socket("docker-rootless", runDir + "/docker.sock"), "unix://" + runDir + "/docker.sock", true}));
+        QCOMPARE(podman, (RuntimeEntry{Runtime::socket("podman", runDir + "/podman/podman.sock"), "unix://" + runDir + "/podman/podman.sock", true}));
+        QCOMPARE(Docker::containers(rootless.runtime).size(), Docker::containers().size());
+        QCOMPARE(Docker::containers(podman.runtime).size(), Docker::containers().size());
         Docker::setLaunch({});
     }
 

@@ -290,6 +290,8 @@ private slots:
         const QString sock = dir.filePath("apple.sock");
         auto launch = Docker::launch();
         launch.appleSocketPath = sock;
+        launch.rootlessSocketPath = dir.filePath("run/docker.sock");
+        launch.podmanSocketPaths = {dir.filePath("run/podman/podman.sock"), dir.filePath("system/podman.sock")};
         Docker::setLaunch(launch);
         const QString contexts = QStringLiteral(
             "{\"Current\":true,\"DockerEndpoint\":\"unix:///nope/docker.sock\",\"Name\":\"default\"}\n"
@@ -311,6 +313,18 @@ private slots:
         listed = Docker::parseRuntimes(contexts + "{\"Name\":\"apple\",\"DockerEndpoint\":\"unix://" + sock + "\"}\n");
         QCOMPARE(listed.list.size(), 4);
         QCOMPARE(listed.list.last().runtime, Runtime::context("apple"));
+
+        // The Linux engines' sockets follow, each once: rootless Docker, then the first Podman.
+        writeFile(dir.filePath("run/docker.sock"), "");
+        writeFile(dir.filePath("system/podman.sock"), "");
+        listed = Docker::parseRuntimes(contexts);
+        QCOMPARE(listed.list.size(), 6);
+        QCOMPARE(listed.list[4], (RuntimeEntry{Runtime::socket("docker-rootless", dir.filePath("run/docker.sock")), "unix://" + dir.filePath("run/docker.sock"), true}));
+        QCOMPARE(listed.list[5].runtime, Runtime::socket("podman", dir.filePath("system/podman.sock")));
+        writeFile(dir.filePath("run/podman/podman.sock"), "");
+        listed = Docker::parseRuntimes(contexts + "{\"Name\":\"rootless\",\"DockerEndpoint\":\"unix://" + dir.filePath("run/docker.sock") + "\"}\n");
+        QCOMPARE(listed.list.size(), 6);   // a context points at the rootless socket already
+        QCOMPARE(listed.list.last().runtime, Runtime::socket("podman", dir.filePath("run/podman/podman.sock")));
         Docker::setLaunch({});
     }
 
