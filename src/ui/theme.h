@@ -26,6 +26,8 @@ class Theme : public QObject {
     Q_PROPERTY(QString textFamily READ textFamily CONSTANT)
     Q_PROPERTY(QString monoFamily READ monoFamily CONSTANT)
     Q_PROPERTY(QFont caption READ caption CONSTANT)
+    // What dims the window behind a sheet: darker on Obsidian, where a light veil would glow.
+    Q_PROPERTY(QColor scrim READ scrim NOTIFY readingChanged)
     Q_PROPERTY(QColor chrome READ chrome NOTIFY readingChanged)
     Q_PROPERTY(QColor card READ card NOTIFY readingChanged)
     Q_PROPERTY(QColor control READ control NOTIFY readingChanged)
@@ -66,6 +68,7 @@ public:
     QString textFamily() const { return Kor::text; }
     QString monoFamily() const { return Kor::mono; }
     QFont caption() const { return Kor::caption(); }
+    QColor scrim() const { return QColor(0, 0, 0, dark() ? 153 : 102); }
 
     Q_INVOKABLE QFont varied(const QString &name, int weight, qreal size) const { return Kor::varied(name, weight, size); }
     Q_INVOKABLE QColor token(const QString &name) const { return m_colors.value(name); }

@@ -21,6 +21,6 @@ Popup {
         radius: 14
     }
     T.Overlay.modal: Rectangle {
-        color: Theme.dark ? "#99000000" : "#66000000"
+        color: Theme.scrim
     }
 }
