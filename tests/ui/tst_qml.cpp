@@ -1,6 +1,7 @@
 #include "../toolchain/faketools.h"
 #include "actions.h"
 #include "jobrun.h"
+#include "logfollower.h"
 #include "settingscontroller.h"
 #include "appstore.h"
 #include "projectdeletion.h"
@@ -69,6 +70,21 @@ public:
         return new JobRun(ToolJob::upgrade({QStringLiteral("container")}), this);
     }
     Q_INVOKABLE void dropTools() { m_tools.reset(); }
+    // A log follower that shows text instead of following a container; more() adds to it.
+    Q_INVOKABLE QObject *log(int lines)
+    {
+        auto *follower = new LogFollower(LogSource::container({}), std::nullopt, this);
+        more(follower, lines);
+        return follower;
+    }
+    Q_INVOKABLE void more(QObject *follower, int lines)
+    {
+        auto *f = qobject_cast<LogFollower *>(follower);
+        QString text = f->text();
+        for (int i = 0; i < lines; ++i)
+            text += QStringLiteral("line %1\n").arg(text.count(u'\n') + 1);
+        f->preview(text);
+    }
     // The website's deletion, planned already unless asked otherwise; "empty" has nothing left.
     Q_INVOKABLE QObject *deletion(const QString &kind)
     {

@@ -11,6 +11,8 @@ Sheet {
     property string subject: ""
     // The reader is at the end: new output keeps them there. Scrolled up, it leaves them be.
     property bool following: true
+    // Set while the sheet itself scrolls, so only the reader's scrolling changes following.
+    property bool scrolling: false
 
     function show(source: LogFollower, name: string) {
         sheet.follower = source;
@@ -18,6 +20,9 @@ Sheet {
         sheet.following = true;
         transcript.text = source ? source.text : "";
         sheet.open();
+        sheet.scrolling = true;
+        flick.contentY = Math.max(0, transcript.height - flick.height);
+        sheet.scrolling = false;
         if (source)
             source.start();
     }
@@ -34,8 +39,11 @@ Sheet {
     Connections {
         function onTextChanged() {
             transcript.text = sheet.follower.text;
-            if (sheet.following)
+            if (sheet.following) {
+                sheet.scrolling = true;
                 flick.contentY = Math.max(0, transcript.height - flick.height);
+                sheet.scrolling = false;
+            }
         }
 
         target: sheet.follower
@@ -90,17 +98,15 @@ Sheet {
             Flickable {
                 id: flick
 
+                objectName: "logScroll"
                 anchors.fill: parent
                 anchors.margins: 10
                 clip: true
                 contentWidth: width
                 contentHeight: transcript.height
                 boundsBehavior: Flickable.StopAtBounds
-                onMovementEnded: sheet.following = flick.atYEnd
-                onFlickEnded: sheet.following = flick.atYEnd
-                ScrollBar.vertical: ScrollBar {
-                    onPressedChanged: if (!pressed) sheet.following = flick.atYEnd
-                }
+                onContentYChanged: if (!sheet.scrolling) sheet.following = flick.contentY >= flick.contentHeight - flick.height - 4
+                ScrollBar.vertical: ScrollBar {}
 
                 TextEdit {
                     id: transcript
@@ -116,9 +122,6 @@ Sheet {
                     font: Theme.varied("JetBrains Mono", 400, 11.5)
                     Accessible.role: Accessible.EditableText
                     Accessible.name: "Log output"
-                }
-                WheelHandler {
-                    onWheel: sheet.following = flick.atYEnd
                 }
             }
             Text {
