@@ -10,7 +10,6 @@
 
 #include <QApplication>
 #include <QCursor>
-#include <QFile>
 #include <QMenu>
 #include <QPainter>
 #include <QQuickWindow>
@@ -22,11 +21,8 @@ namespace {
 // The monochrome glyph in one colour, at the sizes panels ask for.
 QIcon glyph(bool running, const QColor &color)
 {
-    QFile file(running ? QStringLiteral(":/korvat/app/korvat-tray-running.svg") : QStringLiteral(":/korvat/app/korvat-tray.svg"));
-    file.open(QIODevice::ReadOnly);
-    QByteArray svg = file.readAll();
-    svg.replace("currentColor", color.name().toLatin1());
-    QSvgRenderer renderer(svg);
+    QSvgRenderer renderer(IconProvider::tinted(
+        running ? QStringLiteral(":/korvat/app/korvat-tray-running.svg") : QStringLiteral(":/korvat/app/korvat-tray.svg"), color));
     QIcon icon;
     for (int size : {16, 22, 24, 32, 48, 64}) {
         QPixmap pixmap(size, size);

@@ -34,15 +34,6 @@ void ContainerModel::setRuntime(const std::optional<Runtime> &runtime)
         emit dataChanged(index(0), index(int(m_rows.size()) - 1), {TerminalCommandRole});
 }
 
-int ContainerModel::indexOf(const QString &id) const
-{
-    for (int i = 0; i < int(m_rows.size()); ++i) {
-        if (m_rows[i].id == id)
-            return i;
-    }
-    return -1;
-}
-
 QString ContainerModel::dot(const Container &c)
 {
     if (c.state == QLatin1String("running") || c.state == QLatin1String("paused") || c.state == QLatin1String("exited"))

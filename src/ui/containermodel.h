@@ -38,8 +38,6 @@ public:
     // The runtime the terminal command of each row names.
     void setRuntime(const std::optional<Runtime> &runtime);
     const QList<Container> &containers() const { return m_rows; }
-    // The row of the container with this id, or -1.
-    Q_INVOKABLE int indexOf(const QString &id) const;
 
     // "running", "paused", "exited" or "other": which colour the status dot takes.
     static QString dot(const Container &c);

@@ -7,9 +7,9 @@
 
 IconProvider::IconProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
 
-QByteArray IconProvider::tinted(const QString &symbol, const QColor &color)
+QByteArray IconProvider::tinted(const QString &resource, const QColor &color)
 {
-    QFile file(QStringLiteral(":/korvat/icons/") + symbol + QStringLiteral(".svg"));
+    QFile file(resource);
     if (!file.open(QIODevice::ReadOnly))
         return {};
     QByteArray svg = file.readAll();
@@ -34,7 +34,7 @@ QImage IconProvider::requestImage(const QString &id, QSize *size, const QSize &r
                        requestedSize.height() > 0 ? requestedSize.height() : 24);
     QImage image(target, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    QSvgRenderer renderer(tinted(symbol, color));
+    QSvgRenderer renderer(tinted(QStringLiteral(":/korvat/icons/") + symbol + QStringLiteral(".svg"), color));
     if (renderer.isValid()) {
         QPainter painter(&image);
         painter.setRenderHint(QPainter::Antialiasing);

@@ -11,6 +11,7 @@ public:
 
     QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override;
 
-    // The SVG text of a symbol drawn in colour, or empty for an unknown symbol.
-    static QByteArray tinted(const QString &symbol, const QColor &color);
+    // The SVG text of the resource, its currentColor strokes and fills in colour; empty when
+    // there is no such resource.
+    static QByteArray tinted(const QString &resource, const QColor &color);
 };

@@ -30,15 +30,6 @@ const QList<Token> &tokens()
     return table;
 }
 
-QColor color(const QString &token, Reading reading)
-{
-    for (const Token &t : tokens()) {
-        if (token == QLatin1String(t.name))
-            return t.in(reading);
-    }
-    return {};
-}
-
 QFont varied(const QString &name, int weight, qreal size)
 {
     QString family = name;

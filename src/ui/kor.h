@@ -31,7 +31,6 @@ struct Token {
 };
 
 const QList<Token> &tokens();
-QColor color(const QString &token, Reading reading);
 
 // The family names the registered font files declare.
 inline const QString heading = QStringLiteral("Space Grotesk");

@@ -20,7 +20,6 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     const auto runtimes = [this] {
         m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime());
         m_containers.setRuntime(m_store->runtime());
-        m_loose.setRuntime(m_store->runtime());
         m_projects.setRuntime(m_store->runtime());
     };
     connect(m_store, &AppStore::imagesChanged, this, images);
@@ -37,7 +36,6 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes})
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
-    connect(&m_loose, &KeyedListModel::countChanged, this, &Shell::looseCountChanged);
 
     updateContainers();
     updateProjects();
@@ -48,14 +46,11 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
 
 void Shell::updateContainers()
 {
-    const QList<Container> matching = m_store->matchingContainers();
-    m_containers.setContainers(matching);
-    m_loose.setContainers(Docker::ungrouped(matching));
+    m_containers.setContainers(m_store->matchingContainers());
 }
 
 void Shell::updateProjects()
 {
-    // Not m_loose: the store announces projects before containers, so it may be a poll behind.
     m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()));
 }
 

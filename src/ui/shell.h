@@ -25,7 +25,6 @@ class Shell : public QObject {
     QML_UNCREATABLE("The application makes the shell")
     Q_PROPERTY(ProjectModel *projects READ projects CONSTANT)
     Q_PROPERTY(ContainerModel *containers READ containers CONSTANT)
-    Q_PROPERTY(ContainerModel *loose READ loose CONSTANT)
     Q_PROPERTY(ImageModel *images READ images CONSTANT)
     Q_PROPERTY(VolumeModel *volumes READ volumes CONSTANT)
     Q_PROPERTY(RuntimeModel *runtimes READ runtimes CONSTANT)
@@ -36,7 +35,6 @@ class Shell : public QObject {
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
     // The row count of each section, in sidebar order.
     Q_PROPERTY(QList<int> counts READ counts NOTIFY sectionCountChanged)
-    Q_PROPERTY(int looseCount READ looseCount NOTIFY looseCountChanged)
     Q_PROPERTY(QString runningText READ runningText NOTIFY countersChanged)
     Q_PROPERTY(QString stoppedText READ stoppedText NOTIFY countersChanged)
     Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
@@ -51,7 +49,6 @@ public:
 
     ProjectModel *projects() { return &m_projects; }
     ContainerModel *containers() { return &m_containers; }
-    ContainerModel *loose() { return &m_loose; }
     ImageModel *images() { return &m_images; }
     VolumeModel *volumes() { return &m_volumes; }
     RuntimeModel *runtimes() { return &m_runtimes; }
@@ -66,7 +63,6 @@ public:
     Q_INVOKABLE int countOf(int category) const;
     QList<int> counts() const;
 
-    int looseCount() const { return m_loose.count(); }
     QString runningText() const;
     QString stoppedText() const;
     bool filtering() const;
@@ -83,7 +79,6 @@ public:
 signals:
     void categoryChanged();
     void sectionCountChanged();
-    void looseCountChanged();
     void countersChanged();
     void filteringChanged();
     void emptyChanged();
@@ -98,7 +93,6 @@ private:
     Category m_category = Category::Projects;
     ProjectModel m_projects;
     ContainerModel m_containers;
-    ContainerModel m_loose;
     ImageModel m_images;
     VolumeModel m_volumes;
     RuntimeModel m_runtimes;

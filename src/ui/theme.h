@@ -71,7 +71,6 @@ public:
     QColor scrim() const { return QColor(0, 0, 0, dark() ? 153 : 102); }
 
     Q_INVOKABLE QFont varied(const QString &name, int weight, qreal size) const { return Kor::varied(name, weight, size); }
-    Q_INVOKABLE QColor token(const QString &name) const { return m_colors.value(name); }
 
     QColor chrome() const { return m_colors.value(QStringLiteral("chrome")); }
     QColor card() const { return m_colors.value(QStringLiteral("card")); }
