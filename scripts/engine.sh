@@ -5,6 +5,7 @@
 #
 #   engine.sh start   start it (harmless when it already runs)
 #   engine.sh stop    stop it and remove every process, mount and directory it made
+#   engine.sh restart stop the daemon, keeping its data, and start it again
 #   engine.sh env     print the shell exports that point docker at it
 set -euo pipefail
 
@@ -161,9 +162,21 @@ stop() {
   done
 }
 
+# Ends the daemon and its containerd but keeps their data, as when a machine's engine
+# restarts, then starts it again.
+restart() {
+  local daemon shim
+  daemon=$(ours "$root/dockerd.pid" "$root") || daemon=
+  shim=$(ours "$execroot/containerd/containerd.pid" "$execroot") || shim=
+  [[ -n $daemon ]] && end "$daemon"
+  [[ -n $shim ]] && end "$shim"
+  start
+}
+
 case ${1:-} in
   start) start; exports ;;
   stop) stop ;;
+  restart) restart ;;
   env) exports ;;
-  *) echo "usage: $0 start|stop|env" >&2; exit 2 ;;
+  *) echo "usage: $0 start|stop|restart|env" >&2; exit 2 ;;
 esac

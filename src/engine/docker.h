@@ -105,6 +105,13 @@ struct ResolvedProject {
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
 ResolvedProject composeProject(const QString &dir);
 
+// The engine's event stream: one JSON object a line, for as long as the child runs.
+QStringList eventArguments();
+// Whether one line of that stream can change what the lists show. Commands run inside a
+// container (health checks among them) change nothing listed; a line that is not an event
+// object counts, so an unknown stream format errs towards refreshing.
+bool eventChangesLists(QByteArrayView line);
+
 // A unix:// endpoint is reachable when something exists at its path; any other is assumed to be.
 bool endpointReachable(const QString &endpoint);
 struct RuntimeList {

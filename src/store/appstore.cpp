@@ -3,6 +3,7 @@
 #include "filters.h"
 
 #include <QCoroFuture>
+#include <QPromise>
 #include <QSettings>
 #include <QThread>
 #include <QThreadPool>
@@ -20,10 +21,14 @@ QThreadPool *AppStore::workers()
 }
 
 AppStore::AppStore(QSettings *defaults, Timing timing, QObject *parent)
-    : QObject(parent), m_defaults(defaults), m_timing(timing), m_registry(ProjectRegistry::load(*defaults))
+    : QObject(parent), m_defaults(defaults), m_timing(std::move(timing)), m_registry(ProjectRegistry::load(*defaults)),
+      m_events(m_timing.events)
 {
     m_pollTimer.setSingleShot(true);
     connect(&m_pollTimer, &QTimer::timeout, this, [this] { pollOnce(); });
+    m_staleTimer.setSingleShot(true);
+    connect(&m_staleTimer, &QTimer::timeout, this, [this] { setStale(true); });
+    connect(&m_events, &EngineEvents::changed, this, [this] { refresh(false); });
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
@@ -47,7 +52,37 @@ void AppStore::setRuntime(const std::optional<Runtime> &runtime)
     if (m_runtime == runtime)
         return;
     m_runtime = runtime;
+    // Another engine has not been waited for yet, nor answered.
+    m_waitingSince = {};
+    m_listedAt = {};
+    m_staleTimer.stop();
+    setStale(false);
     emit runtimeChanged();
+}
+
+void AppStore::setStale(bool stale)
+{
+    if (m_stale == stale)
+        return;
+    m_stale = stale;
+    emit staleChanged();
+}
+
+void AppStore::listingStarted()
+{
+    if (m_waitingSince.isValid())
+        return;
+    m_waitingSince = m_timing.clock();
+    m_staleTimer.start(m_timing.staleAfter);
+}
+
+void AppStore::listingEnded(bool answered)
+{
+    m_waitingSince = {};
+    m_staleTimer.stop();
+    if (answered)
+        m_listedAt = m_timing.clock();
+    setStale(false);
 }
 
 namespace {
@@ -146,6 +181,7 @@ void AppStore::preview(const StorePreview &state)
 {
     m_started = true;
     m_pollTimer.stop();
+    m_events.stop();
     setRuntimes(state.runtimes);
     setRuntime(state.runtime);
     if (state.registry)
@@ -189,8 +225,14 @@ void AppStore::start()
     // the CLI's default engine after the chosen one answered.
     [](QPointer<AppStore> self) -> QCoro::Task<> {
         co_await self->loadContexts();
-        if (self)
-            self->scheduleNextPoll();
+        if (!self)
+            co_return;
+        self->scheduleNextPoll();
+        if (self->m_timing.followEvents) {
+            // The stream follows the selected runtime wherever a selection or hand-over takes it.
+            self->m_events.follow(self->m_runtime);
+            connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] { s->m_events.follow(s->m_runtime); });
+        }
     }(this);
 }
 
@@ -292,28 +334,60 @@ QList<RuntimeEntry> AppStore::recheckedRuntimes() const
 
 QCoro::Task<> AppStore::refresh(bool afterHandover)
 {
+    if (m_inFlight && m_inFlight->runtime == m_runtime) {
+        // Children of a hung engine would only pile up behind the running ones.
+        if (!m_inFlight->followUp) {
+            m_inFlight->followUp = std::make_shared<QPromise<void>>();
+            m_inFlight->followUp->start();
+        }
+        auto followedUp = m_inFlight->followUp->future();
+        co_await followedUp;
+        co_return;
+    }
+    co_await fetchAndApply(afterHandover);
+}
+
+QCoro::Task<> AppStore::fetchAndApply(bool afterHandover)
+{
     QPointer<AppStore> self(this);
     const std::optional<Runtime> snapshot = m_runtime;
+    const int id = ++m_fetchCount;
+    m_inFlight = InFlight{id, snapshot, nullptr};
+    listingStarted();
     auto future = QtConcurrent::run(workers(), fetchAll, snapshot);
     const Fetched fetched = co_await future;
-    // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
-    if (!self || self->m_runtime != snapshot)
+    // A promise left unkept here (the store gone, the runtime changed) is cancelled when
+    // released, which wakes its waiters all the same.
+    std::shared_ptr<QPromise<void>> followUp;
+    if (!self)
         co_return;
+    if (m_inFlight && m_inFlight->id == id) {
+        followUp = std::move(m_inFlight->followUp);
+        m_inFlight.reset();
+    }
+    // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
+    if (m_runtime != snapshot)
+        co_return;
+    listingEnded(!fetched.error);
     if (!fetched.error) {
         setLists(fetched.containers, fetched.images, fetched.volumes);
         if (m_errorSource == ErrorSource::Refresh)
             setError(std::nullopt, ErrorSource::Refresh);
         setRuntimes(recheckedRuntimes());
         rememberIfChanged();
-        co_return;
+    } else {
+        setRuntimes(recheckedRuntimes());
+        // Never hand over when the user switched runtime while this fetch ran.
+        if (!afterHandover && handOver()) {
+            co_await refresh(true);
+        } else {
+            setError(fetched.error, ErrorSource::Refresh);
+        }
     }
-    setRuntimes(recheckedRuntimes());
-    // Never hand over when the user switched runtime while this fetch ran.
-    if (!afterHandover && m_runtime == snapshot && handOver()) {
-        co_await refresh(true);
-        co_return;
+    if (followUp && self) {
+        co_await refresh(false);
+        followUp->finish();
     }
-    setError(fetched.error, ErrorSource::Refresh);
 }
 
 bool AppStore::handOver()

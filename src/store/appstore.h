@@ -2,20 +2,24 @@
 
 #include "composeproject.h"
 #include "docker.h"
+#include "engineevents.h"
 #include "projectregistry.h"
 #include "teardownplan.h"
 
 #include <QCoroTask>
+#include <QDateTime>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <optional>
 
 class QSettings;
 class QThreadPool;
+template<typename T> class QPromise;
 
-// How often the store polls: often while the main window shows, rarely otherwise.
 // Everything the store shows, as a screenshot wants it: no engine behind it.
 struct StorePreview {
     QList<RuntimeEntry> runtimes;
@@ -28,9 +32,15 @@ struct StorePreview {
     std::optional<ProjectRegistry> registry;
 };
 
+// How often the store polls (often while the main window shows, rarely otherwise), when
+// an unanswered listing counts as stale, and whether engine events trigger refreshes.
 struct PollTiming {
     std::chrono::milliseconds visiblePoll{2000};
     std::chrono::milliseconds hiddenPoll{10000};
+    std::chrono::milliseconds staleAfter{10000};
+    bool followEvents = true;
+    EventTiming events{};
+    std::function<QDateTime()> clock = &QDateTime::currentDateTime;
 };
 
 // The one observable state of the application: the runtimes and the selected one, the
@@ -46,6 +56,10 @@ class AppStore : public QObject {
     Q_PROPERTY(bool windowVisible READ windowVisible WRITE setWindowVisible NOTIFY windowVisibleChanged)
     Q_PROPERTY(QString filter READ filter WRITE setFilter NOTIFY filterChanged)
     Q_PROPERTY(int runningCount READ runningCount NOTIFY containersChanged)
+    Q_PROPERTY(bool stale READ stale NOTIFY staleChanged)
+    Q_PROPERTY(QDateTime waitingSince READ waitingSince NOTIFY staleChanged)
+    // Both times move with every poll without a signal; they are read when stale changes.
+    Q_PROPERTY(QDateTime listedAt READ listedAt NOTIFY staleChanged)
 
 public:
     using Timing = PollTiming;
@@ -66,6 +80,16 @@ public:
     bool windowVisible() const { return m_windowVisible; }
     const QString &filter() const { return m_filter; }
     const ProjectRegistry &registry() const { return m_registry; }
+    // A listing of the selected runtime has been outstanding for longer than staleAfter.
+    bool stale() const { return m_stale; }
+    // When the oldest listing still outstanding started; invalid when none is.
+    QDateTime waitingSince() const { return m_waitingSince; }
+    // When the selected runtime last answered a listing; invalid before its first answer.
+    QDateTime listedAt() const { return m_listedAt; }
+    // Listings started since construction, each a set of three children.
+    int fetchCount() const { return m_fetchCount; }
+    const PollTiming &timing() const { return m_timing; }
+    EngineEvents &events() { return m_events; }
 
     void setWindowVisible(bool visible);
     void setFilter(const QString &filter);
@@ -86,6 +110,9 @@ public:
     // Lists the runtimes, picks one, and starts the one poll loop. Idempotent.
     Q_INVOKABLE void start();
     QCoro::Task<> loadContexts();
+    // A refresh asked for while a listing of the same runtime runs starts no children: one
+    // more listing follows the running one, and every caller waiting meanwhile returns
+    // after that follow-up has been applied.
     QCoro::Task<> refresh(bool afterHandover = false);
     void select(const Runtime &runtime);
 
@@ -131,6 +158,7 @@ signals:
     void registryChanged();
     // Any input of projects() changed: containers, registry, filter or runtime.
     void projectsChanged();
+    void staleChanged();
 
 private:
     friend class AppStoreTestAccess;
@@ -159,6 +187,10 @@ private:
     void act(const QStringList &args, const std::optional<QString> &dir = std::nullopt);
     QCoro::Task<> perform(QStringList args, std::optional<QString> dir);
     QCoro::Task<> pollOnce();
+    QCoro::Task<> fetchAndApply(bool afterHandover);
+    void listingStarted();
+    void listingEnded(bool answered);
+    void setStale(bool stale);
     void scheduleNextPoll();
 
     QSettings *m_defaults;
@@ -182,4 +214,18 @@ private:
     bool m_haveRemembered = false;
     bool m_started = false;
     QTimer m_pollTimer;
+
+    // The newest listing still running, and the promise of the one that follows it.
+    struct InFlight {
+        int id = 0;
+        std::optional<Runtime> runtime;
+        std::shared_ptr<QPromise<void>> followUp;
+    };
+    std::optional<InFlight> m_inFlight;
+    int m_fetchCount = 0;
+    bool m_stale = false;
+    QDateTime m_waitingSince;
+    QDateTime m_listedAt;
+    QTimer m_staleTimer;
+    EngineEvents m_events;
 };

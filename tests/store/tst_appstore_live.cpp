@@ -2,11 +2,14 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThreadPool>
+#include <QTimer>
+#include <QElapsedTimer>
 
 using namespace TestSupport;
 
@@ -60,6 +63,29 @@ class AppStoreLive : public QObject {
             writeFile(dir + "/.env", env);
         m_projectDirs << dir;
         return dir;
+    }
+    // Polls a minute apart: whatever the store learns sooner, events told it.
+    static PollTiming eventsOnly()
+    {
+        PollTiming timing;
+        timing.visiblePoll = timing.hiddenPoll = std::chrono::minutes(1);
+        return timing;
+    }
+    static QString childLine(qint64 pid, const char *file)
+    {
+        QFile f(QString("/proc/%1/%2").arg(pid).arg(file));
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()).replace(QChar(0), ' ') : QString();
+    }
+    static bool shell(const QString &script, const QStringList &env = {})
+    {
+        QProcess sh;
+        sh.setProcessChannelMode(QProcess::ForwardedChannels);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const auto &pair : env)
+            environment.insert(pair.section('=', 0, 0), pair.section('=', 1));
+        sh.setProcessEnvironment(environment);
+        sh.start("sh", {"-c", script});
+        return sh.waitForFinished(120000) && sh.exitCode() == 0;
     }
     static bool settle(AppStore &st, const std::function<bool()> &done)
     {
@@ -341,6 +367,118 @@ private slots:
         const int hiddenAgain = polls();
         QTest::qWait(500);
         QVERIFY(polls() <= hiddenAgain + 1);
+        Docker::setLaunch({});
+    }
+
+    void eventsDriveTheLists()
+    {
+        auto s = settings();
+        AppStore st(s.get(), eventsOnly());
+        st.start();
+        QVERIFY(QTest::qWaitFor([&] { return st.events().childPid() > 0 && !st.images().isEmpty(); }, 20000));
+        const qint64 contextChild = st.events().childPid();
+        QTRY_VERIFY(childLine(contextChild, "cmdline").contains("--context " + engineContext() + " events --format json"));
+        QTest::qWait(500);   // the child has reached the engine
+
+        const QString one = uniqueName("kt-ev-");
+        m_containers << one;
+        QCOMPARE(docker(QStringList{"create", "--name", one, engineImage()} + sleeper()).status, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, one), 2000);
+
+        // Twenty creations at once cost a few listings, not twenty.
+        QTest::qWait(300);
+        const int before = st.fetchCount();
+        QStringList burst;
+        for (int i = 0; i < 20; ++i)
+            burst << uniqueName("kt-burst-");
+        m_containers << burst;
+        QVERIFY(shell("for n in " + burst.join(' ') + "; do docker create --name $n " + engineImage() + " true >/dev/null & done; wait"));
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(burst.cbegin(), burst.cend(), [&](const QString &n) { return find(st, n).has_value(); }), 5000);
+        QTest::qWait(500);
+        QVERIFY2(st.fetchCount() - before <= 3, qPrintable(QString::number(st.fetchCount() - before)));
+
+        // Another runtime, another child, pointed at it.
+        const Runtime socket = Runtime::socket("kt-socket", engineSocket());
+        st.select(socket);
+        QTRY_VERIFY(st.events().childPid() > 0 && st.events().childPid() != contextChild);
+        QTRY_VERIFY(childLine(st.events().childPid(), "cmdline").contains("events --format json"));
+        QVERIFY(!childLine(st.events().childPid(), "cmdline").contains("--context"));
+        QVERIFY(childLine(st.events().childPid(), "environ").contains("DOCKER_HOST=unix://" + engineSocket()));
+        QVERIFY(childLine(contextChild, "cmdline").isEmpty());   // and the old one is gone
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, one), 20000);
+
+        // The engine restarts under the store: the stream comes back and the store catches up
+        // with what changed meanwhile (the running container stopped with the engine).
+        const QString running = run();
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, running) && find(st, running)->isRunning(), 5000);
+        const qint64 before_restart = st.events().childPid();
+        QVERIFY(shell("bash \"$KORVAT_ENGINE_SCRIPT\" restart"));
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, running) && !find(st, running)->isRunning(), 30000);
+        QVERIFY(st.events().childPid() != before_restart);
+        const QString late = uniqueName("kt-late-");
+        m_containers << late;
+        QTRY_VERIFY_WITH_TIMEOUT(st.events().childPid() > 0 && st.events().nextRetry() == st.timing().events.firstRetry, 30000);
+        QCOMPARE(docker(QStringList{"create", "--name", late, engineImage()} + sleeper()).status, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, late), 2000);
+    }
+
+    void aHungEngineNeitherBlocksNorPilesUp()
+    {
+        // A client whose "ps" hangs until the test lets it answer.
+        const QString log = m_tmp.filePath("hung.log"), hang = m_tmp.filePath("hang");
+        writeFile(hang, "");
+        Docker::Launch launch;
+        launch.launcher = writeExecutable(m_tmp.filePath("hung-env"),
+            "#!/bin/sh\necho \"$*\" >> " + log.toUtf8() + "\ncase \"$*\" in\n"
+            "  *' ps '*) while [ -e " + hang.toUtf8() + " ]; do sleep 0.05; done\n"
+            "    echo '{\"ID\":\"c1\",\"Names\":\"answered\",\"State\":\"running\",\"Status\":\"Up\"}' ;;\n"
+            "esac\nexit 0\n");
+        Docker::setLaunch(launch);
+        const auto listings = [&] {
+            QFile f(log);
+            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()).count(" ps -a ") : 0;
+        };
+        PollTiming timing = eventsOnly();
+        timing.staleAfter = std::chrono::milliseconds(300);
+        timing.clock = [] { return QDateTime(QDate(2026, 11, 22), QTime(14, 5)); };
+        auto s = settings();
+        AppStore st(s.get(), timing);
+
+        QElapsedTimer sinceTick;
+        qint64 longestGap = 0;
+        QTimer ticker;
+        QObject::connect(&ticker, &QTimer::timeout, [&] {
+            longestGap = std::max(longestGap, sinceTick.restart());
+        });
+        sinceTick.start();
+        ticker.start(20);
+
+        st.select(Runtime::context("hung"));
+        bool resumed = false;
+        QList<Container> seenByWaiter;
+        auto waiter = [&]() -> QCoro::Task<> {
+            co_await st.refresh();
+            resumed = true;
+            seenByWaiter = st.containers();
+        }();
+        for (int i = 0; i < 5; ++i)
+            st.refresh();
+        QTRY_VERIFY(st.stale());
+        QCOMPARE(st.waitingSince(), timing.clock());
+        QVERIFY(!st.listedAt().isValid());
+        QTest::qWait(200);
+        QCOMPARE(listings(), 1);
+        QVERIFY(!resumed);
+
+        QFile::remove(hang);
+        QTRY_VERIFY(resumed);
+        QVERIFY(!st.stale());
+        QCOMPARE(st.listedAt(), timing.clock());
+        QCOMPARE(listings(), 2);   // the one that hung, and exactly one after it
+        QCOMPARE(seenByWaiter.size(), 1);
+        QTest::qWait(200);
+        QCOMPARE(listings(), 2);
+        QVERIFY2(longestGap < 1000, qPrintable(QString::number(longestGap)));
         Docker::setLaunch({});
     }
 

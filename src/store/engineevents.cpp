@@ -1,0 +1,124 @@
+#include "engineevents.h"
+
+#include "docker.h"
+
+#include <QProcess>
+
+EngineEvents::EngineEvents(Timing timing, QObject *parent)
+    : QObject(parent), m_timing(timing), m_retry(timing.firstRetry)
+{
+    m_quiet.setSingleShot(true);
+    m_restart.setSingleShot(true);
+    m_settled.setSingleShot(true);
+    connect(&m_quiet, &QTimer::timeout, this, &EngineEvents::changed);
+    connect(&m_restart, &QTimer::timeout, this, [this] {
+        m_restarted = true;
+        launch();
+    });
+    connect(&m_settled, &QTimer::timeout, this, [this] {
+        m_retry = m_timing.firstRetry;
+        if (std::exchange(m_restarted, false))
+            emit changed();
+    });
+}
+
+EngineEvents::~EngineEvents() { endChild(); }
+
+void EngineEvents::follow(const std::optional<Runtime> &runtime)
+{
+    stop();
+    m_runtime = runtime;
+    m_following = true;
+    launch();
+}
+
+void EngineEvents::stop()
+{
+    m_following = false;
+    m_restarted = false;
+    m_retry = m_timing.firstRetry;
+    m_restart.stop();
+    m_settled.stop();
+    m_quiet.stop();
+    endChild();
+}
+
+qint64 EngineEvents::childPid() const
+{
+    return m_child ? m_child->processId() : 0;
+}
+
+void EngineEvents::launch()
+{
+    endChild();
+    m_child = Docker::process(Docker::eventArguments(), m_runtime).release();
+    m_child->setParent(this);
+    m_child->setStandardInputFile(QProcess::nullDevice());
+    m_child->setStandardErrorFile(QProcess::nullDevice());
+    connect(m_child, &QProcess::readyReadStandardOutput, this, &EngineEvents::readLines);
+    connect(m_child, &QProcess::finished, this, &EngineEvents::ended);
+    connect(m_child, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            ended();
+    });
+    m_partial.clear();
+    m_child->start();
+    m_settled.start(m_timing.settled);
+}
+
+void EngineEvents::endChild()
+{
+    if (!m_child)
+        return;
+    QProcess *child = std::exchange(m_child, nullptr);
+    child->disconnect(this);
+    // Killed rather than asked: the stream holds nothing worth a clean exit, and a killed
+    // child is reaped at once, so the wait below is short.
+    if (child->state() != QProcess::NotRunning) {
+        child->kill();
+        child->waitForFinished(1000);
+    }
+    delete child;
+}
+
+void EngineEvents::readLines()
+{
+    if (!m_child)
+        return;
+    m_partial += m_child->readAllStandardOutput();
+    qsizetype start = 0;
+    bool seen = false;
+    for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1)
+        seen = Docker::eventChangesLists(QByteArrayView(m_partial).sliced(start, end - start)) || seen;
+    m_partial.remove(0, start);
+    // A line without an end this long is not an event; drop it rather than grow forever.
+    if (m_partial.size() > 1 << 20) {
+        m_partial.clear();
+        seen = true;
+    }
+    if (seen)
+        eventSeen();
+}
+
+void EngineEvents::eventSeen()
+{
+    if (!m_quiet.isActive())
+        m_burst.start();
+    const auto waited = std::chrono::milliseconds(m_burst.elapsed());
+    m_quiet.start(std::max(std::chrono::milliseconds(0), std::min(m_timing.quiet, m_timing.longest - waited)));
+}
+
+void EngineEvents::ended()
+{
+    if (!m_child)
+        return;
+    // Deleted later: this runs inside the child's own signal.
+    m_child->disconnect(this);
+    m_child->deleteLater();
+    m_child = nullptr;
+    m_settled.stop();
+    if (!m_following)
+        return;
+    m_restart.start(m_retry);
+    m_retry = std::min(m_retry * 2, m_timing.lastRetry);
+}

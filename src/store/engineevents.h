@@ -1,0 +1,68 @@
+#pragma once
+
+#include "runtime.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <chrono>
+#include <optional>
+
+class QProcess;
+
+struct EventTiming {
+    std::chrono::milliseconds quiet{100};
+    // A stream that never falls quiet still refreshes this often.
+    std::chrono::milliseconds longest{1000};
+    std::chrono::milliseconds firstRetry{1000};
+    std::chrono::milliseconds lastRetry{60000};
+    // A child alive this long has reached its engine.
+    std::chrono::milliseconds settled{1000};
+};
+
+// Follows one runtime's event stream with a single long-lived `docker events` child and
+// says when the lists may have changed: once per burst of events, after a short quiet
+// period, so a project of ten containers coming up costs one or two refreshes. A child that
+// ends is started again after a pause that doubles up to a minute; an engine or client
+// without events therefore costs one child a minute and leaves the poll loop to do the work.
+class EngineEvents : public QObject {
+    Q_OBJECT
+
+public:
+    using Timing = EventTiming;
+
+    explicit EngineEvents(Timing timing = {}, QObject *parent = nullptr);
+    ~EngineEvents() override;
+
+    // Replaces the child with one for this runtime.
+    void follow(const std::optional<Runtime> &runtime);
+    void stop();
+
+    // The running child's process id, or 0.
+    qint64 childPid() const;
+    std::chrono::milliseconds nextRetry() const { return m_retry; }
+
+signals:
+    // The lists may differ from the last listing.
+    void changed();
+
+private:
+    void launch();
+    void readLines();
+    void ended();
+    void eventSeen();
+    void endChild();
+
+    Timing m_timing;
+    std::optional<Runtime> m_runtime;
+    bool m_following = false;
+    QProcess *m_child = nullptr;
+    QByteArray m_partial;
+    // A child started again after one ended may have missed events in between.
+    bool m_restarted = false;
+    std::chrono::milliseconds m_retry;
+    QTimer m_quiet;
+    QTimer m_restart;
+    QTimer m_settled;
+    QElapsedTimer m_burst;
+};
