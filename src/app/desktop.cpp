@@ -189,6 +189,10 @@ int shoot(int &argc, char **argv, const QString &dir)
              store.preview(state);
              toolchain.preview(SampleData::tools(), {});
          }},
+        {QStringLiteral("stale"), Category::Projects, [&] {
+             plain();
+             store.preview(SampleData::stale(sample));
+         }},
         {QStringLiteral("empty-filter"), Category::Containers, [&] {
              plain();
              store.setFilter(QStringLiteral("kafka"));
@@ -229,6 +233,10 @@ int shoot(int &argc, char **argv, const QString &dir)
         {QStringLiteral("tray-panel"), Category::Projects, [&] {
              plain();
              toolchain.preview(SampleData::tools(), SampleData::status());
+         }, QSize(340, 600), panelWindow},
+        {QStringLiteral("tray-panel-stale"), Category::Projects, [&] {
+             plain();
+             store.preview(SampleData::stale(sample));
          }, QSize(340, 600), panelWindow},
         {QStringLiteral("tray-panel-empty"), Category::Projects, [&] {
              plain();

@@ -141,4 +141,12 @@ QString jobOutput()
                           "==> Pouring container-0.6.0.arm64_sequoia.bottle.tar.gz\n");
 }
 
+StorePreview stale(StorePreview state)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    state.waitingSince = now.addSecs(-12);
+    state.listedAt = QDateTime(now.date(), QTime(14, 5));
+    return state;
+}
+
 }

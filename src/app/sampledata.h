@@ -9,6 +9,8 @@
 namespace SampleData {
 // Project directories live under root; laidOut() makes them so the cards read the disk.
 StorePreview store(const QString &root = QStringLiteral("/home/dev/code"));
+// The same, while the engine has kept the store waiting for twelve seconds.
+StorePreview stale(StorePreview state);
 // Creates the sample projects' directories under root: storefront, website, billing and docs
 // with a compose file, notes without one; legacy's and archive's directories stay missing.
 void layOut(const QString &root);

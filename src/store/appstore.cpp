@@ -189,6 +189,10 @@ void AppStore::preview(const StorePreview &state)
     setLists(state.containers, state.images, state.volumes);
     setError(state.error);
     setNotice(state.notice);
+    m_waitingSince = state.waitingSince;
+    m_listedAt = state.listedAt;
+    m_stale = m_waitingSince.isValid();
+    emit staleChanged();
 }
 
 // ---- derived -----------------------------------------------------------------------------

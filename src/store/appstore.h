@@ -30,6 +30,9 @@ struct StorePreview {
     std::optional<QString> error;
     std::optional<QString> notice;
     std::optional<ProjectRegistry> registry;
+    // Set: a listing has been outstanding since then, long enough to count as stale.
+    QDateTime waitingSince;
+    QDateTime listedAt;
 };
 
 // How often the store polls (often while the main window shows, rarely otherwise), when

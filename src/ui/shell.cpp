@@ -37,8 +37,13 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
 
+    m_staleTick.setInterval(1000);
+    connect(&m_staleTick, &QTimer::timeout, this, &Shell::updateStale);
+    connect(m_store, &AppStore::staleChanged, this, &Shell::updateStale);
+
     updateContainers();
     updateProjects();
+    updateStale();
     images();
     volumes();
     runtimes();
@@ -52,6 +57,35 @@ void Shell::updateContainers()
 void Shell::updateProjects()
 {
     m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()));
+}
+
+void Shell::updateStale()
+{
+    QString text;
+    if (m_store->stale()) {
+        const qint64 waited = m_store->waitingSince().secsTo(m_store->timing().clock());
+        text = staleLine(waited, m_store->listedAt());
+        if (!m_staleTick.isActive())
+            m_staleTick.start();
+    } else {
+        m_staleTick.stop();
+    }
+    if (text == m_staleText)
+        return;
+    m_staleText = text;
+    emit staleTextChanged();
+}
+
+QString Shell::staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale)
+{
+    const QString waited = waitedSeconds < 120 ? QString::number(std::max<qint64>(waitedSeconds, 0)) + QStringLiteral(" s")
+                                               : QString::number(waitedSeconds / 60) + QStringLiteral(" min");
+    const QString head = QStringLiteral("Engine has not answered for ") + waited;
+    if (!listedAt.isValid())
+        return head + QStringLiteral(" — nothing listed yet");
+    // Minutes are enough to recognise a time of day; some locales' short format has seconds.
+    const QString format = locale.timeFormat(QLocale::ShortFormat).remove(QStringLiteral(":ss"));
+    return head + QStringLiteral(" — showing what it listed at ") + locale.toString(listedAt.time(), format);
 }
 
 QVariantList Shell::categories() const

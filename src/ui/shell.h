@@ -7,7 +7,10 @@
 #include "runtimemodel.h"
 #include "volumemodel.h"
 
+#include <QDateTime>
+#include <QLocale>
 #include <QObject>
+#include <QTimer>
 #include <QUrl>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
@@ -40,6 +43,8 @@ class Shell : public QObject {
     Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
     Q_PROPERTY(QString emptyIcon READ emptyIcon NOTIFY emptyChanged)
     Q_PROPERTY(QString emptyDetail READ emptyDetail NOTIFY emptyChanged)
+    // Empty while the engine answers in time; otherwise how long it has kept us waiting.
+    Q_PROPERTY(QString staleText READ staleText NOTIFY staleTextChanged)
 
 public:
     static inline const QString categoryKey = QStringLiteral("category");
@@ -68,6 +73,9 @@ public:
     bool filtering() const;
     QString emptyIcon() const;
     QString emptyDetail() const;
+    QString staleText() const { return m_staleText; }
+    // "Engine has not answered for 12 s — showing what it listed at 14:05".
+    static QString staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale = QLocale());
 
     // The main window's first appearance: polling starts, and the launch check runs if due.
     Q_INVOKABLE void firstShown();
@@ -82,10 +90,12 @@ signals:
     void countersChanged();
     void filteringChanged();
     void emptyChanged();
+    void staleTextChanged();
 
 private:
     void updateContainers();
     void updateProjects();
+    void updateStale();
 
     AppStore *m_store;
     ToolchainStore *m_toolchain;
@@ -96,4 +106,7 @@ private:
     ImageModel m_images;
     VolumeModel m_volumes;
     RuntimeModel m_runtimes;
+    QString m_staleText;
+    // Ticks only while the engine keeps us waiting, to count the seconds.
+    QTimer m_staleTick;
 };

@@ -49,6 +49,7 @@ private slots:
     void tabReachesEveryControlInReadingOrder();
     void shortcuts();
     void pressActionDismissesTheBanner();
+    void staleLineComesAndGoes();
 
 private:
     QQuickItem *activeControl() const;
@@ -188,6 +189,35 @@ void TestMainWindow::pressActionDismissesTheBanner()
     QVERIFY(iface->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
     iface->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QTRY_VERIFY(!m_store->error().has_value());
+}
+
+// The window and the tray panel say the lists are old while the engine keeps us waiting,
+// count the seconds, and fall silent when it answers.
+void TestMainWindow::staleLineComesAndGoes()
+{
+    QQuickWindow *panel = m_session->loadPanel();
+    QVERIFY(panel);
+    const auto lines = [&] {
+        return QList<QQuickItem *>{m_window->findChild<QQuickItem *>("staleLine"),
+                                   panel->findChild<QQuickItem *>("staleLine")};
+    };
+    for (QQuickItem *line : lines())
+        QVERIFY(line && !line->isVisible());
+
+    StorePreview state = SampleData::store();
+    state.waitingSince = QDateTime::currentDateTime().addSecs(-12);
+    state.listedAt = QDateTime(QDate(2026, 11, 22), QTime(14, 5));
+    m_store->preview(state);
+    QVERIFY(m_shell->staleText().startsWith("Engine has not answered for 12 s — showing what it listed at "));
+    for (QQuickItem *line : lines())
+        QVERIFY(line->property("text").toString() == m_shell->staleText() && line->isVisible());
+    const QString first = m_shell->staleText();
+    QTRY_VERIFY_WITH_TIMEOUT(m_shell->staleText() != first && !m_shell->staleText().startsWith("Engine has not answered for 12 s"), 3000);
+
+    m_store->preview(SampleData::store());
+    QVERIFY(m_shell->staleText().isEmpty());
+    for (QQuickItem *line : lines())
+        QVERIFY(!line->isVisible());
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -1,5 +1,6 @@
 #include "projectcard.h"
 #include "projectdeletion.h"
+#include "shell.h"
 #include "terminal.h"
 #include "toolrules.h"
 
@@ -34,6 +35,8 @@ private slots:
     void toolRow_data();
     void toolRow();
     void serviceTexts();
+    void staleLine_data();
+    void staleLine();
 };
 
 void TestViewRules::cardState_data()
@@ -252,4 +255,28 @@ void TestViewRules::serviceTexts()
 }
 
 QTEST_GUILESS_MAIN(TestViewRules)
+void TestViewRules::staleLine_data()
+{
+    QTest::addColumn<qint64>("waited");
+    QTest::addColumn<QDateTime>("listedAt");
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QString>("expected");
+    const QDateTime at(QDate(2026, 11, 22), QTime(14, 5, 31));
+    QTest::newRow("seconds") << qint64(12) << at << "C" << "Engine has not answered for 12 s — showing what it listed at 14:05";
+    QTest::newRow("twelve-hour locale") << qint64(10) << at << "en_US" << "Engine has not answered for 10 s — showing what it listed at 2:05 PM";
+    QTest::newRow("minutes") << qint64(185) << at << "C" << "Engine has not answered for 3 min — showing what it listed at 14:05";
+    QTest::newRow("never listed") << qint64(10) << QDateTime() << "C" << "Engine has not answered for 10 s — nothing listed yet";
+}
+
+void TestViewRules::staleLine()
+{
+    QFETCH(qint64, waited);
+    QFETCH(QDateTime, listedAt);
+    QFETCH(QString, locale);
+    QFETCH(QString, expected);
+    const QString line = Shell::staleLine(waited, listedAt, QLocale(locale));
+    // Locales differ in the space before AM/PM; what matters is the hour and minutes.
+    QCOMPARE(QString(line).replace(QChar(0x202f), u' '), expected);
+}
+
 #include "tst_viewrules.moc"

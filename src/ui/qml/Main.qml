@@ -158,6 +158,14 @@ ApplicationWindow {
                 onRefreshRequested: window.shell.refresh()
                 onAddRequested: folderDialog.ask("")
             }
+            StaleLine {
+                objectName: "staleLine"
+                Layout.fillWidth: true
+                Layout.leftMargin: 18
+                Layout.rightMargin: 16
+                Layout.topMargin: visible ? 10 : 0
+                text: window.shell.staleText
+            }
             Banners {
                 Layout.fillWidth: true
                 Layout.leftMargin: 16

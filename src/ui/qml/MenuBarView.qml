@@ -68,6 +68,14 @@ Window {
                 font: Theme.varied("JetBrains Mono", 500, 11)
             }
         }
+        StaleLine {
+            objectName: "staleLine"
+            Layout.fillWidth: true
+            Layout.leftMargin: 14
+            Layout.rightMargin: 12
+            Layout.bottomMargin: 6
+            text: panel.shell.staleText
+        }
         RowLayout {
             Layout.fillWidth: true
             Layout.leftMargin: 14
