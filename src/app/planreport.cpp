@@ -11,7 +11,7 @@ QString formatPlan(const TeardownPlan &plan)
     for (const auto &v : plan.removable())
         out << label("  remove volume") << v.name << (v.size ? "  (" + *v.size + ")" : QString()) << '\n';
     for (const auto &v : plan.kept())
-        out << label("  KEEP volume") << v.name << QStringLiteral("  — used by ") << v.usedBy.join(QStringLiteral(", ")) << '\n';
+        out << label("  KEEP volume") << v.name << QStringLiteral("  — ") << v.keptBecause() << '\n';
     if (plan.workingDir)
         out << label("  offer to trash") << *plan.workingDir << '\n';
     if (plan.containers.isEmpty() && plan.volumes.isEmpty())

@@ -177,12 +177,14 @@ QList<Check> checks(const QString &scratch)
              return m.size() == 2 && m.value("website-frontend-1") == QStringList{"website-frontend-1_data"}
                  && m.contains("storefront-php-1") && m.value("storefront-php-1").isEmpty();
          }},
-        {"teardown: shared volume kept, own volume removed", [] {
+        {"teardown: shared and external volumes kept, own volume removed", [] {
              const ComposeProject app{"app", "/nope/gone", {sample("app-db-1", "running")}, 1};
              const QList<Container> all{sample("app-db-1", "running"), sample("other-api-1", "running"), sample("portainer", "running")};
-             const MountMap mounts{{"app-db-1", {"shared", "own"}}, {"other-api-1", {"shared"}}, {"portainer", {"shared"}}};
-             const auto plan = Docker::plan(app, all, mounts, {"declared"}, {{"own", "113 MB"}});
-             return plan.kept().size() == 1 && plan.kept()[0].usedBy == QStringList{"other-api-1", "portainer"}
+             const MountMap mounts{{"app-db-1", {"shared", "own", "ext"}}, {"other-api-1", {"shared"}}, {"portainer", {"shared"}}};
+             const VolumeOwnership ownership{{"declared"}, {"ext"}, {{"own", {{Labels::project, "app"}}}}};
+             const auto plan = Docker::plan(app, all, mounts, ownership, {{"own", "113 MB"}});
+             return plan.kept().size() == 2 && plan.kept()[0].keptBecause() == "external"
+                 && plan.kept()[1].usedBy == QStringList{"other-api-1", "portainer"}
                  && plan.removable().size() == 2 && plan.removable()[0].name == "declared" && plan.removable()[1].size == "113 MB"
                  && !plan.workingDir;
          }},

@@ -65,7 +65,7 @@ ResolvedProject parseComposeConfig(const QString &json, const QString &dir)
     const auto name = doc.object().value(QLatin1String("name"));
     if (!doc.isObject() || !name.isString() || name.toString().isEmpty())
         throw DockerError(QStringLiteral("Could not read a compose project from ") + dir);
-    ResolvedProject project{name.toString(), {}, {}};
+    ResolvedProject project{name.toString(), {}, {}, {}};
     project.services = doc.object().value(QLatin1String("services")).toObject().keys();
     sortCodePoints(project.services);
     const auto volumes = doc.object().value(QLatin1String("volumes")).toObject();
@@ -73,8 +73,11 @@ ResolvedProject parseComposeConfig(const QString &json, const QString &dir)
         // Compose's own name is the real, usually project-prefixed one.
         const auto real = it.value().toObject().value(QLatin1String("name"));
         project.volumes.append(real.isString() ? real.toString() : it.key());
+        if (it.value().toObject().value(QLatin1String("external")).toBool())
+            project.externalVolumes.append(project.volumes.constLast());
     }
     sortCodePoints(project.volumes);
+    sortCodePoints(project.externalVolumes);
     return project;
 }
 

@@ -100,6 +100,8 @@ struct ResolvedProject {
     QString name;
     QStringList services;
     QStringList volumes;
+    // Those of the volumes marked external: created and shared outside the project.
+    QStringList externalVolumes;
     friend bool operator==(const ResolvedProject &, const ResolvedProject &) = default;
 };
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir);

@@ -3,21 +3,29 @@
 #include "volumesize.h"
 
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
 
+QString VolumeUse::keptBecause() const
+{
+    return usedBy.isEmpty() ? notOwned : QStringLiteral("used by ") + usedBy.join(QStringLiteral(", "));
+}
+
 QList<VolumeUse> TeardownPlan::removable() const
 {
     QList<VolumeUse> list;
-    std::copy_if(volumes.cbegin(), volumes.cend(), std::back_inserter(list), [](const VolumeUse &v) { return v.usedBy.isEmpty(); });
+    std::copy_if(volumes.cbegin(), volumes.cend(), std::back_inserter(list), [](const VolumeUse &v) { return !v.isKept(); });
     return list;
 }
 
 QList<VolumeUse> TeardownPlan::kept() const
 {
     QList<VolumeUse> list;
-    std::copy_if(volumes.cbegin(), volumes.cend(), std::back_inserter(list), [](const VolumeUse &v) { return !v.usedBy.isEmpty(); });
+    std::copy_if(volumes.cbegin(), volumes.cend(), std::back_inserter(list), [](const VolumeUse &v) { return v.isKept(); });
     return list;
 }
 
@@ -53,8 +61,50 @@ MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runti
     return parseMounts(result.out);
 }
 
+VolumeLabels parseVolumeLabels(const QString &text)
+{
+    VolumeLabels all;
+    for (const auto &object : ndjson(text)) {
+        const QString name = object.value(QLatin1String("Name")).toString();
+        if (name.isEmpty())
+            continue;
+        QMap<QString, QString> labels;
+        const QJsonObject raw = object.value(QLatin1String("Labels")).toObject();
+        for (auto it = raw.begin(); it != raw.end(); ++it)
+            labels.insert(it.key(), it.value().toString());
+        all.insert(name, labels);
+    }
+    return all;
+}
+
+VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime)
+{
+    if (volumeNames.isEmpty())
+        return {};
+    // As with the mounts, a volume missing from the engine fails the command but the others
+    // are still printed; an unlabelled volume then simply proves nothing.
+    return parseVolumeLabels(capture(QStringList{"volume", "inspect", "--format", "{{json .}}"} + volumeNames, runtime).out);
+}
+
+QString notOwnedReason(const QString &volume, const QString &project, const VolumeOwnership &ownership)
+{
+    // Shared by intent: compose down -v itself never removes it.
+    if (ownership.external.contains(volume))
+        return QStringLiteral("external");
+    const auto labels = ownership.labels.value(volume);
+    const auto owner = labels.constFind(QString::fromLatin1(Labels::project));
+    if (owner != labels.cend())
+        return *owner == project ? QString() : QStringLiteral("belongs to ") + *owner;
+    if (ownership.declared.contains(volume))
+        return {};
+    static const QRegularExpression anonymousName(QStringLiteral("^[0-9a-f]{64}$"));
+    if (labels.contains(QStringLiteral("com.docker.volume.anonymous")) || anonymousName.match(volume).hasMatch())
+        return {};
+    return QStringLiteral("not this project's");
+}
+
 TeardownPlan plan(const ComposeProject &project, const QList<Container> &allContainers, const MountMap &mounts,
-                  const QStringList &declaredVolumes, const QMap<QString, QString> &sizes)
+                  const VolumeOwnership &ownership, const QMap<QString, QString> &sizes)
 {
     TeardownPlan result{project.name, {}, {}, std::nullopt};
     for (const auto &c : project.containers)
@@ -68,19 +118,21 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
                 names.append(v);
         }
     }
-    for (const auto &v : declaredVolumes) {
+    for (const auto &v : ownership.declared + ownership.external) {
         if (!names.contains(v))
             names.append(v);
     }
     std::stable_sort(names.begin(), names.end(), codePointLess);
 
     for (const auto &volume : names) {
-        VolumeUse use{volume, {}, std::nullopt};
+        VolumeUse use{volume, {}, std::nullopt, {}};
         for (const auto &c : allContainers) {
             if (!own.contains(c.name) && mounts.value(c.name).contains(volume))
                 use.usedBy.append(c.name);
         }
         std::stable_sort(use.usedBy.begin(), use.usedBy.end(), codePointLess);
+        if (use.usedBy.isEmpty())
+            use.notOwned = notOwnedReason(volume, project.name, ownership);
         const auto size = sizes.constFind(volume);
         if (size != sizes.cend())
             use.size = *size;
@@ -95,14 +147,34 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
 
 namespace Teardown {
 
-QStringList declaredVolumes(const ComposeProject &project)
+VolumeOwnership ownConfiguration(const ComposeProject &project)
 {
     if (!project.workingDir)
         return {};
     try {
-        return Docker::composeProject(*project.workingDir).volumes;
+        const auto resolved = Docker::composeProject(*project.workingDir);
+        if (resolved.name != project.name)
+            return {};
+        VolumeOwnership own;
+        own.external = resolved.externalVolumes;
+        for (const auto &v : resolved.volumes) {
+            if (!own.external.contains(v))
+                own.declared.append(v);
+        }
+        return own;
     } catch (const DockerError &) {
         return {};
+    }
+}
+
+bool composeDownIsOwn(const QString &dir, const QString &project)
+{
+    if (!Docker::composeFile(dir))
+        return false;
+    try {
+        return Docker::composeProject(dir).name == project;
+    } catch (const DockerError &) {
+        return true;
     }
 }
 
@@ -126,12 +198,13 @@ TeardownPlan assemble(const ComposeProject &project, const QList<Container> &all
     for (const auto &c : allContainers)
         all.append(c.name);
     const auto mounts = Docker::volumeMounts(all, runtime);
-    const auto declared = declaredVolumes(project);
+    VolumeOwnership ownership = ownConfiguration(project);
     // Walking a volume's tree can be slow, so only the volumes in the plan are measured.
     QStringList touched;
-    for (const auto &use : Docker::plan(project, allContainers, mounts, declared, {}).volumes)
+    for (const auto &use : Docker::plan(project, allContainers, mounts, ownership, {}).volumes)
         touched.append(use.name);
-    return Docker::plan(project, allContainers, mounts, declared, volumeSizes(volumes, touched));
+    ownership.labels = Docker::volumeLabels(touched, runtime);
+    return Docker::plan(project, allContainers, mounts, ownership, volumeSizes(volumes, touched));
 }
 
 } // namespace Teardown

@@ -31,7 +31,13 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     // Containers go before their volumes, which cannot be removed while in use. Every
     // future is named before it is awaited: GCC 12 destroys temporaries inside a co_await
     // expression twice.
-    if (plan.workingDir && Docker::composeFile(*plan.workingDir)) {
+    // A directory that now resolves to another project would take that one down instead.
+    bool composeDown = false;
+    if (plan.workingDir) {
+        auto check = QtConcurrent::run(workers(), &Teardown::composeDownIsOwn, *plan.workingDir, plan.project);
+        composeDown = co_await check;
+    }
+    if (composeDown) {
         const QStringList args{QStringLiteral("compose"), QStringLiteral("down")};
         auto future = step(args, plan.workingDir);
         note(co_await future);

@@ -30,11 +30,6 @@ QString ProjectDeletion::label(const std::optional<TeardownPlan> &plan, bool tra
     return QStringLiteral("Delete ") + pieces.join(QStringLiteral(" + "));
 }
 
-QString ProjectDeletion::usersText(const VolumeUse &use)
-{
-    return QStringLiteral("used by ") + use.usedBy.join(QStringLiteral(", "));
-}
-
 QStringList ProjectDeletion::containers() const { return m_plan ? m_plan->containers : QStringList(); }
 
 QVariantList ProjectDeletion::removable() const
@@ -52,7 +47,7 @@ QVariantList ProjectDeletion::kept() const
     QVariantList list;
     if (m_plan) {
         for (const VolumeUse &v : m_plan->kept())
-            list.append(QVariantMap{{QStringLiteral("name"), v.name}, {QStringLiteral("trailing"), usersText(v)}});
+            list.append(QVariantMap{{QStringLiteral("name"), v.name}, {QStringLiteral("trailing"), v.keptBecause()}});
     }
     return list;
 }

@@ -34,8 +34,6 @@ public:
 
     // "Delete 2 containers + 1 volume + files", "Remove from Korvat", or "Delete" before a plan.
     static QString label(const std::optional<TeardownPlan> &plan, bool trashDirectory);
-    // "used by a, b" for a kept volume.
-    static QString usersText(const VolumeUse &use);
 
     QString title() const { return QStringLiteral("Delete ") + m_project.name; }
     bool planned() const { return m_plan.has_value(); }

@@ -204,6 +204,7 @@ private slots:
         QCOMPARE(formatPlan({"empty", {}, {}, std::nullopt}), "delete empty would:\n  nothing\n");
         QCOMPARE(formatPlan({"empty", {}, {}, "/srv/empty"}), "delete empty would:\n  offer to trash    /srv/empty\n  nothing\n");
         QCOMPARE(formatPlan({"p", {}, {{"v", {"a", "b"}, "1 GB"}}, std::nullopt}), "delete p would:\n  KEEP volume       v  — used by a, b\n");
+        QCOMPARE(formatPlan({"p", {}, {{"v", {}, std::nullopt, "external"}}, std::nullopt}), "delete p would:\n  KEEP volume       v  — external\n");
     }
 };
 

@@ -44,17 +44,66 @@ private slots:
     {
         const ComposeProject app{"app", std::nullopt, {named("app-db-1"), named("app-web-1")}, 2};
         const QList<Container> all{named("other-api-1"), named("app-db-1"), named("portainer"), named("app-web-1"), named("batch")};
-        const MountMap mounts{{"app-db-1", {"shared", "own", "own"}},
+        const MountMap mounts{{"app-db-1", {"shared", "own", "own", "ext"}},
                               {"app-web-1", {"own", "loose-shared"}},
                               {"other-api-1", {"shared"}},
                               {"batch", {"shared"}},
                               {"portainer", {"loose-shared"}}};
-        const auto plan = Docker::plan(app, all, mounts, {"declared", "own"}, {{"own", "113 MB"}, {"unrelated", "1 GB"}});
+        const VolumeOwnership ownership{{"declared"}, {"ext"}, {{"own", {{Labels::project, "app"}}}}};
+        const auto plan = Docker::plan(app, all, mounts, ownership, {{"own", "113 MB"}, {"unrelated", "1 GB"}});
         QCOMPARE(plan.project, "app");
         QCOMPARE(plan.containers, QStringList({"app-db-1", "app-web-1"}));
-        QCOMPARE(names(plan.volumes), QStringList({"declared", "loose-shared", "own", "shared"}));
-        QCOMPARE(plan.removable(), (QList<VolumeUse>{{"declared", {}, std::nullopt}, {"own", {}, "113 MB"}}));
-        QCOMPARE(plan.kept(), (QList<VolumeUse>{{"loose-shared", {"portainer"}, std::nullopt}, {"shared", {"batch", "other-api-1"}, std::nullopt}}));
+        QCOMPARE(names(plan.volumes), QStringList({"declared", "ext", "loose-shared", "own", "shared"}));
+        QCOMPARE(plan.removable(), (QList<VolumeUse>{{"declared", {}, std::nullopt, {}}, {"own", {}, "113 MB", {}}}));
+        QCOMPARE(plan.kept(), (QList<VolumeUse>{{"ext", {}, std::nullopt, "external"},
+                                                {"loose-shared", {"portainer"}, std::nullopt, {}},
+                                                {"shared", {"batch", "other-api-1"}, std::nullopt, {}}}));
+        QCOMPARE(plan.kept().first().keptBecause(), "external");
+        QCOMPARE(plan.kept().last().keptBecause(), "used by batch, other-api-1");
+    }
+
+    // Whose volume is it, for one that no container outside the project mounts.
+    void ownership_data()
+    {
+        QTest::addColumn<QString>("volume");
+        QTest::addColumn<QString>("label");   // compose's project label; "-" for none
+        QTest::addColumn<bool>("declared");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<QString>("reason");
+        const QString hex(64, 'a');
+        QTest::newRow("labelled as this project's") << "app_data" << "app" << false << false << "";
+        QTest::newRow("labelled as another's") << "app_data" << "staging" << false << false << "belongs to staging";
+        QTest::newRow("another's label beats a declaration") << "app_data" << "staging" << true << false << "belongs to staging";
+        QTest::newRow("external beats this project's label") << "shared" << "app" << true << true << "external";
+        QTest::newRow("external, unlabelled") << "shared" << "-" << true << true << "external";
+        QTest::newRow("declared on an engine without labels") << "app_data" << "-" << true << false << "";
+        QTest::newRow("anonymous") << hex << "-" << false << false << "";
+        QTest::newRow("neither labelled nor declared") << "data" << "-" << false << false << "not this project's";
+    }
+    void ownership()
+    {
+        QFETCH(QString, volume);
+        QFETCH(QString, label);
+        QFETCH(bool, declared);
+        QFETCH(bool, external);
+        VolumeOwnership owner;
+        if (declared)
+            owner.declared << volume;
+        if (external)
+            owner.external << volume;
+        if (label != "-")
+            owner.labels.insert(volume, {{Labels::project, label}});
+        QTEST(Docker::notOwnedReason(volume, "app", owner), "reason");
+    }
+
+    void volumeLabelsParsed()
+    {
+        const auto labels = Docker::parseVolumeLabels(
+            R"({"Name":"app_data","Labels":{"com.docker.compose.project":"app","com.docker.compose.volume":"data"}})" "\n"
+            R"({"Name":"bare","Labels":null})" "\nError: No such volume: gone\n" R"({"Labels":{}})" "\n");
+        QCOMPARE(labels.keys(), QStringList({"app_data", "bare"}));
+        QCOMPARE(labels.value("app_data").value(Labels::project), "app");
+        QVERIFY(labels.value("bare").isEmpty());
     }
 
     void workingDirOnlyWhenItExists()

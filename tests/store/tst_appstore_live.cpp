@@ -515,6 +515,51 @@ private slots:
         qunsetenv("XDG_DATA_HOME");
     }
 
+    // A project started with -p in a directory whose file names another project, beside that
+    // project's own volume and a volume shared by intent: only what is the project's goes.
+    void deletingTakesOnlyWhatIsTheProjects()
+    {
+        const QString app = uniqueName("ktapp"), staging = uniqueName("ktstaging"), shared = uniqueName("ktshared");
+        const QString dir = composeDir("name: " + app.toUtf8() + "\n" + sleeperCompose("web",
+            "    volumes: [data:/data, shared:/shared]\nvolumes:\n  data:\n  shared:\n    external: true\n    name: " + shared.toUtf8() + "\n"));
+        m_volumes << app + "_data" << shared << staging + "_data";
+        m_containers << staging + "-web-1" << app + "-web-1";
+        QCOMPARE(docker({"volume", "create", shared}).status, 0);
+        QCOMPARE(docker({"compose", "up", "-d"}, dir).status, 0);
+        QCOMPARE(docker({"compose", "down"}, dir).status, 0);   // app's volume stays behind
+        QCOMPARE(docker({"compose", "-p", staging, "up", "-d"}, dir).status, 0);
+
+        auto s = settings();
+        auto st = store(s.get());
+        const auto plan = QCoro::waitFor(st->teardownPlan(*project(*st, staging)));
+        QCOMPARE(plan.containers, QStringList({staging + "-web-1"}));
+        QCOMPARE(plan.removable().size(), 1);
+        QCOMPARE(plan.removable().first().name, staging + "_data");
+        QCOMPARE(plan.kept().size(), 1);
+        QCOMPARE(plan.kept().first().name, shared);
+        QCOMPARE(plan.kept().first().keptBecause(), "not this project's");   // app's file says external, but it is not staging's
+
+        QCoro::waitFor(st->deleteProject(plan, false));
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(docker({"container", "inspect", staging + "-web-1"}).status, 1);
+        QCOMPARE(docker({"volume", "inspect", staging + "_data"}).status, 1);
+        QCOMPARE(docker({"volume", "inspect", app + "_data"}).status, 0);
+        QCOMPARE(docker({"volume", "inspect", shared}).status, 0);
+
+        // The directory's own project keeps the volume it declares external, though only it mounts it.
+        QCOMPARE(docker({"compose", "up", "-d"}, dir).status, 0);
+        QCoro::waitFor(st->refresh());
+        const auto own = QCoro::waitFor(st->teardownPlan(*project(*st, app)));
+        QCOMPARE(own.removable().size(), 1);
+        QCOMPARE(own.removable().first().name, app + "_data");
+        QCOMPARE(own.kept().size(), 1);
+        QCOMPARE(own.kept().first().keptBecause(), "external");
+        QCoro::waitFor(st->deleteProject(own, false));
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(docker({"volume", "inspect", app + "_data"}).status, 1);
+        QCOMPARE(docker({"volume", "inspect", shared}).status, 0);
+    }
+
     void deletionFailuresInStepOrder()
     {
         auto s = settings();
