@@ -6,7 +6,9 @@ JOBS       ?= $(shell nproc)
 KORVAT     := $(BUILD)/bin/korvat
 DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/kx-demo
 
-.PHONY: all setup build run demo demo-stop test bench shots package clean
+FUZZ_SECONDS ?= 60
+
+.PHONY: all setup build run demo demo-stop test bench fuzz shots package clean
 
 all: build
 
@@ -44,6 +46,13 @@ bench: setup
 	cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DKORVAT_BENCH=ON
 	cmake --build $(BUILD)-bench -j $(JOBS)
 	bash bench/run.sh $(BUILD)-bench
+
+# Every parser under libFuzzer for FUZZ_SECONDS each, built with clang; fails on a crash.
+fuzz:
+	@bash scripts/setup.sh fuzz
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVAT_TESTS=OFF -DKORVAT_FUZZ=ON
+	cmake --build build-fuzz -j $(JOBS)
+	bash tests/fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
 
 # Every view in both readings, over built-in sample data, into shots/.
 shots: build

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs, once and only what is missing, every Debian package that building Korvat
-# and running its tests need. Safe to run again: a second run installs nothing.
+# and running its tests need; `setup.sh fuzz` also what the fuzzers need. Safe to run
+# again: a second run installs nothing.
 set -euo pipefail
 
 packages=(
@@ -24,6 +25,11 @@ packages=(
   # make package: dependencies worked out from the binary
   dpkg-dev file
 )
+
+# make fuzz: libFuzzer comes with clang's runtime.
+if [[ ${1:-} == fuzz ]]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 # npm comes with many Node installations; Debian's package only when none is on PATH.
 command -v npm >/dev/null || packages+=(npm)

@@ -40,6 +40,10 @@ QString shortPorts(const QString &text)
             continue;
         const auto host = piece.left(arrow);
         const auto target = piece.mid(arrow + 2);
+        // Two arrows in one binding is no port text docker prints; passing it on would put
+        // an arrow in the short form.
+        if (target.contains(u"->"))
+            continue;
         const qsizetype colon = host.lastIndexOf(u':');
         if (colon < 0)
             continue;

@@ -9,23 +9,29 @@ namespace Toolchain {
 
 QList<qint64> components(const QString &version)
 {
-    static const QRegularExpression separators(QStringLiteral("[._-]"));
     QList<qint64> parts;
-    for (const auto &piece : version.split(separators, Qt::SkipEmptyParts)) {
-        bool plain = !piece.isEmpty();
-        for (const QChar c : piece)
-            plain = plain && c >= u'0' && c <= u'9';
+    const auto separator = [](QChar c) { return c == u'.' || c == u'_' || c == u'-'; };
+    for (qsizetype i = 0; i < version.size();) {
+        if (separator(version[i])) {
+            ++i;
+            continue;
+        }
+        qsizetype end = i;
+        bool plain = true;
+        for (; end < version.size() && !separator(version[end]); ++end)
+            plain = plain && version[end] >= u'0' && version[end] <= u'9';
         bool ok = false;
-        const qint64 value = plain ? piece.toLongLong(&ok) : 0;
+        const qint64 value = plain ? QStringView(version).sliced(i, end - i).toLongLong(&ok) : 0;
         // Letters (rc1) and numbers too large to hold both count as zero.
         parts.append(ok ? value : 0);
+        i = end;
     }
     return parts;
 }
 
-bool isOlder(const QString &a, const QString &than)
+namespace {
+bool older(const QList<qint64> &x, const QList<qint64> &y)
 {
-    const auto x = components(a), y = components(than);
     for (qsizetype i = 0; i < std::max(x.size(), y.size()); ++i) {
         const qint64 p = i < x.size() ? x[i] : 0, q = i < y.size() ? y[i] : 0;
         if (p != q)
@@ -33,17 +39,29 @@ bool isOlder(const QString &a, const QString &than)
     }
     return false;
 }
+}
+
+bool isOlder(const QString &a, const QString &than)
+{
+    return older(components(a), components(than));
+}
 
 std::optional<QString> newest(const QStringList &versions)
 {
     if (versions.isEmpty())
         return std::nullopt;
-    QString best = versions.first();
-    for (const auto &v : versions) {
-        if (isOlder(best, v))
-            best = v;
+    // Each version is taken apart once; comparing against the best so far must not take
+    // the best apart again for every word of a long `brew list` line.
+    qsizetype best = 0;
+    QList<qint64> bestParts = components(versions.first());
+    for (qsizetype i = 1; i < versions.size(); ++i) {
+        QList<qint64> parts = components(versions[i]);
+        if (older(bestParts, parts)) {
+            best = i;
+            bestParts = std::move(parts);
+        }
     }
-    return best;
+    return versions[best];
 }
 
 std::optional<QString> firstVersion(const QString &text)

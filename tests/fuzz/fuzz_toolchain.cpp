@@ -1,0 +1,29 @@
+#include "fuzz.h"
+#include "toolchain.h"
+
+// Homebrew's `list --versions` and `info --json=v2`, the service's status, and versions.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QString text = fuzzText(data, size);
+    const auto owned = Toolchain::parseBrewList(text);
+    for (auto it = owned.cbegin(); it != owned.cend(); ++it)
+        FUZZ_PROMISE(!it.key().isEmpty() && !it.value().isEmpty());
+    Toolchain::parseBrewInfo(text);
+    Toolchain::parseStatus(text);
+    if (const auto version = Toolchain::firstVersion(text)) {
+        FUZZ_PROMISE(!version->isEmpty() && !version->startsWith(u'.') && !version->endsWith(u'.'));
+        FUZZ_PROMISE(text.contains(*version));
+    }
+
+    // Two versions from the input's halves: never each older than the other, never
+    // older than itself, and the newest of a list is older than none of it.
+    const QString a = text.left(text.size() / 2), b = text.mid(text.size() / 2);
+    FUZZ_PROMISE(!(Toolchain::isOlder(a, b) && Toolchain::isOlder(b, a)));
+    FUZZ_PROMISE(!Toolchain::isOlder(a, a));
+    const QStringList words = text.split(u' ', Qt::SkipEmptyParts).mid(0, 64);
+    if (const auto best = Toolchain::newest(words)) {
+        for (const auto &w : words)
+            FUZZ_PROMISE(!Toolchain::isOlder(*best, w));
+    }
+    return 0;
+}
