@@ -2,6 +2,8 @@
 //   refresh      one refresh vs the same three listings from a shell, together and in turn
 //   rules        parsing, grouping, registry merge and filtering of many containers
 //   quiet-poll   the store's own CPU for a poll that finds nothing new (children excluded)
+//   events       a `docker run -d` to the store's changed list, with engine events and with
+//                polling alone; the events child's memory and its CPU over an idle minute
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
@@ -11,13 +13,17 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QTest>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
 
 #include <algorithm>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -139,6 +145,97 @@ void benchQuietPoll(AppStore &store, int rounds)
                .arg(system, 0, 'f', 3);
 }
 
+// From the start of a `docker run -d` in a shell to the store listing the new container.
+QList<double> runLatencies(AppStore &store, int rounds, const QString &tag, QList<double> *runTimes)
+{
+    QList<double> samples;
+    const QString image = qEnvironmentVariable("KORVAT_TEST_IMAGE", "korvat-test/busybox:1");
+    for (int i = 0; i < rounds; ++i) {
+        const QString name = QStringLiteral("bench-%1-%2").arg(tag).arg(i);
+        const auto listed = [&] {
+            return std::any_of(store.containers().cbegin(), store.containers().cend(), [&](const Container &c) { return c.name == name; });
+        };
+        // Polls fall at a random point of the run, as they would for someone at a shell.
+        QTest::qWait(QRandomGenerator::global()->bounded(2000));
+        QElapsedTimer t;
+        t.start();
+        QProcess run;
+        run.start("docker", {"run", "-d", "--name", name, image, "sleep", "600"});
+        double ran = -1;
+        while (!listed()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+            if (ran < 0 && run.state() == QProcess::NotRunning)
+                ran = t.nsecsElapsed() / 1e6;
+        }
+        samples.append(t.nsecsElapsed() / 1e6);
+        run.waitForFinished(-1);
+        if (ran < 0)
+            ran = t.nsecsElapsed() / 1e6;
+        runTimes->append(ran);
+        QProcess rm;
+        rm.start("docker", {"rm", "-f", name});
+        rm.waitForFinished(-1);
+        QTest::qWait(300);
+    }
+    return samples;
+}
+
+QString spread(QList<double> samples)
+{
+    std::sort(samples.begin(), samples.end());
+    return QStringLiteral("median %1 ms of %2, best %3, worst %4")
+        .arg(median(samples), 0, 'f', 0).arg(samples.size()).arg(samples.first(), 0, 'f', 0).arg(samples.last(), 0, 'f', 0);
+}
+
+qint64 procField(qint64 pid, const char *file, const QByteArray &key)
+{
+    QFile f(QStringLiteral("/proc/%1/%2").arg(pid).arg(QLatin1String(file)));
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : f.readAll().split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').first().toLongLong();
+    }
+    return -1;
+}
+
+double childCpuSeconds(qint64 pid)
+{
+    QFile f(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    // The fields after the command name, which may itself hold spaces.
+    const QByteArray stat = f.readAll();
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return (fields.value(11).toLongLong() + fields.value(12).toLongLong()) / double(sysconf(_SC_CLK_TCK));
+}
+
+void benchEvents(QSettings &settings, int rounds, int idleSeconds)
+{
+    PollTiming polling;
+    polling.followEvents = false;
+    for (const bool events : {true, false}) {
+        AppStore store(&settings, events ? PollTiming{} : polling);
+        store.setWindowVisible(true);
+        store.start();
+        QTest::qWait(2500);
+        QList<double> runTimes;
+        const auto latencies = runLatencies(store, rounds, events ? "ev" : "poll", &runTimes);
+        out << (events ? "docker run -d to the changed list, with events:   " : "docker run -d to the changed list, polling at 2 s: ") << spread(latencies)
+            << " (the run itself " << spread(runTimes) << ")" << (events ? " (goal 250)" : "") << "\n";
+        out.flush();
+        if (!events)
+            continue;
+        const qint64 pid = store.events().childPid();
+        const double before = childCpuSeconds(pid);
+        QTest::qWait(idleSeconds * 1000);
+        const double used = childCpuSeconds(pid) - before;
+        out << "events child (docker events): resident " << QString::number(procField(pid, "status", "VmRSS:") / 1024.0, 'f', 1)
+            << " MB, CPU over " << idleSeconds << " s idle " << QString::number(100.0 * used / idleSeconds, 'f', 3) << " % of a core\n";
+        out.flush();
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -154,6 +251,10 @@ int main(int argc, char **argv)
         benchRefresh(store, 15);
     if (mode == "quiet" || mode == "all")
         benchQuietPoll(store, 100);
+    if (mode == "events") {
+        benchEvents(settings, 20, args.value(2, "60").toInt());
+        return 0;
+    }
     if (mode == "rules" || mode == "all") {
         benchRules(1000);
         benchRules(5000);

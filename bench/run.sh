@@ -23,6 +23,7 @@ echo "== empty engine"
 "$bench" refresh
 "$bench" quiet
 first_frame
+"$bench" events "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 
 echo "== 200 containers"
 for i in $(seq 1 200); do
