@@ -87,6 +87,14 @@ class AppStoreLive : public QObject {
         sh.start("sh", {"-c", script});
         return sh.waitForFinished(120000) && sh.exitCode() == 0;
     }
+    // A coroutine of its own, not a lambda: a lambda's captures die with the temporary
+    // closure while its coroutine still runs.
+    static QCoro::Task<> awaitRefresh(AppStore *st, bool *resumed, QList<Container> *seen)
+    {
+        co_await st->refresh();
+        *resumed = true;
+        *seen = st->containers();
+    }
     static bool settle(AppStore &st, const std::function<bool()> &done)
     {
         return QTest::qWaitFor([&] { return !st.busy() && done(); }, 30000);
@@ -327,7 +335,7 @@ private slots:
         std::vector<std::unique_ptr<QSignalSpy>> spies;
         for (const auto signal : {&AppStore::runtimesChanged, &AppStore::runtimeChanged, &AppStore::containersChanged, &AppStore::imagesChanged,
                                   &AppStore::volumesChanged, &AppStore::errorChanged, &AppStore::noticeChanged, &AppStore::busyChanged,
-                                  &AppStore::registryChanged, &AppStore::projectsChanged})
+                                  &AppStore::registryChanged, &AppStore::projectsChanged, &AppStore::staleChanged})
             spies.push_back(std::make_unique<QSignalSpy>(st.get(), signal));
         QTest::qWait(600);   // about fifteen polls
         for (const auto &spy : spies)
@@ -456,11 +464,7 @@ private slots:
         st.select(Runtime::context("hung"));
         bool resumed = false;
         QList<Container> seenByWaiter;
-        auto waiter = [&]() -> QCoro::Task<> {
-            co_await st.refresh();
-            resumed = true;
-            seenByWaiter = st.containers();
-        }();
+        auto waiter = awaitRefresh(&st, &resumed, &seenByWaiter);
         for (int i = 0; i < 5; ++i)
             st.refresh();
         QTRY_VERIFY(st.stale());
