@@ -53,7 +53,9 @@ Sheet {
             font: Theme.varied("Inter", 400, 12)
             wrapMode: Text.Wrap
         }
-        ColumnLayout {
+        // A positioner, not a layout: in Qt 6.4 a layout left the rows of a sheet opened a
+        // second time (after a change of reading) stacked on one another.
+        Column {
             id: rowsColumn
 
             Layout.fillWidth: true
@@ -69,7 +71,7 @@ Sheet {
         property string trailing: ""
         property color tint: Theme.ink
 
-        Layout.fillWidth: true
+        width: parent ? parent.width : 0
         spacing: 8
 
         KorIcon {
