@@ -89,6 +89,7 @@ TeardownPlan websitePlan(const QString &root)
     plan.volumes = {
         {QStringLiteral("website_cache"), {}, QStringLiteral("38 MB")},
         {QStringLiteral("website_assets"), {QStringLiteral("backup-agent")}, QStringLiteral("113 MB")},
+        {QStringLiteral("tls_certs"), {}, std::nullopt, QStringLiteral("external")},
     };
     plan.workingDir = root + QStringLiteral("/website");
     return plan;

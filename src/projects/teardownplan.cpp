@@ -100,7 +100,7 @@ QString notOwnedReason(const QString &volume, const QString &project, const Volu
     static const QRegularExpression anonymousName(QStringLiteral("^[0-9a-f]{64}$"));
     if (labels.contains(QStringLiteral("com.docker.volume.anonymous")) || anonymousName.match(volume).hasMatch())
         return {};
-    return QStringLiteral("not this project's");
+    return QStringLiteral("not this project’s");
 }
 
 TeardownPlan plan(const ComposeProject &project, const QList<Container> &allContainers, const MountMap &mounts,

@@ -30,6 +30,18 @@ QString ProjectDeletion::label(const std::optional<TeardownPlan> &plan, bool tra
     return QStringLiteral("Delete ") + pieces.join(QStringLiteral(" + "));
 }
 
+QString ProjectDeletion::keptDetail(const TeardownPlan &plan)
+{
+    const auto kept = plan.kept();
+    const bool allInUse = std::all_of(kept.cbegin(), kept.cend(), [](const VolumeUse &v) { return !v.usedBy.isEmpty(); });
+    if (allInUse)
+        return QStringLiteral("Mounted by containers outside this project, so they are left alone.");
+    const bool noneInUse = std::none_of(kept.cbegin(), kept.cend(), [](const VolumeUse &v) { return !v.usedBy.isEmpty(); });
+    if (noneInUse)
+        return QStringLiteral("Not this project’s to remove, so they are left alone.");
+    return QStringLiteral("Mounted by containers outside this project, or not this project’s to remove, so they are left alone.");
+}
+
 QStringList ProjectDeletion::containers() const { return m_plan ? m_plan->containers : QStringList(); }
 
 QVariantList ProjectDeletion::removable() const

@@ -22,6 +22,7 @@ class ProjectDeletion : public QObject {
     Q_PROPERTY(QStringList containers READ containers NOTIFY planChanged)
     Q_PROPERTY(QVariantList removable READ removable NOTIFY planChanged)
     Q_PROPERTY(QVariantList kept READ kept NOTIFY planChanged)
+    Q_PROPERTY(QString keptDetail READ keptDetail NOTIFY planChanged)
     Q_PROPERTY(QString workingDir READ workingDir NOTIFY planChanged)
     Q_PROPERTY(bool trashDirectory READ trashDirectory WRITE setTrashDirectory NOTIFY trashDirectoryChanged)
     Q_PROPERTY(bool working READ working NOTIFY workingChanged)
@@ -34,12 +35,15 @@ public:
 
     // "Delete 2 containers + 1 volume + files", "Remove from Korvat", or "Delete" before a plan.
     static QString label(const std::optional<TeardownPlan> &plan, bool trashDirectory);
+    // Why the kept volumes stay: other containers use them, or they are not the project's.
+    static QString keptDetail(const TeardownPlan &plan);
 
     QString title() const { return QStringLiteral("Delete ") + m_project.name; }
     bool planned() const { return m_plan.has_value(); }
     QStringList containers() const;
     QVariantList removable() const;
     QVariantList kept() const;
+    QString keptDetail() const { return m_plan ? keptDetail(*m_plan) : QString(); }
     QString workingDir() const;
     bool trashDirectory() const { return m_trash; }
     void setTrashDirectory(bool trash);

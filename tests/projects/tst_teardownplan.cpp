@@ -78,7 +78,7 @@ private slots:
         QTest::newRow("external, unlabelled") << "shared" << "-" << true << true << "external";
         QTest::newRow("declared on an engine without labels") << "app_data" << "-" << true << false << "";
         QTest::newRow("anonymous") << hex << "-" << false << false << "";
-        QTest::newRow("neither labelled nor declared") << "data" << "-" << false << false << "not this project's";
+        QTest::newRow("neither labelled nor declared") << "data" << "-" << false << false << "not this project’s";
     }
     void ownership()
     {

@@ -29,6 +29,8 @@ private slots:
     void downConfirmation();
     void deleteLabel_data();
     void deleteLabel();
+    void keptDetail_data();
+    void keptDetail();
     void terminal_data();
     void terminal();
     void terminalPicksTheFirstEmulatorFound();
@@ -143,6 +145,27 @@ void TestViewRules::deleteLabel()
             plan->volumes.append({v, {QStringLiteral("backup")}, std::nullopt});
     }
     QCOMPARE(ProjectDeletion::label(plan, trash), label);
+}
+
+void TestViewRules::keptDetail_data()
+{
+    QTest::addColumn<QList<VolumeUse>>("volumes");
+    QTest::addColumn<QString>("detail");
+    const VolumeUse shared{"shared", {"backup"}, std::nullopt, {}}, external{"ext", {}, std::nullopt, "external"},
+        own{"data", {}, std::nullopt, {}};
+    QTest::newRow("in use elsewhere") << QList<VolumeUse>{shared, own} << "Mounted by containers outside this project, so they are left alone.";
+    QTest::newRow("not the project's") << QList<VolumeUse>{external, own} << "Not this project’s to remove, so they are left alone.";
+    QTest::newRow("both") << QList<VolumeUse>{shared, external}
+                          << "Mounted by containers outside this project, or not this project’s to remove, so they are left alone.";
+}
+
+void TestViewRules::keptDetail()
+{
+    QFETCH(QList<VolumeUse>, volumes);
+    const TeardownPlan plan{QStringLiteral("shop"), {}, volumes, std::nullopt};
+    QTEST(ProjectDeletion::keptDetail(plan), "detail");
+    // A volume kept for either reason is never counted as going.
+    QVERIFY(!ProjectDeletion::label(plan, false).contains(QLatin1String("2 volumes")));
 }
 
 void TestViewRules::terminal_data()

@@ -164,7 +164,7 @@ Sheet {
             objectName: "keptSection"
             visible: sheet.deletion !== null && sheet.deletion.kept.length > 0
             title: "Kept — in use elsewhere"
-            detail: "Mounted by containers outside this project, so they are left alone."
+            detail: sheet.deletion ? sheet.deletion.keptDetail : ""
 
             Repeater {
                 model: sheet.deletion ? sheet.deletion.kept : []
