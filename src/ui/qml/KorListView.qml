@@ -31,7 +31,8 @@ ListView {
             list.laidOut = true;
             // Set by hand: positionViewAtBeginning() puts the first row at the very top, inside
             // the top margin.
-            Qt.callLater(() => list.contentY = list.originY - list.topMargin);
+            list.forceLayout();
+            list.contentY = list.originY - list.topMargin;
         }
     }
 
