@@ -7,6 +7,7 @@
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
+#include "cliengine.h"
 #include "docker.h"
 #include "filters.h"
 #include "projectregistry.h"
@@ -215,7 +216,7 @@ void benchEvents(QSettings &settings, int rounds, int idleSeconds)
     PollTiming polling;
     polling.followEvents = false;
     for (const bool events : {true, false}) {
-        AppStore store(&settings, events ? PollTiming{} : polling);
+        AppStore store(&settings, std::make_shared<CliEngine>(), events ? PollTiming{} : polling);
         store.setWindowVisible(true);
         store.start();
         QTest::qWait(2500);
@@ -245,7 +246,7 @@ int main(int argc, char **argv)
     const QString mode = args.value(1, "all");
     QTemporaryDir dir;
     QSettings settings(dir.filePath("bench.conf"), QSettings::NativeFormat);
-    AppStore store(&settings);
+    AppStore store(&settings, std::make_shared<CliEngine>());
     QCoro::waitFor(store.loadContexts());
     if (mode == "refresh" || mode == "all")
         benchRefresh(store, 15);

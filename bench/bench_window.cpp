@@ -10,10 +10,13 @@
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
+#include "cliengine.h"
 #include "desktop.h"
+#include "fakeengine.h"
 #include "shell.h"
 
 #include <QApplication>
+#include <QCoroTask>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QQuickItem>
@@ -83,11 +86,18 @@ QSet<QQuickItem *> delegates(QQuickWindow *window)
     return QSet<QQuickItem *>(items.cbegin(), items.cend());
 }
 
-StorePreview fleet()
+// Polls a minute apart and no event stream: only the changes the benchmark makes.
+PollTiming quiet()
 {
-    StorePreview s;
-    s.runtimes = {{Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///run/docker.sock"), true}};
-    s.runtime = s.runtimes.first().runtime;
+    PollTiming timing;
+    timing.visiblePoll = timing.hiddenPoll = std::chrono::minutes(1);
+    timing.followEvents = false;
+    return timing;
+}
+
+FakeEngine::Holdings fleet()
+{
+    FakeEngine::Holdings s;
     for (int i = 0; i < 200; ++i) {
         Container c{QStringLiteral("%1").arg(i, 12, 16, QLatin1Char('0')), QStringLiteral("bench-%1").arg(i),
                     QStringLiteral("busybox:1"), QStringLiteral("running"), QStringLiteral("Up 2 hours"),
@@ -101,7 +111,7 @@ StorePreview fleet()
 
 int frame(QSettings &settings)
 {
-    Desktop::Session session(&settings, false);
+    Desktop::Session session(&settings, false, std::make_shared<CliEngine>());
     QQuickWindow *window = session.window();
     QObject::connect(window, &QQuickWindow::frameSwapped, window, [] {
         out << QString::number(sinceProcessStart(), 'f', 1) << '\n';
@@ -114,7 +124,7 @@ int frame(QSettings &settings)
 
 int idle(QSettings &settings, int seconds)
 {
-    Desktop::Session session(&settings, false);
+    Desktop::Session session(&settings, false, std::make_shared<CliEngine>());
     session.shell().setCategory(int(Category::Containers));
     session.window()->show();
     const int expected = qEnvironmentVariableIntValue("KORVAT_BENCH_CONTAINERS");
@@ -135,10 +145,18 @@ int idle(QSettings &settings, int seconds)
     return 0;
 }
 
-// The window over the fleet, on the Containers section, drawn and settled.
-void showFleet(Desktop::Session &session, const StorePreview &state)
+// The engine holds the fleet now, and the store has listed it.
+void show(Desktop::Session &session, FakeEngine &engine, const FakeEngine::Holdings &state)
 {
-    session.store().preview(state);
+    engine.setHoldings(state);
+    QCoro::waitFor(session.store().refresh());
+}
+
+// The window over the fleet, on the Containers section, drawn and settled.
+void showFleet(Desktop::Session &session, FakeEngine &engine, const FakeEngine::Holdings &state)
+{
+    QCoro::waitFor(session.store().loadContexts());
+    show(session, engine, state);
     session.shell().setCategory(int(Category::Containers));
     session.window()->show();
     wait(500);
@@ -146,9 +164,10 @@ void showFleet(Desktop::Session &session, const StorePreview &state)
 
 int apply(QSettings &settings)
 {
-    Desktop::Session session(&settings, false);
-    StorePreview state = fleet();
-    showFleet(session, state);
+    auto engine = std::make_shared<FakeEngine>();
+    Desktop::Session session(&settings, false, engine, quiet());
+    FakeEngine::Holdings state = fleet();
+    showFleet(session, *engine, state);
     const QSet<QQuickItem *> before = delegates(session.window());
 
     QList<double> samples;
@@ -159,7 +178,7 @@ int apply(QSettings &settings)
         c.status = running ? QStringLiteral("Exited (0) 1 second ago") : QStringLiteral("Up 1 second");
         QElapsedTimer t;
         t.start();
-        session.store().preview(state);
+        show(session, *engine, state);
         samples.append(t.nsecsElapsed() / 1e6);
         wait(20);
     }
@@ -191,9 +210,10 @@ QSet<QObject *> cardsAndRows(QQuickWindow *window)
 
 int switchToProjects(QSettings &settings)
 {
-    Desktop::Session session(&settings, false);
-    StorePreview state = fleet();
-    showFleet(session, state);
+    auto engine = std::make_shared<FakeEngine>();
+    Desktop::Session session(&settings, false, engine, quiet());
+    FakeEngine::Holdings state = fleet();
+    showFleet(session, *engine, state);
 
     QList<double> samples;
     for (int round = 0; round < 15; ++round) {
@@ -217,7 +237,7 @@ int switchToProjects(QSettings &settings)
     for (int round = 0; round < 10; ++round) {
         Container &c = state.containers[round % 5];
         c.state = c.state == QLatin1String("running") ? QStringLiteral("exited") : QStringLiteral("running");
-        session.store().preview(state);
+        show(session, *engine, state);
         wait(20);
     }
     const QSet<QObject *> after = cardsAndRows(session.window());

@@ -1,17 +1,17 @@
 #pragma once
 
+#include "appstore.h"
+
 #include <QString>
 #include <memory>
 
-class AppStore;
 class QQuickWindow;
 class QSettings;
 class SettingsController;
 class Shell;
 class ToolchainStore;
 
-// The desktop interface: the main window over the real stores, or screenshots of every
-// view over sample data.
+// The desktop interface: the main window over the real stores and the tray.
 namespace Desktop {
 
 // What the application object sets up before any window: names, default settings,
@@ -22,8 +22,8 @@ void prepareApplication();
 // the views need them. The window is loaded, not yet shown.
 class Session {
 public:
-    // scheme: follow the desktop portal's colour scheme under "auto".
-    Session(QSettings *settings, bool followDesktop);
+    // followDesktop: follow the desktop portal's colour scheme under "auto".
+    Session(QSettings *settings, bool followDesktop, std::shared_ptr<Engine> engine, PollTiming timing = {});
     ~Session();
 
     AppStore &store();
@@ -40,6 +40,4 @@ private:
 };
 
 int run(int &argc, char **argv);
-// Writes PNGs of each view in both readings into dir, one line per file on standard output.
-int shoot(int &argc, char **argv, const QString &dir);
 }

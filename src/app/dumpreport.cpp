@@ -10,11 +10,11 @@ QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &cur
         + (current && entry.runtime == *current ? QStringLiteral("  [opens here]") : QString());
 }
 
-void runDump(const std::optional<QString> &context, QTextStream &out)
+void runDump(const Engine &engine, const std::optional<QString> &context, QTextStream &out)
 {
     const std::optional<Runtime> target = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     try {
-        const auto runtimes = Docker::runtimes();
+        const auto runtimes = engine.runtimes();
         for (const auto &entry : runtimes.list) {
             out << runtimeLine(entry, runtimes.current) << '\n';
         }
@@ -24,7 +24,7 @@ void runDump(const std::optional<QString> &context, QTextStream &out)
 
     QList<Container> containers;
     try {
-        containers = Docker::containers(target);
+        containers = engine.containers(target);
     } catch (const DockerError &e) {
         out << "dump failed: " << e.message() << '\n';
         return;
@@ -39,7 +39,7 @@ void runDump(const std::optional<QString> &context, QTextStream &out)
             suffix = QStringLiteral("  [no compose file - compose disabled]");
         out << "  project " << project.name << "  " << project.runningCount() << '/' << project.containers.size() << suffix << '\n';
         if (suffix.isEmpty()) {
-            const auto check = Docker::checkCompose(*project.workingDir);
+            const auto check = engine.checkCompose(*project.workingDir);
             if (!check.valid)
                 out << "    compose config: INVALID - " << check.message << '\n';
             else if (check.warning)
@@ -54,8 +54,8 @@ void runDump(const std::optional<QString> &context, QTextStream &out)
         out << "  (no project) " << c.name << "  [" << c.state << "]\n";
 
     try {
-        const auto images = Docker::images(target);
-        const auto volumes = Docker::volumes(target);
+        const auto images = engine.images(target);
+        const auto volumes = engine.volumes(target);
         out << "images: " << images.size() << "  volumes: " << volumes.size() << '\n';
     } catch (const DockerError &e) {
         out << "dump failed: " << e.message() << '\n';

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime.h"
+#include "engine.h"
 
 #include <QTextStream>
 #include <optional>
@@ -9,4 +9,4 @@
 QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &current);
 
 // What the engine layer sees, as plain text; `korvat --dump [context]`.
-void runDump(const std::optional<QString> &context, QTextStream &out);
+void runDump(const Engine &engine, const std::optional<QString> &context, QTextStream &out);

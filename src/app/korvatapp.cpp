@@ -1,10 +1,12 @@
 #include "korvatapp.h"
 
 #include "appsettings.h"
+#include "cliengine.h"
 #include "desktop.h"
 #include "dumpreport.h"
 #include "planreport.h"
 #include "selftest.h"
+#include "shots.h"
 #include "toolsreport.h"
 
 #include <QCoreApplication>
@@ -19,7 +21,7 @@ int KorvatApp::exec(int argc, char **argv)
     if (invocation.mode == Invocation::Mode::Window)
         return Desktop::run(argc, argv);
     if (invocation.mode == Invocation::Mode::Shot)
-        return Desktop::shoot(argc, argv, invocation.value);
+        return Shots::shoot(argc, argv, invocation.value);
 
     // Headless modes get a core application only: no display, no GUI object.
     QCoreApplication app(argc, argv);
@@ -32,16 +34,17 @@ int KorvatApp::exec(int argc, char **argv)
 int KorvatApp::runHeadless(const Invocation &invocation)
 {
     QTextStream out(stdout);
+    const CliEngine engine;
     using Mode = Invocation::Mode;
     switch (invocation.mode) {
     case Mode::SelfTest:
-        runSelfTest(out);
+        runSelfTest(engine, out);
         break;
     case Mode::Plan:
-        runPlan(invocation.value, invocation.context, out);
+        runPlan(engine, invocation.value, invocation.context, out);
         break;
     case Mode::Dump:
-        runDump(invocation.context, out);
+        runDump(engine, invocation.context, out);
         break;
     case Mode::Tools:
         runToolsDump(invocation.scripts, out);

@@ -20,12 +20,12 @@ QString formatPlan(const TeardownPlan &plan)
     return text;
 }
 
-void runPlan(const QString &name, const std::optional<QString> &context, QTextStream &out)
+void runPlan(const Engine &engine, const QString &name, const std::optional<QString> &context, QTextStream &out)
 {
     const std::optional<Runtime> runtime = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     QList<Container> containers;
     try {
-        containers = Docker::containers(runtime);
+        containers = engine.containers(runtime);
     } catch (const DockerError &) {
         out << "plan failed: cannot list containers\n";
         return;
@@ -41,8 +41,8 @@ void runPlan(const QString &name, const std::optional<QString> &context, QTextSt
     }
     QList<DockerVolume> volumes;
     try {
-        volumes = Docker::volumes(runtime);
+        volumes = engine.volumes(runtime);
     } catch (const DockerError &) {
     }
-    out << formatPlan(Teardown::assemble(*project, containers, volumes, runtime));
+    out << formatPlan(Teardown::assemble(engine, *project, containers, volumes, runtime));
 }

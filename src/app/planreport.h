@@ -9,4 +9,4 @@
 QString formatPlan(const TeardownPlan &plan);
 
 // What deleting a project would do; `korvat --plan <project> [context]`. Changes nothing.
-void runPlan(const QString &project, const std::optional<QString> &context, QTextStream &out);
+void runPlan(const Engine &engine, const QString &project, const std::optional<QString> &context, QTextStream &out);

@@ -1,5 +1,6 @@
 #include "sampledata.h"
 
+#include "projectregistry.h"
 #include "toolchain.h"
 
 #include <QDir>
@@ -36,15 +37,36 @@ void layOut(const QString &root)
     }
 }
 
-StorePreview store(const QString &root)
+std::shared_ptr<FakeEngine> engine(const QString &root)
 {
     sampleRoot = root;
-    StorePreview s;
-    s.runtimes = {
+    auto engine = std::make_shared<FakeEngine>();
+    engine->setRuntimes({{
         {Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///var/run/docker.sock"), true},
         {Runtime::context(QStringLiteral("staging")), QStringLiteral("ssh://deploy@staging"), false},
-    };
-    s.runtime = Runtime::context(QStringLiteral("default"));
+    }, Runtime::context(QStringLiteral("default"))});
+    engine->setHoldings(holdings(root));
+    // The website project resolves to itself, so its declared volumes count as its own.
+    engine->setComposeProject(root + QStringLiteral("/website"),
+                              {QStringLiteral("website"), {QStringLiteral("cache"), QStringLiteral("frontend")},
+                               {QStringLiteral("tls_certs"), QStringLiteral("website_assets"), QStringLiteral("website_cache")},
+                               {QStringLiteral("tls_certs")}});
+    return engine;
+}
+
+ProjectRegistry registry(const QString &root)
+{
+    ProjectRegistry registry;
+    registry.add({QStringLiteral("billing"), root + QStringLiteral("/billing"), {QStringLiteral("api"), QStringLiteral("worker")}},
+                 QStringLiteral("default"));
+    registry.add({QStringLiteral("archive"), root + QStringLiteral("/archive"), {QStringLiteral("db")}}, QStringLiteral("default"));
+    return registry;
+}
+
+FakeEngine::Holdings holdings(const QString &root)
+{
+    sampleRoot = root;
+    FakeEngine::Holdings s;
     s.containers = {
         container("3f1a9c2e7b11", "storefront-php-1", "php:8.3-fpm", "running", "Up 3 hours", "0.0.0.0:8081->80/tcp", "storefront", "php"),
         container("8c2d4e6f1a22", "storefront-db-1", "postgres:16", "running", "Up 3 hours", "5432/tcp", "storefront", "db"),
@@ -57,11 +79,6 @@ StorePreview store(const QString &root)
         container("f7a9c1e3b577", "backup-agent", "busybox:1.36", "running", "Up 5 hours", {}),
         container("0d2f4b6a8c88", "scratchpad", "alpine:3.20", "created", "Created", {}),
     };
-    ProjectRegistry registry;
-    registry.add({QStringLiteral("billing"), root + QStringLiteral("/billing"), {QStringLiteral("api"), QStringLiteral("worker")}},
-                 QStringLiteral("default"));
-    registry.add({QStringLiteral("archive"), root + QStringLiteral("/archive"), {QStringLiteral("db")}}, QStringLiteral("default"));
-    s.registry = registry;
     s.images = {
         {"5b1f6c2a9e01", "php", "8.3-fpm", "493MB"},
         {"7c3e8d4b1f02", "php", "8.3-cli", "489MB"},
@@ -78,22 +95,16 @@ StorePreview store(const QString &root)
         {"website_cache", "local", "/var/lib/docker/volumes/website_cache/_data"},
         {"notes_data", "local", "/var/lib/docker/volumes/notes_data/_data"},
     };
+    s.mounts = {
+        {QStringLiteral("website-frontend-1"), {QStringLiteral("website_assets")}},
+        {QStringLiteral("website-cache-1"), {QStringLiteral("website_cache")}},
+        {QStringLiteral("backup-agent"), {QStringLiteral("website_assets")}},
+        {QStringLiteral("storefront-db-1"), {QStringLiteral("storefront_dbdata")}},
+    };
+    s.sizes = {{QStringLiteral("website_cache"), 38'000'000}, {QStringLiteral("website_assets"), 113'000'000}};
     return s;
 }
 
-TeardownPlan websitePlan(const QString &root)
-{
-    TeardownPlan plan;
-    plan.project = QStringLiteral("website");
-    plan.containers = {QStringLiteral("website-frontend-1"), QStringLiteral("website-cache-1")};
-    plan.volumes = {
-        {QStringLiteral("website_cache"), {}, QStringLiteral("38 MB")},
-        {QStringLiteral("website_assets"), {QStringLiteral("backup-agent")}, QStringLiteral("113 MB")},
-        {QStringLiteral("tls_certs"), {}, std::nullopt, QStringLiteral("external")},
-    };
-    plan.workingDir = root + QStringLiteral("/website");
-    return plan;
-}
 
 QString logText()
 {
@@ -107,10 +118,14 @@ QString logText()
         "cache-1     | 1:M 22 Nov 2026 09:14:01.552 * Ready to accept connections tcp\n");
 }
 
-QString transcript()
+QList<std::pair<QString, ExecResult>> commands()
 {
-    return QStringLiteral("$ ls /srv/assets\napp.css\napp.js\nindex.html\nlogo.svg\n$ cat /etc/hostname\n9c1f3a5e7b55\n"
-                          "$ wget -qO- localhost:81\nwget: can't connect to remote host (127.0.0.1): Connection refused\n[exit 1]\n");
+    return {
+        {QStringLiteral("ls /srv/assets"), {true, QStringLiteral("app.css\napp.js\nindex.html\nlogo.svg\n"), 0, {}}},
+        {QStringLiteral("cat /etc/hostname"), {true, QStringLiteral("9c1f3a5e7b55\n"), 0, {}}},
+        {QStringLiteral("wget -qO- localhost:81"),
+         {true, QStringLiteral("wget: can't connect to remote host (127.0.0.1): Connection refused\n"), 1, {}}},
+    };
 }
 
 QList<Tool> tools()
@@ -140,14 +155,6 @@ QString jobOutput()
                           "==> Fetching container\n==> Downloading container-0.6.0.arm64_sequoia.bottle.tar.gz\n"
                           "######################################################################## 100.0%\n"
                           "==> Pouring container-0.6.0.arm64_sequoia.bottle.tar.gz\n");
-}
-
-StorePreview stale(StorePreview state)
-{
-    const QDateTime now = QDateTime::currentDateTime();
-    state.waitingSince = now.addSecs(-12);
-    state.listedAt = QDateTime(now.date(), QTime(14, 5));
-    return state;
 }
 
 }

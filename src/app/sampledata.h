@@ -1,23 +1,23 @@
 #pragma once
 
-#include "appstore.h"
-#include "teardownplan.h"
+#include "fakeengine.h"
+#include "projectregistry.h"
 #include "tool.h"
 
 // Built-in sample state for screenshots: projects in every card state, loose containers,
 // images, volumes and two runtimes, one of them offline.
 namespace SampleData {
-// Project directories live under root; laidOut() makes them so the cards read the disk.
-StorePreview store(const QString &root = QStringLiteral("/home/dev/code"));
-// The same, while the engine has kept the store waiting for twelve seconds.
-StorePreview stale(StorePreview state);
+// An engine holding the samples; project directories live under root.
+std::shared_ptr<FakeEngine> engine(const QString &root);
+FakeEngine::Holdings holdings(const QString &root);
+// Projects added by hand that run nothing: billing, and archive whose directory is gone.
+ProjectRegistry registry(const QString &root);
 // Creates the sample projects' directories under root: storefront, website, billing and docs
 // with a compose file, notes without one; legacy's and archive's directories stay missing.
 void layOut(const QString &root);
-// The deletion of website: its container, a volume of its own, one a loose container keeps.
-TeardownPlan websitePlan(const QString &root);
 QString logText();
-QString transcript();
+// Commands typed into the exec console and what each printed.
+QList<std::pair<QString, ExecResult>> commands();
 // Tools in every state the settings show: an update, a missing one, one installed outside
 // Homebrew with a newer release, one up to date; the service wants a restart.
 QList<Tool> tools();

@@ -115,7 +115,7 @@ QList<Check> checks(const QString &scratch)
          }},
         {"compose: file lookup order and missing-file message", [=] {
              return Docker::composeFile(withCompose) == "compose.yaml"
-                 && Docker::checkCompose("/nope/missing").message
+                 && !Docker::composeFile("/nope/missing") && Docker::missingComposeFileMessage("/nope/missing")
                  == "No compose file in /nope/missing — looked for compose.yaml, compose.yml, docker-compose.yaml, docker-compose.yml.";
          }},
         {"runtimes: preferred runtime rules", [] {
@@ -182,7 +182,7 @@ QList<Check> checks(const QString &scratch)
              const QList<Container> all{sample("app-db-1", "running"), sample("other-api-1", "running"), sample("portainer", "running")};
              const MountMap mounts{{"app-db-1", {"shared", "own", "ext"}}, {"other-api-1", {"shared"}}, {"portainer", {"shared"}}};
              const VolumeOwnership ownership{{"declared"}, {"ext"}, {{"own", {{Labels::project, "app"}}}}};
-             const auto plan = Docker::plan(app, all, mounts, ownership, {{"own", "113 MB"}});
+             const auto plan = Teardown::plan(app, all, mounts, ownership, {{"own", "113 MB"}});
              return plan.kept().size() == 2 && plan.kept()[0].keptBecause() == "external"
                  && plan.kept()[1].usedBy == QStringList{"other-api-1", "portainer"}
                  && plan.removable().size() == 2 && plan.removable()[0].name == "declared" && plan.removable()[1].size == "113 MB"
@@ -193,7 +193,7 @@ QList<Check> checks(const QString &scratch)
 
 } // namespace
 
-void runSelfTest(QTextStream &out)
+void runSelfTest(const Engine &engine, QTextStream &out)
 {
     QTemporaryDir scratch;
     QDir(scratch.path()).mkpath("with-compose");
@@ -215,18 +215,16 @@ void runSelfTest(QTextStream &out)
     const QString fonts = Fonts::resourceDirectory() + QStringLiteral("/Fonts");
     const qsizetype faces = QDir(fonts).entryList({QStringLiteral("*.ttf"), QStringLiteral("*.ttc")}, QDir::Files).size();
     out << "fonts: " << faces << " in " << fonts << '\n';
-    const auto client = Docker::capture({"version", "--format", "{{.Client.Version}}"});
-    const QString version = client.out.trimmed();
-    if (version.isEmpty()) {
-        out << "docker client: not found" << (client.err.trimmed().isEmpty() ? QString() : " (" + client.err.trimmed() + ")") << '\n';
+    const ToolVersion client = engine.clientVersion();
+    if (!client.version) {
+        out << "docker client: not found" << (client.problem.isEmpty() ? QString() : " (" + client.problem + ")") << '\n';
     } else {
-        const int major = version.section(u'.', 0, 0).toInt();
-        out << "docker client: " << version << (major >= 23 ? "  (json output: yes)" : "  (json output: no, needs 23 or newer)") << '\n';
+        const int major = client.version->section(u'.', 0, 0).toInt();
+        out << "docker client: " << *client.version << (major >= 23 ? "  (json output: yes)" : "  (json output: no, needs 23 or newer)") << '\n';
     }
-    const auto plugin = Docker::capture({"compose", "version", "--short"});
-    out << "compose plugin: " << (plugin.status == 0 ? plugin.out.trimmed() : QStringLiteral("not found")) << '\n';
+    out << "compose plugin: " << engine.composeVersion().version.value_or(QStringLiteral("not found")) << '\n';
     try {
-        const auto runtimes = Docker::runtimes();
+        const auto runtimes = engine.runtimes();
         for (const auto &entry : runtimes.list)
             out << runtimeLine(entry, runtimes.current) << '\n';
         if (runtimes.list.isEmpty())

@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QProcess>
 
 #include <algorithm>
 
@@ -38,27 +37,6 @@ QString missingComposeFileMessage(const QString &dir)
         + composeFileNames.join(QStringLiteral(", ")) + u'.';
 }
 
-ComposeCheck checkCompose(const QString &dir)
-{
-    if (!composeFile(dir))
-        return ComposeCheck::makeInvalid(missingComposeFileMessage(dir));
-    auto child = process({"compose", "config", "-q"}, std::nullopt, dir);
-    child->setStandardInputFile(QProcess::nullDevice());
-    child->setStandardOutputFile(QProcess::nullDevice());
-    child->start();
-    if (!child->waitForStarted(-1))
-        return ComposeCheck::makeInvalid(child->errorString());
-    child->waitForFinished(-1);
-    const QString err = utf8(child->readAllStandardError());
-    const int status = child->exitCode();
-    if (status == 0)
-        return ComposeCheck::makeValid(composeWarningSummary(err));
-    QString message = composeMessages(err).join(u'\n');
-    if (message.isEmpty())
-        message = QStringLiteral("compose config exited %1.").arg(status);
-    return ComposeCheck::makeInvalid(message);
-}
-
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir)
 {
     const auto doc = QJsonDocument::fromJson(json.toUtf8());
@@ -79,13 +57,6 @@ ResolvedProject parseComposeConfig(const QString &json, const QString &dir)
     sortCodePoints(project.volumes);
     sortCodePoints(project.externalVolumes);
     return project;
-}
-
-ResolvedProject composeProject(const QString &dir)
-{
-    if (!composeFile(dir))
-        throw DockerError(missingComposeFileMessage(dir));
-    return parseComposeConfig(run({"compose", "config", "--format", "json"}, std::nullopt, dir), dir);
 }
 
 } // namespace Docker

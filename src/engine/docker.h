@@ -1,12 +1,7 @@
 #pragma once
 
-#include "composecheck.h"
-#include "composeproject.h"
-#include "container.h"
 #include "dockererror.h"
-#include "dockerimage.h"
-#include "dockervolume.h"
-#include "runtime.h"
+#include "engine.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -15,11 +10,8 @@
 #include <memory>
 #include <optional>
 
-class QProcess;
-
-// Every engine operation: each one runs the docker client as a child process. All calls
-// block until the child exits, so callers above this layer run them off the UI thread.
-// Failures are thrown as DockerError, except capture() and checkCompose(), which never fail.
+// The docker client's formats and the rules over what it lists: parsing, grouping, compose
+// messages, runtimes. Nothing here starts a child; CliEngine does, through these.
 namespace Docker {
 
 // $XDG_RUNTIME_DIR followed by path, or empty when the variable is not set.
@@ -47,22 +39,6 @@ Runtime appleRuntime();
 // A runtime from a command-line value: "apple-container" is the socket, anything else a context.
 Runtime runtimeNamed(const QString &value);
 
-struct Captured {
-    int status = -1;
-    QString out;
-    QString err;
-    friend bool operator==(const Captured &, const Captured &) = default;
-};
-
-using OptRuntime = std::optional<Runtime>;
-using Dir = std::optional<QString>;
-
-// Program, arguments, environment and directory set; not started, no streams set.
-std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
-QStringList commandLine(const QStringList &args, const OptRuntime &runtime = {});
-QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
-Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
-
 // Strict UTF-8: invalid input decodes to the empty text.
 QString utf8(const QByteArray &bytes);
 QList<QJsonObject> ndjson(const QString &text);
@@ -70,9 +46,6 @@ QList<QJsonObject> ndjson(const QString &text);
 QList<Container> parseContainers(const QString &text);
 QList<DockerImage> parseImages(const QString &text);
 QList<DockerVolume> parseVolumes(const QString &text);
-QList<Container> containers(const OptRuntime &runtime = {});
-QList<DockerImage> images(const OptRuntime &runtime = {});
-QList<DockerVolume> volumes(const OptRuntime &runtime = {});
 
 // Spaces and tabs off both ends; line breaks stay. The rule of every text the user types.
 QStringView trimBlanks(QStringView text);
@@ -92,23 +65,11 @@ inline const QStringList composeFileNames = {
 };
 std::optional<QString> composeFile(const QString &dir);
 QString missingComposeFileMessage(const QString &dir);
-ComposeCheck checkCompose(const QString &dir);
 QStringList composeMessages(const QString &stderrText);
 std::optional<QString> composeWarningSummary(const QString &stderrText);
 
-struct ResolvedProject {
-    QString name;
-    QStringList services;
-    QStringList volumes;
-    // Those of the volumes marked external: created and shared outside the project.
-    QStringList externalVolumes;
-    friend bool operator==(const ResolvedProject &, const ResolvedProject &) = default;
-};
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
-ResolvedProject composeProject(const QString &dir);
 
-// The engine's event stream: one JSON object a line, for as long as the child runs.
-QStringList eventArguments();
 // Whether one line of that stream can change what the lists show. Commands run inside a
 // container (health checks among them) change nothing listed; a line that is not an event
 // object counts, so an unknown stream format errs towards refreshing.
@@ -116,13 +77,12 @@ bool eventChangesLists(QByteArrayView line);
 
 // A unix:// endpoint is reachable when something exists at its path; any other is assumed to be.
 bool endpointReachable(const QString &endpoint);
-struct RuntimeList {
-    QList<RuntimeEntry> list;
-    std::optional<Runtime> current;
-};
 RuntimeList parseRuntimes(const QString &contextJson);
-RuntimeList runtimes();
 std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::optional<Runtime> &current);
 std::optional<Runtime> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in);
+
+MountMap parseMounts(const QString &text);
+// One JSON object a line, as `volume inspect --format {{json .}}` prints them.
+VolumeLabels parseVolumeLabels(const QString &text);
 
 } // namespace Docker

@@ -5,15 +5,6 @@
 
 namespace Docker {
 
-QStringList eventArguments()
-{
-    return {QStringLiteral("events"), QStringLiteral("--format"), QStringLiteral("json"),
-            QStringLiteral("--filter"), QStringLiteral("type=container"),
-            QStringLiteral("--filter"), QStringLiteral("type=image"),
-            QStringLiteral("--filter"), QStringLiteral("type=volume"),
-            QStringLiteral("--filter"), QStringLiteral("type=network")};
-}
-
 bool eventChangesLists(QByteArrayView line)
 {
     const QByteArrayView trimmed = line.trimmed();

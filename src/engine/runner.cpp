@@ -1,3 +1,5 @@
+#include "dockercli.h"
+
 #include "docker.h"
 
 #include <QJsonDocument>
@@ -91,9 +93,7 @@ bool runToEnd(QProcess &child)
 }
 }
 
-namespace {
-// Standard output as bytes on success; throws as run() does.
-QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir = std::nullopt)
+QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
 {
     auto child = process(args, runtime, dir);
     if (!runToEnd(*child))
@@ -110,34 +110,6 @@ QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Di
     throw DockerError(message.trimmed());
 }
 
-// Most polls print exactly what the last one printed; the bytes tell before any decoding,
-// and the list parsed last time is handed out again, sharing its data.
-template<typename T>
-class LastListing {
-public:
-    QList<T> parse(const QByteArray &bytes, QList<T> (*parser)(const QString &))
-    {
-        {
-            QMutexLocker lock(&m_mutex);
-            if (m_valid && bytes == m_bytes)
-                return m_list;
-        }
-        const QList<T> list = parser(utf8(bytes));
-        QMutexLocker lock(&m_mutex);
-        m_bytes = bytes;
-        m_list = list;
-        m_valid = true;
-        return list;
-    }
-
-private:
-    QMutex m_mutex;
-    QByteArray m_bytes;
-    QList<T> m_list;
-    bool m_valid = false;
-};
-}
-
 QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
 {
     return utf8(runBytes(args, runtime, dir));
@@ -149,68 +121,6 @@ Captured capture(const QStringList &args, const OptRuntime &runtime, const Dir &
     if (!runToEnd(*child))
         return {-1, {}, child->errorString()};
     return {child->exitCode(), utf8(child->readAllStandardOutput()), utf8(child->readAllStandardError())};
-}
-
-QList<QJsonObject> ndjson(const QString &text)
-{
-    QList<QJsonObject> objects;
-    for (const auto line : QStringView(text).split(u'\n', Qt::SkipEmptyParts)) {
-        const auto doc = QJsonDocument::fromJson(line.toUtf8());
-        if (doc.isObject())
-            objects.append(doc.object());
-    }
-    return objects;
-}
-
-namespace {
-QString field(const QJsonObject &object, const char *key)
-{
-    const auto value = object.value(QLatin1String(key));
-    return value.isString() ? value.toString() : QString();
-}
-}
-
-QList<Container> parseContainers(const QString &text)
-{
-    QList<Container> list;
-    for (const auto &o : ndjson(text))
-        list.append({field(o, "ID"), field(o, "Names"), field(o, "Image"), field(o, "State"),
-                     field(o, "Status"), field(o, "Ports"), parseLabels(field(o, "Labels"))});
-    return list;
-}
-
-QList<DockerImage> parseImages(const QString &text)
-{
-    QList<DockerImage> list;
-    for (const auto &o : ndjson(text))
-        list.append({field(o, "ID"), field(o, "Repository"), field(o, "Tag"), field(o, "Size")});
-    return list;
-}
-
-QList<DockerVolume> parseVolumes(const QString &text)
-{
-    QList<DockerVolume> list;
-    for (const auto &o : ndjson(text))
-        list.append({field(o, "Name"), field(o, "Driver"), field(o, "Mountpoint")});
-    return list;
-}
-
-QList<Container> containers(const OptRuntime &runtime)
-{
-    static LastListing<Container> last;
-    return last.parse(runBytes({"ps", "-a", "--format", "json"}, runtime), &parseContainers);
-}
-
-QList<DockerImage> images(const OptRuntime &runtime)
-{
-    static LastListing<DockerImage> last;
-    return last.parse(runBytes({"images", "--format", "json"}, runtime), &parseImages);
-}
-
-QList<DockerVolume> volumes(const OptRuntime &runtime)
-{
-    static LastListing<DockerVolume> last;
-    return last.parse(runBytes({"volume", "ls", "--format", "json"}, runtime), &parseVolumes);
 }
 
 } // namespace Docker

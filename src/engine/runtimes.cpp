@@ -58,11 +58,6 @@ RuntimeList parseRuntimes(const QString &contextJson)
     return result;
 }
 
-RuntimeList runtimes()
-{
-    return parseRuntimes(run({"context", "ls", "--format", "json"}));
-}
-
 std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::optional<Runtime> &current)
 {
     if (current) {

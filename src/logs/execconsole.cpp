@@ -5,11 +5,11 @@
 #include <QCoroFuture>
 #include <QCoroTask>
 #include <QPointer>
-#include <QProcess>
 #include <QtConcurrent>
 
-ExecConsole::ExecConsole(const Container &container, const std::optional<Runtime> &runtime, QObject *parent)
-    : QObject(parent), m_container(container), m_runtime(runtime)
+ExecConsole::ExecConsole(std::shared_ptr<const Engine> engine, const Container &container, const std::optional<Runtime> &runtime,
+                         QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_container(container), m_runtime(runtime)
 {
 }
 
@@ -21,27 +21,16 @@ void ExecConsole::setCommand(const QString &command)
     emit commandChanged();
 }
 
-QString ExecConsole::execute(const QString &containerId, const std::optional<Runtime> &runtime, const QString &command)
+QString ExecConsole::transcriptEntry(const ExecResult &r)
 {
-    auto child = Docker::process({"exec", containerId, "sh", "-c", command}, runtime);
-    child->setProcessChannelMode(QProcess::MergedChannels);
-    child->setStandardInputFile(QProcess::nullDevice());
-    child->start();
-    if (!child->waitForStarted(-1))
-        return QStringLiteral("cannot run docker: ") + child->errorString() + u'\n';
-    child->waitForFinished(-1);
-    QString result = Docker::utf8(child->readAll());
+    if (!r.started)
+        return QStringLiteral("cannot run docker: ") + r.launchError + u'\n';
+    QString result = r.output;
     if (!result.isEmpty() && !result.endsWith(u'\n'))
         result += u'\n';
-    if (child->exitCode() != 0)
-        result += QStringLiteral("[exit %1]\n").arg(child->exitCode());
+    if (r.status != 0)
+        result += QStringLiteral("[exit %1]\n").arg(r.status);
     return result;
-}
-
-void ExecConsole::preview(const QString &transcript)
-{
-    m_output = transcript;
-    emit outputChanged();
 }
 
 void ExecConsole::run()
@@ -56,15 +45,16 @@ void ExecConsole::run()
 
     // A detached coroutine: the console may close before the command ends, and then the
     // result is dropped.
-    [](QPointer<ExecConsole> self, QString id, std::optional<Runtime> runtime, QString command) -> QCoro::Task<> {
-        auto future = QtConcurrent::run(&ExecConsole::execute, id, runtime, command);
+    [](QPointer<ExecConsole> self, std::shared_ptr<const Engine> engine, QString id, std::optional<Runtime> runtime,
+       QString command) -> QCoro::Task<> {
+        auto future = QtConcurrent::run([=] { return transcriptEntry(engine->exec(id, command, runtime)); });
         const QString result = co_await future;
         if (!self)
             co_return;
         self->m_output += result;
         emit self->outputChanged();
         self->setRunning(false);
-    }(this, m_container.id, m_runtime, command);
+    }(this, m_engine, m_container.id, m_runtime, command);
 }
 
 void ExecConsole::setRunning(bool running)

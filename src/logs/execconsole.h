@@ -1,9 +1,9 @@
 #pragma once
 
-#include "container.h"
-#include "runtime.h"
+#include "engine.h"
 
 #include <QObject>
+#include <memory>
 #include <optional>
 
 // The state behind the exec sheet: one `sh -c` at a time in a container, and the transcript
@@ -16,7 +16,8 @@ class ExecConsole : public QObject {
     Q_PROPERTY(QString containerName READ containerName CONSTANT)
 
 public:
-    ExecConsole(const Container &container, const std::optional<Runtime> &runtime, QObject *parent = nullptr);
+    ExecConsole(std::shared_ptr<const Engine> engine, const Container &container, const std::optional<Runtime> &runtime,
+                QObject *parent = nullptr);
 
     const QString &command() const { return m_command; }
     void setCommand(const QString &command);
@@ -25,11 +26,10 @@ public:
     QString containerName() const { return m_container.name; }
 
     Q_INVOKABLE void run();
-    // Shows a transcript without running anything, as a screenshot wants it.
-    void preview(const QString &transcript);
 
-    // One command's transcript entry, run to its end. Blocking; for a worker thread.
-    static QString execute(const QString &containerId, const std::optional<Runtime> &runtime, const QString &command);
+    // One command's transcript entry: its output, ending in a line break, then "[exit N]"
+    // when it failed.
+    static QString transcriptEntry(const ExecResult &result);
 
 signals:
     void commandChanged();
@@ -39,6 +39,7 @@ signals:
 private:
     void setRunning(bool running);
 
+    std::shared_ptr<const Engine> m_engine;
     Container m_container;
     std::optional<Runtime> m_runtime;
     QString m_command;

@@ -2,11 +2,9 @@
 
 #include "docker.h"
 
-#include <csignal>
-#include <unistd.h>
-
-LogFollower::LogFollower(const LogSource &source, const std::optional<Runtime> &runtime, QObject *parent)
-    : QObject(parent), m_source(source), m_runtime(runtime)
+LogFollower::LogFollower(std::shared_ptr<const Engine> engine, const LogSource &source, const std::optional<Runtime> &runtime,
+                         QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_source(source), m_runtime(runtime)
 {
 }
 
@@ -15,52 +13,37 @@ LogFollower::~LogFollower()
     stop();
 }
 
-void LogFollower::preview(const QString &text)
+QString LogFollower::header(const LogSource &source)
 {
-    m_preview = true;
-    m_text = text;
-    emit textChanged();
+    return source.isProject() ? QStringLiteral("PROJECT LOGS · LAST 300 PER SERVICE") : QStringLiteral("LOGS · LAST 300");
 }
 
 void LogFollower::start()
 {
-    if (m_preview)
+    if (m_stream)
         return;
-    if (m_process)
-        return;
-    m_process = Docker::process(m_source.args(), m_runtime, m_source.workingDir());
-    m_process->setProcessChannelMode(QProcess::MergedChannels);
-    m_process->setStandardInputFile(QProcess::nullDevice());
-    m_process->setChildProcessModifier([] { ::setpgid(0, 0); });
-    connect(m_process.get(), &QProcess::readyRead, this, &LogFollower::readAvailable);
-    connect(m_process.get(), &QProcess::stateChanged, this, &LogFollower::runningChanged);
-    connect(m_process.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error != QProcess::FailedToStart)
-            return;
-        m_text = appended(m_text, QStringLiteral("cannot run docker: ") + m_process->errorString() + u'\n');
+    m_stream = m_engine->logs(m_source, m_runtime);
+    connect(m_stream.get(), &EngineStream::readyRead, this, &LogFollower::readAvailable);
+    connect(m_stream.get(), &EngineStream::runningChanged, this, &LogFollower::runningChanged);
+    connect(m_stream.get(), &EngineStream::failedToStart, this, [this](const QString &message) {
+        m_text = appended(m_text, QStringLiteral("cannot run docker: ") + message + u'\n');
         emit textChanged();
     });
-    m_process->start();
+    m_stream->start();
 }
 
 void LogFollower::stop()
 {
-    if (!m_process || m_process->state() == QProcess::NotRunning)
+    if (!m_stream || !m_stream->running())
         return;
-    m_process->disconnect(this);
-    const qint64 pid = m_process->processId();
-    if (pid > 0)
-        ::kill(-pid_t(pid), SIGTERM);
-    if (!m_process->waitForFinished(3000) && pid > 0) {
-        ::kill(-pid_t(pid), SIGKILL);
-        m_process->waitForFinished(-1);
-    }
+    m_stream->disconnect(this);
+    m_stream->stop();
     emit runningChanged();
 }
 
 void LogFollower::readAvailable()
 {
-    const QByteArray chunk = m_process->readAll();
+    const QByteArray chunk = m_stream->readAll();
     if (chunk.isEmpty())
         return;
     // A chunk that is not valid UTF-8 is dropped whole.

@@ -1,15 +1,13 @@
 #pragma once
 
-#include "logsource.h"
-#include "runtime.h"
+#include "engine.h"
 
 #include <QObject>
-#include <QProcess>
 #include <memory>
 #include <optional>
 
-// Follows the live log of a container or a project for as long as it exists. The docker
-// child runs in a process group of its own, so stopping reaches compose's plugin as well.
+// Follows the live log of a container or a project for as long as it exists; the engine's
+// stream ends with it.
 class LogFollower : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString text READ text NOTIFY textChanged)
@@ -20,18 +18,18 @@ public:
     static constexpr qsizetype trimAt = 200001;
     static constexpr qsizetype keep = 150000;
 
-    LogFollower(const LogSource &source, const std::optional<Runtime> &runtime, QObject *parent = nullptr);
+    LogFollower(std::shared_ptr<const Engine> engine, const LogSource &source, const std::optional<Runtime> &runtime,
+                QObject *parent = nullptr);
     ~LogFollower() override;
 
     const QString &text() const { return m_text; }
-    QString header() const { return m_source.header(); }
-    bool running() const { return m_process && m_process->state() != QProcess::NotRunning; }
+    QString header() const { return header(m_source); }
+    bool running() const { return m_stream && m_stream->running(); }
 
     Q_INVOKABLE void start();
-    // Shows text without a child, as a screenshot wants it; start() then does nothing.
-    void preview(const QString &text);
     Q_INVOKABLE void stop();
 
+    static QString header(const LogSource &source);
     // The buffer after one more chunk: once it reaches trimAt characters only the last
     // keep remain, so it trims in large steps rather than on every chunk.
     static QString appended(QString text, const QString &chunk);
@@ -43,9 +41,9 @@ signals:
 private:
     void readAvailable();
 
+    std::shared_ptr<const Engine> m_engine;
     LogSource m_source;
     std::optional<Runtime> m_runtime;
-    std::unique_ptr<QProcess> m_process;
+    std::unique_ptr<EngineStream> m_stream;
     QString m_text;
-    bool m_preview = false;
 };

@@ -3,8 +3,6 @@
 #include "volumesize.h"
 
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -29,62 +27,7 @@ QList<VolumeUse> TeardownPlan::kept() const
     return list;
 }
 
-namespace Docker {
-
-MountMap parseMounts(const QString &text)
-{
-    MountMap mounts;
-    for (const auto &line : text.split(u'\n', Qt::SkipEmptyParts)) {
-        const qsizetype bar = line.indexOf(u'|');
-        QStringView name = QStringView(line).left(bar < 0 ? line.size() : bar);
-        const auto trimmable = [](QChar c) { return c == u'/' || c == u' '; };
-        while (!name.isEmpty() && trimmable(name.front()))
-            name = name.mid(1);
-        while (!name.isEmpty() && trimmable(name.back()))
-            name.chop(1);
-        if (name.isEmpty())
-            continue;
-        mounts.insert(name.toString(), bar < 0 ? QStringList() : line.mid(bar + 1).split(u',', Qt::SkipEmptyParts));
-    }
-    return mounts;
-}
-
-MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime)
-{
-    if (containerNames.isEmpty())
-        return {};
-    // The status is not examined: a container that vanished meanwhile fails the command,
-    // yet the others are still printed.
-    const auto result = capture(QStringList{"inspect"} + containerNames
-                                    + QStringList{"--format", R"({{.Name}}|{{range .Mounts}}{{if eq .Type "volume"}}{{.Name}},{{end}}{{end}})"},
-                                runtime);
-    return parseMounts(result.out);
-}
-
-VolumeLabels parseVolumeLabels(const QString &text)
-{
-    VolumeLabels all;
-    for (const auto &object : ndjson(text)) {
-        const QString name = object.value(QLatin1String("Name")).toString();
-        if (name.isEmpty())
-            continue;
-        QMap<QString, QString> labels;
-        const QJsonObject raw = object.value(QLatin1String("Labels")).toObject();
-        for (auto it = raw.begin(); it != raw.end(); ++it)
-            labels.insert(it.key(), it.value().toString());
-        all.insert(name, labels);
-    }
-    return all;
-}
-
-VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime)
-{
-    if (volumeNames.isEmpty())
-        return {};
-    // As with the mounts, a volume missing from the engine fails the command but the others
-    // are still printed; an unlabelled volume then simply proves nothing.
-    return parseVolumeLabels(capture(QStringList{"volume", "inspect", "--format", "{{json .}}"} + volumeNames, runtime).out);
-}
+namespace Teardown {
 
 QString notOwnedReason(const QString &volume, const QString &project, const VolumeOwnership &ownership)
 {
@@ -122,7 +65,7 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
         if (!names.contains(v))
             names.append(v);
     }
-    std::stable_sort(names.begin(), names.end(), codePointLess);
+    std::stable_sort(names.begin(), names.end(), Docker::codePointLess);
 
     for (const auto &volume : names) {
         VolumeUse use{volume, {}, std::nullopt, {}};
@@ -130,7 +73,7 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
             if (!own.contains(c.name) && mounts.value(c.name).contains(volume))
                 use.usedBy.append(c.name);
         }
-        std::stable_sort(use.usedBy.begin(), use.usedBy.end(), codePointLess);
+        std::stable_sort(use.usedBy.begin(), use.usedBy.end(), Docker::codePointLess);
         if (use.usedBy.isEmpty())
             use.notOwned = notOwnedReason(volume, project.name, ownership);
         const auto size = sizes.constFind(volume);
@@ -143,16 +86,13 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
     return result;
 }
 
-} // namespace Docker
 
-namespace Teardown {
-
-VolumeOwnership ownConfiguration(const ComposeProject &project)
+VolumeOwnership ownConfiguration(const Engine &engine, const ComposeProject &project)
 {
     if (!project.workingDir)
         return {};
     try {
-        const auto resolved = Docker::composeProject(*project.workingDir);
+        const auto resolved = engine.composeProject(*project.workingDir);
         if (resolved.name != project.name)
             return {};
         VolumeOwnership own;
@@ -167,44 +107,44 @@ VolumeOwnership ownConfiguration(const ComposeProject &project)
     }
 }
 
-bool composeDownIsOwn(const QString &dir, const QString &project)
+bool composeDownIsOwn(const Engine &engine, const QString &dir, const QString &project)
 {
     if (!Docker::composeFile(dir))
         return false;
     try {
-        return Docker::composeProject(dir).name == project;
+        return engine.composeProject(dir).name == project;
     } catch (const DockerError &) {
         return true;
     }
 }
 
-QMap<QString, QString> volumeSizes(const QList<DockerVolume> &volumes, const QStringList &only)
+QMap<QString, QString> volumeSizes(const Engine &engine, const QList<DockerVolume> &volumes, const QStringList &only)
 {
     QMap<QString, QString> sizes;
     for (const auto &v : volumes) {
-        if (v.mountpoint.isEmpty() || !only.contains(v.name))
+        if (!only.contains(v.name))
             continue;
-        const auto bytes = VolumeSize::allocatedBytes(v.mountpoint);
+        const auto bytes = engine.volumeSize(v);
         if (bytes && *bytes > 0)
             sizes.insert(v.name, VolumeSize::format(*bytes));
     }
     return sizes;
 }
 
-TeardownPlan assemble(const ComposeProject &project, const QList<Container> &allContainers,
-                      const QList<DockerVolume> &volumes, const Docker::OptRuntime &runtime)
+TeardownPlan assemble(const Engine &engine, const ComposeProject &project, const QList<Container> &allContainers,
+                      const QList<DockerVolume> &volumes, const OptRuntime &runtime)
 {
     QStringList all;
     for (const auto &c : allContainers)
         all.append(c.name);
-    const auto mounts = Docker::volumeMounts(all, runtime);
-    VolumeOwnership ownership = ownConfiguration(project);
+    const auto mounts = engine.volumeMounts(all, runtime);
+    VolumeOwnership ownership = ownConfiguration(engine, project);
     // Walking a volume's tree can be slow, so only the volumes in the plan are measured.
     QStringList touched;
-    for (const auto &use : Docker::plan(project, allContainers, mounts, ownership, {}).volumes)
+    for (const auto &use : plan(project, allContainers, mounts, ownership, {}).volumes)
         touched.append(use.name);
-    ownership.labels = Docker::volumeLabels(touched, runtime);
-    return Docker::plan(project, allContainers, mounts, ownership, volumeSizes(volumes, touched));
+    ownership.labels = engine.volumeLabels(touched, runtime);
+    return plan(project, allContainers, mounts, ownership, volumeSizes(engine, volumes, touched));
 }
 
 } // namespace Teardown

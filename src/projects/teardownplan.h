@@ -36,11 +36,6 @@ struct TeardownPlan {
     friend bool operator==(const TeardownPlan &, const TeardownPlan &) = default;
 };
 
-// Container name to the named volumes it mounts.
-using MountMap = QMap<QString, QStringList>;
-// Volume name to its labels, for the volumes the engine described.
-using VolumeLabels = QMap<QString, QMap<QString, QString>>;
-
 // What tells a volume is the project's own: compose's project label on it, or else the
 // project's own configuration declaring it without marking it external, or else being an
 // anonymous volume. Declarations count only from a directory that resolves to the project.
@@ -50,30 +45,22 @@ struct VolumeOwnership {
     VolumeLabels labels;
 };
 
-namespace Docker {
-MountMap parseMounts(const QString &text);
-MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime);
-// One JSON object a line, as `volume inspect --format {{json .}}` prints them.
-VolumeLabels parseVolumeLabels(const QString &text);
-VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime);
+namespace Teardown {
 // Empty when the volume is the project's; otherwise a short reason, such as "external".
 QString notOwnedReason(const QString &volume, const QString &project, const VolumeOwnership &ownership);
 TeardownPlan plan(const ComposeProject &project, const QList<Container> &allContainers, const MountMap &mounts,
                   const VolumeOwnership &ownership, const QMap<QString, QString> &sizes);
-}
-
-namespace Teardown {
 // The volumes the project's compose configuration declares, plain and external; none on
 // any error, and none when the directory resolves to another project (started with -p,
 // or a directory that now holds another project).
-VolumeOwnership ownConfiguration(const ComposeProject &project);
+VolumeOwnership ownConfiguration(const Engine &engine, const ComposeProject &project);
 // Whether "compose down" in the directory takes down this project and no other. A file
 // that does not resolve at all is let through: compose down fails on it just the same,
 // with compose's own message, and touches nothing.
-bool composeDownIsOwn(const QString &dir, const QString &project);
+bool composeDownIsOwn(const Engine &engine, const QString &dir, const QString &project);
 // Sizes of the named volumes whose mountpoint reports a size above zero.
-QMap<QString, QString> volumeSizes(const QList<DockerVolume> &volumes, const QStringList &only);
+QMap<QString, QString> volumeSizes(const Engine &engine, const QList<DockerVolume> &volumes, const QStringList &only);
 // Everything the plan needs from the engine and the disk. Blocking.
-TeardownPlan assemble(const ComposeProject &project, const QList<Container> &allContainers,
-                      const QList<DockerVolume> &volumes, const Docker::OptRuntime &runtime);
+TeardownPlan assemble(const Engine &engine, const ComposeProject &project, const QList<Container> &allContainers,
+                      const QList<DockerVolume> &volumes, const OptRuntime &runtime);
 }

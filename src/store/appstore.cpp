@@ -20,9 +20,9 @@ QThreadPool *AppStore::workers()
     return pool;
 }
 
-AppStore::AppStore(QSettings *defaults, Timing timing, QObject *parent)
-    : QObject(parent), m_defaults(defaults), m_timing(std::move(timing)), m_registry(ProjectRegistry::load(*defaults)),
-      m_events(m_timing.events)
+AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
+    : QObject(parent), m_defaults(defaults), m_engine(std::move(engine)), m_timing(std::move(timing)),
+      m_registry(ProjectRegistry::load(*defaults)), m_events(m_engine, m_timing.events)
 {
     m_pollTimer.setSingleShot(true);
     connect(&m_pollTimer, &QTimer::timeout, this, [this] { pollOnce(); });
@@ -177,24 +177,6 @@ void AppStore::dismissError() { setError(std::nullopt); }
 void AppStore::dismissNotice() { setNotice(std::nullopt); }
 void AppStore::reportError(const QString &message) { setError(message); }
 
-void AppStore::preview(const StorePreview &state)
-{
-    m_started = true;
-    m_pollTimer.stop();
-    m_events.stop();
-    setRuntimes(state.runtimes);
-    setRuntime(state.runtime);
-    if (state.registry)
-        setRegistry(*state.registry);
-    setLists(state.containers, state.images, state.volumes);
-    setError(state.error);
-    setNotice(state.notice);
-    m_waitingSince = state.waitingSince;
-    m_listedAt = state.listedAt;
-    m_stale = m_waitingSince.isValid();
-    emit staleChanged();
-}
-
 // ---- derived -----------------------------------------------------------------------------
 
 int AppStore::runningCount() const
@@ -257,12 +239,12 @@ QCoro::Task<> AppStore::loadContexts()
 {
     QPointer<AppStore> self(this);
     struct Listed {
-        Docker::RuntimeList runtimes;
+        RuntimeList runtimes;
         bool ok = false;
     };
-    auto future = QtConcurrent::run(workers(), [] {
+    auto future = QtConcurrent::run(workers(), [engine = m_engine] {
         try {
-            return Listed{Docker::runtimes(), true};
+            return Listed{engine->runtimes(), true};
         } catch (const DockerError &) {
             return Listed{};
         }
@@ -302,13 +284,13 @@ struct Fetched {
 
 // The three listings run together; all are awaited, so no child outlives the fetch, and
 // the first failure in listing order is the one reported.
-Fetched fetchAll(const std::optional<Runtime> &runtime)
+Fetched fetchAll(const std::shared_ptr<Engine> &engine, const std::optional<Runtime> &runtime)
 {
-    auto images = QtConcurrent::run(AppStore::workers(), [runtime] { return Docker::images(runtime); });
-    auto volumes = QtConcurrent::run(AppStore::workers(), [runtime] { return Docker::volumes(runtime); });
+    auto images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
+    auto volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
     Fetched f;
     try {
-        f.containers = Docker::containers(runtime);
+        f.containers = engine->containers(runtime);
     } catch (const DockerError &e) {
         f.error = e.message();
     }
@@ -332,7 +314,7 @@ QList<RuntimeEntry> AppStore::recheckedRuntimes() const
 {
     QList<RuntimeEntry> rows = m_runtimes;
     for (auto &row : rows)
-        row.reachable = Docker::endpointReachable(row.endpoint);
+        row.reachable = m_engine->reachable(row);
     return rows;
 }
 
@@ -358,7 +340,7 @@ QCoro::Task<> AppStore::fetchAndApply(bool afterHandover)
     const int id = ++m_fetchCount;
     m_inFlight = InFlight{id, snapshot, nullptr};
     listingStarted();
-    auto future = QtConcurrent::run(workers(), fetchAll, snapshot);
+    auto future = QtConcurrent::run(workers(), fetchAll, m_engine, snapshot);
     const Fetched fetched = co_await future;
     // A promise left unkept here (the store gone, the runtime changed) is cancelled when
     // released, which wakes its waiters all the same.

@@ -2,6 +2,7 @@
 
 #include "composeproject.h"
 #include "docker.h"
+#include "engine.h"
 #include "engineevents.h"
 #include "projectregistry.h"
 #include "teardownplan.h"
@@ -19,21 +20,6 @@
 class QSettings;
 class QThreadPool;
 template<typename T> class QPromise;
-
-// Everything the store shows, as a screenshot wants it: no engine behind it.
-struct StorePreview {
-    QList<RuntimeEntry> runtimes;
-    std::optional<Runtime> runtime;
-    QList<Container> containers;
-    QList<DockerImage> images;
-    QList<DockerVolume> volumes;
-    std::optional<QString> error;
-    std::optional<QString> notice;
-    std::optional<ProjectRegistry> registry;
-    // Set: a listing has been outstanding since then, long enough to count as stale.
-    QDateTime waitingSince;
-    QDateTime listedAt;
-};
 
 // How often the store polls (often while the main window shows, rarely otherwise), when
 // an unanswered listing counts as stale, and whether engine events trigger refreshes.
@@ -67,7 +53,7 @@ class AppStore : public QObject {
 public:
     using Timing = PollTiming;
 
-    explicit AppStore(QSettings *defaults, Timing timing = {}, QObject *parent = nullptr);
+    AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing = {}, QObject *parent = nullptr);
     ~AppStore() override;
 
     const QList<RuntimeEntry> &runtimes() const { return m_runtimes; }
@@ -93,6 +79,7 @@ public:
     int fetchCount() const { return m_fetchCount; }
     const PollTiming &timing() const { return m_timing; }
     EngineEvents &events() { return m_events; }
+    const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
     void setWindowVisible(bool visible);
     void setFilter(const QString &filter);
@@ -100,8 +87,6 @@ public:
     Q_INVOKABLE void dismissNotice();
     // A message that arose outside the store, such as a view's add-project answer.
     void reportError(const QString &message);
-    // Shows the given state instead of an engine's; polling never starts afterwards.
-    void preview(const StorePreview &state);
 
     // Derived on every read; nothing is cached.
     int runningCount() const;
@@ -187,8 +172,8 @@ private:
     // Reads the compose project in dir and keeps it on the selected runtime; with an
     // expected name, only when the directory holds that project.
     QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
-    void act(const QStringList &args, const std::optional<QString> &dir = std::nullopt);
-    QCoro::Task<> perform(QStringList args, std::optional<QString> dir);
+    void act(const EngineAction &action);
+    QCoro::Task<> perform(EngineAction action);
     QCoro::Task<> pollOnce();
     QCoro::Task<> fetchAndApply(bool afterHandover);
     void listingStarted();
@@ -197,6 +182,7 @@ private:
     void scheduleNextPoll();
 
     QSettings *m_defaults;
+    std::shared_ptr<Engine> m_engine;
     Timing m_timing;
     QList<RuntimeEntry> m_runtimes;
     std::optional<Runtime> m_runtime;

@@ -6,20 +6,20 @@
 
 // ---- container, image and volume actions -------------------------------------------------
 
-void AppStore::act(const QStringList &args, const std::optional<QString> &dir)
+void AppStore::act(const EngineAction &action)
 {
-    perform(args, dir);
+    perform(action);
 }
 
-QCoro::Task<> AppStore::perform(QStringList args, std::optional<QString> dir)
+QCoro::Task<> AppStore::perform(EngineAction action)
 {
     QPointer<AppStore> self(this);
     const std::optional<Runtime> runtime = m_runtime;
     setBusy(true);
     // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-    auto future = QtConcurrent::run(workers(), [args, runtime, dir]() -> std::optional<QString> {
+    auto future = QtConcurrent::run(workers(), [engine = m_engine, action, runtime]() -> std::optional<QString> {
         try {
-            Docker::run(args, runtime, dir);
+            engine->perform(action, runtime);
             return std::nullopt;
         } catch (const DockerError &e) {
             return e.message();
@@ -34,23 +34,25 @@ QCoro::Task<> AppStore::perform(QStringList args, std::optional<QString> dir)
     co_await refresh(false);
 }
 
-void AppStore::start(const Container &c) { act({"start", c.id}); }
-void AppStore::stop(const Container &c) { act({"stop", c.id}); }
-void AppStore::restart(const Container &c) { act({"restart", c.id}); }
-void AppStore::pause(const Container &c) { act({"pause", c.id}); }
-void AppStore::unpause(const Container &c) { act({"unpause", c.id}); }
-void AppStore::remove(const Container &c) { act({"rm", "-f", c.id}); }
-void AppStore::pull(const QString &reference) { act({"pull", reference}); }
-void AppStore::remove(const DockerImage &image) { act({"rmi", image.id}); }
-void AppStore::pruneImages() { act({"image", "prune", "-f"}); }
-void AppStore::remove(const DockerVolume &volume) { act({"volume", "rm", volume.name}); }
-void AppStore::pruneVolumes() { act({"volume", "prune", "-f"}); }
+using Kind = EngineAction::Kind;
+
+void AppStore::start(const Container &c) { act(EngineAction::on(Kind::Start, {c.id})); }
+void AppStore::stop(const Container &c) { act(EngineAction::on(Kind::Stop, {c.id})); }
+void AppStore::restart(const Container &c) { act(EngineAction::on(Kind::Restart, {c.id})); }
+void AppStore::pause(const Container &c) { act(EngineAction::on(Kind::Pause, {c.id})); }
+void AppStore::unpause(const Container &c) { act(EngineAction::on(Kind::Unpause, {c.id})); }
+void AppStore::remove(const Container &c) { act(EngineAction::on(Kind::Remove, {c.id})); }
+void AppStore::pull(const QString &reference) { act(EngineAction::pull(reference)); }
+void AppStore::remove(const DockerImage &image) { act(EngineAction::on(Kind::RemoveImage, {image.id})); }
+void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
+void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
+void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
 
 void AppStore::commit(const Container &c, const QString &imageName)
 {
     const QStringView name = Docker::trimBlanks(imageName);
     if (!name.isEmpty())
-        act({"commit", c.id, name.toString()});
+        act(EngineAction::commit(c.id, name.toString()));
 }
 
 // ---- project actions ---------------------------------------------------------------------
@@ -67,7 +69,7 @@ QCoro::Task<> AppStore::up(ComposeProject project)
     QPointer<AppStore> self(this);
     const QString dir = *project.workingDir;
     setBusy(true);
-    auto future = QtConcurrent::run(workers(), &Docker::checkCompose, dir);
+    auto future = QtConcurrent::run(workers(), [engine = m_engine, dir] { return engine->checkCompose(dir); });
     const ComposeCheck check = co_await future;
     if (!self)
         co_return;
@@ -77,31 +79,27 @@ QCoro::Task<> AppStore::up(ComposeProject project)
         co_return;
     }
     setNotice(check.warning);
-    const QStringList args{QStringLiteral("compose"), QStringLiteral("up"), QStringLiteral("-d")};
-    co_await perform(args, dir);
+    co_await perform(EngineAction::compose(Kind::ComposeUp, dir));
 }
 
 void AppStore::down(const ComposeProject &project)
 {
     if (usableDirectory(project))
-        act({"compose", "down"}, project.workingDir);
+        act(EngineAction::compose(Kind::ComposeDown, *project.workingDir));
 }
 
-void AppStore::startAll(const ComposeProject &project)
+namespace {
+QStringList ids(const ComposeProject &project)
 {
-    QStringList args{"start"};
+    QStringList list;
     for (const auto &c : project.containers)
-        args << c.id;
-    act(args);
+        list << c.id;
+    return list;
+}
 }
 
-void AppStore::stopAll(const ComposeProject &project)
-{
-    QStringList args{"stop"};
-    for (const auto &c : project.containers)
-        args << c.id;
-    act(args);
-}
+void AppStore::startAll(const ComposeProject &project) { act(EngineAction::on(Kind::Start, ids(project))); }
+void AppStore::stopAll(const ComposeProject &project) { act(EngineAction::on(Kind::Stop, ids(project))); }
 
 void AppStore::forget(const ComposeProject &project)
 {
@@ -112,14 +110,14 @@ void AppStore::forget(const ComposeProject &project)
 
 namespace {
 struct ReadProject {
-    std::optional<Docker::ResolvedProject> project;
+    std::optional<ResolvedProject> project;
     QString error;
 };
 
-ReadProject readProject(const QString &dir)
+ReadProject readProject(const std::shared_ptr<Engine> &engine, const QString &dir)
 {
     try {
-        return {Docker::composeProject(dir), {}};
+        return {engine->composeProject(dir), {}};
     } catch (const DockerError &e) {
         return {std::nullopt, e.message()};
     }
@@ -141,7 +139,7 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
     if (!m_runtime)
         co_return QStringLiteral("Choose a runtime first.");
     QPointer<AppStore> self(this);
-    auto future = QtConcurrent::run(workers(), readProject, dir);
+    auto future = QtConcurrent::run(workers(), readProject, m_engine, dir);
     const ReadProject read = co_await future;
     if (!read.project)
         co_return read.error;

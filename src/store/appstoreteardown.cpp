@@ -10,7 +10,7 @@ QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
     const auto runtime = m_runtime;
     const auto containers = m_containers;
     const auto volumes = m_volumes;
-    auto future = QtConcurrent::run(workers(), [=] { return Teardown::assemble(project, containers, volumes, runtime); });
+    auto future = QtConcurrent::run(workers(), [=, engine = m_engine] { return Teardown::assemble(*engine, project, containers, volumes, runtime); });
     co_return co_await future;
 }
 
@@ -20,13 +20,21 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     const auto runtime = m_runtime;
     const auto key = runtimeKey();
     QStringList failures;
-    const auto step = [&](QStringList args, std::optional<QString> dir) {
-        return QtConcurrent::run(workers(), [=] { return Docker::capture(args, runtime, dir); });
+    const auto step = [&](const EngineAction &action) {
+        return QtConcurrent::run(workers(), [=, engine = m_engine]() -> std::optional<QString> {
+            try {
+                engine->perform(action, runtime);
+                return std::nullopt;
+            } catch (const DockerError &e) {
+                return e.message();
+            }
+        });
     };
-    const auto note = [&](const Docker::Captured &r) {
-        if (r.status != 0)
-            failures << r.err.trimmed();
+    const auto note = [&](const std::optional<QString> &failure) {
+        if (failure)
+            failures << *failure;
     };
+    using Kind = EngineAction::Kind;
 
     // Containers go before their volumes, which cannot be removed while in use. Every
     // future is named before it is awaited: GCC 12 destroys temporaries inside a co_await
@@ -34,25 +42,25 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     // A directory that now resolves to another project would take that one down instead.
     bool composeDown = false;
     if (plan.workingDir) {
-        auto check = QtConcurrent::run(workers(), &Teardown::composeDownIsOwn, *plan.workingDir, plan.project);
+        auto check = QtConcurrent::run(workers(), [engine = m_engine, dir = *plan.workingDir, name = plan.project] {
+            return Teardown::composeDownIsOwn(*engine, dir, name);
+        });
         composeDown = co_await check;
     }
     if (composeDown) {
-        const QStringList args{QStringLiteral("compose"), QStringLiteral("down")};
-        auto future = step(args, plan.workingDir);
+        auto future = step(EngineAction::compose(Kind::ComposeDown, *plan.workingDir));
         note(co_await future);
     } else if (!plan.containers.isEmpty()) {
-        const QStringList args = QStringList{QStringLiteral("rm"), QStringLiteral("-f")} + plan.containers;
-        auto future = step(args, std::nullopt);
+        auto future = step(EngineAction::on(Kind::Remove, plan.containers));
         note(co_await future);
     }
 
     const auto removable = plan.removable();
     if (!removable.isEmpty()) {
-        QStringList args{QStringLiteral("volume"), QStringLiteral("rm")};
+        QStringList names;
         for (const auto &v : removable)
-            args << v.name;
-        auto future = step(args, std::nullopt);
+            names << v.name;
+        auto future = step(EngineAction::on(Kind::RemoveVolume, names));
         note(co_await future);
     }
 

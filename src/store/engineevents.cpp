@@ -2,10 +2,8 @@
 
 #include "docker.h"
 
-#include <QProcess>
-
-EngineEvents::EngineEvents(Timing timing, QObject *parent)
-    : QObject(parent), m_timing(timing), m_retry(timing.firstRetry)
+EngineEvents::EngineEvents(std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_timing(timing), m_retry(timing.firstRetry)
 {
     m_quiet.setSingleShot(true);
     m_restart.setSingleShot(true);
@@ -45,22 +43,16 @@ void EngineEvents::stop()
 
 qint64 EngineEvents::childPid() const
 {
-    return m_child ? m_child->processId() : 0;
+    return m_child ? m_child->pid() : 0;
 }
 
 void EngineEvents::launch()
 {
     endChild();
-    m_child = Docker::process(Docker::eventArguments(), m_runtime).release();
+    m_child = m_engine->events(m_runtime).release();
     m_child->setParent(this);
-    m_child->setStandardInputFile(QProcess::nullDevice());
-    m_child->setStandardErrorFile(QProcess::nullDevice());
-    connect(m_child, &QProcess::readyReadStandardOutput, this, &EngineEvents::readLines);
-    connect(m_child, &QProcess::finished, this, &EngineEvents::ended);
-    connect(m_child, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            ended();
-    });
+    connect(m_child, &EngineStream::readyRead, this, &EngineEvents::readLines);
+    connect(m_child, &EngineStream::finished, this, &EngineEvents::ended);
     m_partial.clear();
     m_child->start();
     m_settled.start(m_timing.settled);
@@ -70,14 +62,9 @@ void EngineEvents::endChild()
 {
     if (!m_child)
         return;
-    QProcess *child = std::exchange(m_child, nullptr);
+    EngineStream *child = std::exchange(m_child, nullptr);
     child->disconnect(this);
-    // Killed rather than asked: the stream holds nothing worth a clean exit, and a killed
-    // child is reaped at once, so the wait below is short.
-    if (child->state() != QProcess::NotRunning) {
-        child->kill();
-        child->waitForFinished(1000);
-    }
+    child->stop();
     delete child;
 }
 
@@ -85,7 +72,7 @@ void EngineEvents::readLines()
 {
     if (!m_child)
         return;
-    m_partial += m_child->readAllStandardOutput();
+    m_partial += m_child->readAll();
     qsizetype start = 0;
     bool seen = false;
     for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime.h"
+#include "engine.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -8,7 +8,6 @@
 #include <chrono>
 #include <optional>
 
-class QProcess;
 
 struct EventTiming {
     std::chrono::milliseconds quiet{100};
@@ -31,7 +30,7 @@ class EngineEvents : public QObject {
 public:
     using Timing = EventTiming;
 
-    explicit EngineEvents(Timing timing = {}, QObject *parent = nullptr);
+    explicit EngineEvents(std::shared_ptr<Engine> engine, Timing timing = {}, QObject *parent = nullptr);
     ~EngineEvents() override;
 
     // Replaces the child with one for this runtime.
@@ -53,10 +52,11 @@ private:
     void eventSeen();
     void endChild();
 
+    std::shared_ptr<Engine> m_engine;
     Timing m_timing;
     std::optional<Runtime> m_runtime;
     bool m_following = false;
-    QProcess *m_child = nullptr;
+    EngineStream *m_child = nullptr;
     QByteArray m_partial;
     // A child started again after one ended may have missed events in between.
     bool m_restarted = false;

@@ -98,7 +98,7 @@ void Actions::openTerminal(const QString &id)
     const auto c = container(id);
     if (!c)
         return;
-    const auto launch = Terminal::launch(m_store->runtime(), c->name, QProcessEnvironment::systemEnvironment(),
+    const auto launch = Terminal::launch(m_store->engine()->shell(c->name, m_store->runtime()), QProcessEnvironment::systemEnvironment(),
                                          [](const QString &name) { return QStandardPaths::findExecutable(name); });
     if (!launch) {
         m_store->reportError(QStringLiteral("No terminal emulator found. Set $TERMINAL, or install one of: ")
@@ -217,19 +217,19 @@ T *ownedByQml(T *object)
 LogFollower *Actions::containerLogs(const QString &id)
 {
     const auto c = container(id);
-    return c ? ownedByQml(new LogFollower(LogSource::container(*c), m_store->runtime())) : nullptr;
+    return c ? ownedByQml(new LogFollower(m_store->engine(), LogSource::container(*c), m_store->runtime())) : nullptr;
 }
 
 LogFollower *Actions::projectLogs(const QString &name)
 {
     const auto p = project(name);
-    return p ? ownedByQml(new LogFollower(LogSource::project(*p), m_store->runtime())) : nullptr;
+    return p ? ownedByQml(new LogFollower(m_store->engine(), LogSource::project(*p), m_store->runtime())) : nullptr;
 }
 
 ExecConsole *Actions::console(const QString &id)
 {
     const auto c = container(id);
-    return c ? ownedByQml(new ExecConsole(*c, m_store->runtime())) : nullptr;
+    return c ? ownedByQml(new ExecConsole(m_store->engine(), *c, m_store->runtime())) : nullptr;
 }
 
 ProjectDeletion *Actions::deletion(const QString &name)

@@ -4,8 +4,8 @@
 
 #include <QVariantMap>
 
-ProjectDeletion::ProjectDeletion(AppStore *store, const ComposeProject &project, std::optional<TeardownPlan> preview, QObject *parent)
-    : QObject(parent), m_store(store), m_project(project), m_plan(std::move(preview))
+ProjectDeletion::ProjectDeletion(AppStore *store, const ComposeProject &project, QObject *parent)
+    : QObject(parent), m_store(store), m_project(project)
 {
     connect(this, &ProjectDeletion::planChanged, this, &ProjectDeletion::labelChanged);
     connect(this, &ProjectDeletion::trashDirectoryChanged, this, &ProjectDeletion::labelChanged);

@@ -29,9 +29,7 @@ class ProjectDeletion : public QObject {
     Q_PROPERTY(QString label READ label NOTIFY labelChanged)
 
 public:
-    // A preview plan is shown as it is, without asking the engine.
-    ProjectDeletion(AppStore *store, const ComposeProject &project, std::optional<TeardownPlan> preview = std::nullopt,
-                    QObject *parent = nullptr);
+    ProjectDeletion(AppStore *store, const ComposeProject &project, QObject *parent = nullptr);
 
     // "Delete 2 containers + 1 volume + files", "Remove from Korvat", or "Delete" before a plan.
     static QString label(const std::optional<TeardownPlan> &plan, bool trashDirectory);

@@ -38,8 +38,7 @@ QStringList runFlag(const QString &program)
 }
 }
 
-std::optional<Launch> launch(const std::optional<Runtime> &runtime, const QString &containerName,
-                             const QProcessEnvironment &environment,
+std::optional<Launch> launch(const ShellCommand &shell, const QProcessEnvironment &environment,
                              const std::function<QString(const QString &)> &find)
 {
     QString program;
@@ -51,13 +50,9 @@ std::optional<Launch> launch(const std::optional<Runtime> &runtime, const QStrin
     if (program.isEmpty())
         return std::nullopt;
 
-    Launch l{program, runFlag(program), environment};
-    l.arguments << QStringLiteral("docker");
-    if (runtime && runtime->isSocket())
-        l.environment.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
-    else if (runtime)
-        l.arguments << QStringLiteral("--context") << runtime->name;
-    l.arguments << QStringLiteral("exec") << QStringLiteral("-it") << containerName << QStringLiteral("sh");
+    Launch l{program, runFlag(program) + shell.arguments, environment};
+    for (auto it = shell.environment.cbegin(); it != shell.environment.cend(); ++it)
+        l.environment.insert(it.key(), it.value());
     return l;
 }
 

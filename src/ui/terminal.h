@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime.h"
+#include "engine.h"
 
 #include <QProcessEnvironment>
 #include <QStringList>
@@ -25,9 +25,8 @@ struct Launch {
 // The emulators tried when $TERMINAL names none, in order.
 const QStringList &candidates();
 
-// How to start the emulator named program (a path or a name) running docker exec; the
-// found function answers whether a name is on the PATH. None when no emulator is found.
-std::optional<Launch> launch(const std::optional<Runtime> &runtime, const QString &containerName,
-                             const QProcessEnvironment &environment,
+// How to start the emulator named program (a path or a name) running the shell command;
+// the find function answers whether a name is on the PATH. None when no emulator is found.
+std::optional<Launch> launch(const ShellCommand &shell, const QProcessEnvironment &environment,
                              const std::function<QString(const QString &)> &find);
 }

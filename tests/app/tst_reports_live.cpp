@@ -1,3 +1,4 @@
+#include "cliengine.h"
 #include "planreport.h"
 #include "testsupport.h"
 
@@ -193,7 +194,7 @@ private slots:
     void planOfAnUnknownProject()
     {
         QString found;
-        for (const auto &p : Docker::group(Docker::containers()))
+        for (const auto &p : Docker::group(CliEngine().containers(std::nullopt)))
             found += (found.isEmpty() ? "" : ", ") + p.name;
         QVERIFY(!found.isEmpty());
         QCOMPARE(korvat({"--plan", "kt-no-such-project"}), "no project named kt-no-such-project. Found: " + found + "\n");

@@ -1,4 +1,6 @@
+#include "cliengine.h"
 #include "docker.h"
+#include "dockercli.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -12,6 +14,7 @@ using namespace TestSupport;
 class EngineLive : public QObject {
     Q_OBJECT
     QStringList m_containers, m_volumes, m_contexts;
+    const CliEngine e;
 
     QString startContainer(const QStringList &extra)
     {
@@ -43,7 +46,7 @@ private slots:
         const QString name = startContainer({"-l", "com.docker.compose.project.config_files=/a/x.yml,/a/y.yml",
                                              "-l", "tier=web", "-p", "127.0.0.1::80", "-v", volume + ":/data"});
 
-        const auto containers = Docker::containers();
+        const auto containers = e.containers({});
         const auto it = std::find_if(containers.cbegin(), containers.cend(), [&](const Container &c) { return c.name == name; });
         QVERIFY2(it != containers.cend(), "new container not listed");
         QCOMPARE(it->state, "running");
@@ -54,14 +57,60 @@ private slots:
         QVERIFY(!it->project());
         QVERIFY2(Docker::shortPorts(it->ports).endsWith(":80"), qPrintable(it->ports));
 
-        const auto images = Docker::images();
+        const auto images = e.images({});
         QVERIFY(std::any_of(images.cbegin(), images.cend(), [](const DockerImage &i) {
             return i.repository + ":" + i.tag == engineImage() && !i.id.isEmpty() && !i.size.isEmpty();
         }));
-        const auto volumes = Docker::volumes();
+        const auto volumes = e.volumes({});
         QVERIFY(std::any_of(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) {
             return v.name == volume && v.driver == "local" && v.mountpoint.endsWith("/_data");
         }));
+    }
+
+    // Every kind of action on real objects, each seen to take effect through the listings.
+    void actionsTakeEffect()
+    {
+        using Kind = EngineAction::Kind;
+        const QString name = startContainer({});
+        const auto state = [&] {
+            for (const auto &c : e.containers({}))
+                if (c.name == name)
+                    return c.state;
+            return QStringLiteral("gone");
+        };
+        const QList<std::pair<EngineAction, QString>> steps = {
+            {EngineAction::on(Kind::Pause, {name}), "paused"},   {EngineAction::on(Kind::Unpause, {name}), "running"},
+            {EngineAction::on(Kind::Stop, {name}), "exited"},    {EngineAction::on(Kind::Start, {name}), "running"},
+            {EngineAction::on(Kind::Restart, {name}), "running"}, {EngineAction::on(Kind::Remove, {name}), "gone"},
+        };
+        for (const auto &[action, expected] : steps) {
+            e.perform(action, {});
+            QCOMPARE(state(), expected);
+        }
+
+        const QString image = uniqueName("kt-commit-") + ":snap", volume = uniqueName("kt-v-");
+        e.perform(EngineAction::commit(startContainer({}), image), {});
+        const auto hasImage = [&] {
+            const auto images = e.images({});
+            return std::any_of(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.repository + ":" + i.tag == image; });
+        };
+        QVERIFY(hasImage());
+        e.perform(EngineAction::on(Kind::RemoveImage, {image}), {});
+        QVERIFY(!hasImage());
+        QCOMPARE(docker({"volume", "create", volume}).status, 0);
+        e.perform(EngineAction::on(Kind::RemoveVolume, {volume}), {});
+        QCOMPARE(docker({"volume", "inspect", volume}).status, 1);
+        e.perform(EngineAction::prune(Kind::PruneImages), {});
+        e.perform(EngineAction::prune(Kind::PruneVolumes), {});
+        // No registry answers here, so a pull fails with the engine's own words.
+        QVERIFY_THROWS_EXCEPTION(DockerError, e.perform(EngineAction::pull("korvat-test/nothing-here:1"), {}));
+
+        ComposeDir project(sleeperCompose());
+        e.perform(EngineAction::compose(Kind::ComposeUp, project.path()), {});
+        QCOMPARE(docker({"compose", "ps", "-q"}, project.path()).out.trimmed().count('\n'), 0);
+        QVERIFY(!docker({"compose", "ps", "-q"}, project.path()).out.trimmed().isEmpty());
+        e.perform(EngineAction::compose(Kind::ComposeDown, project.path()), {});
+        QVERIFY(docker({"compose", "ps", "-aq"}, project.path()).out.trimmed().isEmpty());
     }
 
     void runReportsTheCliError()
@@ -84,17 +133,17 @@ private slots:
     void composeChecks()
     {
         ComposeDir good(sleeperCompose());
-        QCOMPARE(Docker::checkCompose(good.path()), ComposeCheck::makeValid());
+        QCOMPARE(e.checkCompose(good.path()), ComposeCheck::makeValid());
 
         ComposeDir missing(sleeperCompose("db", "    environment:\n      A: ${KT_ROOT_PW}-${KT_PW}\n"), "OTHER=1\n");
-        QCOMPARE(Docker::checkCompose(missing.path()),
+        QCOMPARE(e.checkCompose(missing.path()),
                  ComposeCheck::makeValid("2 variables have no value: KT_ROOT_PW, KT_PW. compose substituted empty strings. Check the .env beside the compose file."));
 
         ComposeDir filled(sleeperCompose("db", "    environment:\n      A: ${KT_PW}\n"), "KT_PW=secret\n");
-        QCOMPARE(Docker::checkCompose(filled.path()), ComposeCheck::makeValid());
+        QCOMPARE(e.checkCompose(filled.path()), ComposeCheck::makeValid());
 
         ComposeDir bad(sleeperCompose("db", "    imagex: nope\n"), {}, "docker-compose.yml");
-        const auto check = Docker::checkCompose(bad.path());
+        const auto check = e.checkCompose(bad.path());
         QVERIFY(!check.valid);
         const auto direct = docker({"compose", "config", "-q"}, bad.path());
         QVERIFY(direct.status != 0);
@@ -102,23 +151,23 @@ private slots:
         QVERIFY2(check.message.contains("imagex"), qPrintable(check.message));
 
         QTemporaryDir empty;
-        QCOMPARE(Docker::checkCompose(empty.path()).message, Docker::missingComposeFileMessage(empty.path()));
+        QCOMPARE(e.checkCompose(empty.path()).message, Docker::missingComposeFileMessage(empty.path()));
     }
 
     void composeProjectReadsRealNames()
     {
         ComposeDir dir(sleeperCompose("web", "    volumes: [cache:/c, data:/d]\n  db:\n    image: x\nvolumes:\n  data:\n  cache:\n    name: shared-cache\n"));
-        const auto project = Docker::composeProject(dir.path());
+        const auto project = e.composeProject(dir.path());
         const QString expectedName = QFileInfo(dir.path()).fileName().toLower();
         QCOMPARE(project.name, expectedName);
         QCOMPARE(project.services, QStringList({"db", "web"}));
         QCOMPARE(project.volumes, QStringList({"shared-cache", expectedName + "_data"}));
 
         ComposeDir broken("services: [\n");
-        QVERIFY_THROWS_EXCEPTION(DockerError, Docker::composeProject(broken.path()));
+        QVERIFY_THROWS_EXCEPTION(DockerError, e.composeProject(broken.path()));
         QTemporaryDir none;
         try {
-            Docker::composeProject(none.path());
+            e.composeProject(none.path());
             QFAIL("no compose file, yet a project");
         } catch (const DockerError &e) {
             QCOMPARE(e.message(), Docker::missingComposeFileMessage(none.path()));
@@ -138,7 +187,7 @@ private slots:
         Docker::Launch launch;
         launch.appleSocketPath = link;
         Docker::setLaunch(launch);
-        auto listed = Docker::runtimes();
+        auto listed = e.runtimes();
         auto entry = [&](const QString &name) {
             const auto it = std::find_if(listed.list.cbegin(), listed.list.cend(), [&](const RuntimeEntry &e) { return e.runtime.name == name; });
             return it == listed.list.cend() ? RuntimeEntry{} : *it;
@@ -150,14 +199,14 @@ private slots:
         QCOMPARE(listed.current, Runtime::context(engineContext()));
 
         QVERIFY(QFile::link(engineSocket(), link));
-        listed = Docker::runtimes();
+        listed = e.runtimes();
         QCOMPARE(listed.list.last(), (RuntimeEntry{Docker::appleRuntime(), "unix://" + link, true}));
         // And the socket runtime really reaches the engine through DOCKER_HOST.
-        QCOMPARE(Docker::containers(Docker::appleRuntime()).size(), Docker::containers().size());
+        QCOMPARE(e.containers(Docker::appleRuntime()).size(), e.containers({}).size());
 
         launch.appleSocketPath = engineSocket();
         Docker::setLaunch(launch);
-        listed = Docker::runtimes();
+        listed = e.runtimes();
         QCOMPARE(entry("apple-container"), RuntimeEntry{});
 
         // Rootless Docker and Podman sockets under the user's runtime directory: reachable rows
@@ -169,24 +218,24 @@ private slots:
         qputenv("XDG_RUNTIME_DIR", runDir.toUtf8());
         Docker::setLaunch(Docker::Launch{});
         qunsetenv("XDG_RUNTIME_DIR");
-        listed = Docker::runtimes();
+        listed = e.runtimes();
         const RuntimeEntry rootless = entry("docker-rootless"), podman = entry("podman");
         QCOMPARE(rootless, (RuntimeEntry{Runtime::socket("docker-rootless", runDir + "/docker.sock"), "unix://" + runDir + "/docker.sock", true}));
         QCOMPARE(podman, (RuntimeEntry{Runtime::socket("podman", runDir + "/podman/podman.sock"), "unix://" + runDir + "/podman/podman.sock", true}));
-        QCOMPARE(Docker::containers(rootless.runtime).size(), Docker::containers().size());
-        QCOMPARE(Docker::containers(podman.runtime).size(), Docker::containers().size());
+        QCOMPARE(e.containers(rootless.runtime).size(), e.containers({}).size());
+        QCOMPARE(e.containers(podman.runtime).size(), e.containers({}).size());
         Docker::setLaunch({});
     }
 
     void contextRuntimeIsPassedToTheCli()
     {
         try {
-            Docker::containers(Runtime::context("kt-no-such-context"));
+            e.containers(Runtime::context("kt-no-such-context"));
             QFAIL("unknown context accepted");
         } catch (const DockerError &e) {
             QVERIFY2(e.message().contains("kt-no-such-context"), qPrintable(e.message()));
         }
-        QCOMPARE(Docker::volumes(Runtime::context(engineContext())), Docker::volumes());
+        QCOMPARE(e.volumes(Runtime::context(engineContext())), e.volumes({}));
     }
 };
 

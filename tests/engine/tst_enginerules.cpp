@@ -1,3 +1,5 @@
+#include "cliengine.h"
+#include "dockercli.h"
 #include "docker.h"
 #include "testsupport.h"
 
@@ -235,7 +237,7 @@ private slots:
     void composeConfig()
     {
         const auto project = Docker::parseComposeConfig(fixture("compose-config.json"), "/srv/cp1");
-        QCOMPARE(project, (Docker::ResolvedProject{"cp1", {"web"}, {"cp1_data"}}));
+        QCOMPARE(project, (ResolvedProject{"cp1", {"web"}, {"cp1_data"}}));
         const auto keyed = Docker::parseComposeConfig(
             R"({"name":"p","services":{"z":{},"B":{},"a":{}},"volumes":{"k":{},"n":{"name":"p_n"}}})", "/d");
         QCOMPARE(keyed.services, QStringList({"B", "a", "z"}));
@@ -258,7 +260,7 @@ private slots:
         QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("docker-compose.yml"));
         writeFile(dir.filePath("compose.yaml"), "services: {}\n");
         QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("compose.yaml"));
-        QCOMPARE(Docker::checkCompose("/nope/missing"),
+        QCOMPARE(CliEngine().checkCompose("/nope/missing"),
                  ComposeCheck::makeInvalid("No compose file in /nope/missing — looked for compose.yaml, compose.yml, docker-compose.yaml, docker-compose.yml."));
     }
 
@@ -381,6 +383,41 @@ private slots:
         QCOMPARE(Docker::runtimeNamed("apple-container"),
                  Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"));
         QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
+    }
+
+    void actionArguments_data()
+    {
+        using Kind = EngineAction::Kind;
+        QTest::addColumn<EngineAction>("action");
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("start") << EngineAction::on(Kind::Start, {"a", "b"}) << QStringList{"start", "a", "b"};
+        QTest::newRow("stop") << EngineAction::on(Kind::Stop, {"a"}) << QStringList{"stop", "a"};
+        QTest::newRow("restart") << EngineAction::on(Kind::Restart, {"a"}) << QStringList{"restart", "a"};
+        QTest::newRow("pause") << EngineAction::on(Kind::Pause, {"a"}) << QStringList{"pause", "a"};
+        QTest::newRow("unpause") << EngineAction::on(Kind::Unpause, {"a"}) << QStringList{"unpause", "a"};
+        QTest::newRow("remove, forced") << EngineAction::on(Kind::Remove, {"a", "b"}) << QStringList{"rm", "-f", "a", "b"};
+        QTest::newRow("commit") << EngineAction::commit("a", "me/img:1") << QStringList{"commit", "a", "me/img:1"};
+        QTest::newRow("pull") << EngineAction::pull("nginx:1") << QStringList{"pull", "nginx:1"};
+        QTest::newRow("rmi") << EngineAction::on(Kind::RemoveImage, {"i"}) << QStringList{"rmi", "i"};
+        QTest::newRow("image prune") << EngineAction::prune(Kind::PruneImages) << QStringList{"image", "prune", "-f"};
+        QTest::newRow("volume rm") << EngineAction::on(Kind::RemoveVolume, {"v", "w"}) << QStringList{"volume", "rm", "v", "w"};
+        QTest::newRow("volume prune") << EngineAction::prune(Kind::PruneVolumes) << QStringList{"volume", "prune", "-f"};
+        QTest::newRow("up") << EngineAction::compose(Kind::ComposeUp, "/p") << QStringList{"compose", "up", "-d"};
+        QTest::newRow("down") << EngineAction::compose(Kind::ComposeDown, "/p") << QStringList{"compose", "down"};
+    }
+    void actionArguments()
+    {
+        QFETCH(EngineAction, action);
+        QTEST(CliEngine::arguments(action), "args");
+    }
+
+    void logArguments()
+    {
+        const Container c{"abc123", "web-1", "nginx", "running", "Up", "", {}};
+        QCOMPARE(CliEngine::logArguments(LogSource::container(c)), QStringList({"logs", "-f", "--tail", "300", "abc123"}));
+        QCOMPARE(CliEngine::logArguments(LogSource::project({"shop", "/srv/shop", {}, 2})),
+                 QStringList({"compose", "logs", "-f", "--tail", "300"}));
+        QCOMPARE(LogSource::project({"shop", "/srv/shop", {}, 2}).workingDir(), "/srv/shop");
     }
 };
 

@@ -1,4 +1,6 @@
+#include "cliengine.h"
 #include "docker.h"
+#include "dockercli.h"
 #include "testsupport.h"
 
 #include <QProcess>
@@ -95,15 +97,16 @@ private slots:
         const QString out = m_dir.filePath("ps.out");
         useLauncher("cat " + out.toUtf8());
         writeFile(out, "{\"ID\":\"a\",\"Names\":\"one\",\"State\":\"running\"}\n");
-        const auto first = Docker::containers();
+        const CliEngine engine;
+        const auto first = engine.containers(std::nullopt);
         QCOMPARE(first.size(), 1);
-        QCOMPARE(Docker::containers(), first);
+        QCOMPARE(engine.containers(std::nullopt), first);
         writeFile(out, "{\"ID\":\"a\",\"Names\":\"one\",\"State\":\"exited\"}\n");
-        QCOMPARE(Docker::containers().first().state, "exited");
+        QCOMPARE(engine.containers(std::nullopt).first().state, "exited");
         writeFile(out, "");
-        QVERIFY(Docker::containers().isEmpty());
+        QVERIFY(engine.containers(std::nullopt).isEmpty());
         writeFile(out, "\xff\n");   // not UTF-8: decodes to nothing, never to the old list
-        QVERIFY(Docker::containers().isEmpty());
+        QVERIFY(engine.containers(std::nullopt).isEmpty());
     }
 
     void launcherThatCannotStart()
@@ -116,7 +119,7 @@ private slots:
         QVERIFY(r.out.isEmpty());
         QVERIFY2(!r.err.isEmpty(), "launch failure needs a description");
         try {
-            Docker::containers();
+            CliEngine().containers(std::nullopt);
             QFAIL("containers() did not fail");
         } catch (const DockerError &e) {
             QCOMPARE(e.message(), r.err);

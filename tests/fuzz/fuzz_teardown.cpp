@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     ComposeProject project{QStringLiteral("app"), std::nullopt, {}, 0};
     if (!all.isEmpty())
         project.containers.append(all.first());
-    const auto plan = Docker::plan(project, all, mounts, {{}, {}, labels}, {});
+    const auto plan = Teardown::plan(project, all, mounts, {{}, {}, labels}, {});
     for (const auto &v : plan.removable()) {
         for (qsizetype i = 1; i < all.size(); ++i)
             FUZZ_PROMISE(!mounts.value(all[i].name).contains(v.name));

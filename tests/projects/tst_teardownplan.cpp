@@ -1,3 +1,5 @@
+#include "cliengine.h"
+#include "volumesize.h"
 #include "teardownplan.h"
 #include "testsupport.h"
 #include "volumesize.h"
@@ -50,7 +52,7 @@ private slots:
                               {"batch", {"shared"}},
                               {"portainer", {"loose-shared"}}};
         const VolumeOwnership ownership{{"declared"}, {"ext"}, {{"own", {{Labels::project, "app"}}}}};
-        const auto plan = Docker::plan(app, all, mounts, ownership, {{"own", "113 MB"}, {"unrelated", "1 GB"}});
+        const auto plan = Teardown::plan(app, all, mounts, ownership, {{"own", "113 MB"}, {"unrelated", "1 GB"}});
         QCOMPARE(plan.project, "app");
         QCOMPARE(plan.containers, QStringList({"app-db-1", "app-web-1"}));
         QCOMPARE(names(plan.volumes), QStringList({"declared", "ext", "loose-shared", "own", "shared"}));
@@ -93,7 +95,7 @@ private slots:
             owner.external << volume;
         if (label != "-")
             owner.labels.insert(volume, {{Labels::project, label}});
-        QTEST(Docker::notOwnedReason(volume, "app", owner), "reason");
+        QTEST(Teardown::notOwnedReason(volume, "app", owner), "reason");
     }
 
     void volumeLabelsParsed()
@@ -110,11 +112,11 @@ private slots:
     {
         QTemporaryDir dir;
         ComposeProject project{"p", dir.path(), {}, 0};
-        QCOMPARE(Docker::plan(project, {}, {}, {}, {}).workingDir, dir.path());
+        QCOMPARE(Teardown::plan(project, {}, {}, {}, {}).workingDir, dir.path());
         project.workingDir = "/nope/gone";
-        QCOMPARE(Docker::plan(project, {}, {}, {}, {}).workingDir, std::nullopt);
+        QCOMPARE(Teardown::plan(project, {}, {}, {}, {}).workingDir, std::nullopt);
         project.workingDir.reset();
-        const auto empty = Docker::plan(project, {}, {}, {}, {});
+        const auto empty = Teardown::plan(project, {}, {}, {}, {});
         QVERIFY(empty.containers.isEmpty() && empty.volumes.isEmpty() && !empty.workingDir);
     }
 
@@ -130,7 +132,7 @@ private slots:
         QCOMPARE(VolumeSize::allocatedBytes("/nope/gone"), std::nullopt);
 
         const QList<DockerVolume> volumes{{"data", "local", dir.path()}, {"gone", "local", "/nope/gone"}, {"other", "local", dir.path()}};
-        const auto sizes = Teardown::volumeSizes(volumes, {"data", "gone"});
+        const auto sizes = Teardown::volumeSizes(CliEngine(), volumes, {"data", "gone"});
         QCOMPARE(sizes.keys(), QStringList({"data"}));
         QCOMPARE(sizes.value("data"), VolumeSize::format(*bytes));
     }

@@ -1,4 +1,5 @@
 #include "appstore.h"
+#include "cliengine.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -13,7 +14,8 @@
 
 using namespace TestSupport;
 
-// AppStore against the private engine with a real event loop, on objects each case makes.
+// AppStore on the private engine, for what only a real one shows: its event stream, and
+// the plan and deletion of real compose projects.
 class AppStoreLive : public QObject {
     Q_OBJECT
     QTemporaryDir m_tmp;
@@ -27,7 +29,7 @@ class AppStoreLive : public QObject {
     // A store on the test engine's context, lists loaded.
     std::unique_ptr<AppStore> store(QSettings *s, PollTiming timing = {})
     {
-        auto st = std::make_unique<AppStore>(s, timing);
+        auto st = std::make_unique<AppStore>(s, std::make_shared<CliEngine>(), timing);
         QCoro::waitFor(st->loadContexts());
         return st;
     }
@@ -87,19 +89,6 @@ class AppStoreLive : public QObject {
         sh.start("sh", {"-c", script});
         return sh.waitForFinished(120000) && sh.exitCode() == 0;
     }
-    // A coroutine of its own, not a lambda: a lambda's captures die with the temporary
-    // closure while its coroutine still runs.
-    static QCoro::Task<> awaitRefresh(AppStore *st, bool *resumed, QList<Container> *seen)
-    {
-        co_await st->refresh();
-        *resumed = true;
-        *seen = st->containers();
-    }
-    static bool settle(AppStore &st, const std::function<bool()> &done)
-    {
-        return QTest::qWaitFor([&] { return !st.busy() && done(); }, 30000);
-    }
-
 private slots:
     void initTestCase() { REQUIRE_ENGINE(); }
     // Each case leaves the engine as quiet as it found it: running containers' status text
@@ -124,264 +113,10 @@ private slots:
             docker(QStringList{"volume", "rm", "-f"} + m_volumes);
     }
 
-    void loadsTheDefaultRuntimeWithoutNotice()
-    {
-        auto s = settings();
-        auto st = store(s.get());
-        QCOMPARE(st->runtime(), Runtime::context(engineContext()));
-        QCOMPARE(st->notice(), std::nullopt);
-        QCOMPARE(st->error(), std::nullopt);
-        QVERIFY(!st->images().isEmpty());
-    }
-
-    void containerActions()
-    {
-        auto s = settings();
-        auto st = store(s.get());
-        const QString name = run();
-        QCoro::waitFor(st->refresh());
-        auto c = find(*st, name);
-        QVERIFY(c && c->state == "running");
-
-        QSignalSpy busy(st.get(), &AppStore::busyChanged);
-        st->pause(*c);
-        QVERIFY(st->busy());
-        QVERIFY(settle(*st, [&] { return find(*st, name)->state == "paused"; }));
-        QCOMPARE(busy.size(), 2);
-        QCOMPARE(find(*st, name)->actionLabel(), "Resume");
-        st->unpause(*c);
-        QVERIFY(settle(*st, [&] { return find(*st, name)->state == "running"; }));
-
-        const QString image = uniqueName("kt-commit-") + ":snap";
-        m_images << image;
-        st->commit(*c, "  \t ");   // nothing to run
-        QVERIFY(!st->busy());
-        st->commit(*c, " \t" + image + " ");
-        QVERIFY(settle(*st, [&] {
-            return std::any_of(st->images().cbegin(), st->images().cend(), [&](const DockerImage &i) { return i.repository + ":" + i.tag == image; });
-        }));
-
-        st->remove(*c);   // running, yet removed: the force flag is always given
-        QVERIFY(settle(*st, [&] { return !find(*st, name); }));
-        QCOMPARE(st->error(), std::nullopt);
-    }
-
-    void failingActionsShowTheCliText()
-    {
-        auto s = settings();
-        auto st = store(s.get());
-        const QString name = run();
-        QCoro::waitFor(st->refresh());
-        const Container c = *find(*st, name);
-        QCOMPARE(docker({"rm", "-f", name}).status, 0);
-
-        st->start(c);   // the container is gone
-        QVERIFY(settle(*st, [&] { return st->error().has_value() && !find(*st, name); }));
-        const QString expected = docker({"start", c.id}).err.trimmed();
-        QCOMPARE(*st->error(), expected);   // and the refresh after it did not clear it
-        QCoro::waitFor(st->refresh());
-        QCOMPARE(st->error(), expected);
-
-        st->pull("korvat-test/nothing-here:1");
-        QVERIFY(settle(*st, [&] { return st->error() != expected; }));
-        QVERIFY2(st->error() && !st->error()->isEmpty(), "a pull without a registry must fail");
-
-        const QString other = run();
-        QCoro::waitFor(st->refresh());
-        st->stop(*find(*st, other));
-        QVERIFY(settle(*st, [&] { return !st->error() && find(*st, other)->state == "exited"; }));
-    }
-
-    void upChecksComposeFirst()
-    {
-        auto s = settings();
-        auto st = store(s.get());
-        const QString warned = composeDir(sleeperCompose("web", "    environment:\n      X: ${KT_UNSET_VAR}\n"));
-        const QString name = QFileInfo(warned).fileName();
-        ComposeProject p{name, warned, {}, 0};
-        QCoro::waitFor(st->up(p));
-        QCOMPARE(st->notice(), "KT_UNSET_VAR has no value; compose substituted an empty string. Check the .env beside the compose file.");
-        QCOMPARE(st->error(), std::nullopt);
-        QVERIFY(project(*st, name) && project(*st, name)->runningCount() == 1);
-
-        const QString broken = composeDir(sleeperCompose("web", "    imagex: nope\n"));
-        QCoro::waitFor(st->up({QFileInfo(broken).fileName(), broken, {}, 0}));
-        QCOMPARE(st->error(), docker({"compose", "config", "-q"}, broken).err.trimmed());
-        QVERIFY(!st->busy());
-        QCOMPARE(docker({"compose", "ps", "-aq"}, broken).out.trimmed(), QString());   // nothing ran
-
-        // The project stays listed after down, through the registry.
-        st->down(*project(*st, name));
-        QVERIFY(settle(*st, [&] { return project(*st, name) && project(*st, name)->containers.isEmpty(); }));
-        QCOMPARE(project(*st, name)->workingDir, warned);
-        QCOMPARE(project(*st, name)->serviceCount, 1);
-        QVERIFY(ProjectRegistry::load(*s).knows(name, engineContext()));
-
-        // A vanished directory: up and down do nothing.
-        QVERIFY(QDir(warned).removeRecursively());
-        QSignalSpy busy(st.get(), &AppStore::busyChanged);
-        QCoro::waitFor(st->up(*project(*st, name)));
-        st->down(*project(*st, name));
-        QCOMPARE(busy.size(), 0);
-
-        st->forget(*project(*st, name));
-        QVERIFY(!project(*st, name));
-    }
-
-    void addAndRelocate()
-    {
-        auto s = settings();
-        AppStore bare(s.get());
-        const QString dir = composeDir(sleeperCompose("web") + "  db:\n    image: " + engineImage().toUtf8() + "\n");
-        QCOMPARE(QCoro::waitFor(bare.addProject(dir)), "Choose a runtime first.");
-        QCOMPARE(bare.registry(), ProjectRegistry{});
-
-        auto st = store(s.get());
-        const QString name = QFileInfo(dir).fileName();
-        QCOMPARE(QCoro::waitFor(st->addProject(dir)), std::nullopt);
-        QCOMPARE(st->registry().projects(engineContext()), (QList<KnownProject>{{name, dir, {"db", "web"}}}));
-        QVERIFY(project(*st, name));
-
-        QTemporaryDir empty;
-        QCOMPARE(QCoro::waitFor(st->addProject(empty.path())), Docker::missingComposeFileMessage(empty.path()));
-
-        const QString other = composeDir(sleeperCompose());
-        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, name), other)),
-                 "That directory is compose project “" + QFileInfo(other).fileName() + "”, not “" + name
-                     + "”. Up there would create a different project — add it as its own project instead.");
-        QCOMPARE(project(*st, name)->workingDir, dir);
-
-        // The same project in a new place is accepted.
-        const QString moved = m_tmp.filePath("moved/" + name);
-        QVERIFY(QDir().mkpath(moved));
-        QVERIFY(QFile::copy(dir + "/compose.yaml", moved + "/compose.yaml"));
-        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, name), moved)), std::nullopt);
-        QCOMPARE(project(*st, name)->workingDir, moved);
-    }
-
-    void handsOverWhenTheSocketGoesAway()
-    {
-        // A second way into the engine: a socket path that can vanish.
-        const QString link = m_tmp.filePath("apple.sock");
-        QVERIFY(QFile::link(engineSocket(), link));
-        Docker::Launch launch;
-        launch.appleSocketPath = link;
-        Docker::setLaunch(launch);
-
-        auto s = settings();
-        auto st = store(s.get());
-        QCOMPARE(st->runtimes().last().runtime, Docker::appleRuntime());
-        st->select(Docker::appleRuntime());
-        QVERIFY(st->containers().isEmpty());   // emptied at once
-        QVERIFY(QTest::qWaitFor([&] { return !st->images().isEmpty(); }, 20000));
-
-        QVERIFY(QFile::remove(link));
-        QCoro::waitFor(st->refresh());
-        const auto firstReachable = std::find_if(st->runtimes().cbegin(), st->runtimes().cend(), [](const RuntimeEntry &e) { return e.reachable; });
-        QVERIFY(firstReachable != st->runtimes().cend());
-        QCOMPARE(st->runtime(), firstReachable->runtime);
-        QCOMPARE(st->notice(), "apple-container is not answering — switched to " + firstReachable->runtime.name + ".");
-        QCOMPARE(st->error(), std::nullopt);
-        QVERIFY(!st->images().isEmpty());   // refreshed once more, from the new runtime
-        Docker::setLaunch({});
-    }
-
-    void withoutAnAlternativeTheErrorShowsAndListsStay()
-    {
-        const QString link = m_tmp.filePath("only.sock");
-        QVERIFY(QFile::link(engineSocket(), link));
-        Docker::Launch launch;
-        launch.appleSocketPath = link;
-        Docker::setLaunch(launch);
-        // Every context unreachable: a private configuration whose default points nowhere.
-        QTemporaryDir config;
-        const QByteArray savedConfig = qgetenv("DOCKER_CONFIG");
-        qputenv("DOCKER_CONFIG", config.path().toUtf8());
-        qputenv("DOCKER_HOST", "unix:///nope/kt-default.sock");
-
-        auto s = settings();
-        auto st = store(s.get());
-        QCOMPARE(st->runtime(), Docker::appleRuntime());
-        QVERIFY(!st->images().isEmpty());
-        const auto images = st->images();
-        QVERIFY(QFile::remove(link));
-        QCoro::waitFor(st->refresh());
-        QCOMPARE(st->runtime(), Docker::appleRuntime());
-        QCOMPARE(st->notice(), std::nullopt);
-        QVERIFY2(st->error() && st->error()->contains(link), qPrintable(st->errorText()));
-        QCOMPARE(st->images(), images);
-        QVERIFY(!st->runtimes().last().reachable);
-
-        qputenv("DOCKER_CONFIG", savedConfig);
-        qunsetenv("DOCKER_HOST");
-        Docker::setLaunch({});
-    }
-
-    void quietPollsChangeNothing()
-    {
-        // Created containers keep a status text that does not tick like "Up 3 seconds".
-        const QString dir = composeDir(sleeperCompose());
-        QCOMPARE(docker({"compose", "create"}, dir).status, 0);
-        auto s = settings();
-        auto st = std::make_unique<AppStore>(s.get(), PollTiming{std::chrono::milliseconds(40), std::chrono::milliseconds(40)});
-        st->start();
-        QVERIFY(QTest::qWaitFor([&] { return project(*st, QFileInfo(dir).fileName()).has_value(); }, 20000));
-        QTest::qWait(200);
-        s->sync();
-        const QFileInfo file(s->fileName());
-        const QDateTime written = file.lastModified();
-        QVERIFY(ProjectRegistry::load(*s).knows(QFileInfo(dir).fileName(), engineContext()));
-
-        std::vector<std::unique_ptr<QSignalSpy>> spies;
-        for (const auto signal : {&AppStore::runtimesChanged, &AppStore::runtimeChanged, &AppStore::containersChanged, &AppStore::imagesChanged,
-                                  &AppStore::volumesChanged, &AppStore::errorChanged, &AppStore::noticeChanged, &AppStore::busyChanged,
-                                  &AppStore::registryChanged, &AppStore::projectsChanged, &AppStore::staleChanged})
-            spies.push_back(std::make_unique<QSignalSpy>(st.get(), signal));
-        QTest::qWait(600);   // about fifteen polls
-        for (const auto &spy : spies)
-            QVERIFY2(spy->isEmpty(), spy->signal().constData());
-        s->sync();
-        QCOMPARE(QFileInfo(s->fileName()).lastModified(), written);
-
-        // Destroying the store mid-poll is harmless.
-        st.reset();
-        QTest::qWait(300);
-    }
-
-    void pollIntervalFollowsTheWindow()
-    {
-        // Count the listings the store asks for through a launcher that notes each call.
-        const QString log = m_tmp.filePath("calls.log");
-        Docker::Launch launch;
-        launch.launcher = writeExecutable(m_tmp.filePath("counting-env"), "#!/bin/sh\necho \"$*\" >> " + log.toUtf8() + "\nexec /usr/bin/env \"$@\"\n");
-        Docker::setLaunch(launch);
-        const auto polls = [&] {
-            QFile f(log);
-            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()).count("ps -a --format json") : 0;
-        };
-        auto s = settings();
-        AppStore st(s.get(), PollTiming{std::chrono::milliseconds(50), std::chrono::milliseconds(60000)});
-        st.start();
-        st.start();   // still one loop
-        QVERIFY(QTest::qWaitFor([&] { return polls() >= 1 && !st.images().isEmpty(); }, 20000));
-        QTest::qWait(500);
-        const int hidden = polls();
-        QVERIFY2(hidden <= 2, qPrintable(QString::number(hidden)));   // the first, perhaps one in flight
-        // Showing the window cuts the long wait short, and the short interval follows.
-        st.setWindowVisible(true);
-        QVERIFY(QTest::qWaitFor([&] { return polls() >= hidden + 5; }, 20000));
-        st.setWindowVisible(false);
-        QTest::qWait(300);
-        const int hiddenAgain = polls();
-        QTest::qWait(500);
-        QVERIFY(polls() <= hiddenAgain + 1);
-        Docker::setLaunch({});
-    }
-
     void eventsDriveTheLists()
     {
         auto s = settings();
-        AppStore st(s.get(), eventsOnly());
+        AppStore st(s.get(), std::make_shared<CliEngine>(), eventsOnly());
         st.start();
         QVERIFY(QTest::qWaitFor([&] { return st.events().childPid() > 0 && !st.images().isEmpty(); }, 20000));
         const qint64 contextChild = st.events().childPid();
@@ -428,62 +163,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(st.events().childPid() > 0 && st.events().nextRetry() == st.timing().events.firstRetry, 30000);
         QCOMPARE(docker(QStringList{"create", "--name", late, engineImage()} + sleeper()).status, 0);
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), 2000);
-    }
-
-    void aHungEngineNeitherBlocksNorPilesUp()
-    {
-        // A client whose "ps" hangs until the test lets it answer.
-        const QString log = m_tmp.filePath("hung.log"), hang = m_tmp.filePath("hang");
-        writeFile(hang, "");
-        Docker::Launch launch;
-        launch.launcher = writeExecutable(m_tmp.filePath("hung-env"),
-            "#!/bin/sh\necho \"$*\" >> " + log.toUtf8() + "\ncase \"$*\" in\n"
-            "  *' ps '*) while [ -e " + hang.toUtf8() + " ]; do sleep 0.05; done\n"
-            "    echo '{\"ID\":\"c1\",\"Names\":\"answered\",\"State\":\"running\",\"Status\":\"Up\"}' ;;\n"
-            "esac\nexit 0\n");
-        Docker::setLaunch(launch);
-        const auto listings = [&] {
-            QFile f(log);
-            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()).count(" ps -a ") : 0;
-        };
-        PollTiming timing = eventsOnly();
-        timing.staleAfter = std::chrono::milliseconds(300);
-        timing.clock = [] { return QDateTime(QDate(2026, 11, 22), QTime(14, 5)); };
-        auto s = settings();
-        AppStore st(s.get(), timing);
-
-        QElapsedTimer sinceTick;
-        qint64 longestGap = 0;
-        QTimer ticker;
-        QObject::connect(&ticker, &QTimer::timeout, [&] {
-            longestGap = std::max(longestGap, sinceTick.restart());
-        });
-        sinceTick.start();
-        ticker.start(20);
-
-        st.select(Runtime::context("hung"));
-        bool resumed = false;
-        QList<Container> seenByWaiter;
-        auto waiter = awaitRefresh(&st, &resumed, &seenByWaiter);
-        for (int i = 0; i < 5; ++i)
-            st.refresh();
-        QTRY_VERIFY(st.stale());
-        QCOMPARE(st.waitingSince(), timing.clock());
-        QVERIFY(!st.listedAt().isValid());
-        QTest::qWait(200);
-        QCOMPARE(listings(), 1);
-        QVERIFY(!resumed);
-
-        QFile::remove(hang);
-        QTRY_VERIFY(resumed);
-        QVERIFY(!st.stale());
-        QCOMPARE(st.listedAt(), timing.clock());
-        QCOMPARE(listings(), 2);   // the one that hung, and exactly one after it
-        QCOMPARE(seenByWaiter.size(), 1);
-        QTest::qWait(200);
-        QCOMPARE(listings(), 2);
-        QVERIFY2(longestGap < 1000, qPrintable(QString::number(longestGap)));
-        Docker::setLaunch({});
     }
 
     void deletingAProject()
@@ -564,26 +243,6 @@ private slots:
         QCOMPARE(docker({"volume", "inspect", shared}).status, 0);
     }
 
-    void deletionFailuresInStepOrder()
-    {
-        auto s = settings();
-        auto st = store(s.get());
-        const QString dir = composeDir(sleeperCompose("web", "    imagex: broken\n"));
-        const TeardownPlan plan{"kt-gone", {}, {{"kt-no-such-volume", {}, std::nullopt}, {"kept-one", {"x"}, std::nullopt}}, dir};
-        QCoro::waitFor(st->deleteProject(plan, false));
-        const QString composeError = docker({"compose", "down"}, dir).err.trimmed();
-        const QString volumeError = docker({"volume", "rm", "kt-no-such-volume"}).err.trimmed();
-        QVERIFY(!composeError.isEmpty() && !volumeError.isEmpty());
-        QCOMPARE(st->error(), composeError + "\n" + volumeError);
-        QVERIFY(QFileInfo::exists(dir));   // not trashed when not asked
-
-        // A directory that vanished after planning: containers go by name, the trash step reports.
-        const QString name = run();
-        const TeardownPlan vanished{"kt-vanished", {name}, {}, m_tmp.filePath("vanished")};
-        QCoro::waitFor(st->deleteProject(vanished, true));
-        QCOMPARE(st->error(), "Could not move " + m_tmp.filePath("vanished") + " to the trash: it no longer exists.");
-        QCOMPARE(docker({"container", "inspect", name}).status, 1);
-    }
 };
 
 QTEST_GUILESS_MAIN(AppStoreLive)

@@ -2,6 +2,8 @@
 #include "appstore.h"
 #include "settingscontroller.h"
 #include "toolchainstore.h"
+#include "cliengine.h"
+#include "storesupport.h"
 #include "testsupport.h"
 
 #include <QClipboard>
@@ -49,6 +51,12 @@ private:
 
 // The desktop services behind the rows' and cards' menus, with real stand-ins: a terminal
 // emulator that records its arguments, a file manager on the bus, the clipboard.
+// The sample state in memory, with the real way into a container's shell.
+class ShellFake : public FakeEngine {
+public:
+    ShellCommand shell(const QString &name, const OptRuntime &runtime) const override { return CliEngine().shell(name, runtime); }
+};
+
 class TestActions : public QObject {
     Q_OBJECT
 
@@ -71,18 +79,21 @@ private:
 void TestActions::init()
 {
     m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
-    m_store = std::make_unique<AppStore>(m_settings.get());
+    auto engine = std::make_shared<ShellFake>();
+    const Runtime podman = Runtime::socket(QStringLiteral("podman"), QStringLiteral("/run/user/1000/podman/podman.sock"));
+    engine->setRuntimes({{{podman, QStringLiteral("unix://") + podman.path, true}}, podman});
+    m_store = std::make_unique<AppStore>(m_settings.get(), engine, TestSupport::quietTiming());
     m_actions = std::make_unique<Actions>(m_store.get());
     m_project = m_dir.filePath(QStringLiteral("shop"));
     QDir().mkpath(m_project);
-    StorePreview state;
-    state.runtime = Runtime::socket(QStringLiteral("podman"), QStringLiteral("/run/user/1000/podman/podman.sock"));
+    FakeEngine::Holdings state;
     Container web{QStringLiteral("3f1a9c2e7b11"), QStringLiteral("web-1"), QStringLiteral("nginx"), QStringLiteral("running"),
                   QStringLiteral("Up"), QString(), {}};
     web.labels.insert(QString::fromLatin1(Labels::project), QStringLiteral("shop"));
     web.labels.insert(QString::fromLatin1(Labels::workingDir), m_project);
     state.containers = {web};
-    m_store->preview(state);
+    engine->setHoldings(state);
+    QCoro::waitFor(m_store->loadContexts());
 }
 
 void TestActions::terminalGetsAnArgumentVector()

@@ -1,6 +1,7 @@
 #include "appstore.h"
 #include "desktop.h"
 #include "sampledata.h"
+#include "storesupport.h"
 #include "shell.h"
 
 #include <QAccessible>
@@ -57,6 +58,8 @@ private:
 
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_settings;
+    std::shared_ptr<FakeEngine> m_engine;
+    std::shared_ptr<qint64> m_clockShift = std::make_shared<qint64>(0);
     std::unique_ptr<Desktop::Session> m_session;
     AppStore *m_store = nullptr;
     Shell *m_shell = nullptr;
@@ -73,12 +76,15 @@ void TestMainWindow::init()
     m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     m_settings->clear();
     m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false);
+    m_engine = SampleData::engine(m_dir.filePath(QStringLiteral("code")));
+    PollTiming timing = TestSupport::quietTiming();
+    timing.staleAfter = std::chrono::milliseconds(50);
+    timing.clock = [shift = m_clockShift] { return QDateTime::currentDateTime().addSecs(*shift); };
+    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false, m_engine, timing);
     m_store = &m_session->store();
     m_shell = &m_session->shell();
-    StorePreview sample = SampleData::store();
-    sample.error = QStringLiteral("Error response from daemon: boom");
-    m_store->preview(sample);
+    QCoro::waitFor(m_store->loadContexts());
+    m_store->reportError(QStringLiteral("Error response from daemon: boom"));
     m_window = m_session->window();
     QVERIFY(m_window);
     m_window->show();
@@ -204,18 +210,19 @@ void TestMainWindow::staleLineComesAndGoes()
     for (QQuickItem *line : lines())
         QVERIFY(line && !line->isVisible());
 
-    StorePreview state = SampleData::store();
-    state.waitingSince = QDateTime::currentDateTime().addSecs(-12);
-    state.listedAt = QDateTime(QDate(2026, 11, 22), QTime(14, 5));
-    m_store->preview(state);
+    m_engine->hold(FakeEngine::Call::Listing);
+    *m_clockShift = 0;
+    m_store->refresh();
+    *m_clockShift = 12;
+    QTRY_VERIFY(m_store->stale());
     QVERIFY(m_shell->staleText().startsWith("Engine has not answered for 12 s — showing what it listed at "));
     for (QQuickItem *line : lines())
         QVERIFY(line->property("text").toString() == m_shell->staleText() && line->isVisible());
     const QString first = m_shell->staleText();
     QTRY_VERIFY_WITH_TIMEOUT(m_shell->staleText() != first && !m_shell->staleText().startsWith("Engine has not answered for 12 s"), 3000);
 
-    m_store->preview(SampleData::store());
-    QVERIFY(m_shell->staleText().isEmpty());
+    m_engine->release(FakeEngine::Call::Listing);
+    QTRY_VERIFY(m_shell->staleText().isEmpty());
     for (QQuickItem *line : lines())
         QVERIFY(!line->isVisible());
 }

@@ -1,4 +1,5 @@
 #include "appstore.h"
+#include "storesupport.h"
 #include "containermodel.h"
 #include "projectmodel.h"
 #include "shell.h"
@@ -158,17 +159,17 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
 {
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
-    AppStore store(&settings);
+    auto engine = std::make_shared<FakeEngine>();
+    AppStore store(&settings, engine, TestSupport::quietTiming());
     ToolchainStore toolchain(&settings);
     Shell shell(&store, &toolchain, &settings);
 
-    StorePreview state;
-    state.runtimes = {{Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///x.sock"), true}};
-    state.runtime = Runtime::context(QStringLiteral("default"));
+    FakeEngine::Holdings state;
     state.containers = {row("a", "running", "shop"), row("b", "exited", "shop"), row("c")};
     state.images = {{QStringLiteral("i1"), QStringLiteral("busybox"), QStringLiteral("1"), QStringLiteral("4MB")}};
     state.volumes = {{QStringLiteral("v1"), QStringLiteral("local"), QStringLiteral("/v1")}};
-    store.preview(state);
+    engine->setHoldings(state);
+    QCoro::waitFor(store.loadContexts());
     QCOMPARE(shell.containers()->count(), 3);
     QCOMPARE(shell.projects()->projectCount(), 1);
     QCOMPARE(shell.projects()->count(), 2);   // the loose containers' card comes last
@@ -183,7 +184,7 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
 
     // The same rows in another order is no change either: the engine reorders equal rows.
     std::reverse(state.containers.begin(), state.containers.end());
-    store.preview(state);
+    TestSupport::show(store, *engine, state);
 
     for (const auto &s : spies)
         QCOMPARE(s->total(), 0);

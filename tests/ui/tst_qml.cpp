@@ -6,6 +6,7 @@
 #include "appstore.h"
 #include "projectdeletion.h"
 #include "sampledata.h"
+#include "storesupport.h"
 #include "shell.h"
 #include "theme.h"
 #include "toolchainstore.h"
@@ -14,6 +15,7 @@
 #include <QQmlEngine>
 #include <QQuickStyle>
 #include <QSettings>
+#include <QTest>
 #include <QTemporaryDir>
 #include <QtQml/QQmlExtensionPlugin>
 #include <QtQuickTest>
@@ -26,21 +28,20 @@ class Fixtures : public QObject {
     Q_OBJECT
 
 public:
-    Fixtures() { SampleData::layOut(m_dir.filePath(QStringLiteral("code"))); }
+    Fixtures() { SampleData::layOut(code()); }
 
     // A new shell each call, over the settings of that name.
     Q_INVOKABLE QObject *shell(const QString &settingsName)
     {
         auto *settings = new QSettings(m_dir.filePath(settingsName), QSettings::IniFormat, this);
         settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-        m_store = new AppStore(settings, {}, this);
+        m_engine = SampleData::engine(code());
+        if (settingsName.endsWith(QLatin1String("-empty")))
+            m_engine->setHoldings({});
+        else
+            SampleData::registry(code()).save(*settings);
+        m_store = sampleStore(settings);
         m_toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
-        StorePreview sample = SampleData::store(m_dir.filePath(QStringLiteral("code")));
-        if (settingsName.endsWith(QLatin1String("-empty"))) {
-            sample.containers.clear();
-            sample.registry = ProjectRegistry();
-        }
-        m_store->preview(sample);
         return new Shell(m_store, m_toolchain, settings, this);
     }
     // The store of the last shell made, and actions over it.
@@ -70,30 +71,40 @@ public:
         return new JobRun(ToolJob::upgrade({QStringLiteral("container")}), this);
     }
     Q_INVOKABLE void dropTools() { m_tools.reset(); }
-    // A log follower that shows text instead of following a container; more() adds to it.
+    // A log follower of a container that has printed lines; more() makes it print more.
     Q_INVOKABLE QObject *log(int lines)
     {
-        auto *follower = new LogFollower(LogSource::container({}), std::nullopt, this);
+        m_engine = std::make_shared<FakeEngine>();
+        auto *follower = new LogFollower(m_engine, LogSource::container({}), std::nullopt, this);
+        follower->start();
         more(follower, lines);
         return follower;
     }
     Q_INVOKABLE void more(QObject *follower, int lines)
     {
-        auto *f = qobject_cast<LogFollower *>(follower);
-        QString text = f->text();
+        const qsizetype before = qobject_cast<LogFollower *>(follower)->text().count(u'\n');
+        QByteArray text;
         for (int i = 0; i < lines; ++i)
-            text += QStringLiteral("line %1\n").arg(text.count(u'\n') + 1);
-        f->preview(text);
+            text += QByteArray("line ") + QByteArray::number(before + i + 1) + '\n';
+        m_engine->logStreams().constLast()->write(text);
     }
-    // The website's deletion, planned already unless asked otherwise; "empty" has nothing left.
+    // The website's deletion, planned by the store over the sample engine; "empty" plans a
+    // project with nothing left, "unplanned" has no store to plan with.
     Q_INVOKABLE QObject *deletion(const QString &kind)
     {
-        std::optional<TeardownPlan> plan = SampleData::websitePlan(m_dir.filePath(QStringLiteral("code")));
         if (kind == QLatin1String("unplanned"))
-            plan.reset();
-        else if (kind == QLatin1String("empty"))
-            plan = TeardownPlan{QStringLiteral("website"), {}, {}, std::nullopt};
-        return new ProjectDeletion(nullptr, {QStringLiteral("website"), std::nullopt, {}, 0}, plan, this);
+            return new ProjectDeletion(nullptr, {QStringLiteral("website"), std::nullopt, {}, 0}, this);
+        m_engine = SampleData::engine(code());
+        AppStore *store = sampleStore(new QSettings(m_dir.filePath(QStringLiteral("deletion")), QSettings::IniFormat, this));
+        ComposeProject project{QStringLiteral("website"), std::nullopt, {}, 0};
+        for (const auto &p : store->projects()) {
+            if (p.name == project.name && kind == QLatin1String("planned"))
+                project = p;
+        }
+        auto *deletion = new ProjectDeletion(store, project, this);
+        deletion->start();
+        QTest::qWaitFor([&] { return deletion->planned(); });
+        return deletion;
     }
     Q_INVOKABLE QString stored(const QString &settingsName, const QString &key) const
     {
@@ -101,7 +112,16 @@ public:
     }
 
 private:
+    QString code() const { return m_dir.filePath(QStringLiteral("code")); }
+    AppStore *sampleStore(QSettings *settings)
+    {
+        auto *store = new AppStore(settings, m_engine, TestSupport::quietTiming(), this);
+        QCoro::waitFor(store->loadContexts());
+        return store;
+    }
+
     QTemporaryDir m_dir;
+    std::shared_ptr<FakeEngine> m_engine;
     AppStore *m_store = nullptr;
     ToolchainStore *m_toolchain = nullptr;
     std::unique_ptr<FakeTools> m_tools;

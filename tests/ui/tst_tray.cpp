@@ -1,3 +1,4 @@
+#include "storesupport.h"
 #include "appstore.h"
 #include "desktop.h"
 #include "settingscontroller.h"
@@ -96,8 +97,7 @@ void TestTray::itemFollowsTheSettingAndOpensThePanel()
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-    Desktop::Session session(&settings, false);
-    session.store().preview({});
+    Desktop::Session session(&settings, false, std::make_shared<FakeEngine>(), TestSupport::quietTiming());
     Tray tray(session);
     QVERIFY(tray.shown());
     QTRY_COMPARE(m_watcher->items().size(), 1);

@@ -1,3 +1,4 @@
+#include "cliengine.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "shell.h"
@@ -195,7 +196,7 @@ void TestViewRules::terminal()
     QCOMPARE(Terminal::commandLine(runtime, QStringLiteral("web-1")), line);
     QProcessEnvironment env;
     env.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin"));
-    const auto launch = Terminal::launch(runtime, QStringLiteral("web-1"), env, [](const QString &name) {
+    const auto launch = Terminal::launch(CliEngine().shell(QStringLiteral("web-1"), runtime), env, [](const QString &name) {
         return name == QLatin1String("xterm") ? QStringLiteral("/usr/bin/xterm") : QString();
     });
     QVERIFY(launch);
@@ -212,14 +213,15 @@ void TestViewRules::terminalPicksTheFirstEmulatorFound()
     QProcessEnvironment env;
     // $TERMINAL wins over the list; gnome-terminal takes its command after "--".
     env.insert(QStringLiteral("TERMINAL"), QStringLiteral("gnome-terminal"));
-    auto l = Terminal::launch({}, QStringLiteral("c"), env, onPath({"xterm", "gnome-terminal"}));
+    const ShellCommand shell = CliEngine().shell(QStringLiteral("c"), std::nullopt);
+    auto l = Terminal::launch(shell, env, onPath({"xterm", "gnome-terminal"}));
     QCOMPARE(l->program, QStringLiteral("/bin/gnome-terminal"));
     QCOMPARE(l->arguments.first(), QStringLiteral("--"));
     // A $TERMINAL that is not installed falls back to the list, in its order.
     env.insert(QStringLiteral("TERMINAL"), QStringLiteral("wezterm"));
-    l = Terminal::launch({}, QStringLiteral("c"), env, onPath({"xterm", "konsole"}));
+    l = Terminal::launch(shell, env, onPath({"xterm", "konsole"}));
     QCOMPARE(l->program, QStringLiteral("/bin/konsole"));
-    QVERIFY(!Terminal::launch({}, QStringLiteral("c"), env, onPath({})));
+    QVERIFY(!Terminal::launch(shell, env, onPath({})));
 }
 
 void TestViewRules::toolRow_data()

@@ -13,10 +13,13 @@ struct LogSource {
     static LogSource container(const Container &c) { return {c}; }
     static LogSource project(const ComposeProject &p) { return {p}; }
     bool isProject() const { return std::holds_alternative<ComposeProject>(subject); }
-
-    QStringList args() const;
-    std::optional<QString> workingDir() const;
-    QString header() const;
+    // The project's directory, where compose finds it.
+    std::optional<QString> workingDir() const
+    {
+        if (const auto *p = std::get_if<ComposeProject>(&subject))
+            return p->workingDir;
+        return std::nullopt;
+    }
 
     friend bool operator==(const LogSource &, const LogSource &) = default;
 };

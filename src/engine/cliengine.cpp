@@ -1,0 +1,294 @@
+#include "cliengine.h"
+
+#include "docker.h"
+#include "dockercli.h"
+#include "volumesize.h"
+
+#include <QProcess>
+
+#include <csignal>
+#include <unistd.h>
+
+namespace {
+
+// Most polls print exactly what the last one printed; the bytes tell before any decoding,
+// and the list parsed last time is handed out again, sharing its data.
+template<typename T>
+class LastListing {
+public:
+    QList<T> parse(const QByteArray &bytes, QList<T> (*parser)(const QString &))
+    {
+        {
+            QMutexLocker lock(&m_mutex);
+            if (m_valid && bytes == m_bytes)
+                return m_list;
+        }
+        const QList<T> list = parser(Docker::utf8(bytes));
+        QMutexLocker lock(&m_mutex);
+        m_bytes = bytes;
+        m_list = list;
+        m_valid = true;
+        return list;
+    }
+
+private:
+    QMutex m_mutex;
+    QByteArray m_bytes;
+    QList<T> m_list;
+    bool m_valid = false;
+};
+
+// A docker child read as it writes. With its own process group, stopping it reaches the
+// children it started too (compose's plugin under `docker compose logs`).
+class ProcessStream : public EngineStream {
+public:
+    enum class Mode { OutputOnly, Merged };
+
+    ProcessStream(std::unique_ptr<QProcess> child, Mode mode, bool ownGroup)
+        : m_child(std::move(child)), m_ownGroup(ownGroup)
+    {
+        m_child->setStandardInputFile(QProcess::nullDevice());
+        if (mode == Mode::Merged)
+            m_child->setProcessChannelMode(QProcess::MergedChannels);
+        else
+            m_child->setStandardErrorFile(QProcess::nullDevice());
+        if (ownGroup)
+            m_child->setChildProcessModifier([] { ::setpgid(0, 0); });
+        connect(m_child.get(), &QProcess::readyRead, this, &EngineStream::readyRead);
+        connect(m_child.get(), &QProcess::stateChanged, this, &EngineStream::runningChanged);
+        connect(m_child.get(), &QProcess::finished, this, &EngineStream::finished);
+        connect(m_child.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+            if (error != QProcess::FailedToStart)
+                return;
+            emit failedToStart(m_child->errorString());
+            emit finished();
+        });
+    }
+    ~ProcessStream() override { stop(); }
+
+    void start() override
+    {
+        if (m_child->state() == QProcess::NotRunning)
+            m_child->start();
+    }
+    void stop() override
+    {
+        if (m_child->state() == QProcess::NotRunning)
+            return;
+        m_child->disconnect(this);
+        const qint64 pid = m_child->processId();
+        if (m_ownGroup && pid > 0) {
+            ::kill(-pid_t(pid), SIGTERM);
+            if (!m_child->waitForFinished(3000)) {
+                ::kill(-pid_t(pid), SIGKILL);
+                m_child->waitForFinished(3000);
+            }
+        } else {
+            // Killed rather than asked: a stream holds nothing worth a clean exit, and a
+            // killed child is reaped at once.
+            m_child->kill();
+            m_child->waitForFinished(1000);
+        }
+        emit runningChanged();
+    }
+    bool running() const override { return m_child->state() != QProcess::NotRunning; }
+    QByteArray readAll() override { return m_child->readAll(); }
+    qint64 pid() const override { return m_child->processId(); }
+
+private:
+    std::unique_ptr<QProcess> m_child;
+    bool m_ownGroup;
+};
+
+QStringList containerArguments(const char *verb, const EngineAction &action)
+{
+    return QStringList{QString::fromLatin1(verb)} + action.targets;
+}
+
+} // namespace
+
+struct CliEngine::Listings {
+    LastListing<Container> containers;
+    LastListing<DockerImage> images;
+    LastListing<DockerVolume> volumes;
+};
+
+CliEngine::CliEngine() : m_last(std::make_unique<Listings>()) {}
+CliEngine::~CliEngine() = default;
+
+QStringList CliEngine::arguments(const EngineAction &action)
+{
+    using Kind = EngineAction::Kind;
+    switch (action.kind) {
+    case Kind::Start: return containerArguments("start", action);
+    case Kind::Stop: return containerArguments("stop", action);
+    case Kind::Restart: return containerArguments("restart", action);
+    case Kind::Pause: return containerArguments("pause", action);
+    case Kind::Unpause: return containerArguments("unpause", action);
+    case Kind::Remove: return QStringList{QStringLiteral("rm"), QStringLiteral("-f")} + action.targets;
+    case Kind::Commit: return QStringList{QStringLiteral("commit")} + action.targets + QStringList{action.argument};
+    case Kind::Pull: return {QStringLiteral("pull"), action.argument};
+    case Kind::RemoveImage: return containerArguments("rmi", action);
+    case Kind::PruneImages: return {QStringLiteral("image"), QStringLiteral("prune"), QStringLiteral("-f")};
+    case Kind::RemoveVolume: return QStringList{QStringLiteral("volume"), QStringLiteral("rm")} + action.targets;
+    case Kind::PruneVolumes: return {QStringLiteral("volume"), QStringLiteral("prune"), QStringLiteral("-f")};
+    case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("up"), QStringLiteral("-d")};
+    case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
+    }
+    Q_UNREACHABLE();
+}
+
+QStringList CliEngine::logArguments(const LogSource &source)
+{
+    if (const auto *c = std::get_if<Container>(&source.subject))
+        return {"logs", "-f", "--tail", "300", c->id};
+    return {"compose", "logs", "-f", "--tail", "300"};
+}
+
+QStringList CliEngine::eventArguments()
+{
+    return {QStringLiteral("events"), QStringLiteral("--format"), QStringLiteral("json"),
+            QStringLiteral("--filter"), QStringLiteral("type=container"),
+            QStringLiteral("--filter"), QStringLiteral("type=image"),
+            QStringLiteral("--filter"), QStringLiteral("type=volume"),
+            QStringLiteral("--filter"), QStringLiteral("type=network")};
+}
+
+RuntimeList CliEngine::runtimes() const
+{
+    return Docker::parseRuntimes(Docker::run({"context", "ls", "--format", "json"}));
+}
+
+bool CliEngine::reachable(const RuntimeEntry &entry) const
+{
+    return Docker::endpointReachable(entry.endpoint);
+}
+
+QList<Container> CliEngine::containers(const OptRuntime &runtime) const
+{
+    return m_last->containers.parse(Docker::runBytes({"ps", "-a", "--format", "json"}, runtime), &Docker::parseContainers);
+}
+
+QList<DockerImage> CliEngine::images(const OptRuntime &runtime) const
+{
+    return m_last->images.parse(Docker::runBytes({"images", "--format", "json"}, runtime), &Docker::parseImages);
+}
+
+QList<DockerVolume> CliEngine::volumes(const OptRuntime &runtime) const
+{
+    return m_last->volumes.parse(Docker::runBytes({"volume", "ls", "--format", "json"}, runtime), &Docker::parseVolumes);
+}
+
+MountMap CliEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
+{
+    if (containerNames.isEmpty())
+        return {};
+    // The status is not examined: a container that vanished meanwhile fails the command,
+    // yet the others are still printed.
+    const auto result = Docker::capture(QStringList{"inspect"} + containerNames
+                                            + QStringList{"--format", R"({{.Name}}|{{range .Mounts}}{{if eq .Type "volume"}}{{.Name}},{{end}}{{end}})"},
+                                        runtime);
+    return Docker::parseMounts(result.out);
+}
+
+VolumeLabels CliEngine::volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const
+{
+    if (volumeNames.isEmpty())
+        return {};
+    // As with the mounts, a volume missing from the engine fails the command but the others
+    // are still printed; an unlabelled volume then simply proves nothing.
+    return Docker::parseVolumeLabels(
+        Docker::capture(QStringList{"volume", "inspect", "--format", "{{json .}}"} + volumeNames, runtime).out);
+}
+
+std::optional<qint64> CliEngine::volumeSize(const DockerVolume &volume) const
+{
+    if (volume.mountpoint.isEmpty())
+        return std::nullopt;
+    return VolumeSize::allocatedBytes(volume.mountpoint);
+}
+
+ComposeCheck CliEngine::checkCompose(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(dir));
+    auto child = Docker::process({"compose", "config", "-q"}, std::nullopt, dir);
+    child->setStandardInputFile(QProcess::nullDevice());
+    child->setStandardOutputFile(QProcess::nullDevice());
+    child->start();
+    if (!child->waitForStarted(-1))
+        return ComposeCheck::makeInvalid(child->errorString());
+    child->waitForFinished(-1);
+    const QString err = Docker::utf8(child->readAllStandardError());
+    const int status = child->exitCode();
+    if (status == 0)
+        return ComposeCheck::makeValid(Docker::composeWarningSummary(err));
+    QString message = Docker::composeMessages(err).join(u'\n');
+    if (message.isEmpty())
+        message = QStringLiteral("compose config exited %1.").arg(status);
+    return ComposeCheck::makeInvalid(message);
+}
+
+ResolvedProject CliEngine::composeProject(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        throw DockerError(Docker::missingComposeFileMessage(dir));
+    return Docker::parseComposeConfig(Docker::run({"compose", "config", "--format", "json"}, std::nullopt, dir), dir);
+}
+
+void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
+{
+    Docker::run(arguments(action), runtime, action.dir);
+}
+
+ExecResult CliEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const
+{
+    auto child = Docker::process({"exec", containerId, "sh", "-c", command}, runtime);
+    child->setProcessChannelMode(QProcess::MergedChannels);
+    child->setStandardInputFile(QProcess::nullDevice());
+    child->start();
+    if (!child->waitForStarted(-1))
+        return {false, {}, -1, child->errorString()};
+    child->waitForFinished(-1);
+    return {true, Docker::utf8(child->readAll()), child->exitCode(), {}};
+}
+
+ToolVersion CliEngine::clientVersion() const
+{
+    const auto client = Docker::capture({"version", "--format", "{{.Client.Version}}"});
+    const QString version = client.out.trimmed();
+    if (version.isEmpty())
+        return {std::nullopt, client.err.trimmed()};
+    return {version, {}};
+}
+
+ToolVersion CliEngine::composeVersion() const
+{
+    const auto plugin = Docker::capture({"compose", "version", "--short"});
+    if (plugin.status != 0)
+        return {std::nullopt, plugin.err.trimmed()};
+    return {plugin.out.trimmed(), {}};
+}
+
+std::unique_ptr<EngineStream> CliEngine::events(const OptRuntime &runtime) const
+{
+    return std::make_unique<ProcessStream>(Docker::process(eventArguments(), runtime), ProcessStream::Mode::OutputOnly, false);
+}
+
+std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const OptRuntime &runtime) const
+{
+    return std::make_unique<ProcessStream>(Docker::process(logArguments(source), runtime, source.workingDir()),
+                                           ProcessStream::Mode::Merged, true);
+}
+
+ShellCommand CliEngine::shell(const QString &containerName, const OptRuntime &runtime) const
+{
+    ShellCommand command;
+    command.arguments << QStringLiteral("docker");
+    if (runtime && runtime->isSocket())
+        command.environment.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
+    else if (runtime)
+        command.arguments << QStringLiteral("--context") << runtime->name;
+    command.arguments << QStringLiteral("exec") << QStringLiteral("-it") << containerName << QStringLiteral("sh");
+    return command;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "engine.h"
+
+#include <QMutex>
+
+// The engine reached through the docker command-line client: every operation is one docker
+// child whose output is parsed. The only code that builds a docker argument list.
+class CliEngine : public Engine {
+public:
+    CliEngine();
+    ~CliEngine() override;
+
+    // The arguments that carry out an action, after the runtime prefix.
+    static QStringList arguments(const EngineAction &action);
+    static QStringList logArguments(const LogSource &source);
+    static QStringList eventArguments();
+
+    RuntimeList runtimes() const override;
+    bool reachable(const RuntimeEntry &entry) const override;
+    QList<Container> containers(const OptRuntime &runtime) const override;
+    QList<DockerImage> images(const OptRuntime &runtime) const override;
+    QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
+    MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
+    VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
+    std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
+    ComposeCheck checkCompose(const QString &dir) const override;
+    ResolvedProject composeProject(const QString &dir) const override;
+    void perform(const EngineAction &action, const OptRuntime &runtime) const override;
+    ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const override;
+    ToolVersion clientVersion() const override;
+    ToolVersion composeVersion() const override;
+    std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
+    std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
+    ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
+
+private:
+    struct Listings;
+    std::unique_ptr<Listings> m_last;
+};

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "composecheck.h"
+#include "container.h"
+#include "dockerimage.h"
+#include "dockervolume.h"
+#include "engineaction.h"
+#include "enginestream.h"
+#include "logsource.h"
+#include "runtime.h"
+
+#include <QList>
+#include <QMap>
+#include <QProcessEnvironment>
+#include <memory>
+#include <optional>
+
+using OptRuntime = std::optional<Runtime>;
+
+struct RuntimeList {
+    QList<RuntimeEntry> list;
+    std::optional<Runtime> current;
+    friend bool operator==(const RuntimeList &, const RuntimeList &) = default;
+};
+
+// A compose project as compose resolves it from a directory.
+struct ResolvedProject {
+    QString name;
+    QStringList services;
+    QStringList volumes;
+    // Those of the volumes marked external: created and shared outside the project.
+    QStringList externalVolumes;
+    friend bool operator==(const ResolvedProject &, const ResolvedProject &) = default;
+};
+
+// Container name to the named volumes it mounts.
+using MountMap = QMap<QString, QStringList>;
+// Volume name to its labels, for the volumes the engine described.
+using VolumeLabels = QMap<QString, QMap<QString, QString>>;
+
+// One command run to its end inside a container: both streams as they interleaved.
+struct ExecResult {
+    bool started = false;
+    QString output;
+    int status = -1;
+    // Why it could not start.
+    QString launchError;
+    friend bool operator==(const ExecResult &, const ExecResult &) = default;
+};
+
+// What a version probe found: the version, or the reason there is none.
+struct ToolVersion {
+    std::optional<QString> version;
+    QString problem;
+    friend bool operator==(const ToolVersion &, const ToolVersion &) = default;
+};
+
+// An interactive shell in a container, for a terminal emulator to run.
+struct ShellCommand {
+    QStringList arguments;
+    // Set in the terminal's environment on top of the user's.
+    QMap<QString, QString> environment;
+    friend bool operator==(const ShellCommand &, const ShellCommand &) = default;
+};
+
+// Everything Korvat asks of a container engine. The blocking operations may run on any
+// thread, several at once; callers above keep them off the UI thread. Failures are thrown
+// as DockerError with the engine's own message, except where a result says otherwise.
+class Engine {
+public:
+    virtual ~Engine() = default;
+
+    virtual RuntimeList runtimes() const = 0;
+    // Whether the entry's endpoint can be reached now.
+    virtual bool reachable(const RuntimeEntry &entry) const = 0;
+    virtual QList<Container> containers(const OptRuntime &runtime) const = 0;
+    virtual QList<DockerImage> images(const OptRuntime &runtime) const = 0;
+    virtual QList<DockerVolume> volumes(const OptRuntime &runtime) const = 0;
+
+    // Never fail: a container or volume the engine no longer has is simply missing.
+    virtual MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const = 0;
+    virtual VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const = 0;
+    // Bytes the volume's data takes on disk; none when it cannot be read from here.
+    virtual std::optional<qint64> volumeSize(const DockerVolume &volume) const = 0;
+
+    // Never fails: an unusable configuration is an invalid check.
+    virtual ComposeCheck checkCompose(const QString &dir) const = 0;
+    virtual ResolvedProject composeProject(const QString &dir) const = 0;
+
+    virtual void perform(const EngineAction &action, const OptRuntime &runtime) const = 0;
+    virtual ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const = 0;
+
+    virtual ToolVersion clientVersion() const = 0;
+    virtual ToolVersion composeVersion() const = 0;
+
+    // Made on the UI thread, not yet started.
+    virtual std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const = 0;
+    virtual std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const = 0;
+
+    virtual ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const = 0;
+};

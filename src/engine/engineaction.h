@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QStringList>
+#include <optional>
+
+// One thing a user asks the engine to do, as a value: what kind, on which objects. How it
+// is carried out (the docker arguments) is the engine's business.
+struct EngineAction {
+    enum class Kind {
+        Start,          // containers
+        Stop,           // containers
+        Restart,        // containers
+        Pause,          // containers
+        Unpause,        // containers
+        Remove,         // containers, forced
+        Commit,         // one container, into the image named by argument
+        Pull,           // the image reference in argument
+        RemoveImage,    // images
+        PruneImages,
+        RemoveVolume,   // volumes
+        PruneVolumes,
+        ComposeUp,      // the project in dir, detached
+        ComposeDown,    // the project in dir
+    };
+
+    Kind kind = Kind::Start;
+    QStringList targets;
+    QString argument;
+    std::optional<QString> dir;
+
+    static EngineAction on(Kind kind, QStringList targets) { return {kind, std::move(targets), {}, std::nullopt}; }
+    static EngineAction commit(const QString &container, const QString &image) { return {Kind::Commit, {container}, image, std::nullopt}; }
+    static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
+    static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
+    static EngineAction compose(Kind kind, const QString &dir) { return {kind, {}, {}, dir}; }
+
+    friend bool operator==(const EngineAction &, const EngineAction &) = default;
+};

@@ -1,0 +1,407 @@
+#include "fakeengine.h"
+
+#include "docker.h"
+
+#include <QFile>
+#include <QTimer>
+
+// ---- FakeStream ----------------------------------------------------------------------------
+
+void FakeStream::start()
+{
+    if (m_running)
+        return;
+    m_running = true;
+    emit runningChanged();
+    // What was written before start is read once the reader is listening.
+    if (!m_pending.isEmpty())
+        QTimer::singleShot(0, this, [this] {
+            if (m_running && !m_pending.isEmpty())
+                emit readyRead();
+        });
+}
+
+void FakeStream::stop()
+{
+    if (!m_running)
+        return;
+    m_running = false;
+    emit runningChanged();
+}
+
+void FakeStream::write(const QByteArray &bytes)
+{
+    m_pending += bytes;
+    if (m_running)
+        emit readyRead();
+}
+
+void FakeStream::end()
+{
+    if (!m_running)
+        return;
+    m_running = false;
+    emit runningChanged();
+    emit finished();
+}
+
+// ---- FakeEngine ----------------------------------------------------------------------------
+
+namespace {
+QString readText(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QString nameOf(const std::optional<QString> &name) { return name.value_or(QStringLiteral("*")); }
+
+bool matches(const Container &c, const QString &target) { return c.id == target || c.name == target; }
+}
+
+FakeEngine::FakeEngine()
+{
+    m_runtimes.list = {{Runtime::context(QStringLiteral("default")), QStringLiteral("unix:///var/run/docker.sock"), true}};
+    m_runtimes.current = Runtime::context(QStringLiteral("default"));
+}
+
+FakeEngine::~FakeEngine()
+{
+    QMutexLocker lock(&m_mutex);
+    m_held.clear();
+    m_released.wakeAll();
+}
+
+std::shared_ptr<FakeEngine> FakeEngine::replaying(const QString &dir)
+{
+    auto engine = std::make_shared<FakeEngine>();
+    const auto path = [&](const char *name) { return dir + u'/' + QLatin1String(name); };
+    const RuntimeList runtimes = Docker::parseRuntimes(readText(path("contexts.jsonl")));
+    if (!runtimes.list.isEmpty())
+        engine->setRuntimes(runtimes);
+    Holdings h;
+    h.containers = Docker::parseContainers(readText(path("ps.jsonl")));
+    h.images = Docker::parseImages(readText(path("images.jsonl")));
+    h.volumes = Docker::parseVolumes(readText(path("volumes.jsonl")));
+    h.mounts = Docker::parseMounts(readText(path("mounts.txt")));
+    h.labels = Docker::parseVolumeLabels(readText(path("volume-labels.jsonl")));
+    engine->setHoldings(h);
+    return engine;
+}
+
+void FakeEngine::setRuntimes(const RuntimeList &runtimes)
+{
+    QMutexLocker lock(&m_mutex);
+    m_runtimes = runtimes;
+}
+
+void FakeEngine::setReachable(const QString &runtimeName, bool reachable)
+{
+    QMutexLocker lock(&m_mutex);
+    m_reachable.insert(runtimeName, reachable);
+    for (auto &entry : m_runtimes.list) {
+        if (entry.runtime.name == runtimeName)
+            entry.reachable = reachable;
+    }
+}
+
+void FakeEngine::setHoldings(const Holdings &holdings, const QString &runtimeName)
+{
+    QMutexLocker lock(&m_mutex);
+    m_holdings.insert(runtimeName, holdings);
+}
+
+FakeEngine::Holdings FakeEngine::holdings(const QString &runtimeName) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_holdings.value(m_holdings.contains(runtimeName) ? runtimeName : QString());
+}
+
+void FakeEngine::setComposeProject(const QString &dir, const ResolvedProject &project)
+{
+    QMutexLocker lock(&m_mutex);
+    m_projects.insert(dir, project);
+}
+
+void FakeEngine::setComposeCheck(const QString &dir, const ComposeCheck &check)
+{
+    QMutexLocker lock(&m_mutex);
+    m_checks.insert(dir, check);
+}
+
+void FakeEngine::failWith(Call call, const std::optional<QString> &message, const std::optional<QString> &runtimeName)
+{
+    QMutexLocker lock(&m_mutex);
+    if (message)
+        m_failures.insert({call, nameOf(runtimeName)}, *message);
+    else
+        m_failures.remove({call, nameOf(runtimeName)});
+}
+
+void FakeEngine::hold(Call call)
+{
+    QMutexLocker lock(&m_mutex);
+    m_held.insert(int(call));
+}
+
+void FakeEngine::release(Call call)
+{
+    QMutexLocker lock(&m_mutex);
+    m_held.remove(int(call));
+    m_released.wakeAll();
+}
+
+void FakeEngine::setExec(std::function<ExecResult(const QString &, const QString &)> answer)
+{
+    QMutexLocker lock(&m_mutex);
+    m_exec = std::move(answer);
+}
+
+void FakeEngine::setLogOutput(const QByteArray &output)
+{
+    QMutexLocker lock(&m_mutex);
+    m_logOutput = output;
+}
+
+int FakeEngine::calls(Call call) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_calls.value(call);
+}
+
+QList<EngineAction> FakeEngine::performed() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_performed;
+}
+
+namespace {
+QList<FakeStream *> alive(QList<QPointer<FakeStream>> &streams)
+{
+    streams.removeIf([](const QPointer<FakeStream> &s) { return s.isNull(); });
+    QList<FakeStream *> list;
+    for (const auto &s : streams)
+        list.append(s.data());
+    return list;
+}
+}
+
+QList<FakeStream *> FakeEngine::eventStreams() const { return alive(m_eventStreams); }
+QList<FakeStream *> FakeEngine::logStreams() const { return alive(m_logStreams); }
+
+void FakeEngine::emitEvent(const QByteArray &line)
+{
+    for (FakeStream *stream : eventStreams()) {
+        if (stream->running())
+            stream->write(line.endsWith('\n') ? line : line + '\n');
+    }
+}
+
+QString FakeEngine::keyOf(const OptRuntime &runtime) const
+{
+    const QString name = runtime ? runtime->name : QString();
+    return m_holdings.contains(name) ? name : QString();
+}
+
+void FakeEngine::enter(Call call, const OptRuntime &runtime) const
+{
+    ++m_calls[call];
+    while (m_held.contains(int(call)))
+        m_released.wait(&m_mutex);
+    const auto failure = m_failures.constFind({call, runtime ? runtime->name : QStringLiteral("*")});
+    if (failure != m_failures.cend())
+        throw DockerError(*failure);
+    const auto any = m_failures.constFind({call, QStringLiteral("*")});
+    if (any != m_failures.cend())
+        throw DockerError(*any);
+}
+
+RuntimeList FakeEngine::runtimes() const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Contexts, std::nullopt);
+    return m_runtimes;
+}
+
+bool FakeEngine::reachable(const RuntimeEntry &entry) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_reachable.value(entry.runtime.name, entry.reachable);
+}
+
+QList<Container> FakeEngine::containers(const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Listing, runtime);
+    return m_holdings.value(keyOf(runtime)).containers;
+}
+
+QList<DockerImage> FakeEngine::images(const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_holdings.value(keyOf(runtime)).images;
+}
+
+QList<DockerVolume> FakeEngine::volumes(const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_holdings.value(keyOf(runtime)).volumes;
+}
+
+MountMap FakeEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    ++m_calls[Call::Inspection];
+    MountMap mounts;
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    for (const auto &name : containerNames) {
+        if (h.mounts.contains(name))
+            mounts.insert(name, h.mounts.value(name));
+        else if (std::any_of(h.containers.cbegin(), h.containers.cend(), [&](const Container &c) { return c.name == name; }))
+            mounts.insert(name, {});
+    }
+    return mounts;
+}
+
+VolumeLabels FakeEngine::volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    ++m_calls[Call::Inspection];
+    VolumeLabels labels;
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    for (const auto &name : volumeNames) {
+        if (h.labels.contains(name))
+            labels.insert(name, h.labels.value(name));
+    }
+    return labels;
+}
+
+std::optional<qint64> FakeEngine::volumeSize(const DockerVolume &volume) const
+{
+    QMutexLocker lock(&m_mutex);
+    for (const Holdings &h : std::as_const(m_holdings)) {
+        if (h.sizes.contains(volume.name))
+            return h.sizes.value(volume.name);
+    }
+    return std::nullopt;
+}
+
+ComposeCheck FakeEngine::checkCompose(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(dir));
+    QMutexLocker lock(&m_mutex);
+    try {
+        enter(Call::Compose, std::nullopt);
+    } catch (const DockerError &e) {
+        return ComposeCheck::makeInvalid(e.message());
+    }
+    return m_checks.value(dir, ComposeCheck::makeValid());
+}
+
+ResolvedProject FakeEngine::composeProject(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        throw DockerError(Docker::missingComposeFileMessage(dir));
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Compose, std::nullopt);
+    const auto it = m_projects.constFind(dir);
+    if (it == m_projects.cend())
+        throw DockerError(QStringLiteral("Could not read a compose project from ") + dir);
+    return *it;
+}
+
+void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    m_performed.append(action);
+    enter(Call::Action, runtime);
+    apply(action, m_holdings[keyOf(runtime)]);
+}
+
+void FakeEngine::apply(const EngineAction &action, Holdings &h) const
+{
+    using Kind = EngineAction::Kind;
+    const auto setState = [&](const QString &state, const QString &status) {
+        for (auto &c : h.containers) {
+            if (std::any_of(action.targets.cbegin(), action.targets.cend(), [&](const QString &t) { return matches(c, t); }))
+                c.state = state, c.status = status;
+        }
+    };
+    const auto inDir = [&](const Container &c) {
+        return action.dir && c.workingDir() == action.dir;
+    };
+    switch (action.kind) {
+    case Kind::Start:
+    case Kind::Restart:
+    case Kind::Unpause:
+        setState(QStringLiteral("running"), QStringLiteral("Up Less than a second"));
+        break;
+    case Kind::Stop:
+        setState(QStringLiteral("exited"), QStringLiteral("Exited (0) Less than a second ago"));
+        break;
+    case Kind::Pause:
+        setState(QStringLiteral("paused"), QStringLiteral("Up Less than a second (Paused)"));
+        break;
+    case Kind::Remove:
+        h.containers.removeIf([&](const Container &c) {
+            return std::any_of(action.targets.cbegin(), action.targets.cend(), [&](const QString &t) { return matches(c, t); });
+        });
+        break;
+    case Kind::RemoveImage:
+        h.images.removeIf([&](const DockerImage &i) { return action.targets.contains(i.id); });
+        break;
+    case Kind::RemoveVolume:
+        h.volumes.removeIf([&](const DockerVolume &v) { return action.targets.contains(v.name); });
+        break;
+    case Kind::ComposeDown:
+        h.containers.removeIf(inDir);
+        break;
+    case Kind::ComposeUp:
+        for (auto &c : h.containers) {
+            if (inDir(c))
+                c.state = QStringLiteral("running"), c.status = QStringLiteral("Up Less than a second");
+        }
+        break;
+    case Kind::Commit:
+    case Kind::Pull:
+    case Kind::PruneImages:
+    case Kind::PruneVolumes:
+        break;
+    }
+}
+
+ExecResult FakeEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const
+{
+    std::function<ExecResult(const QString &, const QString &)> answer;
+    {
+        QMutexLocker lock(&m_mutex);
+        enter(Call::Exec, runtime);
+        answer = m_exec;
+    }
+    return answer ? answer(containerId, command) : ExecResult{true, {}, 0, {}};
+}
+
+ToolVersion FakeEngine::clientVersion() const { return {QStringLiteral("28.2.2"), {}}; }
+ToolVersion FakeEngine::composeVersion() const { return {QStringLiteral("2.26.1"), {}}; }
+
+std::unique_ptr<EngineStream> FakeEngine::events(const OptRuntime &) const
+{
+    auto stream = std::make_unique<FakeStream>();
+    QMutexLocker lock(&m_mutex);
+    m_eventStreams.append(stream.get());
+    return stream;
+}
+
+std::unique_ptr<EngineStream> FakeEngine::logs(const LogSource &, const OptRuntime &) const
+{
+    QMutexLocker lock(&m_mutex);
+    auto stream = std::make_unique<FakeStream>(m_logOutput);
+    m_logStreams.append(stream.get());
+    return stream;
+}
+
+ShellCommand FakeEngine::shell(const QString &containerName, const OptRuntime &) const
+{
+    return {{QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("exit"), containerName}, {}};
+}

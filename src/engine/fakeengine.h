@@ -1,0 +1,124 @@
+#pragma once
+
+#include "engine.h"
+
+#include <QMutex>
+#include <QPointer>
+#include <QSet>
+#include <QWaitCondition>
+#include <functional>
+
+// A stream whose output the test (or a picture) writes.
+class FakeStream : public EngineStream {
+    Q_OBJECT
+
+public:
+    explicit FakeStream(QByteArray initial = {}) : m_pending(std::move(initial)) {}
+
+    void start() override;
+    void stop() override;
+    bool running() const override { return m_running; }
+    QByteArray readAll() override { return std::exchange(m_pending, {}); }
+    qint64 pid() const override { return m_running ? 1 : 0; }
+
+    // Output as if the engine wrote it.
+    void write(const QByteArray &bytes);
+    // The producer ends by itself.
+    void end();
+
+private:
+    QByteArray m_pending;
+    bool m_running = false;
+};
+
+// An engine held in memory: it answers from recorded docker output or from state a test
+// sets, carries out actions on that state, and can be told to fail with the CLI's own
+// message or to hang until released. Safe to call from several threads at once.
+class FakeEngine : public Engine {
+public:
+    // What one runtime's engine holds.
+    struct Holdings {
+        QList<Container> containers;
+        QList<DockerImage> images;
+        QList<DockerVolume> volumes;
+        MountMap mounts;
+        VolumeLabels labels;
+        // Volume name to the bytes its data takes.
+        QMap<QString, qint64> sizes;
+        friend bool operator==(const Holdings &, const Holdings &) = default;
+    };
+    enum class Call { Contexts, Listing, Inspection, Compose, Action, Exec };
+
+    FakeEngine();
+    ~FakeEngine() override;
+
+    // Reads what scripts/record-engine.sh captured from a real engine into dir: ps.jsonl,
+    // images.jsonl, volumes.jsonl, contexts.jsonl, mounts.txt and volume-labels.jsonl. The
+    // listings belong to the runtime the contexts mark current.
+    static std::shared_ptr<FakeEngine> replaying(const QString &dir);
+
+    void setRuntimes(const RuntimeList &runtimes);
+    void setReachable(const QString &runtimeName, bool reachable);
+    // Holdings of the runtime of that name; an unknown name answers with the default's.
+    void setHoldings(const Holdings &holdings, const QString &runtimeName = {});
+    Holdings holdings(const QString &runtimeName = {}) const;
+    void setComposeProject(const QString &dir, const ResolvedProject &project);
+    void setComposeCheck(const QString &dir, const ComposeCheck &check);
+    // Calls of the kind fail with this message until it is cleared; only for one runtime
+    // when a name is given.
+    void failWith(Call call, const std::optional<QString> &message, const std::optional<QString> &runtimeName = {});
+    // Calls of the kind wait until released.
+    void hold(Call call);
+    void release(Call call);
+    void setExec(std::function<ExecResult(const QString &containerId, const QString &command)> answer);
+    // What every log stream made from now on has written when it starts.
+    void setLogOutput(const QByteArray &output);
+
+    int calls(Call call) const;
+    QList<EngineAction> performed() const;
+    // The streams made so far that still exist, newest last.
+    QList<FakeStream *> eventStreams() const;
+    QList<FakeStream *> logStreams() const;
+    // Writes a line to every running event stream.
+    void emitEvent(const QByteArray &line);
+
+    RuntimeList runtimes() const override;
+    bool reachable(const RuntimeEntry &entry) const override;
+    QList<Container> containers(const OptRuntime &runtime) const override;
+    QList<DockerImage> images(const OptRuntime &runtime) const override;
+    QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
+    MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
+    VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
+    std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
+    ComposeCheck checkCompose(const QString &dir) const override;
+    ResolvedProject composeProject(const QString &dir) const override;
+    void perform(const EngineAction &action, const OptRuntime &runtime) const override;
+    ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const override;
+    ToolVersion clientVersion() const override;
+    ToolVersion composeVersion() const override;
+    std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
+    std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
+    ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
+
+private:
+    // Counts the call, waits while it is held, throws its failure. Locks m_mutex.
+    void enter(Call call, const OptRuntime &runtime) const;
+    QString keyOf(const OptRuntime &runtime) const;
+    void apply(const EngineAction &action, Holdings &holdings) const;
+
+    mutable QMutex m_mutex;
+    mutable QWaitCondition m_released;
+    RuntimeList m_runtimes;
+    QMap<QString, bool> m_reachable;
+    mutable QMap<QString, Holdings> m_holdings;
+    QMap<QString, ResolvedProject> m_projects;
+    QMap<QString, ComposeCheck> m_checks;
+    QMap<std::pair<Call, QString>, QString> m_failures;
+    QSet<int> m_held;
+    mutable QMap<Call, int> m_calls;
+    mutable QList<EngineAction> m_performed;
+    std::function<ExecResult(const QString &, const QString &)> m_exec;
+    QByteArray m_logOutput;
+    mutable QList<QPointer<FakeStream>> m_eventStreams;
+    mutable QList<QPointer<FakeStream>> m_logStreams;
+};

@@ -1,0 +1,449 @@
+#include "appstore.h"
+#include "storesupport.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QThreadPool>
+#include <QTest>
+
+using namespace TestSupport;
+using Call = FakeEngine::Call;
+using Kind = EngineAction::Kind;
+
+namespace {
+Container row(const QString &name, const QString &state = "running", const QString &project = {}, const QString &dir = {})
+{
+    Container c{name + "-id", name, "busybox", state, state == "running" ? "Up 1 hour" : "Exited (0)", {}, {}};
+    if (!project.isEmpty()) {
+        c.labels.insert(Labels::project, project);
+        c.labels.insert(Labels::service, "web");
+        if (!dir.isEmpty())
+            c.labels.insert(Labels::workingDir, dir);
+    }
+    return c;
+}
+
+const Runtime local = Runtime::context("default");
+const Runtime remote = Runtime::context("remote");
+
+// A coroutine of its own, not a lambda: a lambda's captures die with the temporary closure
+// while its coroutine still runs.
+QCoro::Task<> awaitRefresh(AppStore *st, bool *resumed, QList<Container> *seen)
+{
+    co_await st->refresh();
+    *resumed = true;
+    *seen = st->containers();
+}
+}
+
+// AppStore's rules over a FakeEngine: what it lists, asks, shows and remembers.
+class AppStoreTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_tmp;
+    std::shared_ptr<FakeEngine> m_engine;
+    std::unique_ptr<QSettings> m_settings;
+    int m_count = 0;
+
+    std::unique_ptr<AppStore> store(PollTiming timing = quietTiming())
+    {
+        auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, timing);
+        QCoro::waitFor(st->loadContexts());
+        return st;
+    }
+    static std::optional<Container> find(const AppStore &st, const QString &name)
+    {
+        for (const auto &c : st.containers())
+            if (c.name == name)
+                return c;
+        return std::nullopt;
+    }
+    static std::optional<ComposeProject> project(const AppStore &st, const QString &name)
+    {
+        for (const auto &p : st.projects())
+            if (p.name == name)
+                return p;
+        return std::nullopt;
+    }
+    QString composeDir(const QString &name)
+    {
+        const QString dir = m_tmp.filePath(name);
+        writeFile(dir + "/compose.yaml", "services: {}\n");
+        return dir;
+    }
+    static bool settle(AppStore &st) { return QTest::qWaitFor([&] { return !st.busy(); }, 5000); }
+
+private slots:
+    void init()
+    {
+        m_engine = std::make_shared<FakeEngine>();
+        m_engine->setRuntimes({{{local, "unix:///l.sock", true}, {remote, "ssh://remote", true}}, local});
+        FakeEngine::Holdings h;
+        h.containers = {row("web", "running", "shop", m_tmp.path()), row("loose", "exited")};
+        h.images = {{"i1", "busybox", "1", "4MB"}};
+        h.volumes = {{"shop_data", "local", "/v"}};
+        m_engine->setHoldings(h);
+        m_settings = std::make_unique<QSettings>(m_tmp.filePath(QString("s%1.conf").arg(++m_count)), QSettings::IniFormat);
+    }
+    void cleanup()
+    {
+        m_engine->release(Call::Listing);
+        m_engine->release(Call::Action);
+        AppStore::workers()->waitForDone(5000);
+    }
+
+    void loadsTheCurrentRuntimeAndRemembersItsProjects()
+    {
+        auto st = store();
+        QCOMPARE(st->runtime(), local);
+        QCOMPARE(st->runtimes().size(), 2);
+        QCOMPARE(st->containers().size(), 2);
+        QCOMPARE(st->images().size(), 1);
+        QCOMPARE(st->notice(), std::nullopt);
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(st->runningCount(), 1);
+        QVERIFY(ProjectRegistry::load(*m_settings).knows("shop", "default"));
+
+        // Another runtime's lists never show under this one's name.
+        m_engine->setHoldings({}, "remote");
+        st->select(remote);
+        QVERIFY(st->containers().isEmpty());
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->runtime(), remote);
+        QVERIFY(st->containers().isEmpty());
+        QVERIFY(!project(*st, "shop"));   // remembered for default only
+    }
+
+    void actions_data()
+    {
+        QTest::addColumn<std::function<void(AppStore &, const Container &)>>("act");
+        QTest::addColumn<EngineAction>("expected");
+        using F = std::function<void(AppStore &, const Container &)>;
+        QTest::newRow("start") << F([](AppStore &s, const Container &c) { s.start(c); }) << EngineAction::on(Kind::Start, {"web-id"});
+        QTest::newRow("stop") << F([](AppStore &s, const Container &c) { s.stop(c); }) << EngineAction::on(Kind::Stop, {"web-id"});
+        QTest::newRow("restart") << F([](AppStore &s, const Container &c) { s.restart(c); }) << EngineAction::on(Kind::Restart, {"web-id"});
+        QTest::newRow("pause") << F([](AppStore &s, const Container &c) { s.pause(c); }) << EngineAction::on(Kind::Pause, {"web-id"});
+        QTest::newRow("unpause") << F([](AppStore &s, const Container &c) { s.unpause(c); }) << EngineAction::on(Kind::Unpause, {"web-id"});
+        QTest::newRow("remove") << F([](AppStore &s, const Container &c) { s.remove(c); }) << EngineAction::on(Kind::Remove, {"web-id"});
+        QTest::newRow("commit, name trimmed") << F([](AppStore &s, const Container &c) { s.commit(c, " \tme/snap:1 "); })
+                                              << EngineAction::commit("web-id", "me/snap:1");
+        QTest::newRow("pull") << F([](AppStore &s, const Container &) { s.pull("nginx:1"); }) << EngineAction::pull("nginx:1");
+        QTest::newRow("remove image") << F([](AppStore &s, const Container &) { s.remove(s.images().first()); })
+                                      << EngineAction::on(Kind::RemoveImage, {"i1"});
+        QTest::newRow("prune images") << F([](AppStore &s, const Container &) { s.pruneImages(); }) << EngineAction::prune(Kind::PruneImages);
+        QTest::newRow("remove volume") << F([](AppStore &s, const Container &) { s.remove(s.volumes().first()); })
+                                       << EngineAction::on(Kind::RemoveVolume, {"shop_data"});
+        QTest::newRow("prune volumes") << F([](AppStore &s, const Container &) { s.pruneVolumes(); }) << EngineAction::prune(Kind::PruneVolumes);
+        QTest::newRow("start all") << F([](AppStore &s, const Container &) { s.startAll(*project(s, "shop")); })
+                                   << EngineAction::on(Kind::Start, {"web-id"});
+        QTest::newRow("stop all") << F([](AppStore &s, const Container &) { s.stopAll(*project(s, "shop")); })
+                                  << EngineAction::on(Kind::Stop, {"web-id"});
+    }
+    void actions()
+    {
+        QFETCH(std::function<void(AppStore &, const Container &)>, act);
+        QFETCH(EngineAction, expected);
+        auto st = store();
+        QSignalSpy busy(st.get(), &AppStore::busyChanged);
+        const int listings = m_engine->calls(Call::Listing);
+        act(*st, *find(*st, "web"));
+        QVERIFY(settle(*st));
+        QCOMPARE(m_engine->performed(), QList<EngineAction>{expected});
+        QCOMPARE(busy.size(), 2);
+        QTRY_COMPARE(m_engine->calls(Call::Listing), listings + 1);   // what is there now is shown
+        QCOMPARE(st->error(), std::nullopt);
+    }
+
+    void actionResultsShow()
+    {
+        auto st = store();
+        st->stop(*find(*st, "web"));
+        QTRY_COMPARE(find(*st, "web")->state, "exited");
+        st->commit(*find(*st, "web"), "  \t ");   // no name, nothing to ask
+        QVERIFY(!st->busy());
+        QCOMPARE(m_engine->performed().size(), 1);
+    }
+
+    void aFailedActionKeepsTheEnginesWords()
+    {
+        auto st = store();
+        const QString message = "Error response from daemon: No such container: web-id";
+        m_engine->failWith(Call::Action, message);
+        st->start(*find(*st, "web"));
+        QVERIFY(settle(*st));
+        QTRY_COMPARE(st->errorText(), message);
+        QCoro::waitFor(st->refresh());   // a good poll leaves an action's failure up
+        QCOMPARE(st->errorText(), message);
+        m_engine->failWith(Call::Action, std::nullopt);
+        st->stop(*find(*st, "web"));
+        QVERIFY(settle(*st));
+        QTRY_COMPARE(st->error(), std::nullopt);
+        // A failed poll's error goes with the next good poll.
+        m_engine->setRuntimes({{{local, "unix:///l.sock", true}}, local});
+        QCoro::waitFor(st->loadContexts());
+        m_engine->failWith(Call::Listing, "Cannot connect to the Docker daemon");
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->errorText(), "Cannot connect to the Docker daemon");
+        m_engine->failWith(Call::Listing, std::nullopt);
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->error(), std::nullopt);
+    }
+
+    void upChecksComposeFirst()
+    {
+        auto st = store();
+        const QString dir = composeDir("shop");
+        const ComposeProject shop{"shop", dir, {}, 0};
+        m_engine->setComposeCheck(dir, ComposeCheck::makeInvalid("services.web additional property imagex is not allowed"));
+        QCoro::waitFor(st->up(shop));
+        QCOMPARE(st->errorText(), "services.web additional property imagex is not allowed");
+        QVERIFY(!st->busy());
+        QVERIFY(m_engine->performed().isEmpty());
+
+        m_engine->setComposeCheck(dir, ComposeCheck::makeValid("DB has no value"));
+        QCoro::waitFor(st->up(shop));
+        QCOMPARE(st->noticeText(), "DB has no value");
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(m_engine->performed(), QList<EngineAction>{EngineAction::compose(Kind::ComposeUp, dir)});
+        st->down(shop);
+        QVERIFY(settle(*st));
+        QCOMPARE(m_engine->performed().last(), EngineAction::compose(Kind::ComposeDown, dir));
+
+        // A vanished directory: up and down ask nothing.
+        QVERIFY(QDir(dir).removeRecursively());
+        QSignalSpy busy(st.get(), &AppStore::busyChanged);
+        QCoro::waitFor(st->up(shop));
+        st->down(shop);
+        QCOMPARE(busy.size(), 0);
+        QCOMPARE(m_engine->performed().size(), 2);
+    }
+
+    void addRelocateForget()
+    {
+        AppStore bare(m_settings.get(), m_engine, quietTiming());
+        const QString dir = composeDir("billing");
+        QCOMPARE(QCoro::waitFor(bare.addProject(dir)), "Choose a runtime first.");
+
+        auto st = store();
+        m_engine->setComposeProject(dir, {"billing", {"api", "db"}, {}, {}});
+        QCOMPARE(QCoro::waitFor(st->addProject(dir)), std::nullopt);
+        QVERIFY(st->registry().projects("default").contains(KnownProject{"billing", dir, {"api", "db"}}));
+        QVERIFY(project(*st, "billing"));
+        QCOMPARE(QCoro::waitFor(st->addProject(m_tmp.filePath("empty"))), Docker::missingComposeFileMessage(m_tmp.filePath("empty")));
+
+        const QString other = composeDir("other");
+        m_engine->setComposeProject(other, {"other", {}, {}, {}});
+        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, "billing"), other)),
+                 "That directory is compose project “other”, not “billing”. Up there would create a different project — add it as its own project instead.");
+        const QString moved = composeDir("moved");
+        m_engine->setComposeProject(moved, {"billing", {"api"}, {}, {}});
+        QCOMPARE(QCoro::waitFor(st->relocate(*project(*st, "billing"), moved)), std::nullopt);
+        QCOMPARE(project(*st, "billing")->workingDir, moved);
+
+        st->forget(*project(*st, "billing"));
+        QVERIFY(!project(*st, "billing"));
+        QVERIFY(!ProjectRegistry::load(*m_settings).knows("billing", "default"));
+    }
+
+    void handsOverToARuntimeThatAnswers()
+    {
+        auto st = store();
+        st->select(remote);
+        QCoro::waitFor(st->refresh());
+        m_engine->setReachable("remote", false);
+        m_engine->failWith(Call::Listing, "ssh: connect to host remote: timed out", "remote");
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->runtime(), local);
+        QCOMPARE(st->noticeText(), "remote is not answering — switched to default.");
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(st->containers().size(), 2);   // listed again, from the new runtime
+
+        // With nowhere to go, the error shows and the lists stay.
+        m_engine->setReachable("default", false);
+        m_engine->failWith(Call::Listing, "Cannot connect to the Docker daemon at unix:///l.sock", "default");
+        QCoro::waitFor(st->refresh());
+        QCOMPARE(st->runtime(), local);
+        QCOMPARE(st->errorText(), "Cannot connect to the Docker daemon at unix:///l.sock");
+        QCOMPARE(st->containers().size(), 2);
+        QVERIFY(!st->runtimes().first().reachable);
+    }
+
+    void quietPollsChangeNothing()
+    {
+        PollTiming fast = quietTiming();
+        fast.visiblePoll = fast.hiddenPoll = std::chrono::milliseconds(10);
+        auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, fast);
+        st->start();
+        QTRY_VERIFY(project(*st, "shop"));
+        m_settings->sync();
+        const QDateTime written = QFileInfo(m_settings->fileName()).lastModified();
+        std::vector<std::unique_ptr<QSignalSpy>> spies;
+        for (const auto signal : {&AppStore::runtimesChanged, &AppStore::runtimeChanged, &AppStore::containersChanged, &AppStore::imagesChanged,
+                                  &AppStore::volumesChanged, &AppStore::errorChanged, &AppStore::noticeChanged, &AppStore::busyChanged,
+                                  &AppStore::registryChanged, &AppStore::projectsChanged, &AppStore::staleChanged})
+            spies.push_back(std::make_unique<QSignalSpy>(st.get(), signal));
+        // The same rows in another order, as the engine gives them, are no change either.
+        auto h = m_engine->holdings();
+        std::reverse(h.containers.begin(), h.containers.end());
+        m_engine->setHoldings(h);
+        const int listings = m_engine->calls(Call::Listing);
+        QTRY_VERIFY(m_engine->calls(Call::Listing) >= listings + 10);
+        for (const auto &spy : spies)
+            QVERIFY2(spy->isEmpty(), spy->signal().constData());
+        m_settings->sync();
+        QCOMPARE(QFileInfo(m_settings->fileName()).lastModified(), written);
+        st.reset();   // mid-poll, harmless
+    }
+
+    void pollIntervalFollowsTheWindow()
+    {
+        PollTiming timing = quietTiming();
+        timing.visiblePoll = std::chrono::milliseconds(10);
+        auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, timing);
+        st->start();
+        st->start();   // still one loop
+        QTRY_COMPARE(m_engine->calls(Call::Listing), 1);
+        QTest::qWait(100);
+        QCOMPARE(m_engine->calls(Call::Listing), 1);   // hidden: a minute apart
+        st->setWindowVisible(true);   // cuts the long wait short
+        QTRY_VERIFY(m_engine->calls(Call::Listing) >= 6);
+        st->setWindowVisible(false);
+        QTest::qWait(30);
+        const int hidden = m_engine->calls(Call::Listing);
+        QTest::qWait(100);
+        QVERIFY(m_engine->calls(Call::Listing) <= hidden + 1);
+    }
+
+    void eventsRefreshOncePerBurst()
+    {
+        PollTiming timing = quietTiming();
+        timing.followEvents = true;
+        timing.events.quiet = std::chrono::milliseconds(20);
+        timing.events.longest = std::chrono::milliseconds(100);
+        timing.events.firstRetry = timing.events.settled = std::chrono::milliseconds(20);
+        auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, timing);
+        st->start();
+        QTRY_COMPARE(m_engine->eventStreams().size(), 1);
+        QTRY_COMPARE(st->fetchCount(), 1);
+        FakeStream *stream = m_engine->eventStreams().first();
+        QVERIFY(stream->running());
+
+        // Commands inside containers change nothing listed; a burst of real events costs one listing.
+        m_engine->emitEvent(R"({"Type":"container","Action":"exec_start: sh -c true"})");
+        m_engine->emitEvent(R"({"Type":"container","Action":"health_status: healthy"})");
+        QTRY_COMPARE(st->fetchCount(), 2);
+        for (int i = 0; i < 10; ++i)
+            m_engine->emitEvent(R"({"Type":"container","Action":"create"})");
+        QTRY_COMPARE(st->fetchCount(), 3);
+        QTest::qWait(60);
+        QCOMPARE(st->fetchCount(), 3);
+        m_engine->emitEvent(R"({"Type":"container","Action":"exec_die"})");
+        QTest::qWait(60);
+        QCOMPARE(st->fetchCount(), 3);
+
+        // A stream that ends comes back and catches up once it has settled.
+        stream->end();
+        QTRY_VERIFY(m_engine->eventStreams().size() == 1 && m_engine->eventStreams().first()->running());
+        QTRY_COMPARE(st->fetchCount(), 4);
+
+        // The stream follows the selected runtime; the old one ends.
+        FakeStream *before = m_engine->eventStreams().constLast();
+        st->select(remote);
+        QTRY_VERIFY(m_engine->eventStreams().constLast() != before);
+        QVERIFY(m_engine->eventStreams().constLast()->running());
+        QCOMPARE(m_engine->eventStreams().size(), 1);
+    }
+
+    void aHungEngineNeitherBlocksNorPilesUp()
+    {
+        PollTiming timing = quietTiming();
+        timing.staleAfter = std::chrono::milliseconds(30);
+        timing.clock = [] { return QDateTime(QDate(2026, 11, 22), QTime(14, 5)); };
+        auto st = store(timing);
+        const int listings = m_engine->calls(Call::Listing);
+        m_engine->hold(Call::Listing);
+        bool resumed = false;
+        QList<Container> seenByWaiter;
+        auto waiter = awaitRefresh(st.get(), &resumed, &seenByWaiter);
+        for (int i = 0; i < 5; ++i)
+            st->refresh();
+        QTRY_VERIFY(st->stale());
+        QCOMPARE(st->waitingSince(), timing.clock());
+        QCOMPARE(m_engine->calls(Call::Listing), listings + 1);
+        QVERIFY(!resumed);
+
+        auto h = m_engine->holdings();
+        h.containers.append(row("late"));
+        m_engine->setHoldings(h);
+        m_engine->release(Call::Listing);
+        QTRY_VERIFY(resumed);
+        QVERIFY(!st->stale());
+        QCOMPARE(st->listedAt(), timing.clock());
+        QCOMPARE(m_engine->calls(Call::Listing), listings + 2);   // the one that hung, and one after it
+        QCOMPARE(seenByWaiter.size(), 3);
+    }
+
+    void deletionPlansAndTakesOnlyWhatIsTheProjects()
+    {
+        const QString dir = composeDir("shop");
+        auto h = m_engine->holdings();
+        h.containers = {row("shop-web-1", "running", "shop", dir), row("backup")};
+        h.volumes = {{"shop_data", "local", {}}, {"shop_shared", "local", {}}, {"certs", "local", {}}};
+        h.mounts = {{"shop-web-1", {"shop_data", "shop_shared", "certs"}}, {"backup", {"shop_shared"}}};
+        h.labels = {{"shop_data", {{Labels::project, "shop"}}}};
+        h.sizes = {{"shop_data", 113'000'000}};
+        m_engine->setHoldings(h);
+        m_engine->setComposeProject(dir, {"shop", {"web"}, {"certs", "shop_data", "shop_shared"}, {"certs"}});
+        auto st = store();
+        const TeardownPlan plan = QCoro::waitFor(st->teardownPlan(*project(*st, "shop")));
+        QCOMPARE(plan.containers, QStringList{"shop-web-1"});
+        QCOMPARE(plan.removable(), (QList<VolumeUse>{{"shop_data", {}, "113 MB", {}}}));
+        QCOMPARE(plan.kept(), (QList<VolumeUse>{{"certs", {}, std::nullopt, "external"}, {"shop_shared", {"backup"}, std::nullopt, {}}}));
+        QCOMPARE(plan.workingDir, dir);
+
+        QTemporaryDir data;
+        qputenv("XDG_DATA_HOME", data.path().toUtf8());
+        QCoro::waitFor(st->deleteProject(plan, true));
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(st->error(), std::nullopt);
+        QCOMPARE(m_engine->performed(), (QList<EngineAction>{EngineAction::compose(Kind::ComposeDown, dir),
+                                                              EngineAction::on(Kind::RemoveVolume, {"shop_data"})}));
+        QVERIFY(!QFileInfo::exists(dir));
+        QVERIFY(!ProjectRegistry::load(*m_settings).knows("shop", "default"));
+        QVERIFY(!project(*st, "shop"));
+    }
+
+    void deletionOfAnotherProjectsDirectoryGoesByName()
+    {
+        // Started with -p staging in a directory whose file names shop: compose down there
+        // would take shop down instead.
+        const QString dir = composeDir("shop");
+        auto h = m_engine->holdings();
+        h.containers = {row("staging-web-1", "running", "staging", dir)};
+        m_engine->setHoldings(h);
+        m_engine->setComposeProject(dir, {"shop", {"web"}, {}, {}});
+        auto st = store();
+        const TeardownPlan plan = QCoro::waitFor(st->teardownPlan(*project(*st, "staging")));
+        QCoro::waitFor(st->deleteProject(plan, false));
+        QCOMPARE(m_engine->performed(), QList<EngineAction>{EngineAction::on(Kind::Remove, {"staging-web-1"})});
+        QVERIFY(QFileInfo::exists(dir));   // not trashed when not asked
+    }
+
+    void deletionFailuresInStepOrder()
+    {
+        auto st = store();
+        m_engine->failWith(Call::Action, "Error response from daemon: boom");
+        const TeardownPlan plan{"gone", {"gone-web-1"}, {{"gone_data", {}, std::nullopt, {}}, {"kept", {"x"}, std::nullopt, {}}},
+                                m_tmp.filePath("vanished")};
+        QCoro::waitFor(st->deleteProject(plan, true));
+        QCOMPARE(st->errorText(), "Error response from daemon: boom\nError response from daemon: boom\nCould not move "
+                                      + m_tmp.filePath("vanished") + " to the trash: it no longer exists.");
+        QCOMPARE(m_engine->performed(), (QList<EngineAction>{EngineAction::on(Kind::Remove, {"gone-web-1"}),
+                                                              EngineAction::on(Kind::RemoveVolume, {"gone_data"})}));
+    }
+};
+
+QTEST_GUILESS_MAIN(AppStoreTest)
+#include "tst_appstore.moc"
