@@ -111,7 +111,7 @@ FakeEngine::Holdings fleet()
 
 int frame(QSettings &settings)
 {
-    Desktop::Session session(&settings, false, std::make_shared<CliEngine>());
+    Desktop::Session session(&settings, false);
     QQuickWindow *window = session.window();
     QObject::connect(window, &QQuickWindow::frameSwapped, window, [] {
         out << QString::number(sinceProcessStart(), 'f', 1) << '\n';
@@ -124,7 +124,7 @@ int frame(QSettings &settings)
 
 int idle(QSettings &settings, int seconds)
 {
-    Desktop::Session session(&settings, false, std::make_shared<CliEngine>());
+    Desktop::Session session(&settings, false);
     session.shell().setCategory(int(Category::Containers));
     session.window()->show();
     const int expected = qEnvironmentVariableIntValue("KORVAT_BENCH_CONTAINERS");
@@ -165,7 +165,7 @@ void showFleet(Desktop::Session &session, FakeEngine &engine, const FakeEngine::
 int apply(QSettings &settings)
 {
     auto engine = std::make_shared<FakeEngine>();
-    Desktop::Session session(&settings, false, engine, quiet());
+    Desktop::Session session(&settings, false, {engine, quiet()});
     FakeEngine::Holdings state = fleet();
     showFleet(session, *engine, state);
     const QSet<QQuickItem *> before = delegates(session.window());
@@ -211,7 +211,7 @@ QSet<QObject *> cardsAndRows(QQuickWindow *window)
 int switchToProjects(QSettings &settings)
 {
     auto engine = std::make_shared<FakeEngine>();
-    Desktop::Session session(&settings, false, engine, quiet());
+    Desktop::Session session(&settings, false, {engine, quiet()});
     FakeEngine::Holdings state = fleet();
     showFleet(session, *engine, state);
 

@@ -38,9 +38,10 @@ void prepareApplication()
 }
 
 struct Session::Parts {
-    Parts(QSettings *settings, bool followDesktop, std::shared_ptr<Engine> containers, PollTiming timing)
+    Parts(QSettings *settings, bool followDesktop, Backends backends)
         : scheme(followDesktop ? std::make_unique<ColorScheme>() : nullptr), theme(settings, scheme.get()),
-          store(settings, std::move(containers), std::move(timing)), toolchain(settings), shell(&store, &toolchain, settings), actions(&store),
+          store(settings, std::move(backends.engine), std::move(backends.timing)),
+          toolchain(settings, std::move(backends.tools), std::move(backends.toolchainClock)), shell(&store, &toolchain, settings), actions(&store),
           settingsController(&toolchain, settings, QCoreApplication::applicationFilePath())
     {
         Theme::setInstance(&theme);
@@ -59,8 +60,8 @@ struct Session::Parts {
     QQuickWindow *window = nullptr;
 };
 
-Session::Session(QSettings *settings, bool followDesktop, std::shared_ptr<Engine> engine, PollTiming timing)
-    : d(std::make_unique<Parts>(settings, followDesktop, std::move(engine), std::move(timing)))
+Session::Session(QSettings *settings, bool followDesktop, Backends backends)
+    : d(std::make_unique<Parts>(settings, followDesktop, std::move(backends)))
 {
 }
 Session::~Session() = default;
@@ -81,7 +82,7 @@ int run(int &argc, char **argv)
     prepareApplication();
 
     QSettings settings;
-    Session session(&settings, true, std::make_shared<CliEngine>());
+    Session session(&settings, true);
     if (!session.window()) {
         QTextStream(stderr) << "korvat: the main window could not be loaded\n";
         return 1;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "appstore.h"
+#include "cliengine.h"
+#include "toolchainstore.h"
 
 #include <QString>
 #include <memory>
@@ -9,7 +11,6 @@ class QQuickWindow;
 class QSettings;
 class SettingsController;
 class Shell;
-class ToolchainStore;
 
 // The desktop interface: the main window over the real stores and the tray.
 namespace Desktop {
@@ -18,12 +19,20 @@ namespace Desktop {
 // the shipped fonts and the controls' style. Needs the QApplication.
 void prepareApplication();
 
+// What a session runs on; the defaults are what ships.
+struct Backends {
+    std::shared_ptr<Engine> engine = std::make_shared<CliEngine>();
+    PollTiming timing = {};
+    std::shared_ptr<const ToolchainSource> tools = std::make_shared<HomebrewToolchain>();
+    ToolchainStore::Clock toolchainClock = &QDateTime::currentDateTimeUtc;
+};
+
 // The stores, the theme and the main window over one settings object, made in the order
 // the views need them. The window is loaded, not yet shown.
 class Session {
 public:
     // followDesktop: follow the desktop portal's colour scheme under "auto".
-    Session(QSettings *settings, bool followDesktop, std::shared_ptr<Engine> engine, PollTiming timing = {});
+    Session(QSettings *settings, bool followDesktop, Backends backends = {});
     ~Session();
 
     AppStore &store();

@@ -4,6 +4,7 @@
 #include "toolchain.h"
 
 #include <QDir>
+#include <QProcess>
 #include <array>
 #include <QFile>
 
@@ -132,7 +133,7 @@ QList<Tool> tools()
 {
     // container: an update through Homebrew; socktainer: missing; docker: newer upstream but
     // installed outside Homebrew; compose: up to date.
-    QList<Tool> list = Toolchain::all();
+    QList<Tool> list = ::Toolchain::all();
     const QList<std::array<const char *, 3>> versions = {
         {"0.5.0", "0.6.0", "brew"}, {nullptr, "1.2.1", "brew"}, {"27.3.1", "28.0.1", ""}, {"2.30.3", "2.30.3", ""}};
     for (qsizetype i = 0; i < list.size() && i < versions.size(); ++i) {
@@ -149,9 +150,37 @@ SystemStatus status()
     return {true, QStringLiteral("0.6.0"), QStringLiteral("0.5.0")};
 }
 
+QList<Tool> Toolchain::survey() const
+{
+    if (m_empty)
+        return {};
+    QList<Tool> list = tools();
+    for (auto &t : list)
+        t.latest.reset();
+    return list;
+}
+
+QMap<QString, QString> Toolchain::latest() const
+{
+    QMap<QString, QString> versions;
+    for (const auto &t : tools()) {
+        if (t.latest && !m_empty)
+            versions.insert(t.formula, *t.latest);
+    }
+    return versions;
+}
+
+std::unique_ptr<QProcess> Toolchain::job(const QString &) const
+{
+    auto child = std::make_unique<QProcess>();
+    child->setProgram(QStringLiteral("/bin/sh"));
+    child->setArguments({QStringLiteral("-c"), QStringLiteral("printf '%s' \"$1\"; exec sleep 600"), QStringLiteral("sh"), jobOutput()});
+    return child;
+}
+
 QString jobOutput()
 {
-    return QStringLiteral("$ brew upgrade container\n==> Upgrading 1 outdated package:\ncontainer 0.5.0 -> 0.6.0\n"
+    return QStringLiteral("==> Upgrading 1 outdated package:\ncontainer 0.5.0 -> 0.6.0\n"
                           "==> Fetching container\n==> Downloading container-0.6.0.arm64_sequoia.bottle.tar.gz\n"
                           "######################################################################## 100.0%\n"
                           "==> Pouring container-0.6.0.arm64_sequoia.bottle.tar.gz\n");

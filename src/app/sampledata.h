@@ -3,6 +3,9 @@
 #include "fakeengine.h"
 #include "projectregistry.h"
 #include "tool.h"
+#include "toolchainsource.h"
+
+#include <atomic>
 
 // Built-in sample state for screenshots: projects in every card state, loose containers,
 // images, volumes and two runtimes, one of them offline.
@@ -22,5 +25,23 @@ QList<std::pair<QString, ExecResult>> commands();
 // Homebrew with a newer release, one up to date; the service wants a restart.
 QList<Tool> tools();
 SystemStatus status();
+// What a job prints after its own banner line.
 QString jobOutput();
+
+// The sample tools as a toolchain answers for them, or no tools at all while empty; a job
+// prints jobOutput() and then runs until it is ended.
+class Toolchain : public ToolchainSource {
+public:
+    void setEmpty(bool empty) { m_empty = empty; }
+
+    bool brewAvailable() const override { return true; }
+    QList<Tool> survey() const override;
+    SystemStatus systemStatus() const override { return m_empty ? SystemStatus{} : status(); }
+    std::optional<QString> refreshIndex() const override { return std::nullopt; }
+    QMap<QString, QString> latest() const override;
+    std::unique_ptr<QProcess> job(const QString &script) const override;
+
+private:
+    std::atomic<bool> m_empty = false;
+};
 }

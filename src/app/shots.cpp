@@ -91,7 +91,8 @@ int shoot(int &argc, char **argv, const QString &dir)
     PollTiming timing;
     timing.staleAfter = std::chrono::milliseconds(50);
     timing.clock = [now] { return *now; };
-    Desktop::Session session(&settings, false, engine, timing);
+    const auto tools = std::make_shared<SampleData::Toolchain>();
+    Desktop::Session session(&settings, false, {engine, timing, tools, [now] { return now->toUTC(); }});
     AppStore &store = session.store();
     ToolchainStore &toolchain = session.toolchain();
     Shell &shell = session.shell();
@@ -123,6 +124,10 @@ int shoot(int &argc, char **argv, const QString &dir)
         for (const char *name : {"logsSheet", "execSheet", "commitSheet", "deleteSheet", "confirmDown"})
             QMetaObject::invokeMethod(sheet(name), "close");
     };
+    const auto showTools = [&](bool sample) {
+        tools->setEmpty(!sample);
+        QCoro::waitFor(toolchain.check());
+    };
     const auto plain = [&] {
         engine->release(FakeEngine::Call::Listing);
         engine->failWith(FakeEngine::Call::Listing, std::nullopt, QStringLiteral("staging"));
@@ -134,7 +139,7 @@ int shoot(int &argc, char **argv, const QString &dir)
         QCoro::waitFor(store.refresh());
         store.dismissError();
         store.dismissNotice();
-        toolchain.preview({}, {});
+        showTools(false);
     };
     // The engine keeps the lists waiting; the window says for how long.
     const auto stale = [&] {
@@ -160,7 +165,7 @@ int shoot(int &argc, char **argv, const QString &dir)
              store.select(Runtime::context(QStringLiteral("staging")));
              waitUntil([&] { return !store.noticeText().isEmpty() && !store.containers().isEmpty(); });
              store.reportError(QStringLiteral("Error response from daemon: cannot stop container: storefront-db-1: permission denied"));
-             toolchain.preview(SampleData::tools(), {});
+             showTools(true);
          }},
         {QStringLiteral("stale"), Category::Projects, stale},
         {QStringLiteral("empty-filter"), Category::Containers, [&] {
@@ -218,18 +223,19 @@ int shoot(int &argc, char **argv, const QString &dir)
          }},
         {QStringLiteral("tray-panel"), Category::Projects, [&] {
              plain();
-             toolchain.preview(SampleData::tools(), SampleData::status());
+             showTools(true);
          }, QSize(340, 600), panelWindow},
         {QStringLiteral("tray-panel-stale"), Category::Projects, stale, QSize(340, 600), panelWindow},
         {QStringLiteral("settings"), Category::Projects, [&] {
              plain();
-             toolchain.preview(SampleData::tools(), SampleData::status());
+             showTools(true);
          }, QSize(640, 940), settingsWindow},
         {QStringLiteral("settings-job"), Category::Projects, [&] {
              plain();
-             toolchain.preview(SampleData::tools(), SampleData::status());
-             auto *run = new JobRun(ToolJob::upgrade({QStringLiteral("container")}), window);
-             run->preview(SampleData::jobOutput());
+             showTools(true);
+             auto *run = new JobRun(ToolJob::upgrade({QStringLiteral("container")}), tools, window);
+             run->start();
+             waitUntil([&] { return run->output().contains(QLatin1String("bottle")); });
              QObject *sheet = settingsWindow()->findChild<QObject *>(QStringLiteral("runSheet"));
              QMetaObject::invokeMethod(sheet, "show", Q_ARG(JobRun *, run));
          }, QSize(640, 760), settingsWindow},

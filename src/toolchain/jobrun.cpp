@@ -5,8 +5,8 @@
 #include <csignal>
 #include <unistd.h>
 
-JobRun::JobRun(const ToolJob &job, QObject *parent)
-    : QObject(parent), m_job(job), m_output(job.banner() + u'\n')
+JobRun::JobRun(const ToolJob &job, std::shared_ptr<const ToolchainSource> source, QObject *parent)
+    : QObject(parent), m_job(job), m_source(std::move(source)), m_output(job.banner() + u'\n')
 {
 }
 
@@ -22,21 +22,11 @@ JobRun::~JobRun()
     }
 }
 
-void JobRun::preview(const QString &output)
-{
-    m_preview = true;
-    m_output = output;
-    emit outputChanged();
-    setState(State::Running);
-}
-
 void JobRun::start()
 {
-    if (m_preview)
-        return;
     if (m_state != State::Idle)
         return;
-    m_process = Toolchain::process({QStringLiteral("/bin/sh"), QStringLiteral("-c"), m_job.script()});
+    m_process = m_source->job(m_job.script());
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->setChildProcessModifier([] { ::setpgid(0, 0); });
     connect(m_process.get(), &QProcess::readyRead, this, &JobRun::readAvailable);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "toolchainsource.h"
 #include "tooljob.h"
 
 #include <QObject>
@@ -21,7 +22,7 @@ class JobRun : public QObject {
 public:
     enum class State { Idle, Running, Finished, FailedToStart };
 
-    explicit JobRun(const ToolJob &job, QObject *parent = nullptr);
+    JobRun(const ToolJob &job, std::shared_ptr<const ToolchainSource> source, QObject *parent = nullptr);
     // Closing the view while the job runs ends it.
     ~JobRun() override;
 
@@ -35,8 +36,6 @@ public:
     int exitStatus() const { return m_exitStatus; }
 
     Q_INVOKABLE void start();
-    // Shows output as if the job were running, without running anything; for screenshots.
-    void preview(const QString &output);
     // An interrupt, as Ctrl-C in a terminal would send.
     Q_INVOKABLE void cancel();
 
@@ -50,10 +49,10 @@ private:
     void setState(State state);
 
     ToolJob m_job;
+    std::shared_ptr<const ToolchainSource> m_source;
     std::unique_ptr<QProcess> m_process;
     QStringDecoder m_decoder{QStringDecoder::Utf8};
     QString m_output;
     State m_state = State::Idle;
     int m_exitStatus = -1;
-    bool m_preview = false;
 };

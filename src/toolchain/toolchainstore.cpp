@@ -7,8 +7,9 @@
 #include <QSettings>
 #include <QtConcurrent>
 
-ToolchainStore::ToolchainStore(QSettings *settings, Clock clock, QObject *parent)
-    : QObject(parent), m_settings(settings), m_clock(std::move(clock)), m_brewAvailable(Toolchain::brewPath().has_value())
+ToolchainStore::ToolchainStore(QSettings *settings, std::shared_ptr<const ToolchainSource> source, Clock clock, QObject *parent)
+    : QObject(parent), m_settings(settings), m_source(std::move(source)), m_clock(std::move(clock)),
+      m_brewAvailable(m_source->brewAvailable())
 {
     const double seconds = m_settings->value(lastCheckedKey).toDouble();
     if (seconds > 0)
@@ -45,10 +46,8 @@ bool ToolchainStore::containerInstalled() const
 
 QCoro::Task<> ToolchainStore::load()
 {
-    if (m_preview)
-        co_return;
     QPointer<ToolchainStore> self(this);
-    auto future = QtConcurrent::run([] { return std::pair(Toolchain::survey(), Toolchain::systemStatus()); });
+    auto future = QtConcurrent::run([source = m_source] { return std::pair(source->survey(), source->systemStatus()); });
     const auto [tools, status] = co_await future;
     if (!self)
         co_return;
@@ -58,8 +57,6 @@ QCoro::Task<> ToolchainStore::load()
 
 QCoro::Task<> ToolchainStore::check()
 {
-    if (m_preview)
-        co_return;
     if (m_checking)
         co_return;
     setChecking(true);
@@ -72,12 +69,12 @@ QCoro::Task<> ToolchainStore::check()
     };
     QPointer<ToolchainStore> self(this);
     // The order matters: the index is refreshed before anything reads it.
-    auto future = QtConcurrent::run([] {
+    auto future = QtConcurrent::run([source = m_source] {
         Result r;
-        r.problem = Toolchain::refreshIndex();
-        r.latest = Toolchain::brewLatest();
-        r.tools = Toolchain::survey();
-        r.status = Toolchain::systemStatus();
+        r.problem = source->refreshIndex();
+        r.latest = source->latest();
+        r.tools = source->survey();
+        r.status = source->systemStatus();
         return r;
     });
     auto result = co_await future;
@@ -134,14 +131,6 @@ void ToolchainStore::merge(const QList<Tool> &fresh)
     for (auto &t : tools)
         t.latest = latest.value(t.formula);
     setTools(tools);
-}
-
-void ToolchainStore::preview(const QList<Tool> &tools, const SystemStatus &status)
-{
-    m_didLaunchCheck = true;
-    m_preview = true;
-    setTools(tools);
-    setStatus(status);
 }
 
 void ToolchainStore::setTools(const QList<Tool> &tools)

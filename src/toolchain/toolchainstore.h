@@ -1,12 +1,14 @@
 #pragma once
 
 #include "tool.h"
+#include "toolchainsource.h"
 
 #include <QCoroTask>
 #include <QDateTime>
 #include <QObject>
 #include <QSet>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class QSettings;
@@ -29,7 +31,10 @@ public:
     static inline const QString dismissedKey = QStringLiteral("dismissedToolUpdates");
     static constexpr qint64 checkInterval = 86400;
 
-    explicit ToolchainStore(QSettings *settings, Clock clock = &QDateTime::currentDateTimeUtc, QObject *parent = nullptr);
+    ToolchainStore(QSettings *settings, std::shared_ptr<const ToolchainSource> source,
+                   Clock clock = &QDateTime::currentDateTimeUtc, QObject *parent = nullptr);
+
+    const std::shared_ptr<const ToolchainSource> &source() const { return m_source; }
 
     const QList<Tool> &tools() const { return m_tools; }
     const SystemStatus &status() const { return m_status; }
@@ -52,8 +57,6 @@ public:
     QCoro::Task<> checkAtLaunch(bool enabled);
     Q_INVOKABLE void dismissNotice();
     void merge(const QList<Tool> &fresh);
-    // Shows the given tools, latest versions included; nothing is probed from then on.
-    void preview(const QList<Tool> &tools, const SystemStatus &status);
 
 signals:
     void toolsChanged();
@@ -73,6 +76,7 @@ private:
     void updateNotice(const std::optional<QString> &before);
 
     QSettings *m_settings;
+    std::shared_ptr<const ToolchainSource> m_source;
     Clock m_clock;
     QList<Tool> m_tools;
     SystemStatus m_status;
@@ -82,5 +86,4 @@ private:
     QSet<QString> m_dismissed;
     bool m_brewAvailable = false;
     bool m_didLaunchCheck = false;
-    bool m_preview = false;
 };

@@ -11,7 +11,7 @@
 void ToolModel::setTools(const QList<Tool> &tools)
 {
     sync(m_rows, tools, [](const Tool &t) { return t.formula; }, [](const Tool &, const Tool &) {
-        return QList<int>{InstalledRole, LatestRole, BadgeRole, BadgeKindRole, ActionRole, ActionLabelRole, ActionHelpRole};
+        return QList<int>{InstalledRole, LatestRole, BadgeRole, BadgeKindRole, ActionRunsJobRole, ActionLabelRole, ActionHelpRole};
     });
 }
 
@@ -26,7 +26,7 @@ QVariant ToolModel::roleData(const Tool &t, int role) const
     case LatestRole: return t.latest.value_or(QStringLiteral("—"));
     case BadgeRole: return ToolRules::badge(t).text;
     case BadgeKindRole: return ToolRules::badge(t).kind;
-    case ActionRole: return ToolRules::action(t).kind;
+    case ActionRunsJobRole: return ToolRules::action(t).runsJob();
     case ActionLabelRole: return ToolRules::action(t).label;
     case ActionHelpRole: return ToolRules::action(t).help;
     case HomepageRole: return t.homepage;
@@ -37,7 +37,7 @@ QVariant ToolModel::roleData(const Tool &t, int role) const
 QHash<int, QByteArray> ToolModel::roleNames() const
 {
     return {{FormulaRole, "formula"}, {NameRole, "name"}, {PurposeRole, "purpose"}, {InstalledRole, "installed"},
-            {LatestRole, "latest"}, {BadgeRole, "badge"}, {BadgeKindRole, "badgeKind"}, {ActionRole, "action"},
+            {LatestRole, "latest"}, {BadgeRole, "badge"}, {BadgeKindRole, "badgeKind"}, {ActionRunsJobRole, "actionRunsJob"},
             {ActionLabelRole, "actionLabel"}, {ActionHelpRole, "actionHelp"}, {HomepageRole, "homepage"}};
 }
 
@@ -113,19 +113,25 @@ void SettingsController::opened()
 
 void SettingsController::check() { m_toolchain->check(); }
 
-JobRun *SettingsController::job(const QString &kind, const QString &formula)
+JobRun *SettingsController::run(const ToolJob &job)
 {
-    ToolJob job = ToolJob::start();
-    if (kind == QLatin1String("update"))
-        job = ToolJob::upgrade({formula});
-    else if (kind == QLatin1String("install"))
-        job = ToolJob::install({formula});
-    else if (kind == QLatin1String("restart"))
-        job = ToolJob::restart();
-    auto *run = new JobRun(job);
+    auto *run = new JobRun(job, m_toolchain->source());
     QQmlEngine::setObjectOwnership(run, QQmlEngine::JavaScriptOwnership);
     return run;
 }
+
+JobRun *SettingsController::toolJob(const QString &formula)
+{
+    const auto &tools = m_toolchain->tools();
+    const auto tool = std::find_if(tools.cbegin(), tools.cend(), [&](const Tool &t) { return t.formula == formula; });
+    if (tool == tools.cend())
+        return nullptr;
+    const auto job = ToolRules::job(*tool);
+    return job ? run(*job) : nullptr;
+}
+
+JobRun *SettingsController::startJob() { return run(ToolJob::start()); }
+JobRun *SettingsController::restartJob() { return run(ToolJob::restart()); }
 
 void SettingsController::jobClosed(JobRun *run)
 {

@@ -19,7 +19,7 @@ class ToolModel : public KeyedRowsModel<Tool> {
 
 public:
     enum Role { FormulaRole = Qt::UserRole + 1, NameRole, PurposeRole, InstalledRole, LatestRole, BadgeRole,
-                BadgeKindRole, ActionRole, ActionLabelRole, ActionHelpRole, HomepageRole };
+                BadgeKindRole, ActionRunsJobRole, ActionLabelRole, ActionHelpRole, HomepageRole };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
@@ -72,8 +72,10 @@ public:
     // The window opened: the installed versions, then a check when the last one is a day old.
     Q_INVOKABLE void opened();
     Q_INVOKABLE void check();
-    // "update" or "install" with a formula, "start" or "restart": the job the sheet runs.
-    Q_INVOKABLE JobRun *job(const QString &kind, const QString &formula);
+    // The job of the tool's own action (install or update); none when its action opens a page.
+    Q_INVOKABLE JobRun *toolJob(const QString &formula);
+    Q_INVOKABLE JobRun *startJob();
+    Q_INVOKABLE JobRun *restartJob();
     // A job sheet closed: a job still running ends with it, and one that ran shows what it changed.
     Q_INVOKABLE void jobClosed(JobRun *run);
 
@@ -85,6 +87,8 @@ signals:
     void checkingChanged();
 
 private:
+    JobRun *run(const ToolJob &job);
+
     QPointer<ToolchainStore> m_toolchain;
     QSettings *m_settings;
     QString m_executable;

@@ -27,14 +27,25 @@ Badge badge(const Tool &tool)
 Action action(const Tool &tool)
 {
     if (!tool.installed)
-        return {QStringLiteral("install"), QStringLiteral("Install"),
+        return {Action::Kind::Install, QStringLiteral("Install"),
                 QStringLiteral("Installs with Homebrew, fetches the kernel and starts the services")};
     if (tool.brewManaged && olderThanLatest(tool))
-        return {QStringLiteral("update"), QStringLiteral("Update"), QString()};
+        return {Action::Kind::Update, QStringLiteral("Update"), QString()};
     if (olderThanLatest(tool))
-        return {QStringLiteral("releaseNotes"), QStringLiteral("Release notes"),
+        return {Action::Kind::ReleaseNotes, QStringLiteral("Release notes"),
                 QStringLiteral("Installed outside Homebrew — update it where you installed it from")};
-    return {QStringLiteral("homepage"), QStringLiteral("Homepage"), QString()};
+    return {Action::Kind::Homepage, QStringLiteral("Homepage"), QString()};
+}
+
+std::optional<ToolJob> job(const Tool &tool)
+{
+    switch (action(tool).kind) {
+    case Action::Kind::Install: return ToolJob::install({tool.formula});
+    case Action::Kind::Update: return ToolJob::upgrade({tool.formula});
+    case Action::Kind::ReleaseNotes:
+    case Action::Kind::Homepage: return std::nullopt;
+    }
+    return std::nullopt;
 }
 
 QString statusLine(const SystemStatus &status, const std::optional<QDateTime> &lastChecked, const QLocale &locale)

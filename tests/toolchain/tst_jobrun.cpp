@@ -39,7 +39,7 @@ private slots:
     void outputInterleavesInOrder()
     {
         ScriptedBrew brew("echo one; sleep 0.1; echo two >&2; sleep 0.1; echo three; printf 'caf\\303'; printf '\\251\\n'");
-        JobRun run(ToolJob::upgrade({"container"}));
+        JobRun run(ToolJob::upgrade({"container"}), std::make_shared<HomebrewToolchain>());
         QSignalSpy output(&run, &JobRun::outputChanged);
         QCOMPARE(run.output(), "$ brew upgrade container\n");
         run.start();
@@ -54,7 +54,7 @@ private slots:
     void nonZeroExit()
     {
         ScriptedBrew brew("echo 'Error: nope' >&2; exit 3");
-        JobRun run(ToolJob::upgrade({"docker"}));
+        JobRun run(ToolJob::upgrade({"docker"}), std::make_shared<HomebrewToolchain>());
         run.start();
         QVERIFY(waitFinished(run));
         QCOMPARE(run.exitStatus(), 3);
@@ -67,7 +67,7 @@ private slots:
         ScriptedBrew brew("echo \"brew $*\"");
         QTemporaryDir home;
         qputenv("HOME", home.path().toUtf8());
-        JobRun run(ToolJob::install({"docker-compose"}));
+        JobRun run(ToolJob::install({"docker-compose"}), std::make_shared<HomebrewToolchain>());
         run.start();
         QVERIFY(waitFinished(run));
         // The banner is the script itself; brew --prefix is swallowed by the substitution.
@@ -79,7 +79,7 @@ private slots:
     void cancelInterrupts()
     {
         ScriptedBrew brew("echo started; while :; do sleep 0.05; done");
-        JobRun run(ToolJob::upgrade({"container"}));
+        JobRun run(ToolJob::upgrade({"container"}), std::make_shared<HomebrewToolchain>());
         run.start();
         QVERIFY(QTest::qWaitFor([&] { return run.output().contains("started"); }, 10000));
         run.cancel();
@@ -94,7 +94,7 @@ private slots:
         QTemporaryDir dir;
         const QString pidFile = dir.filePath("child.pid");
         ScriptedBrew brew(("sleep 300 & echo $! > " + pidFile + "; echo started; wait").toUtf8());
-        auto run = std::make_unique<JobRun>(ToolJob::upgrade({"container"}));
+        auto run = std::make_unique<JobRun>(ToolJob::upgrade({"container"}), std::make_shared<HomebrewToolchain>());
         run->start();
         QVERIFY(QTest::qWaitFor([&] { return run->output().contains("started"); }, 10000));
         QFile f(pidFile);
@@ -111,7 +111,7 @@ private slots:
         Toolchain::Setup setup;
         setup.launcher = "/nope/env";
         Toolchain::setSetup(setup);
-        JobRun run(ToolJob::start());
+        JobRun run(ToolJob::start(), std::make_shared<HomebrewToolchain>());
         run.start();
         QVERIFY(waitFinished(run));
         QCOMPARE(run.state(), JobRun::State::FailedToStart);

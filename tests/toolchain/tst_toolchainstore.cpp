@@ -25,7 +25,7 @@ class ToolchainStoreTest : public QObject {
     }
     std::unique_ptr<ToolchainStore> store(QSettings *s)
     {
-        return std::make_unique<ToolchainStore>(s, [this] { return m_now; });
+        return std::make_unique<ToolchainStore>(s, std::make_shared<HomebrewToolchain>(), [this] { return m_now; });
     }
     // container and socktainer both installed through Homebrew, both one version behind.
     void twoBehind(const FakeTools &fake)

@@ -156,7 +156,7 @@ void TestActions::loginToggleWritesTheAutostartEntry()
 {
     QTemporaryDir config;
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
-    ToolchainStore toolchain(m_settings.get());
+    ToolchainStore toolchain(m_settings.get(), std::make_shared<HomebrewToolchain>());
     SettingsController settings(&toolchain, m_settings.get(), QStringLiteral("/opt/korvat/bin/korvat"));
     const QString entry = config.filePath(QStringLiteral("autostart/korvat.desktop"));
     QVERIFY(!settings.openAtLogin());

@@ -80,7 +80,7 @@ void TestMainWindow::init()
     PollTiming timing = TestSupport::quietTiming();
     timing.staleAfter = std::chrono::milliseconds(50);
     timing.clock = [shift = m_clockShift] { return QDateTime::currentDateTime().addSecs(*shift); };
-    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false, m_engine, timing);
+    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false, Desktop::Backends{m_engine, timing});
     m_store = &m_session->store();
     m_shell = &m_session->shell();
     QCoro::waitFor(m_store->loadContexts());

@@ -161,7 +161,7 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
     QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     auto engine = std::make_shared<FakeEngine>();
     AppStore store(&settings, engine, TestSupport::quietTiming());
-    ToolchainStore toolchain(&settings);
+    ToolchainStore toolchain(&settings, std::make_shared<HomebrewToolchain>());
     Shell shell(&store, &toolchain, &settings);
 
     FakeEngine::Holdings state;

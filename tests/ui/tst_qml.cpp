@@ -41,7 +41,7 @@ public:
         else
             SampleData::registry(code()).save(*settings);
         m_store = sampleStore(settings);
-        m_toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
+        m_toolchain = new ToolchainStore(settings, std::make_shared<HomebrewToolchain>(), &QDateTime::currentDateTimeUtc, this);
         return new Shell(m_store, m_toolchain, settings, this);
     }
     // The store of the last shell made, and actions over it.
@@ -53,9 +53,12 @@ public:
     Q_INVOKABLE QObject *settings(const QString &kind)
     {
         auto *settings = new QSettings(m_dir.filePath(QStringLiteral("settings-") + kind), QSettings::IniFormat, this);
-        auto *toolchain = new ToolchainStore(settings, &QDateTime::currentDateTimeUtc, this);
-        if (kind == QLatin1String("sample")) {
-            toolchain->preview(SampleData::tools(), SampleData::status());
+        const bool sample = kind == QLatin1String("sample");
+        auto *toolchain = new ToolchainStore(settings, sample ? std::shared_ptr<ToolchainSource>(std::make_shared<SampleData::Toolchain>())
+                                                              : std::make_shared<HomebrewToolchain>(),
+                                             &QDateTime::currentDateTimeUtc, this);
+        if (sample) {
+            QCoro::waitFor(toolchain->check());
         } else {
             m_tools = std::make_unique<FakeTools>();
             if (kind == QLatin1String("slow"))
@@ -68,7 +71,7 @@ public:
     {
         m_tools = std::make_unique<FakeTools>();
         TestSupport::writeExecutable(m_tools->path(QStringLiteral("brew")), "#!/bin/sh\necho \"upgrading $2\"\necho 'no bottle' >&2\nexit 3\n");
-        return new JobRun(ToolJob::upgrade({QStringLiteral("container")}), this);
+        return new JobRun(ToolJob::upgrade({QStringLiteral("container")}), std::make_shared<HomebrewToolchain>(), this);
     }
     Q_INVOKABLE void dropTools() { m_tools.reset(); }
     // A log follower of a container that has printed lines; more() makes it print more.

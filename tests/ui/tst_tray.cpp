@@ -97,7 +97,7 @@ void TestTray::itemFollowsTheSettingAndOpensThePanel()
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
-    Desktop::Session session(&settings, false, std::make_shared<FakeEngine>(), TestSupport::quietTiming());
+    Desktop::Session session(&settings, false, {std::make_shared<FakeEngine>(), TestSupport::quietTiming()});
     Tray tray(session);
     QVERIFY(tray.shown());
     QTRY_COMPARE(m_watcher->items().size(), 1);

@@ -77,7 +77,7 @@ void ViewsLive::init()
     m_settings->clear();
     m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
     m_settings->setValue(QStringLiteral("category"), QStringLiteral("containers"));
-    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false, std::make_shared<CliEngine>());
+    m_session = std::make_unique<Desktop::Session>(m_settings.get(), false);
     m_session->window()->show();
     QVERIFY(QTest::qWaitForWindowExposed(static_cast<QWindow *>(m_session->window())));
 }

@@ -183,7 +183,7 @@ ApplicationWindow {
                         text: "Restart"
                         iconName: "arrow.triangle.2.circlepath"
                         variant: "accent"
-                        onClicked: runSheet.show(window.settings.job("restart", ""))
+                        onClicked: runSheet.show(window.settings.restartJob())
                     }
                 }
             }
@@ -193,9 +193,9 @@ ApplicationWindow {
                 ToolRow {
                     Layout.fillWidth: true
                     Layout.topMargin: 8
-                    onActionClicked: (kind, formula, homepage) => {
-                        if (kind === "update" || kind === "install")
-                            runSheet.show(window.settings.job(kind, formula));
+                    onActionClicked: (runsJob, formula, homepage) => {
+                        if (runsJob)
+                            runSheet.show(window.settings.toolJob(formula));
                         else
                             Qt.openUrlExternally(homepage);
                     }
@@ -212,7 +212,7 @@ ApplicationWindow {
                 text: "Start"
                 iconName: "play"
                 variant: "accent"
-                onClicked: runSheet.show(window.settings.job("start", ""))
+                onClicked: runSheet.show(window.settings.startJob())
             }
             Item {
                 Layout.preferredHeight: 24

@@ -14,12 +14,12 @@ Rectangle {
     required property string latest
     required property string badge
     required property string badgeKind
-    required property string action
+    required property bool actionRunsJob
     required property string actionLabel
     required property string actionHelp
     required property string homepage
 
-    signal actionClicked(string kind, string formula, string homepage)
+    signal actionClicked(bool runsJob, string formula, string homepage)
 
     implicitHeight: row.implicitHeight + 24
     radius: 10
@@ -71,8 +71,8 @@ Rectangle {
             objectName: "toolAction"
             text: root.actionLabel
             help: root.actionHelp
-            variant: root.action === "update" || root.action === "install" ? "accent" : "ghost"
-            onClicked: root.actionClicked(root.action, root.formula, root.homepage)
+            variant: root.actionRunsJob ? "accent" : "ghost"
+            onClicked: root.actionClicked(root.actionRunsJob, root.formula, root.homepage)
         }
     }
 }
