@@ -1,11 +1,11 @@
 #include "appstore.h"
 
+#include "docker.h"
 #include "filters.h"
+#include "runtimeselection.h"
 
 #include <QCoroFuture>
 #include <QPromise>
-#include <QSettings>
-#include <QThread>
 #include <QThreadPool>
 #include <QtConcurrent>
 
@@ -21,14 +21,24 @@ QThreadPool *AppStore::workers()
 }
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
-    : QObject(parent), m_defaults(defaults), m_engine(std::move(engine)), m_timing(std::move(timing)),
-      m_registry(ProjectRegistry::load(*defaults)), m_events(m_engine, m_timing.events)
+    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults)
 {
-    m_pollTimer.setSingleShot(true);
-    connect(&m_pollTimer, &QTimer::timeout, this, [this] { pollOnce(); });
-    m_staleTimer.setSingleShot(true);
-    connect(&m_staleTimer, &QTimer::timeout, this, [this] { setStale(true); });
-    connect(&m_events, &EngineEvents::changed, this, [this] { refresh(false); });
+    // Another engine has not been waited for yet, nor answered: that is settled before
+    // anyone hears of the change.
+    connect(&m_state, &EngineState::runtimeChanged, &m_scheduler, &RefreshScheduler::forgetWaiting);
+    connect(&m_state, &EngineState::runtimesChanged, this, &AppStore::runtimesChanged);
+    connect(&m_state, &EngineState::runtimeChanged, this, &AppStore::runtimeChanged);
+    connect(&m_state, &EngineState::containersChanged, this, &AppStore::containersChanged);
+    connect(&m_state, &EngineState::imagesChanged, this, &AppStore::imagesChanged);
+    connect(&m_state, &EngineState::volumesChanged, this, &AppStore::volumesChanged);
+    connect(&m_state, &EngineState::errorChanged, this, &AppStore::errorChanged);
+    connect(&m_state, &EngineState::noticeChanged, this, &AppStore::noticeChanged);
+    connect(&m_state, &EngineState::busyChanged, this, &AppStore::busyChanged);
+    connect(&m_memory, &ProjectMemory::changed, this, &AppStore::registryChanged);
+    connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
+    connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
+    connect(&m_scheduler, &RefreshScheduler::changed, this, [this] { refresh(false); });
+
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
@@ -37,122 +47,11 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
 
 AppStore::~AppStore() = default;
 
-// ---- state -------------------------------------------------------------------------------
-
-void AppStore::setRuntimes(const QList<RuntimeEntry> &runtimes)
-{
-    if (m_runtimes == runtimes)
-        return;
-    m_runtimes = runtimes;
-    emit runtimesChanged();
-}
-
-void AppStore::setRuntime(const std::optional<Runtime> &runtime)
-{
-    if (m_runtime == runtime)
-        return;
-    m_runtime = runtime;
-    // Another engine has not been waited for yet, nor answered.
-    m_waitingSince = {};
-    m_listedAt = {};
-    m_staleTimer.stop();
-    setStale(false);
-    emit runtimeChanged();
-}
-
-void AppStore::setStale(bool stale)
-{
-    if (m_stale == stale)
-        return;
-    m_stale = stale;
-    emit staleChanged();
-}
-
-void AppStore::listingStarted()
-{
-    if (m_waitingSince.isValid())
-        return;
-    m_waitingSince = m_timing.clock();
-    m_staleTimer.start(m_timing.staleAfter);
-}
-
-void AppStore::listingEnded(bool answered)
-{
-    m_waitingSince = {};
-    m_staleTimer.stop();
-    if (answered)
-        m_listedAt = m_timing.clock();
-    setStale(false);
-}
-
-namespace {
-// The engine does not keep a stable order among rows it considers equal (images listed
-// within one second swap places from one call to the next), so the same rows in another
-// order count as no change, and the order already shown stays.
-template<typename T, typename Key>
-bool sameRows(const QList<T> &shown, const QList<T> &fetched, Key key)
-{
-    if (shown.size() != fetched.size())
-        return false;
-    if (shown == fetched)
-        return true;
-    QList<T> a = shown, b = fetched;
-    const auto byKey = [&](const T &x, const T &y) { return key(x) < key(y); };
-    std::sort(a.begin(), a.end(), byKey);
-    std::sort(b.begin(), b.end(), byKey);
-    return a == b;
-}
-}
-
-void AppStore::setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes)
-{
-    if (!sameRows(m_containers, containers, [](const Container &c) { return c.id; })) {
-        m_containers = containers;
-        emit containersChanged();
-    }
-    if (!sameRows(m_images, images, [](const DockerImage &i) { return std::tie(i.id, i.repository, i.tag); })) {
-        m_images = images;
-        emit imagesChanged();
-    }
-    if (!sameRows(m_volumes, volumes, [](const DockerVolume &v) { return v.name; })) {
-        m_volumes = volumes;
-        emit volumesChanged();
-    }
-}
-
-void AppStore::setError(const std::optional<QString> &error, ErrorSource source)
-{
-    m_errorSource = source;
-    if (m_error == error)
-        return;
-    m_error = error;
-    emit errorChanged();
-}
-
-void AppStore::setNotice(const std::optional<QString> &notice)
-{
-    if (m_notice == notice)
-        return;
-    m_notice = notice;
-    emit noticeChanged();
-}
-
-void AppStore::setBusy(bool busy)
-{
-    if (m_busy == busy)
-        return;
-    m_busy = busy;
-    emit busyChanged();
-}
-
 void AppStore::setWindowVisible(bool visible)
 {
-    if (m_windowVisible == visible)
+    if (m_scheduler.windowVisible() == visible)
         return;
-    m_windowVisible = visible;
-    // A window that opens should not wait out the long menu-bar interval.
-    if (visible && m_pollTimer.isActive() && m_pollTimer.remainingTimeAsDuration() > m_timing.visiblePoll)
-        m_pollTimer.start(m_timing.visiblePoll);
+    m_scheduler.setWindowVisible(visible);
     emit windowVisibleChanged();
 }
 
@@ -164,40 +63,31 @@ void AppStore::setFilter(const QString &filter)
     emit filterChanged();
 }
 
-void AppStore::setRegistry(const ProjectRegistry &registry)
-{
-    if (m_registry == registry)
-        return;
-    m_registry = registry;
-    m_registry.save(*m_defaults);
-    emit registryChanged();
-}
-
-void AppStore::dismissError() { setError(std::nullopt); }
-void AppStore::dismissNotice() { setNotice(std::nullopt); }
-void AppStore::reportError(const QString &message) { setError(message); }
+void AppStore::dismissError() { m_state.setError(std::nullopt); }
+void AppStore::dismissNotice() { m_state.setNotice(std::nullopt); }
+void AppStore::reportError(const QString &message) { m_state.setError(message); }
 
 // ---- derived -----------------------------------------------------------------------------
 
 int AppStore::runningCount() const
 {
-    return int(std::count_if(m_containers.cbegin(), m_containers.cend(), [](const Container &c) { return c.isRunning(); }));
+    return int(std::count_if(containers().cbegin(), containers().cend(), [](const Container &c) { return c.isRunning(); }));
 }
 
-QList<Container> AppStore::matchingContainers() const { return Filters::containers(m_containers, Filters::query(m_filter)); }
-QList<DockerImage> AppStore::matchingImages() const { return Filters::images(m_images, Filters::query(m_filter)); }
-QList<DockerVolume> AppStore::matchingVolumes() const { return Filters::volumes(m_volumes, Filters::query(m_filter)); }
+QList<Container> AppStore::matchingContainers() const { return Filters::containers(containers(), Filters::query(m_filter)); }
+QList<DockerImage> AppStore::matchingImages() const { return Filters::images(images(), Filters::query(m_filter)); }
+QList<DockerVolume> AppStore::matchingVolumes() const { return Filters::volumes(volumes(), Filters::query(m_filter)); }
 
 QList<ComposeProject> AppStore::projects() const
 {
     const QString query = Filters::query(m_filter);
-    const auto discovered = Docker::group(Filters::containers(m_containers, query));
-    return Filters::projects(ProjectRegistry::merge(discovered, m_registry.projects(runtimeKey())), query);
+    const auto discovered = Docker::group(Filters::containers(containers(), query));
+    return Filters::projects(ProjectRegistry::merge(discovered, registry().projects(runtimeKey())), query);
 }
 
 std::optional<QString> AppStore::runtimeKey() const
 {
-    return m_runtime ? std::optional(m_runtime->name) : std::nullopt;
+    return runtime() ? std::optional(runtime()->name) : std::nullopt;
 }
 
 // ---- life and polling --------------------------------------------------------------------
@@ -213,12 +103,10 @@ void AppStore::start()
         co_await self->loadContexts();
         if (!self)
             co_return;
-        self->scheduleNextPoll();
-        if (self->m_timing.followEvents) {
-            // The stream follows the selected runtime wherever a selection or hand-over takes it.
-            self->m_events.follow(self->m_runtime);
-            connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] { s->m_events.follow(s->m_runtime); });
-        }
+        self->m_scheduler.scheduleNextPoll();
+        // The stream follows the selected runtime wherever a selection or hand-over takes it.
+        self->m_scheduler.follow(self->runtime());
+        connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] { s->m_scheduler.follow(s->runtime()); });
     }(this);
 }
 
@@ -227,12 +115,7 @@ QCoro::Task<> AppStore::pollOnce()
     QPointer<AppStore> self(this);
     co_await refresh(false);
     if (self)
-        self->scheduleNextPoll();
-}
-
-void AppStore::scheduleNextPoll()
-{
-    m_pollTimer.start(m_windowVisible ? m_timing.visiblePoll : m_timing.hiddenPoll);
+        self->m_scheduler.scheduleNextPoll();
 }
 
 QCoro::Task<> AppStore::loadContexts()
@@ -253,9 +136,9 @@ QCoro::Task<> AppStore::loadContexts()
     if (!self)
         co_return;
     if (listed.ok) {
-        setRuntimes(listed.runtimes.list);
-        if (!m_runtime) {
-            setRuntime(listed.runtimes.current);
+        m_state.setRuntimes(listed.runtimes.list);
+        if (!runtime()) {
+            m_state.setRuntime(listed.runtimes.current);
         } else {
             // The selected runtime may have left the list or lost its socket.
             handOver();
@@ -266,9 +149,9 @@ QCoro::Task<> AppStore::loadContexts()
 
 void AppStore::select(const Runtime &runtime)
 {
-    setRuntime(runtime);
+    m_state.setRuntime(runtime);
     // Never show one engine's lists under another engine's name.
-    setLists({}, {}, {});
+    m_state.setLists({}, {}, {});
     refresh(false);
 }
 
@@ -310,23 +193,10 @@ Fetched fetchAll(const std::shared_ptr<Engine> &engine, const std::optional<Runt
 }
 }
 
-QList<RuntimeEntry> AppStore::recheckedRuntimes() const
-{
-    QList<RuntimeEntry> rows = m_runtimes;
-    for (auto &row : rows)
-        row.reachable = m_engine->reachable(row);
-    return rows;
-}
-
 QCoro::Task<> AppStore::refresh(bool afterHandover)
 {
-    if (m_inFlight && m_inFlight->runtime == m_runtime) {
-        // Children of a hung engine would only pile up behind the running ones.
-        if (!m_inFlight->followUp) {
-            m_inFlight->followUp = std::make_shared<QPromise<void>>();
-            m_inFlight->followUp->start();
-        }
-        auto followedUp = m_inFlight->followUp->future();
+    if (m_scheduler.listing(runtime())) {
+        auto followedUp = m_scheduler.followUp();
         co_await followedUp;
         co_return;
     }
@@ -336,39 +206,30 @@ QCoro::Task<> AppStore::refresh(bool afterHandover)
 QCoro::Task<> AppStore::fetchAndApply(bool afterHandover)
 {
     QPointer<AppStore> self(this);
-    const std::optional<Runtime> snapshot = m_runtime;
-    const int id = ++m_fetchCount;
-    m_inFlight = InFlight{id, snapshot, nullptr};
-    listingStarted();
+    const std::optional<Runtime> snapshot = runtime();
+    const int id = m_scheduler.begin(snapshot);
     auto future = QtConcurrent::run(workers(), fetchAll, m_engine, snapshot);
     const Fetched fetched = co_await future;
-    // A promise left unkept here (the store gone, the runtime changed) is cancelled when
-    // released, which wakes its waiters all the same.
-    std::shared_ptr<QPromise<void>> followUp;
     if (!self)
         co_return;
-    if (m_inFlight && m_inFlight->id == id) {
-        followUp = std::move(m_inFlight->followUp);
-        m_inFlight.reset();
-    }
+    // A promise left unkept here (the store gone, the runtime changed) is cancelled when
+    // released, which wakes its waiters all the same.
+    const std::shared_ptr<QPromise<void>> followUp = m_scheduler.end(id);
     // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
-    if (m_runtime != snapshot)
+    if (runtime() != snapshot)
         co_return;
-    listingEnded(!fetched.error);
+    m_scheduler.answered(!fetched.error);
+    m_state.setRuntimes(RuntimeSelection::rechecked(*m_engine, runtimes()));
     if (!fetched.error) {
-        setLists(fetched.containers, fetched.images, fetched.volumes);
-        if (m_errorSource == ErrorSource::Refresh)
-            setError(std::nullopt, ErrorSource::Refresh);
-        setRuntimes(recheckedRuntimes());
-        rememberIfChanged();
+        m_state.setLists(fetched.containers, fetched.images, fetched.volumes);
+        if (m_state.errorSource() == ErrorSource::Refresh)
+            m_state.setError(std::nullopt, ErrorSource::Refresh);
+        m_memory.record(containers(), runtimeKey());
+    } else if (!afterHandover && handOver()) {
+        // Never hand over again from the runtime just handed over to.
+        co_await refresh(true);
     } else {
-        setRuntimes(recheckedRuntimes());
-        // Never hand over when the user switched runtime while this fetch ran.
-        if (!afterHandover && handOver()) {
-            co_await refresh(true);
-        } else {
-            setError(fetched.error, ErrorSource::Refresh);
-        }
+        m_state.setError(fetched.error, ErrorSource::Refresh);
     }
     if (followUp && self) {
         co_await refresh(false);
@@ -378,34 +239,12 @@ QCoro::Task<> AppStore::fetchAndApply(bool afterHandover)
 
 bool AppStore::handOver()
 {
-    const auto replacement = Docker::handover(m_runtime, m_runtimes);
-    if (!replacement)
+    const auto handover = RuntimeSelection::handover(runtime(), runtimes());
+    if (!handover)
         return false;
-    const QString oldName = m_runtime ? m_runtime->name : QString();
-    setRuntime(replacement);
-    setLists({}, {}, {});
-    setError(std::nullopt, ErrorSource::Refresh);
-    setNotice(oldName + QStringLiteral(" is not answering — switched to ") + replacement->name + u'.');
+    m_state.setRuntime(handover->to);
+    m_state.setLists({}, {}, {});
+    m_state.setError(std::nullopt, ErrorSource::Refresh);
+    m_state.setNotice(handover->notice);
     return true;
-}
-
-void AppStore::remember(const QList<ComposeProject> &projects)
-{
-    ProjectRegistry next = m_registry;
-    next.record(projects, runtimeKey());
-    // A poll that saw the same projects writes nothing.
-    setRegistry(next);
-}
-
-void AppStore::rememberIfChanged()
-{
-    // The lists share data with the last listing, so on a quiet poll these compare in O(1).
-    if (m_haveRemembered && m_containers == m_rememberedContainers && m_runtime == m_rememberedRuntime
-        && m_registry == m_rememberedRegistry)
-        return;
-    remember(Docker::group(m_containers));
-    m_rememberedContainers = m_containers;
-    m_rememberedRuntime = m_runtime;
-    m_rememberedRegistry = m_registry;
-    m_haveRemembered = true;
 }

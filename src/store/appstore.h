@@ -1,42 +1,24 @@
 #pragma once
 
 #include "composeproject.h"
-#include "docker.h"
 #include "engine.h"
-#include "engineevents.h"
-#include "projectregistry.h"
+#include "enginestate.h"
+#include "projectmemory.h"
+#include "refreshscheduler.h"
 #include "teardownplan.h"
 
 #include <QCoroTask>
-#include <QDateTime>
 #include <QObject>
-#include <QPointer>
-#include <QTimer>
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 
 class QSettings;
 class QThreadPool;
-template<typename T> class QPromise;
 
-// How often the store polls (often while the main window shows, rarely otherwise), when
-// an unanswered listing counts as stale, and whether engine events trigger refreshes.
-struct PollTiming {
-    std::chrono::milliseconds visiblePoll{2000};
-    std::chrono::milliseconds hiddenPoll{10000};
-    std::chrono::milliseconds staleAfter{10000};
-    bool followEvents = true;
-    EventTiming events{};
-    std::function<QDateTime()> clock = &QDateTime::currentDateTime;
-};
-
-// The one observable state of the application: the runtimes and the selected one, the
-// last fetched containers, images and volumes, the banners, the busy flag, the search text
-// and the project registry. Everything changes on the UI thread, each assignment only when
-// the value differs, so a poll that finds nothing new emits nothing. Every docker call runs
-// on a worker.
+// The one object every view reads and every action goes through. It composes what the
+// engine showed (EngineState), when it is read again (RefreshScheduler), which runtime is
+// shown (RuntimeSelection), the projects it knows (ProjectMemory) and the shared search
+// text. Everything changes on the UI thread; every engine call runs on a worker.
 class AppStore : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString error READ errorText NOTIFY errorChanged)
@@ -56,29 +38,28 @@ public:
     AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing = {}, QObject *parent = nullptr);
     ~AppStore() override;
 
-    const QList<RuntimeEntry> &runtimes() const { return m_runtimes; }
-    const std::optional<Runtime> &runtime() const { return m_runtime; }
-    const QList<Container> &containers() const { return m_containers; }
-    const QList<DockerImage> &images() const { return m_images; }
-    const QList<DockerVolume> &volumes() const { return m_volumes; }
-    const std::optional<QString> &error() const { return m_error; }
-    const std::optional<QString> &notice() const { return m_notice; }
-    QString errorText() const { return m_error.value_or(QString()); }
-    QString noticeText() const { return m_notice.value_or(QString()); }
-    bool busy() const { return m_busy; }
-    bool windowVisible() const { return m_windowVisible; }
+    const QList<RuntimeEntry> &runtimes() const { return m_state.runtimes(); }
+    const std::optional<Runtime> &runtime() const { return m_state.runtime(); }
+    const QList<Container> &containers() const { return m_state.containers(); }
+    const QList<DockerImage> &images() const { return m_state.images(); }
+    const QList<DockerVolume> &volumes() const { return m_state.volumes(); }
+    const std::optional<QString> &error() const { return m_state.error(); }
+    const std::optional<QString> &notice() const { return m_state.notice(); }
+    QString errorText() const { return error().value_or(QString()); }
+    QString noticeText() const { return notice().value_or(QString()); }
+    bool busy() const { return m_state.busy(); }
+    bool windowVisible() const { return m_scheduler.windowVisible(); }
     const QString &filter() const { return m_filter; }
-    const ProjectRegistry &registry() const { return m_registry; }
-    // A listing of the selected runtime has been outstanding for longer than staleAfter.
-    bool stale() const { return m_stale; }
+    const ProjectRegistry &registry() const { return m_memory.registry(); }
+    bool stale() const { return m_scheduler.stale(); }
     // When the oldest listing still outstanding started; invalid when none is.
-    QDateTime waitingSince() const { return m_waitingSince; }
+    QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
     // When the selected runtime last answered a listing; invalid before its first answer.
-    QDateTime listedAt() const { return m_listedAt; }
-    // Listings started since construction, each a set of three children.
-    int fetchCount() const { return m_fetchCount; }
-    const PollTiming &timing() const { return m_timing; }
-    EngineEvents &events() { return m_events; }
+    QDateTime listedAt() const { return m_scheduler.listedAt(); }
+    int fetchCount() const { return m_scheduler.count(); }
+    const PollTiming &timing() const { return m_scheduler.timing(); }
+    EngineEvents &events() { return m_scheduler.events(); }
+    const RefreshScheduler &scheduler() const { return m_scheduler; }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
     void setWindowVisible(bool visible);
@@ -149,23 +130,9 @@ signals:
     void staleChanged();
 
 private:
-    friend class AppStoreTestAccess;
+    using ErrorSource = EngineState::ErrorSource;
 
-    void setRuntimes(const QList<RuntimeEntry> &runtimes);
-    void setRuntime(const std::optional<Runtime> &runtime);
-    void setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes);
-    // Who set the banner matters: a successful poll clears only what a failed poll set,
-    // so an action's failure stays up until the next action or a dismissal.
-    enum class ErrorSource { Refresh, Action };
-    void setError(const std::optional<QString> &error, ErrorSource source = ErrorSource::Action);
-    void setNotice(const std::optional<QString> &notice);
-    void setBusy(bool busy);
-    void setRegistry(const ProjectRegistry &registry);
-
-    QList<RuntimeEntry> recheckedRuntimes() const;
     bool handOver();
-    void remember(const QList<ComposeProject> &projects);
-    void rememberIfChanged();
     std::optional<QString> runtimeKey() const;
     bool usableDirectory(const ComposeProject &project) const;
 
@@ -176,45 +143,11 @@ private:
     QCoro::Task<> perform(EngineAction action);
     QCoro::Task<> pollOnce();
     QCoro::Task<> fetchAndApply(bool afterHandover);
-    void listingStarted();
-    void listingEnded(bool answered);
-    void setStale(bool stale);
-    void scheduleNextPoll();
 
-    QSettings *m_defaults;
     std::shared_ptr<Engine> m_engine;
-    Timing m_timing;
-    QList<RuntimeEntry> m_runtimes;
-    std::optional<Runtime> m_runtime;
-    QList<Container> m_containers;
-    QList<DockerImage> m_images;
-    QList<DockerVolume> m_volumes;
-    std::optional<QString> m_error;
-    ErrorSource m_errorSource = ErrorSource::Action;
-    std::optional<QString> m_notice;
-    bool m_busy = false;
-    bool m_windowVisible = false;
+    EngineState m_state;
+    RefreshScheduler m_scheduler;
+    ProjectMemory m_memory;
     QString m_filter;
-    ProjectRegistry m_registry;
-    // What the registry last recorded from; recording again from the same input is skipped.
-    QList<Container> m_rememberedContainers;
-    std::optional<Runtime> m_rememberedRuntime;
-    ProjectRegistry m_rememberedRegistry;
-    bool m_haveRemembered = false;
     bool m_started = false;
-    QTimer m_pollTimer;
-
-    // The newest listing still running, and the promise of the one that follows it.
-    struct InFlight {
-        int id = 0;
-        std::optional<Runtime> runtime;
-        std::shared_ptr<QPromise<void>> followUp;
-    };
-    std::optional<InFlight> m_inFlight;
-    int m_fetchCount = 0;
-    bool m_stale = false;
-    QDateTime m_waitingSince;
-    QDateTime m_listedAt;
-    QTimer m_staleTimer;
-    EngineEvents m_events;
 };

@@ -14,8 +14,8 @@ void AppStore::act(const EngineAction &action)
 QCoro::Task<> AppStore::perform(EngineAction action)
 {
     QPointer<AppStore> self(this);
-    const std::optional<Runtime> runtime = m_runtime;
-    setBusy(true);
+    const std::optional<Runtime> runtime = this->runtime();
+    m_state.setBusy(true);
     // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
     auto future = QtConcurrent::run(workers(), [engine = m_engine, action, runtime]() -> std::optional<QString> {
         try {
@@ -28,8 +28,8 @@ QCoro::Task<> AppStore::perform(EngineAction action)
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
-    setError(failure);
-    setBusy(false);
+    m_state.setError(failure);
+    m_state.setBusy(false);
     // The action may have half succeeded; show what is there now either way.
     co_await refresh(false);
 }
@@ -68,17 +68,17 @@ QCoro::Task<> AppStore::up(ComposeProject project)
         co_return;
     QPointer<AppStore> self(this);
     const QString dir = *project.workingDir;
-    setBusy(true);
+    m_state.setBusy(true);
     auto future = QtConcurrent::run(workers(), [engine = m_engine, dir] { return engine->checkCompose(dir); });
     const ComposeCheck check = co_await future;
     if (!self)
         co_return;
     if (!check.valid) {
-        setError(check.message);
-        setBusy(false);
+        m_state.setError(check.message);
+        m_state.setBusy(false);
         co_return;
     }
-    setNotice(check.warning);
+    m_state.setNotice(check.warning);
     co_await perform(EngineAction::compose(Kind::ComposeUp, dir));
 }
 
@@ -103,9 +103,7 @@ void AppStore::stopAll(const ComposeProject &project) { act(EngineAction::on(Kin
 
 void AppStore::forget(const ComposeProject &project)
 {
-    ProjectRegistry next = m_registry;
-    next.forget(project.name, runtimeKey());
-    setRegistry(next);
+    m_memory.forget(project.name, runtimeKey());
 }
 
 namespace {
@@ -136,7 +134,7 @@ QCoro::Task<std::optional<QString>> AppStore::relocate(ComposeProject project, Q
 
 QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<QString> expectedName)
 {
-    if (!m_runtime)
+    if (!runtime())
         co_return QStringLiteral("Choose a runtime first.");
     QPointer<AppStore> self(this);
     auto future = QtConcurrent::run(workers(), readProject, m_engine, dir);
@@ -149,9 +147,7 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
     }
     if (!self)
         co_return std::nullopt;
-    ProjectRegistry next = m_registry;
-    next.add({read.project->name, dir, read.project->services}, runtimeKey());
-    setRegistry(next);
+    m_memory.add({read.project->name, dir, read.project->services}, runtimeKey());
     co_await refresh(false);
     co_return std::nullopt;
 }

@@ -7,9 +7,9 @@
 
 QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
 {
-    const auto runtime = m_runtime;
-    const auto containers = m_containers;
-    const auto volumes = m_volumes;
+    const auto runtime = this->runtime();
+    const auto containers = this->containers();
+    const auto volumes = this->volumes();
     auto future = QtConcurrent::run(workers(), [=, engine = m_engine] { return Teardown::assemble(*engine, project, containers, volumes, runtime); });
     co_return co_await future;
 }
@@ -17,7 +17,7 @@ QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
 QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
 {
     QPointer<AppStore> self(this);
-    const auto runtime = m_runtime;
+    const auto runtime = this->runtime();
     const auto key = runtimeKey();
     QStringList failures;
     const auto step = [&](const EngineAction &action) {
@@ -74,9 +74,7 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     if (!self)
         co_return;
     // Forgotten whatever the steps above did.
-    ProjectRegistry next = m_registry;
-    next.forget(plan.project, key);
-    setRegistry(next);
-    setError(failures.isEmpty() ? std::nullopt : std::optional(failures.join(u'\n')));
+    m_memory.forget(plan.project, key);
+    m_state.setError(failures.isEmpty() ? std::nullopt : std::optional(failures.join(u'\n')));
     co_await refresh(false);
 }

@@ -299,21 +299,19 @@ private slots:
 
     void pollIntervalFollowsTheWindow()
     {
+        using std::chrono::milliseconds;
         PollTiming timing = quietTiming();
-        timing.visiblePoll = std::chrono::milliseconds(10);
+        timing.visiblePoll = milliseconds(10);
         auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, timing);
         st->start();
         st->start();   // still one loop
-        QTRY_COMPARE(m_engine->calls(Call::Listing), 1);
-        QTest::qWait(100);
-        QCOMPARE(m_engine->calls(Call::Listing), 1);   // hidden: a minute apart
-        st->setWindowVisible(true);   // cuts the long wait short
-        QTRY_VERIFY(m_engine->calls(Call::Listing) >= 6);
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.hiddenPoll);
+        QCOMPARE(m_engine->calls(Call::Listing), 1);
+        st->setWindowVisible(true);   // cuts the long wait short, and the short interval follows
+        QCOMPARE(st->scheduler().nextPollIn(), timing.visiblePoll);
+        QTRY_VERIFY(m_engine->calls(Call::Listing) >= 4);
         st->setWindowVisible(false);
-        QTest::qWait(30);
-        const int hidden = m_engine->calls(Call::Listing);
-        QTest::qWait(100);
-        QVERIFY(m_engine->calls(Call::Listing) <= hidden + 1);
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.hiddenPoll);
     }
 
     void eventsRefreshOncePerBurst()
