@@ -1,4 +1,5 @@
 #include "cliengine.h"
+#include "fakeengine.h"
 #include "dockercli.h"
 #include "docker.h"
 #include "testsupport.h"
@@ -114,9 +115,12 @@ private slots:
         QCOMPARE(box("c").project(), std::nullopt);
     }
 
+    // Output recorded from a real engine, replayed by the FakeEngine as tests and pictures see it.
     void listsFromRealOutput()
     {
-        const auto containers = Docker::parseContainers(fixture("ps.jsonl"));
+        const auto engine = FakeEngine::replaying(KORVAT_FIXTURES);
+        QCOMPARE(engine->runtimes().list.size(), 2);
+        const auto containers = engine->containers({});
         QCOMPARE(names(containers), QStringList({"exited-bad", "made-only", "loose-one", "cp1-web-1"}));
         const Container &web = containers.last();
         QCOMPARE(web.project(), std::optional<QString>("cp1"));
@@ -127,12 +131,13 @@ private slots:
         QVERIFY(containers.first().hasFailed());
         QCOMPARE(containers.at(1).state, "created");
 
-        const auto images = Docker::parseImages(fixture("images.jsonl"));
+        const auto images = engine->images({});
         QCOMPARE(images.size(), 1);
-        QCOMPARE(images.first(), (DockerImage{"bad60563f9b8", "korvat-test/busybox", "1", "1.98MB"}));
+        QCOMPARE(images.first().repository + ":" + images.first().tag, "korvat-test/busybox:1");
+        QVERIFY(!images.first().id.isEmpty() && images.first().size.endsWith("MB"));
 
-        const auto volumes = Docker::parseVolumes(fixture("volumes.jsonl"));
-        QCOMPARE(volumes.size(), 2);
+        const auto volumes = engine->volumes({});
+        QCOMPARE(volumes.size(), 1);
         QCOMPARE(volumes.first().name, "cp1_data");
         QCOMPARE(volumes.first().driver, "local");
         QVERIFY(volumes.first().mountpoint.endsWith("/volumes/cp1_data/_data"));

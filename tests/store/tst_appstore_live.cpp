@@ -91,8 +91,6 @@ class AppStoreLive : public QObject {
     }
 private slots:
     void initTestCase() { REQUIRE_ENGINE(); }
-    // Each case leaves the engine as quiet as it found it: running containers' status text
-    // ticks every second and would disturb the quiet-poll case.
     void cleanup()
     {
         if (!m_containers.isEmpty())
@@ -163,39 +161,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(st.events().childPid() > 0 && st.events().nextRetry() == st.timing().events.firstRetry, 30000);
         QCOMPARE(docker(QStringList{"create", "--name", late, engineImage()} + sleeper()).status, 0);
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), 2000);
-    }
-
-    void deletingAProject()
-    {
-        const QString dir = composeDir(sleeperCompose("web", "    volumes: [own:/own, shared:/shared]\nvolumes:\n  own:\n  shared:\n"));
-        const QString name = QFileInfo(dir).fileName();
-        QCOMPARE(docker({"compose", "up", "-d"}, dir).status, 0);
-        run({"-v", name + "_shared:/s"});
-        QTemporaryDir data;
-        qputenv("XDG_DATA_HOME", data.path().toUtf8());
-
-        auto s = settings();
-        auto st = store(s.get());
-        QVERIFY(st->registry().knows(name, engineContext()));
-        const auto plan = QCoro::waitFor(st->teardownPlan(*project(*st, name)));
-        QCOMPARE(plan.containers, QStringList({name + "-web-1"}));
-        QCOMPARE(plan.removable().size(), 1);
-        QCOMPARE(plan.removable().first().name, name + "_own");
-        QCOMPARE(plan.kept().size(), 1);
-        QCOMPARE(plan.kept().first().name, name + "_shared");
-        QCOMPARE(plan.workingDir, dir);
-
-        QCoro::waitFor(st->deleteProject(plan, true));
-        QCOMPARE(st->error(), std::nullopt);
-        QVERIFY(!project(*st, name));
-        QVERIFY(!ProjectRegistry::load(*s).knows(name, engineContext()));
-        QCOMPARE(docker({"volume", "inspect", name + "_own"}).status, 1);
-        QCOMPARE(docker({"volume", "inspect", name + "_shared"}).status, 0);
-        m_volumes << name + "_shared";
-        QVERIFY(!QFileInfo::exists(dir));
-        QVERIFY(QFileInfo(data.filePath("Trash/files/" + name + "/compose.yaml")).isFile());
-        QVERIFY(QFileInfo(data.filePath("Trash/info/" + name + ".trashinfo")).isFile());
-        qunsetenv("XDG_DATA_HOME");
     }
 
     // A project started with -p in a directory whose file names another project, beside that
