@@ -1,4 +1,5 @@
 #include "dumpreport.h"
+#include "runtimeselection.h"
 
 #include "docker.h"
 
@@ -6,7 +7,7 @@
 
 QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &current)
 {
-    return QStringLiteral("runtime: ") + entry.label() + QStringLiteral("  ") + entry.endpoint
+    return QStringLiteral("runtime: ") + RuntimeSelection::label(entry) + QStringLiteral("  ") + entry.endpoint
         + (current && entry.runtime == *current ? QStringLiteral("  [opens here]") : QString());
 }
 

@@ -2,7 +2,9 @@
 
 #include "fonts.h"
 
+#include "containerrules.h"
 #include "docker.h"
+#include "runtimeselection.h"
 #include "dumpreport.h"
 #include "projectregistry.h"
 #include "teardownplan.h"
@@ -81,8 +83,9 @@ QList<Check> checks(const QString &scratch)
              exited.status = "Exited (1) 3 hours ago";
              Container clean = sample("c", "exited");
              clean.status = "Exited (0) 6 days ago";
-             return sample("r", "running").actionLabel() == "Stop" && sample("p", "paused").actionLabel() == "Resume"
-                 && clean.actionLabel() == "Start" && exited.hasFailed() && !clean.hasFailed() && !sample("r", "running").hasFailed();
+             const auto label = [](const Container &c) { return ContainerRules::label(ContainerRules::primary(c)); };
+             return label(sample("r", "running")) == "Stop" && label(sample("p", "paused")) == "Resume"
+                 && label(clean) == "Start" && exited.hasFailed() && !clean.hasFailed() && !sample("r", "running").hasFailed();
          }},
         {"listing: malformed, array and empty-object lines", [] {
              const auto list = Docker::parseContainers("nope\n[1]\n{}\n");
@@ -134,7 +137,7 @@ QList<Check> checks(const QString &scratch)
              const auto apple = Runtime::socket("apple", "/s");
              const QList<RuntimeEntry> rows{{apple, "unix:///s", false}, {def, "", true}};
              return Docker::handover(apple, rows) == def && !Docker::handover(def, rows) && !Docker::handover(std::nullopt, rows)
-                 && RuntimeEntry{def, "unix:///nope", false}.label() == "default · offline";
+                 && RuntimeSelection::label(RuntimeEntry{def, "unix:///nope", false}) == "default · offline";
          }},
         {"registry: per-runtime isolation and forget", [] {
              ProjectRegistry r;

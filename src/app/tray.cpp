@@ -1,4 +1,5 @@
 #include "tray.h"
+#include "runtimeselection.h"
 
 #include "appstore.h"
 #include "desktop.h"
@@ -97,7 +98,7 @@ void Tray::rebuildMenu()
     m_menu->addSeparator();
     const auto &store = m_session.store();
     for (const RuntimeEntry &entry : store.runtimes()) {
-        QAction *action = m_menu->addAction(entry.label());
+        QAction *action = m_menu->addAction(RuntimeSelection::label(entry));
         action->setCheckable(true);
         action->setChecked(store.runtime() == entry.runtime);
         const Runtime runtime = entry.runtime;

@@ -17,7 +17,6 @@ struct Container {
     std::optional<QString> project() const;
     std::optional<QString> workingDir() const;
     bool isRunning() const { return state == QLatin1String("running"); }
-    QString actionLabel() const;
     // An exited container whose status does not show a zero exit code.
     bool hasFailed() const;
 

@@ -22,15 +22,6 @@ std::optional<QString> Container::workingDir() const
     return std::nullopt;
 }
 
-QString Container::actionLabel() const
-{
-    if (state == QLatin1String("paused"))
-        return QStringLiteral("Resume");
-    if (isRunning())
-        return QStringLiteral("Stop");
-    return QStringLiteral("Start");
-}
-
 bool Container::hasFailed() const
 {
     return state == QLatin1String("exited") && !status.contains(QLatin1String("(0)"));
@@ -39,9 +30,4 @@ bool Container::hasFailed() const
 int ComposeProject::runningCount() const
 {
     return int(std::count_if(containers.cbegin(), containers.cend(), [](const Container &c) { return c.isRunning(); }));
-}
-
-QString RuntimeEntry::label() const
-{
-    return reachable ? runtime.name : runtime.name + QStringLiteral(" · offline");
 }

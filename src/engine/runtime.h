@@ -29,8 +29,5 @@ struct RuntimeEntry {
     QString endpoint;
     bool reachable = false;
 
-    // "default · offline" for an entry that cannot be reached.
-    QString label() const;
-
     friend bool operator==(const RuntimeEntry &, const RuntimeEntry &) = default;
 };

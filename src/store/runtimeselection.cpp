@@ -4,6 +4,11 @@
 
 namespace RuntimeSelection {
 
+QString label(const RuntimeEntry &entry)
+{
+    return entry.reachable ? entry.runtime.name : entry.runtime.name + QStringLiteral(" · offline");
+}
+
 QList<RuntimeEntry> rechecked(const Engine &engine, QList<RuntimeEntry> rows)
 {
     for (auto &row : rows)

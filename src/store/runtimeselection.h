@@ -5,6 +5,9 @@
 // Which runtime the store shows when the selected one stops answering.
 namespace RuntimeSelection {
 
+// "default", or "default · offline" for an entry that cannot be reached.
+QString label(const RuntimeEntry &entry);
+
 // The rows with their reachability looked at again, as it is now.
 QList<RuntimeEntry> rechecked(const Engine &engine, QList<RuntimeEntry> rows);
 

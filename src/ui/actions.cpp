@@ -1,6 +1,7 @@
 #include "actions.h"
 
 #include "appstore.h"
+#include "containerrules.h"
 #include "execconsole.h"
 #include "logfollower.h"
 #include "projectcard.h"
@@ -43,12 +44,11 @@ void Actions::primary(const QString &id)
     const auto c = container(id);
     if (!c)
         return;
-    if (c->state == QLatin1String("paused"))
-        m_store->unpause(*c);
-    else if (c->isRunning())
-        m_store->stop(*c);
-    else
-        m_store->start(*c);
+    switch (ContainerRules::primary(*c)) {
+    case ContainerRules::Primary::Resume: return m_store->unpause(*c);
+    case ContainerRules::Primary::Stop: return m_store->stop(*c);
+    case ContainerRules::Primary::Start: return m_store->start(*c);
+    }
 }
 
 void Actions::restart(const QString &id)
@@ -56,14 +56,14 @@ void Actions::restart(const QString &id)
     withContainer(id, [this](const Container &c) { m_store->restart(c); });
 }
 
-void Actions::pause(const QString &id)
+void Actions::togglePause(const QString &id)
 {
-    withContainer(id, [this](const Container &c) { m_store->pause(c); });
-}
-
-void Actions::unpause(const QString &id)
-{
-    withContainer(id, [this](const Container &c) { m_store->unpause(c); });
+    withContainer(id, [this](const Container &c) {
+        if (ContainerRules::primary(c) == ContainerRules::Primary::Resume)
+            m_store->unpause(c);
+        else if (c.isRunning())
+            m_store->pause(c);
+    });
 }
 
 void Actions::remove(const QString &id)

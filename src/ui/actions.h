@@ -28,8 +28,8 @@ public:
     // Containers, by id.
     Q_INVOKABLE void primary(const QString &id);
     Q_INVOKABLE void restart(const QString &id);
-    Q_INVOKABLE void pause(const QString &id);
-    Q_INVOKABLE void unpause(const QString &id);
+    // Pauses a running container, resumes a paused one.
+    Q_INVOKABLE void togglePause(const QString &id);
     Q_INVOKABLE void remove(const QString &id);
     Q_INVOKABLE void commit(const QString &id, const QString &imageName);
     Q_INVOKABLE void copyId(const QString &id);

@@ -24,6 +24,19 @@ QString icon(Category c)
     return {};
 }
 
+QString view(Category c)
+{
+    switch (c) {
+    case Category::Projects: return QStringLiteral("ProjectsView.qml");
+    case Category::Containers: return QStringLiteral("ContainersView.qml");
+    case Category::Images: return QStringLiteral("ImagesView.qml");
+    case Category::Volumes: return QStringLiteral("VolumesView.qml");
+    }
+    return {};
+}
+
+bool ownsEmptyState(Category c) { return c == Category::Images || c == Category::Volumes; }
+
 QString raw(Category c)
 {
     return label(c).toLower();

@@ -1,16 +1,28 @@
 #pragma once
 
 #include <QList>
+#include <QObject>
 #include <QString>
+#include <QtQml/qqmlregistration.h>
 #include <optional>
 
 // The sidebar sections, in sidebar order, with their labels, icons and stored names.
+namespace Sections {
+Q_NAMESPACE
+QML_ELEMENT
 enum class Category { Projects, Containers, Images, Volumes };
+Q_ENUM_NS(Category)
+}
+using Category = Sections::Category;
 
 namespace Categories {
 inline const QList<Category> all = {Category::Projects, Category::Containers, Category::Images, Category::Volumes};
 QString label(Category c);
 QString icon(Category c);
+// The view that shows the section.
+QString view(Category c);
+// Images and volumes keep their bars (pull, prune) when empty and say so themselves.
+bool ownsEmptyState(Category c);
 // The raw text kept under "category".
 QString raw(Category c);
 std::optional<Category> fromRaw(const QString &raw);

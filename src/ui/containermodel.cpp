@@ -1,5 +1,7 @@
 #include "containermodel.h"
 
+#include "containerrules.h"
+
 #include "docker.h"
 #include "terminal.h"
 
@@ -66,7 +68,12 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
     case FailedRole:
         return c.hasFailed();
     case ActionLabelRole:
-        return c.actionLabel();
+        return ContainerRules::label(ContainerRules::primary(c));
+    case PrimaryQuietRole:
+        // Stopping is the quiet one; starting and resuming are what the row invites.
+        return ContainerRules::primary(c) == ContainerRules::Primary::Stop;
+    case PauseLabelRole:
+        return ContainerRules::pauseLabel(c).value_or(QString());
     case TerminalCommandRole:
         return Terminal::commandLine(m_runtime, c.name);
     }
@@ -79,6 +86,7 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ContainerIdRole, "containerId"}, {NameRole, "name"}, {ImageRole, "image"},
         {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
-        {ActionLabelRole, "actionLabel"}, {TerminalCommandRole, "terminalCommand"},
+        {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
+        {TerminalCommandRole, "terminalCommand"},
     };
 }

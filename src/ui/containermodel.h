@@ -28,6 +28,8 @@ public:
         RunningRole,
         FailedRole,
         ActionLabelRole,
+        PrimaryQuietRole,
+        PauseLabelRole,
         TerminalCommandRole,
     };
     Q_ENUM(Role)

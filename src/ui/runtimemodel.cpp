@@ -1,4 +1,5 @@
 #include "runtimemodel.h"
+#include "runtimeselection.h"
 
 void RuntimeModel::setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected)
 {
@@ -45,7 +46,7 @@ QVariant RuntimeModel::roleData(const RuntimeRow &r, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case LabelRole:
-        return r.entry.label();
+        return RuntimeSelection::label(r.entry);
     case RuntimeNameRole:
         return r.entry.runtime.name;
     case EndpointRole:

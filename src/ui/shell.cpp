@@ -92,7 +92,8 @@ QVariantList Shell::categories() const
 {
     QVariantList list;
     for (Category c : Categories::all)
-        list.append(QVariantMap{{QStringLiteral("label"), Categories::label(c)}, {QStringLiteral("icon"), Categories::icon(c)}});
+        list.append(QVariantMap{{QStringLiteral("category"), int(c)}, {QStringLiteral("label"), Categories::label(c)},
+                                {QStringLiteral("icon"), Categories::icon(c)}});
     return list;
 }
 

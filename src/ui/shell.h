@@ -35,6 +35,9 @@ class Shell : public QObject {
     Q_PROPERTY(int category READ category WRITE setCategory NOTIFY categoryChanged)
     Q_PROPERTY(QString categoryLabel READ categoryLabel NOTIFY categoryChanged)
     Q_PROPERTY(QString categoryIcon READ categoryIcon NOTIFY categoryChanged)
+    Q_PROPERTY(QString sectionView READ sectionView NOTIFY categoryChanged)
+    Q_PROPERTY(bool sectionOwnsEmptyState READ sectionOwnsEmptyState NOTIFY categoryChanged)
+    Q_PROPERTY(int categoryCount READ categoryCount NOTIFY sectionCountChanged)
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
     // The row count of each section, in sidebar order.
     Q_PROPERTY(QList<int> counts READ counts NOTIFY sectionCountChanged)
@@ -63,6 +66,9 @@ public:
     void setCategory(int category);
     QString categoryLabel() const { return Categories::label(m_category); }
     QString categoryIcon() const { return Categories::icon(m_category); }
+    QString sectionView() const { return Categories::view(m_category); }
+    bool sectionOwnsEmptyState() const { return Categories::ownsEmptyState(m_category); }
+    int categoryCount() const { return countOf(int(m_category)); }
     // Rows of the selected section.
     int sectionCount() const;
     Q_INVOKABLE int countOf(int category) const;

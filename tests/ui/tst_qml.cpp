@@ -106,7 +106,8 @@ public:
         }
         auto *deletion = new ProjectDeletion(store, project, this);
         deletion->start();
-        QTest::qWaitFor([&] { return deletion->planned(); });
+        if (!QTest::qWaitFor([&] { return deletion->planned(); }))
+            qWarning("the website's deletion was never planned");
         return deletion;
     }
     Q_INVOKABLE QString stored(const QString &settingsName, const QString &key) const

@@ -1,4 +1,6 @@
 #include "cliengine.h"
+#include "containerrules.h"
+#include "runtimeselection.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "shell.h"
@@ -24,6 +26,8 @@ class TestViewRules : public QObject {
     Q_OBJECT
 
 private slots:
+    void containerRules_data();
+    void containerRules();
     void cardState_data();
     void cardState();
     void downConfirmation_data();
@@ -41,6 +45,28 @@ private slots:
     void staleLine_data();
     void staleLine();
 };
+
+void TestViewRules::containerRules_data()
+{
+    QTest::addColumn<QString>("state");
+    QTest::addColumn<QString>("primary");
+    QTest::addColumn<QString>("pause");
+    QTest::newRow("running") << "running" << "Stop" << "Pause";
+    QTest::newRow("paused") << "paused" << "Resume" << "Resume";
+    QTest::newRow("exited") << "exited" << "Start" << "";
+    QTest::newRow("created") << "created" << "Start" << "";
+    QTest::newRow("restarting") << "restarting" << "Start" << "";
+}
+
+void TestViewRules::containerRules()
+{
+    QFETCH(QString, state);
+    const Container c{"id", "c", "img", state, {}, {}, {}};
+    QTEST(ContainerRules::label(ContainerRules::primary(c)), "primary");
+    QTEST(ContainerRules::pauseLabel(c).value_or(QString()), "pause");
+    QCOMPARE(RuntimeSelection::label({Runtime::context("default"), {}, state == "running"}),
+             state == "running" ? "default" : "default · offline");
+}
 
 void TestViewRules::cardState_data()
 {

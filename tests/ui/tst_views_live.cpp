@@ -1,3 +1,4 @@
+#include "verb.h"
 #include "cliengine.h"
 #include "appstore.h"
 #include "desktop.h"
@@ -57,7 +58,7 @@ private slots:
 
 private:
     QQuickItem *row(const QString &name) const;
-    void act(const char *function, const QString &kind, const QString &subject);
+    void act(const char *function, Verb::Kind verb, const QString &subject);
 
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_settings;
@@ -105,11 +106,11 @@ QQuickItem *ViewsLive::row(const QString &name) const
     return nullptr;
 }
 
-void ViewsLive::act(const char *function, const QString &kind, const QString &subject)
+void ViewsLive::act(const char *function, Verb::Kind verb, const QString &subject)
 {
     QObject *sheets = m_session->window()->findChild<QObject *>(QStringLiteral("sheets"));
     QVERIFY(sheets);
-    QVERIFY(QMetaObject::invokeMethod(sheets, function, Q_ARG(QString, kind), Q_ARG(QString, subject)));
+    QVERIFY(QMetaObject::invokeMethod(sheets, function, Q_ARG(int, verb), Q_ARG(QString, subject)));
 }
 
 void ViewsLive::stopOnARunningRow()
@@ -137,7 +138,7 @@ void ViewsLive::logsSheetShowsWhatComesAfter()
     QTRY_VERIFY_WITH_TIMEOUT(row(name), 20000);
     const auto container = std::find_if(m_session->store().containers().cbegin(), m_session->store().containers().cend(),
                                          [&](const Container &c) { return c.name == name; });
-    act("containerAction", QStringLiteral("logs"), container->id);
+    act("containerAction", Verb::ContainerLogs, container->id);
     QQuickItem *text = nullptr;
     QTRY_VERIFY_WITH_TIMEOUT((text = find(m_session->window(), QStringLiteral("logText"))), 10000);
     QTRY_VERIFY_WITH_TIMEOUT(text->property("text").toString().contains(QStringLiteral("before")), 10000);
@@ -161,7 +162,7 @@ void ViewsLive::deleteSheetKeepsWhatOthersMount()
     m_session->shell().setCategory(int(Category::Projects));
     QTRY_VERIFY_WITH_TIMEOUT(m_session->store().registry().knows(name, engineContext()), 20000);
 
-    act("projectAction", QStringLiteral("delete"), name);
+    act("projectAction", Verb::DeleteProject, name);
     QQuickItem *kept = nullptr;
     QTRY_VERIFY_WITH_TIMEOUT((kept = find(m_session->window(), QStringLiteral("keptSection"))), 20000);
     QObject *sheet = m_session->window()->findChild<QObject *>(QStringLiteral("deleteSheet"));

@@ -18,6 +18,8 @@ Rectangle {
     required property string dot
     required property string containerState
     required property string actionLabel
+    required property bool primaryQuiet
+    required property string pauseLabel
     required property bool running
     required property bool failed
     property bool showProject: false
@@ -26,7 +28,7 @@ Rectangle {
     property KorMenu menu: null
     property string terminalHelp: ""
 
-    signal action(string kind)
+    signal action(int verb)
 
     implicitHeight: 52
     color: hover.hovered ? Theme.control : "transparent"
@@ -99,20 +101,20 @@ Rectangle {
             objectName: "primary"
             Layout.preferredWidth: 76
             text: root.actionLabel
-            variant: root.running ? "quiet" : "accent"
-            onClicked: root.action("primary")
+            variant: root.primaryQuiet ? "quiet" : "accent"
+            onClicked: root.action(Verb.Primary)
         }
         KorButton {
             variant: "ghost"
             iconName: "arrow.clockwise"
             help: "Restart"
-            onClicked: root.action("restart")
+            onClicked: root.action(Verb.Restart)
         }
         KorButton {
             variant: "ghost"
             iconName: "text.alignleft"
             help: "Logs"
-            onClicked: root.action("logs")
+            onClicked: root.action(Verb.ContainerLogs)
         }
         KorButton {
             objectName: "console"
@@ -120,7 +122,7 @@ Rectangle {
             iconName: "terminal"
             help: root.running ? "Run a command" : "Commands run only in a running container"
             enabled: root.running
-            onClicked: root.action("console")
+            onClicked: root.action(Verb.Console)
         }
         KorButton {
             id: more
@@ -148,29 +150,29 @@ Rectangle {
             }
 
             KorMenuItem {
-                text: root.containerState === "paused" ? "Resume" : "Pause"
-                visible: root.running || root.containerState === "paused"
-                onTriggered: root.action(root.containerState === "paused" ? "resume" : "pause")
+                text: root.pauseLabel
+                visible: root.pauseLabel !== ""
+                onTriggered: root.action(Verb.TogglePause)
             }
             KorMenuItem {
                 text: "Open in Terminal"
                 help: root.terminalHelp
-                onTriggered: root.action("terminal")
+                onTriggered: root.action(Verb.OpenTerminal)
             }
             KorMenuItem {
                 text: "Copy container ID"
-                onTriggered: root.action("copy")
+                onTriggered: root.action(Verb.CopyId)
             }
             KorMenuItem {
                 text: "Commit to image…"
                 enabled: !root.busy
-                onTriggered: root.action("commit")
+                onTriggered: root.action(Verb.Commit)
             }
             KorMenuItem {
                 text: "Remove"
                 danger: true
                 enabled: !root.busy
-                onTriggered: root.action("remove")
+                onTriggered: root.action(Verb.RemoveContainer)
             }
         }
     }

@@ -10,7 +10,7 @@ ColumnLayout {
     required property ContainerModel model
     property bool busy: false
 
-    signal action(string kind, string id)
+    signal action(int verb, string id)
 
     spacing: 0
 
@@ -29,6 +29,8 @@ ColumnLayout {
             required property string dot
             required property string containerState
             required property string actionLabel
+            required property bool primaryQuiet
+            required property string pauseLabel
             required property string terminalCommand
             required property bool running
             required property bool failed
@@ -54,11 +56,13 @@ ColumnLayout {
                 dot: entry.dot
                 containerState: entry.containerState
                 actionLabel: entry.actionLabel
+                primaryQuiet: entry.primaryQuiet
+                pauseLabel: entry.pauseLabel
                 running: entry.running
                 failed: entry.failed
                 terminalHelp: entry.terminalCommand
                 busy: root.busy
-                onAction: kind => root.action(kind, entry.containerId)
+                onAction: verb => root.action(verb, entry.containerId)
             }
         }
     }

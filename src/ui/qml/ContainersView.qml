@@ -9,8 +9,8 @@ KorListView {
     required property Shell shell
     required property AppStore store
 
-    signal containerAction(string kind, string id)
-    signal projectAction(string kind, string name)
+    signal containerAction(int verb, string id)
+    signal projectAction(int verb, string name)
 
     objectName: "containersList"
     Accessible.name: "Containers"
@@ -25,6 +25,6 @@ KorListView {
         showProject: true
         busy: list.store.busy
         terminalHelp: terminalCommand
-        onAction: kind => list.containerAction(kind, row.containerId)
+        onAction: verb => list.containerAction(verb, row.containerId)
     }
 }

@@ -11,12 +11,12 @@ ColumnLayout {
     required property Shell shell
     required property AppStore store
 
-    signal imageAction(string kind, string id, string reference)
+    signal imageAction(int verb, string id, string reference)
 
     function pull() {
         if (field.text.trim() === "")
             return;
-        root.imageAction("pull", "", field.text);
+        root.imageAction(Verb.Pull, "", field.text);
         field.clear();
     }
 
@@ -60,7 +60,7 @@ ColumnLayout {
             text: "Prune unused"
             iconName: "trash"
             enabled: !root.store.busy
-            onClicked: root.imageAction("prune", "", "")
+            onClicked: root.imageAction(Verb.PruneImages, "", "")
         }
     }
     KorListView {
@@ -90,7 +90,7 @@ ColumnLayout {
                 text: "Remove"
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.imageAction("remove", row.imageId, row.reference)
+                onClicked: root.imageAction(Verb.RemoveImage, row.imageId, row.reference)
             }
         }
     }

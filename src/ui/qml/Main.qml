@@ -69,19 +69,19 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Ctrl+1"
-        onActivated: window.shell.category = 0
+        onActivated: window.shell.category = Sections.Projects
     }
     Shortcut {
         sequence: "Ctrl+2"
-        onActivated: window.shell.category = 1
+        onActivated: window.shell.category = Sections.Containers
     }
     Shortcut {
         sequence: "Ctrl+3"
-        onActivated: window.shell.category = 2
+        onActivated: window.shell.category = Sections.Images
     }
     Shortcut {
         sequence: "Ctrl+4"
-        onActivated: window.shell.category = 3
+        onActivated: window.shell.category = Sections.Volumes
     }
 
     // Adding a project and locating a moved one ask the same question.
@@ -148,7 +148,7 @@ ApplicationWindow {
 
                 Layout.fillWidth: true
                 title: window.shell.categoryLabel
-                count: window.shell.counts[window.shell.category] ?? 0
+                count: window.shell.categoryCount
                 runtimes: window.shell.runtimes
                 selectedRow: window.shell.runtimes.selectedRow
                 filter: window.store.filter
@@ -185,10 +185,10 @@ ApplicationWindow {
                 Layout.topMargin: 4
                 shell: window.shell
                 store: window.store
-                onContainerAction: (kind, id) => sheets.containerAction(kind, id)
-                onProjectAction: (kind, name) => sheets.projectAction(kind, name)
-                onImageAction: (kind, id, reference) => sheets.imageAction(kind, id, reference)
-                onVolumeAction: (kind, name) => sheets.volumeAction(kind, name)
+                onContainerAction: (verb, id) => sheets.containerAction(verb, id)
+                onProjectAction: (verb, name) => sheets.projectAction(verb, name)
+                onImageAction: (verb, id, reference) => sheets.imageAction(verb, id, reference)
+                onVolumeAction: (verb, name) => sheets.volumeAction(verb, name)
             }
         }
     }

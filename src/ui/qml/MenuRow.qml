@@ -10,6 +10,7 @@ Item {
     required property string name
     required property string dot
     required property string actionLabel
+    required property bool primaryQuiet
     required property bool failed
 
     signal primary()
@@ -38,7 +39,7 @@ Item {
         KorButton {
             objectName: "rowAction"
             text: root.actionLabel
-            variant: root.actionLabel === "Stop" ? "quiet" : "accent"
+            variant: root.primaryQuiet ? "quiet" : "accent"
             padding: 3
             leftPadding: 10
             rightPadding: 10

@@ -22,8 +22,8 @@ Rectangle {
     // The open menu, while one is open.
     property KorMenu menu: null
 
-    signal projectAction(string kind)
-    signal containerAction(string kind, string id)
+    signal projectAction(int verb)
+    signal containerAction(int verb, string id)
 
     implicitHeight: column.implicitHeight + 2
     color: Theme.card
@@ -104,7 +104,7 @@ Rectangle {
                 iconName: "arrow.up.circle"
                 variant: root.runningCount === 0 ? "accent" : "quiet"
                 enabled: root.composeEnabled && !root.busy
-                onClicked: root.projectAction("up")
+                onClicked: root.projectAction(Verb.Up)
             }
             KorButton {
                 objectName: "down"
@@ -112,14 +112,14 @@ Rectangle {
                 text: "Down"
                 iconName: "arrow.down.circle"
                 enabled: root.composeEnabled && !root.busy
-                onClicked: root.projectAction("down")
+                onClicked: root.projectAction(Verb.Down)
             }
             KorButton {
                 visible: !root.loose
                 variant: "ghost"
                 iconName: "text.alignleft"
                 help: "Project logs"
-                onClicked: root.projectAction("logs")
+                onClicked: root.projectAction(Verb.ProjectLogs)
             }
             KorButton {
                 id: more
@@ -151,7 +151,7 @@ Rectangle {
             Layout.fillWidth: true
             model: root.containers
             busy: root.busy
-            onAction: (kind, id) => root.containerAction(kind, id)
+            onAction: (verb, id) => root.containerAction(verb, id)
         }
     }
     // Made when asked for: a menu per row would cost every row its items up front.
@@ -169,31 +169,31 @@ Rectangle {
             KorMenuItem {
                 text: "Start all"
                 enabled: root.total > 0
-                onTriggered: root.projectAction("startAll")
+                onTriggered: root.projectAction(Verb.StartAll)
             }
             KorMenuItem {
                 text: "Stop all"
                 enabled: root.total > 0
-                onTriggered: root.projectAction("stopAll")
+                onTriggered: root.projectAction(Verb.StopAll)
             }
             KorMenuItem {
                 text: "Reveal in File Manager"
                 enabled: root.directoryExists
-                onTriggered: root.projectAction("reveal")
+                onTriggered: root.projectAction(Verb.Reveal)
             }
             KorMenuItem {
                 text: "Locate compose file…"
-                onTriggered: root.projectAction("locate")
+                onTriggered: root.projectAction(Verb.Locate)
             }
             KorMenuItem {
                 text: "Remove from Korvat"
-                onTriggered: root.projectAction("forget")
+                onTriggered: root.projectAction(Verb.Forget)
             }
             KorMenuItem {
                 text: "Delete project…"
                 danger: true
                 enabled: !root.busy
-                onTriggered: root.projectAction("delete")
+                onTriggered: root.projectAction(Verb.DeleteProject)
             }
         }
     }

@@ -9,8 +9,8 @@ KorListView {
     required property Shell shell
     required property AppStore store
 
-    signal containerAction(string kind, string id)
-    signal projectAction(string kind, string name)
+    signal containerAction(int verb, string id)
+    signal projectAction(int verb, string name)
 
     objectName: "projectsList"
     Accessible.name: "Projects"
@@ -26,7 +26,7 @@ KorListView {
 
         width: list.rowWidth
         busy: list.store.busy
-        onProjectAction: kind => list.projectAction(kind, card.name)
-        onContainerAction: (kind, id) => list.containerAction(kind, id)
+        onProjectAction: verb => list.projectAction(verb, card.name)
+        onContainerAction: (verb, id) => list.containerAction(verb, id)
     }
 }

@@ -9,18 +9,16 @@ Item {
     required property Shell shell
     required property AppStore store
     readonly property bool showsRows: shell.sectionCount > 0
-    // Images and volumes keep their bars (pull, prune) and show their own empty state.
-    readonly property bool ownEmptyState: shell.category >= 2
-    readonly property var views: ["ProjectsView.qml", "ContainersView.qml", "ImagesView.qml", "VolumesView.qml"]
+    readonly property bool ownEmptyState: shell.sectionOwnsEmptyState
 
-    signal containerAction(string kind, string id)
-    signal projectAction(string kind, string name)
-    signal imageAction(string kind, string id, string reference)
-    signal volumeAction(string kind, string name)
+    signal containerAction(int verb, string id)
+    signal projectAction(int verb, string name)
+    signal imageAction(int verb, string id, string reference)
+    signal volumeAction(int verb, string name)
 
     function load() {
         if (root.showsRows || root.ownEmptyState)
-            loader.setSource(root.views[root.shell.category], {shell: root.shell, store: root.store});
+            loader.setSource(root.shell.sectionView, {shell: root.shell, store: root.store});
     }
 
     Loader {
@@ -39,17 +37,17 @@ Item {
         target: root.shell
     }
     Connections {
-        function onContainerAction(kind: string, id: string) {
-            root.containerAction(kind, id);
+        function onContainerAction(verb: int, id: string) {
+            root.containerAction(verb, id);
         }
-        function onProjectAction(kind: string, name: string) {
-            root.projectAction(kind, name);
+        function onProjectAction(verb: int, name: string) {
+            root.projectAction(verb, name);
         }
-        function onImageAction(kind: string, id: string, reference: string) {
-            root.imageAction(kind, id, reference);
+        function onImageAction(verb: int, id: string, reference: string) {
+            root.imageAction(verb, id, reference);
         }
-        function onVolumeAction(kind: string, name: string) {
-            root.volumeAction(kind, name);
+        function onVolumeAction(verb: int, name: string) {
+            root.volumeAction(verb, name);
         }
 
         target: loader.item

@@ -11,74 +11,72 @@ Item {
 
     signal locateRequested(string project)
 
-    function containerAction(kind: string, id: string) {
-        switch (kind) {
-        case "primary":
+    function containerAction(verb: int, id: string) {
+        switch (verb) {
+        case Verb.Primary:
             return root.actions.primary(id);
-        case "restart":
+        case Verb.Restart:
             return root.actions.restart(id);
-        case "pause":
-            return root.actions.pause(id);
-        case "resume":
-            return root.actions.unpause(id);
-        case "remove":
+        case Verb.TogglePause:
+            return root.actions.togglePause(id);
+        case Verb.RemoveContainer:
             return root.actions.remove(id);
-        case "copy":
+        case Verb.CopyId:
             return root.actions.copyId(id);
-        case "terminal":
+        case Verb.OpenTerminal:
             return root.actions.openTerminal(id);
-        case "logs":
+        case Verb.ContainerLogs:
             return logs.show(root.actions.containerLogs(id), root.actions.containerName(id));
-        case "console":
+        case Verb.Console:
             return exec.show(root.actions.console(id));
-        case "commit":
+        case Verb.Commit:
             return commit.show(id, root.actions.containerName(id));
         }
     }
 
-    function imageAction(kind: string, id: string, reference: string) {
-        switch (kind) {
-        case "pull":
+    function imageAction(verb: int, id: string, reference: string) {
+        switch (verb) {
+        case Verb.Pull:
             return root.actions.pull(reference);
-        case "remove":
+        case Verb.RemoveImage:
             return root.actions.removeImage(id, reference);
-        case "prune":
+        case Verb.PruneImages:
             confirmPrune.images = true;
             return confirmPrune.open();
         }
     }
 
-    function volumeAction(kind: string, name: string) {
-        switch (kind) {
-        case "remove":
+    function volumeAction(verb: int, name: string) {
+        switch (verb) {
+        case Verb.RemoveVolume:
             return root.actions.removeVolume(name);
-        case "prune":
+        case Verb.PruneVolumes:
             confirmPrune.images = false;
             return confirmPrune.open();
         }
     }
 
-    function projectAction(kind: string, name: string) {
-        switch (kind) {
-        case "up":
+    function projectAction(verb: int, name: string) {
+        switch (verb) {
+        case Verb.Up:
             return root.actions.up(name);
-        case "down":
+        case Verb.Down:
             confirmDown.project = name;
             confirmDown.message = root.actions.downConfirmation(name);
             return confirmDown.open();
-        case "startAll":
+        case Verb.StartAll:
             return root.actions.startAll(name);
-        case "stopAll":
+        case Verb.StopAll:
             return root.actions.stopAll(name);
-        case "forget":
+        case Verb.Forget:
             return root.actions.forget(name);
-        case "reveal":
+        case Verb.Reveal:
             return root.actions.reveal(name);
-        case "locate":
+        case Verb.Locate:
             return root.locateRequested(name);
-        case "logs":
+        case Verb.ProjectLogs:
             return logs.show(root.actions.projectLogs(name), name);
-        case "delete":
+        case Verb.DeleteProject:
             return deletion.show(root.actions.deletion(name));
         }
     }

@@ -48,8 +48,8 @@ Rectangle {
                 label: modelData.label
                 iconName: modelData.icon
                 count: root.counts[index] ?? 0
-                current: root.current === index
-                onClicked: root.picked(index)
+                current: root.current === modelData.category
+                onClicked: root.picked(modelData.category)
             }
         }
         Item {

@@ -10,7 +10,7 @@ ColumnLayout {
     required property Shell shell
     required property AppStore store
 
-    signal volumeAction(string kind, string name)
+    signal volumeAction(int verb, string name)
 
     spacing: 0
 
@@ -27,7 +27,7 @@ ColumnLayout {
             text: "Prune unused"
             iconName: "trash"
             enabled: !root.store.busy
-            onClicked: root.volumeAction("prune", "")
+            onClicked: root.volumeAction(Verb.PruneVolumes, "")
         }
     }
     KorListView {
@@ -56,7 +56,7 @@ ColumnLayout {
                 text: "Remove"
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.volumeAction("remove", row.name)
+                onClicked: root.volumeAction(Verb.RemoveVolume, row.name)
             }
         }
     }

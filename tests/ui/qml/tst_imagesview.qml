@@ -45,7 +45,7 @@ TestCase {
         verify(pull.enabled);
         keyClick(Qt.Key_Return);
         compare(actions.count, 1);
-        compare(actions.signalArguments[0][0], "pull");
+        compare(actions.signalArguments[0][0], Verb.Pull);
         compare(actions.signalArguments[0][2], "registry.example:5000/Team/app:1.0 ");
         compare(field.text, "");
     }
@@ -54,12 +54,12 @@ TestCase {
         Fixtures.shell("prune");
         const host = createTemporaryObject(sheets, testCase, { actions: Fixtures.actions(), store: Fixtures.store() });
         const confirm = findChild(host, "confirmPrune");
-        host.imageAction("prune", "", "");
+        host.imageAction(Verb.PruneImages, "", "");
         tryVerify(() => confirm.opened);
         compare(confirm.title, "Prune unused images?");
         keyClick(Qt.Key_Escape);
         tryVerify(() => !confirm.visible);
-        host.volumeAction("prune", "");
+        host.volumeAction(Verb.PruneVolumes, "");
         tryVerify(() => confirm.opened);
         compare(confirm.title, "Prune unused volumes?");
         confirm.close();

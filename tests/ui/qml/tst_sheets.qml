@@ -37,7 +37,7 @@ TestCase {
         Fixtures.shell("down");
         const host = createTemporaryObject(sheets, testCase, { actions: Fixtures.actions(), store: Fixtures.store() });
         const confirm = findChild(host, "confirmDown");
-        host.projectAction("down", "storefront");
+        host.projectAction(Verb.Down, "storefront");
         tryVerify(() => confirm.opened);
         compare(findChild(confirm.contentItem, "message").text,
                 "Removes the 3 containers and the project network. Named volumes are kept, and the project stays in Korvat so Up can bring it back.");

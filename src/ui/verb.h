@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+// What a click in a view asks for. Views send a verb up with the subject's key; the window
+// carries it out through Actions or opens the sheet it needs.
+namespace Verb {
+Q_NAMESPACE
+QML_ELEMENT
+
+enum Kind {
+    // On a container, by id.
+    Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit,
+    // On a project, by name.
+    Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject,
+    // On images and volumes.
+    Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes,
+};
+Q_ENUM_NS(Kind)
+}
