@@ -1,7 +1,6 @@
 #include "desktop.h"
 
 #include "actions.h"
-#include "appsettings.h"
 #include "appstore.h"
 #include "cliengine.h"
 #include "colorscheme.h"
@@ -32,7 +31,6 @@ void prepareApplication()
     QCoreApplication::setApplicationName(QStringLiteral("Korvat"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvat"));
     QGuiApplication::setDesktopFileName(QStringLiteral("korvat"));
-    AppSettings::registerDefaults();
     Fonts::registerShipped(Fonts::resourceDirectory() + QStringLiteral("/Fonts"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
 }

@@ -1,6 +1,5 @@
 #include "korvatapp.h"
 
-#include "appsettings.h"
 #include "cliengine.h"
 #include "desktop.h"
 #include "dumpreport.h"
@@ -27,7 +26,6 @@ int KorvatApp::exec(int argc, char **argv)
     QCoreApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Korvat"));
     QCoreApplication::setApplicationName(QStringLiteral("Korvat"));
-    AppSettings::registerDefaults();
     return runHeadless(invocation);
 }
 

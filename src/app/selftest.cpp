@@ -1,4 +1,5 @@
 #include "selftest.h"
+#include "settings.h"
 
 #include "fonts.h"
 
@@ -171,9 +172,9 @@ QList<Check> checks(const QString &scratch)
              r.add({"shop", "/srv/shop", {"db", "web"}}, QStringLiteral("default"));
              r.save(settings);
              const bool roundTrip = ProjectRegistry::load(settings) == r;
-             settings.setValue(ProjectRegistry::settingsKey, QByteArray("not json"));
+             Settings::knownProjects.write(settings, QByteArray("not json"));
              const bool empty = ProjectRegistry::load(settings).byRuntime.isEmpty();
-             return roundTrip && empty && settings.value(ProjectRegistry::unreadableKey).toByteArray() == "not json";
+             return roundTrip && empty && Settings::unreadableProjects.read(settings) == "not json";
          }},
         {"teardown: mounts parsed", [] {
              const auto m = Docker::parseMounts("/website-frontend-1|website-frontend-1_data,\n/storefront-php-1|\n");

@@ -1,4 +1,5 @@
 #include "shots.h"
+#include "settings.h"
 
 #include "desktop.h"
 #include "execconsole.h"
@@ -78,7 +79,7 @@ int shoot(int &argc, char **argv, const QString &dir)
     // The sample state lives in settings of its own; the user's are never read or written.
     QTemporaryDir home;
     QSettings settings(home.filePath(QStringLiteral("shot.conf")), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
+    Settings::checkUpdatesAtLaunch.write(settings, false);
     // Real directories, so the project cards read their state off the disk as they do live.
     const QString root = home.filePath(QStringLiteral("code"));
     SampleData::layOut(root);

@@ -1,4 +1,5 @@
 #include "projectregistry.h"
+#include "settings.h"
 
 #include "docker.h"
 
@@ -65,22 +66,21 @@ std::optional<ProjectRegistry> ProjectRegistry::decode(const QByteArray &bytes)
 
 ProjectRegistry ProjectRegistry::load(QSettings &settings)
 {
-    const QVariant stored = settings.value(settingsKey);
-    if (!stored.isValid())
+    if (!Settings::knownProjects.isSet(settings))
         return {};
-    const QByteArray bytes = stored.toByteArray();
+    const QByteArray bytes = Settings::knownProjects.read(settings);
     if (auto registry = decode(bytes))
         return *registry;
     // Each distinct unreadable value is kept once; an older copy is never replaced.
     const QStringList copies = settings.allKeys().filter(QRegularExpression(
-        QStringLiteral("^") + QRegularExpression::escape(unreadableKey) + QStringLiteral("(\\..*)?$")));
+        QStringLiteral("^") + QRegularExpression::escape(Settings::unreadableProjects.key) + QStringLiteral("(\\..*)?$")));
     for (const auto &key : copies) {
         if (settings.value(key).toByteArray() == bytes)
             return {};
     }
     const QString key = copies.isEmpty()
-        ? unreadableKey
-        : unreadableKey + u'.' + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmsszzz"));
+        ? Settings::unreadableProjects.key
+        : Settings::unreadableProjects.key + u'.' + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmsszzz"));
     settings.setValue(key, bytes);
     settings.sync();
     return {};
@@ -88,7 +88,7 @@ ProjectRegistry ProjectRegistry::load(QSettings &settings)
 
 void ProjectRegistry::save(QSettings &settings) const
 {
-    settings.setValue(settingsKey, encode());
+    settings.setValue(Settings::knownProjects.key, encode());
 }
 
 void ProjectRegistry::record(const QList<ComposeProject> &projects, const Key &key)

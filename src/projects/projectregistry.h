@@ -15,8 +15,6 @@ class QSettings;
 class ProjectRegistry {
 public:
     using Key = std::optional<QString>;
-    static inline const QString settingsKey = QStringLiteral("knownProjects");
-    static inline const QString unreadableKey = QStringLiteral("knownProjects.unreadable");
 
     QMap<QString, QList<KnownProject>> byRuntime;
 

@@ -1,4 +1,5 @@
 #include "toolchainstore.h"
+#include "settings.h"
 
 #include "toolchain.h"
 
@@ -11,10 +12,10 @@ ToolchainStore::ToolchainStore(QSettings *settings, std::shared_ptr<const Toolch
     : QObject(parent), m_settings(settings), m_source(std::move(source)), m_clock(std::move(clock)),
       m_brewAvailable(m_source->brewAvailable())
 {
-    const double seconds = m_settings->value(lastCheckedKey).toDouble();
+    const double seconds = Settings::toolchainLastChecked.read(*m_settings);
     if (seconds > 0)
         m_lastChecked = QDateTime::fromMSecsSinceEpoch(qint64(seconds * 1000), Qt::UTC);
-    const QStringList dismissed = m_settings->value(dismissedKey).toStringList();
+    const QStringList dismissed = Settings::dismissedToolUpdates.read(*m_settings);
     m_dismissed = QSet<QString>(dismissed.cbegin(), dismissed.cend());
 }
 
@@ -117,7 +118,7 @@ void ToolchainStore::dismissNotice()
         m_dismissed.insert(t.updateKey());
     QStringList stored(m_dismissed.cbegin(), m_dismissed.cend());
     stored.sort();
-    m_settings->setValue(dismissedKey, stored);
+    m_settings->setValue(Settings::dismissedToolUpdates.key, stored);
     emit dismissedChanged();
     updateNotice(before);
 }
@@ -172,7 +173,7 @@ void ToolchainStore::setLastChecked(const std::optional<QDateTime> &when)
     if (m_lastChecked == when)
         return;
     m_lastChecked = when;
-    m_settings->setValue(lastCheckedKey, when ? double(when->toMSecsSinceEpoch()) / 1000.0 : 0.0);
+    m_settings->setValue(Settings::toolchainLastChecked.key, when ? double(when->toMSecsSinceEpoch()) / 1000.0 : 0.0);
     emit lastCheckedChanged();
 }
 

@@ -27,8 +27,6 @@ class ToolchainStore : public QObject {
 
 public:
     using Clock = std::function<QDateTime()>;
-    static inline const QString lastCheckedKey = QStringLiteral("toolchainLastChecked");
-    static inline const QString dismissedKey = QStringLiteral("dismissedToolUpdates");
     static constexpr qint64 checkInterval = 86400;
 
     ToolchainStore(QSettings *settings, std::shared_ptr<const ToolchainSource> source,

@@ -1,4 +1,5 @@
 #include "settingscontroller.h"
+#include "settings.h"
 
 #include "loginitem.h"
 #include "toolchainstore.h"
@@ -53,26 +54,26 @@ SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *set
     tools();
 }
 
-bool SettingsController::showMenuBar() const { return m_settings->value(QStringLiteral("showMenuBar"), true).toBool(); }
+bool SettingsController::showMenuBar() const { return Settings::showMenuBar.read(*m_settings); }
 
 void SettingsController::setShowMenuBar(bool show)
 {
     if (show == showMenuBar())
         return;
-    m_settings->setValue(QStringLiteral("showMenuBar"), show);
+    Settings::showMenuBar.write(*m_settings, show);
     emit showMenuBarChanged();
 }
 
 bool SettingsController::checkUpdatesAtLaunch() const
 {
-    return m_settings->value(QStringLiteral("checkUpdatesAtLaunch"), true).toBool();
+    return Settings::checkUpdatesAtLaunch.read(*m_settings);
 }
 
 void SettingsController::setCheckUpdatesAtLaunch(bool check)
 {
     if (check == checkUpdatesAtLaunch())
         return;
-    m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), check);
+    Settings::checkUpdatesAtLaunch.write(*m_settings, check);
     emit checkUpdatesAtLaunchChanged();
 }
 

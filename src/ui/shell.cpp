@@ -1,4 +1,5 @@
 #include "shell.h"
+#include "settings.h"
 
 #include "appstore.h"
 #include "toolchainstore.h"
@@ -9,7 +10,7 @@
 Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent)
     : QObject(parent), m_store(store), m_toolchain(toolchain), m_settings(settings)
 {
-    if (const auto stored = Categories::fromRaw(m_settings->value(categoryKey).toString()))
+    if (const auto stored = Categories::fromRaw(Settings::category.read(*m_settings)))
         m_category = *stored;
 
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
@@ -102,8 +103,7 @@ void Shell::setCategory(int category)
     if (category < 0 || category >= int(Categories::all.size()))
         return;
     const auto next = Category(category);
-    if (m_settings->value(categoryKey).toString() != Categories::raw(next))
-        m_settings->setValue(categoryKey, Categories::raw(next));
+    Settings::category.write(*m_settings, Categories::raw(next));
     if (next == m_category)
         return;
     m_category = next;
@@ -169,7 +169,7 @@ QString Shell::emptyDetail() const
 void Shell::firstShown()
 {
     m_store->start();
-    const bool enabled = m_settings->value(checkAtLaunchKey, true).toBool();
+    const bool enabled = Settings::checkUpdatesAtLaunch.read(*m_settings);
     m_toolchain->checkAtLaunch(enabled);
 }
 

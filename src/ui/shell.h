@@ -50,8 +50,6 @@ class Shell : public QObject {
     Q_PROPERTY(QString staleText READ staleText NOTIFY staleTextChanged)
 
 public:
-    static inline const QString categoryKey = QStringLiteral("category");
-    static inline const QString checkAtLaunchKey = QStringLiteral("checkUpdatesAtLaunch");
 
     Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent = nullptr);
 

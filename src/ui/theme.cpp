@@ -1,4 +1,5 @@
 #include "theme.h"
+#include "settings.h"
 
 #include "colorscheme.h"
 
@@ -27,8 +28,7 @@ QString normalised(const QString &appearance)
 Theme::Theme(QSettings *settings, ColorScheme *scheme, QObject *parent)
     : QObject(parent), m_settings(settings), m_scheme(scheme)
 {
-    m_appearance = normalised(m_settings ? m_settings->value(QStringLiteral("appearance"), QStringLiteral("auto")).toString()
-                                         : QStringLiteral("auto"));
+    m_appearance = normalised(m_settings ? Settings::appearance.read(*m_settings) : Settings::appearance.fallback);
     if (m_scheme)
         connect(m_scheme, &ColorScheme::preferenceChanged, this, &Theme::resolve);
     if (qApp)
@@ -51,8 +51,8 @@ Theme *Theme::create(QQmlEngine *, QJSEngine *)
 void Theme::setAppearance(const QString &appearance)
 {
     const QString next = normalised(appearance);
-    if (m_settings && m_settings->value(QStringLiteral("appearance")).toString() != next)
-        m_settings->setValue(QStringLiteral("appearance"), next);
+    if (m_settings)
+        Settings::appearance.write(*m_settings, next);
     if (next == m_appearance)
         return;
     m_appearance = next;

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QSettings>
+#include <QStringList>
+#include <QVariant>
+
+// One per-user setting: its key, its type and the value it has until someone chooses
+// another. A default is never written out, so a later release can change it.
+template<typename T>
+struct Setting {
+    QString key;
+    T fallback = {};
+
+    T read(const QSettings &settings) const { return settings.value(key, QVariant::fromValue(fallback)).template value<T>(); }
+    bool isSet(const QSettings &settings) const { return settings.contains(key); }
+    // Writes only a change, so reading a setting back never rewrites the file.
+    void write(QSettings &settings, const T &value) const
+    {
+        if (!settings.contains(key) || read(settings) != value)
+            settings.setValue(key, QVariant::fromValue(value));
+    }
+};
+
+// Every setting Korvat keeps, in ~/.config/Korvat/Korvat.conf; code takes the QSettings it
+// is given, so tests pass one on a temporary file.
+namespace Settings {
+inline const Setting<bool> showMenuBar{QStringLiteral("showMenuBar"), true};
+// "auto" follows the desktop; "light" and "dark" force a reading.
+inline const Setting<QString> appearance{QStringLiteral("appearance"), QStringLiteral("auto")};
+inline const Setting<bool> checkUpdatesAtLaunch{QStringLiteral("checkUpdatesAtLaunch"), true};
+// The last sidebar section, by its stored name.
+inline const Setting<QString> category{QStringLiteral("category"), {}};
+// The project registry as UTF-8 JSON.
+inline const Setting<QByteArray> knownProjects{QStringLiteral("knownProjects"), {}};
+// A registry that could not be read is kept under this key (with a time stamp after the first).
+inline const Setting<QByteArray> unreadableProjects{QStringLiteral("knownProjects.unreadable"), {}};
+// Seconds since the epoch; zero: never.
+inline const Setting<double> toolchainLastChecked{QStringLiteral("toolchainLastChecked"), 0.0};
+inline const Setting<QStringList> dismissedToolUpdates{QStringLiteral("dismissedToolUpdates"), {}};
+}
