@@ -53,20 +53,8 @@ class AppStoreTest : public QObject {
         QCoro::waitFor(st->loadContexts());
         return st;
     }
-    static std::optional<Container> find(const AppStore &st, const QString &name)
-    {
-        for (const auto &c : st.containers())
-            if (c.name == name)
-                return c;
-        return std::nullopt;
-    }
-    static std::optional<ComposeProject> project(const AppStore &st, const QString &name)
-    {
-        for (const auto &p : st.projects())
-            if (p.name == name)
-                return p;
-        return std::nullopt;
-    }
+    static std::optional<Container> find(const AppStore &st, const QString &name) { return containerNamed(st, name); }
+    static std::optional<ComposeProject> project(const AppStore &st, const QString &name) { return projectNamed(st, name); }
     QString composeDir(const QString &name)
     {
         const QString dir = m_tmp.filePath(name);

@@ -1,5 +1,6 @@
 #include "appstore.h"
 #include "cliengine.h"
+#include "storesupport.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -42,20 +43,8 @@ class AppStoreLive : public QObject {
             qWarning("docker run: %s", qPrintable(r.err));
         return name;
     }
-    static std::optional<Container> find(const AppStore &st, const QString &name)
-    {
-        for (const auto &c : st.containers())
-            if (c.name == name)
-                return c;
-        return std::nullopt;
-    }
-    static std::optional<ComposeProject> project(const AppStore &st, const QString &name)
-    {
-        for (const auto &p : st.projects())
-            if (p.name == name)
-                return p;
-        return std::nullopt;
-    }
+    static std::optional<Container> find(const AppStore &st, const QString &name) { return containerNamed(st, name); }
+    static std::optional<ComposeProject> project(const AppStore &st, const QString &name) { return projectNamed(st, name); }
     // A compose project directory whose project name is its own (unique) directory name.
     QString composeDir(const QByteArray &compose, const QByteArray &env = {})
     {

@@ -24,4 +24,20 @@ inline void show(AppStore &store, FakeEngine &engine, const FakeEngine::Holdings
     QCoro::waitFor(store.refresh());
 }
 
+inline std::optional<Container> containerNamed(const AppStore &store, const QString &name)
+{
+    for (const auto &c : store.containers())
+        if (c.name == name)
+            return c;
+    return std::nullopt;
+}
+
+inline std::optional<ComposeProject> projectNamed(const AppStore &store, const QString &name)
+{
+    for (const auto &p : store.projects())
+        if (p.name == name)
+            return p;
+    return std::nullopt;
+}
+
 } // namespace TestSupport
