@@ -4,7 +4,6 @@
 #include "toolchain.h"
 
 #include <QDir>
-#include <QProcess>
 #include <array>
 #include <QFile>
 
@@ -172,10 +171,9 @@ QMap<QString, QString> Toolchain::latest() const
 
 std::unique_ptr<QProcess> Toolchain::job(const QString &) const
 {
-    auto child = std::make_unique<QProcess>();
-    child->setProgram(QStringLiteral("/bin/sh"));
-    child->setArguments({QStringLiteral("-c"), QStringLiteral("printf '%s' \"$1\"; exec sleep 600"), QStringLiteral("sh"), jobOutput()});
-    return child;
+    // A real child, so the job sheet runs and ends it as it would a Homebrew job.
+    return ::Toolchain::process({QStringLiteral("/bin/sh"), QStringLiteral("-c"), QStringLiteral("printf '%s' \"$1\"; exec sleep 600"),
+                                 QStringLiteral("sh"), jobOutput()});
 }
 
 QString jobOutput()

@@ -212,20 +212,15 @@ ComposeCheck CliEngine::checkCompose(const QString &dir) const
 {
     if (!Docker::composeFile(dir))
         return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(dir));
-    auto child = Docker::process({"compose", "config", "-q"}, std::nullopt, dir);
-    child->setStandardInputFile(QProcess::nullDevice());
-    child->setStandardOutputFile(QProcess::nullDevice());
-    child->start();
-    if (!child->waitForStarted(-1))
-        return ComposeCheck::makeInvalid(child->errorString());
-    child->waitForFinished(-1);
-    const QString err = Docker::utf8(child->readAllStandardError());
-    const int status = child->exitCode();
-    if (status == 0)
-        return ComposeCheck::makeValid(Docker::composeWarningSummary(err));
-    QString message = Docker::composeMessages(err).join(u'\n');
+    // "-q" prints nothing on standard output; what compose has to say is on standard error.
+    const auto checked = Docker::capture({"compose", "config", "-q"}, std::nullopt, dir);
+    if (checked.status == -1)
+        return ComposeCheck::makeInvalid(checked.err);
+    if (checked.status == 0)
+        return ComposeCheck::makeValid(Docker::composeWarningSummary(checked.err));
+    QString message = Docker::composeMessages(checked.err).join(u'\n');
     if (message.isEmpty())
-        message = QStringLiteral("compose config exited %1.").arg(status);
+        message = QStringLiteral("compose config exited %1.").arg(checked.status);
     return ComposeCheck::makeInvalid(message);
 }
 
@@ -245,11 +240,8 @@ ExecResult CliEngine::exec(const QString &containerId, const QString &command, c
 {
     auto child = Docker::process({"exec", containerId, "sh", "-c", command}, runtime);
     child->setProcessChannelMode(QProcess::MergedChannels);
-    child->setStandardInputFile(QProcess::nullDevice());
-    child->start();
-    if (!child->waitForStarted(-1))
+    if (!Docker::runToEnd(*child))
         return {false, {}, -1, child->errorString()};
-    child->waitForFinished(-1);
     return {true, Docker::utf8(child->readAll()), child->exitCode(), {}};
 }
 

@@ -23,6 +23,10 @@ using Dir = std::optional<QString>;
 // Program, arguments, environment and directory set; not started, no streams set.
 std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
 QStringList commandLine(const QStringList &args, const OptRuntime &runtime = {});
+// Starts the child with standard input on the null device and waits for it to exit; both
+// pipes are drained meanwhile, so a chatty standard error cannot block it. False: it never
+// started. Every docker child that is waited for is waited for here.
+bool runToEnd(QProcess &child);
 // Standard output on success; throws DockerError with the trimmed standard error otherwise.
 QByteArray runBytes(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
 QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});

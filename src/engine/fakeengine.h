@@ -19,7 +19,6 @@ public:
     void stop() override;
     bool running() const override { return m_running; }
     QByteArray readAll() override { return std::exchange(m_pending, {}); }
-    qint64 pid() const override { return m_running ? 1 : 0; }
 
     // Output as if the engine wrote it.
     void write(const QByteArray &bytes);

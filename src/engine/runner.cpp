@@ -79,9 +79,6 @@ QString utf8(const QByteArray &bytes)
     return decoder.hasError() ? QString() : text;
 }
 
-namespace {
-// Starts the child with stdin on the null device and waits for it to exit. Both pipes are
-// drained while waiting, so a chatty stderr cannot block the child. False: it never started.
 bool runToEnd(QProcess &child)
 {
     child.setStandardInputFile(QProcess::nullDevice());
@@ -90,7 +87,6 @@ bool runToEnd(QProcess &child)
         return false;
     child.waitForFinished(-1);
     return true;
-}
 }
 
 QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
