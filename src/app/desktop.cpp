@@ -66,6 +66,7 @@ Session::~Session() = default;
 AppStore &Session::store() { return d->store; }
 ToolchainStore &Session::toolchain() { return d->toolchain; }
 Shell &Session::shell() { return d->shell; }
+Actions &Session::actions() { return d->actions; }
 QQuickWindow *Session::window() { return d->window; }
 SettingsController &Session::settings() { return d->settingsController; }
 

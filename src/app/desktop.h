@@ -8,6 +8,7 @@
 #include <memory>
 
 class QQuickWindow;
+class Actions;
 class QSettings;
 class SettingsController;
 class Shell;
@@ -38,6 +39,7 @@ public:
     AppStore &store();
     ToolchainStore &toolchain();
     Shell &shell();
+    Actions &actions();
     SettingsController &settings();
     QQuickWindow *window();
     // The tray panel, loaded on first use into the same engine; hidden.

@@ -1,14 +1,15 @@
 #include "shots.h"
 #include "settings.h"
 
+#include "actions.h"
 #include "desktop.h"
 #include "execconsole.h"
 #include "fakeengine.h"
 #include "jobrun.h"
 #include "logfollower.h"
-#include "projectcard.h"
 #include "projectdeletion.h"
 #include "sampledata.h"
+#include "settingscontroller.h"
 #include "shell.h"
 #include "theme.h"
 #include "toolchainstore.h"
@@ -41,23 +42,157 @@ bool waitUntil(const std::function<bool()> &done)
     return done();
 }
 
-std::optional<ComposeProject> projectNamed(const AppStore &store, const QString &name)
+// What a verb hands its sheet, caught on its way there.
+template<typename T, typename Signal>
+T *caught(Actions &actions, Signal signal, const std::function<void()> &perform)
 {
-    for (const auto &p : store.projects()) {
-        if (p.name == name)
-            return p;
-    }
-    return std::nullopt;
+    T *object = nullptr;
+    const auto connection = QObject::connect(&actions, signal, [&](T *given, auto &&...) { object = given; });
+    perform();
+    QObject::disconnect(connection);
+    return object;
 }
+
+// One picture's world: the sample engine and tools, a clock that reads 14:05 when the lists
+// were read, and a session of its own, so nothing one picture does shows in the next.
+struct Stage {
+    std::shared_ptr<FakeEngine> engine;
+    std::shared_ptr<SampleData::Toolchain> tools = std::make_shared<SampleData::Toolchain>();
+    std::shared_ptr<QDateTime> now;
+    std::unique_ptr<Desktop::Session> session;
+    QDateTime listed;
+    QString root;
+
+    ~Stage()
+    {
+        // A listing held for a picture ends before the store that waits for it.
+        if (engine)
+            engine->release(FakeEngine::Call::Listing);
+    }
+
+    AppStore &store() { return session->store(); }
+    Actions &actions() { return session->actions(); }
+    void showTools(bool sample)
+    {
+        tools->setEmpty(!sample);
+        QCoro::waitFor(session->toolchain().check());
+    }
+    Container container(const QString &name)
+    {
+        const auto &all = store().containers();
+        return *std::find_if(all.cbegin(), all.cend(), [&](const Container &c) { return c.name == name; });
+    }
+};
+
+enum class Target { Main, Panel, Settings };
 
 struct Scene {
     QString name;
     Category category;
-    std::function<void()> setUp;
+    std::function<void(Stage &)> setUp = {};
     QSize size = QSize(1080, 700);
-    // Another window to draw instead of the main one.
-    std::function<QQuickWindow *()> target = {};
+    Target target = Target::Main;
 };
+
+const QString website = QStringLiteral("website");
+const QString websiteFrontend = QStringLiteral("website-frontend-1");
+
+// The engine keeps the lists waiting; the window says for how long.
+void stale(Stage &stage)
+{
+    stage.engine->hold(FakeEngine::Call::Listing);
+    stage.store().refresh();
+    *stage.now = stage.listed.addSecs(12);
+    waitUntil([&] { return stage.store().stale(); });
+}
+
+const QList<Scene> &scenes()
+{
+    static const QList<Scene> all = {
+        {QStringLiteral("projects"), Category::Projects},
+        {QStringLiteral("projects-all"), Category::Projects, {}, QSize(1080, 1720)},
+        {QStringLiteral("containers"), Category::Containers},
+        {QStringLiteral("images"), Category::Images},
+        {QStringLiteral("volumes"), Category::Volumes},
+        {QStringLiteral("banners"), Category::Containers, [](Stage &stage) {
+             // staging does not answer, so the store hands over to default and says so.
+             stage.engine->failWith(FakeEngine::Call::Listing, QStringLiteral("error during connect: ssh: connect to host staging: timed out"),
+                                    QStringLiteral("staging"));
+             stage.store().select(Runtime::context(QStringLiteral("staging")));
+             waitUntil([&] { return !stage.store().noticeText().isEmpty() && !stage.store().containers().isEmpty(); });
+             stage.store().reportError(QStringLiteral("Error response from daemon: cannot stop container: storefront-db-1: permission denied"));
+             stage.showTools(true);
+         }},
+        {QStringLiteral("stale"), Category::Projects, stale},
+        {QStringLiteral("empty-filter"), Category::Containers, [](Stage &stage) { stage.store().setFilter(QStringLiteral("kafka")); }},
+        {QStringLiteral("empty-section"), Category::Volumes, [](Stage &stage) {
+             auto holdings = SampleData::holdings(stage.root);
+             holdings.volumes.clear();
+             stage.engine->setHoldings(holdings);
+             QCoro::waitFor(stage.store().refresh());
+         }},
+        {QStringLiteral("sheet-logs"), Category::Projects, [](Stage &stage) {
+             stage.engine->setLogOutput(SampleData::logText().toUtf8());
+             auto *follower = caught<LogFollower>(stage.actions(), &Actions::logsRequested,
+                                                  [&] { stage.actions().perform(Verb::ProjectLogs, website); });
+             waitUntil([&] { return !follower->text().isEmpty(); });
+         }},
+        {QStringLiteral("sheet-exec"), Category::Containers, [](Stage &stage) {
+             const auto commands = SampleData::commands();
+             stage.engine->setExec([commands](const QString &, const QString &command) {
+                 for (const auto &[typed, result] : commands) {
+                     if (typed == command)
+                         return result;
+                 }
+                 return ExecResult{true, {}, 0, {}};
+             });
+             auto *console = caught<ExecConsole>(stage.actions(), &Actions::consoleRequested, [&] {
+                 stage.actions().perform(Verb::Console, stage.container(websiteFrontend).id);
+             });
+             for (const auto &[typed, result] : commands) {
+                 console->setCommand(typed);
+                 console->run();
+                 waitUntil([&] { return !console->running(); });
+             }
+         }},
+        {QStringLiteral("sheet-exec-empty"), Category::Containers, [](Stage &stage) {
+             stage.actions().perform(Verb::Console, stage.container(websiteFrontend).id);
+         }},
+        {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {
+             stage.actions().perform(Verb::Commit, stage.container(websiteFrontend).id);
+         }},
+        {QStringLiteral("sheet-delete"), Category::Projects, [](Stage &stage) {
+             auto *deletion = caught<ProjectDeletion>(stage.actions(), &Actions::deletionRequested,
+                                                      [&] { stage.actions().perform(Verb::DeleteProject, website); });
+             deletion->setTrashDirectory(true);
+             waitUntil([&] { return deletion->planned(); });
+         }},
+        {QStringLiteral("sheet-down"), Category::Projects, [](Stage &stage) {
+             stage.actions().perform(Verb::Down, QStringLiteral("storefront"));
+         }},
+        {QStringLiteral("tray-panel"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, {}, Target::Panel},
+        {QStringLiteral("tray-panel-stale"), Category::Projects, stale, {}, Target::Panel},
+        {QStringLiteral("tray-panel-empty"), Category::Projects, [](Stage &stage) {
+             for (const auto &p : stage.store().projects())
+                 stage.store().forget(p);
+             auto holdings = SampleData::holdings(stage.root);
+             holdings.containers.clear();
+             stage.engine->setHoldings(holdings);
+             QCoro::waitFor(stage.store().refresh());
+         }, {}, Target::Panel},
+        {QStringLiteral("settings"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, QSize(640, 940), Target::Settings},
+        {QStringLiteral("settings-job"), Category::Projects, [](Stage &stage) {
+             stage.showTools(true);
+             JobRun *run = nullptr;
+             const auto connection = QObject::connect(&stage.session->settings(), &SettingsController::jobOpened,
+                                                      [&](JobRun *opened) { run = opened; });
+             stage.session->settings().runTool(QStringLiteral("container"));
+             QObject::disconnect(connection);
+             waitUntil([&] { return run && run->output().contains(QLatin1String("bottle")); });
+         }, QSize(640, 760), Target::Settings},
+    };
+    return all;
+}
 }
 
 int shoot(int &argc, char **argv, const QString &dir)
@@ -78,219 +213,75 @@ int shoot(int &argc, char **argv, const QString &dir)
 
     // The sample state lives in settings of its own; the user's are never read or written.
     QTemporaryDir home;
-    QSettings settings(home.filePath(QStringLiteral("shot.conf")), QSettings::IniFormat);
-    Settings::checkUpdatesAtLaunch.write(settings, false);
     // Real directories, so the project cards read their state off the disk as they do live.
     const QString root = home.filePath(QStringLiteral("code"));
     SampleData::layOut(root);
-    SampleData::registry(root).save(settings);
-    const auto engine = SampleData::engine(root);
 
-    // A clock the pictures set: the lists were last read at 14:05.
-    const QDateTime listed(QDate::currentDate(), QTime(14, 5));
-    auto now = std::make_shared<QDateTime>(listed);
-    PollTiming timing;
-    timing.staleAfter = std::chrono::milliseconds(50);
-    timing.clock = [now] { return *now; };
-    const auto tools = std::make_shared<SampleData::Toolchain>();
-    Desktop::Session session(&settings, false, {engine, timing, tools, [now] { return now->toUTC(); }});
-    AppStore &store = session.store();
-    ToolchainStore &toolchain = session.toolchain();
-    Shell &shell = session.shell();
-    Theme &theme = *Theme::instance();
+    const auto draw = [&](const Scene &scene, const QString &appearance) -> bool {
+        const QString file = home.filePath(scene.name + u'-' + appearance + QStringLiteral(".conf"));
+        QSettings settings(file, QSettings::IniFormat);
+        Settings::checkUpdatesAtLaunch.write(settings, false);
+        Settings::appearance.write(settings, appearance);
+        SampleData::registry(root).save(settings);
 
-    QQuickWindow *window = session.window();
-    if (!window) {
-        out << "korvat: the main window could not be loaded\n";
-        return 0;
-    }
-    window->resize(1080, 700);
-    window->show();
-    store.start();
-    waitUntil([&] { return !store.containers().isEmpty(); });
+        Stage stage;
+        stage.root = root;
+        stage.engine = SampleData::engine(root);
+        stage.listed = QDateTime(QDate::currentDate(), QTime(14, 5));
+        stage.now = std::make_shared<QDateTime>(stage.listed);
+        // Still pictures: no poll, no event stream; every scene lists when it needs to.
+        PollTiming timing;
+        timing.visiblePoll = timing.hiddenPoll = std::chrono::hours(1);
+        timing.followEvents = false;
+        timing.staleAfter = std::chrono::milliseconds(50);
+        timing.clock = [now = stage.now] { return *now; };
+        stage.session = std::make_unique<Desktop::Session>(
+            &settings, false, Desktop::Backends{stage.engine, timing, stage.tools, [now = stage.now] { return now->toUTC(); }});
 
-    QPointer<QQuickWindow> panel;
-    const auto panelWindow = [&]() -> QQuickWindow * {
-        if (!panel)
-            panel = session.loadPanel();
-        panel->show();
-        return panel;
-    };
-    const auto settingsWindow = [&]() -> QQuickWindow * {
-        QMetaObject::invokeMethod(window, "openSettings");
-        return window->property("settingsWindow").value<QQuickWindow *>();
-    };
-    const auto sheet = [&](const char *name) { return window->findChild<QObject *>(QLatin1String(name)); };
-    const auto closeSheets = [&] {
-        for (const char *name : {"logsSheet", "execSheet", "commitSheet", "deleteSheet", "confirmDown"})
-            QMetaObject::invokeMethod(sheet(name), "close");
-    };
-    const auto showTools = [&](bool sample) {
-        tools->setEmpty(!sample);
-        QCoro::waitFor(toolchain.check());
-    };
-    const auto plain = [&] {
-        engine->release(FakeEngine::Call::Listing);
-        engine->failWith(FakeEngine::Call::Listing, std::nullopt, QStringLiteral("staging"));
-        engine->setHoldings(SampleData::holdings(root));
-        *now = listed;
-        store.setFilter(QString());
-        if (store.runtime() != Runtime::context(QStringLiteral("default")))
-            store.select(Runtime::context(QStringLiteral("default")));
-        QCoro::waitFor(store.refresh());
-        store.dismissError();
-        store.dismissNotice();
-        showTools(false);
-    };
-    // The engine keeps the lists waiting; the window says for how long.
-    const auto stale = [&] {
-        plain();
-        engine->hold(FakeEngine::Call::Listing);
-        store.refresh();
-        *now = listed.addSecs(12);
-        waitUntil([&] { return store.stale(); });
-    };
-    const Container website = *std::find_if(store.containers().cbegin(), store.containers().cend(),
-                                            [](const Container &c) { return c.name == QLatin1String("website-frontend-1"); });
-    const QList<Scene> scenes = {
-        {QStringLiteral("projects"), Category::Projects, plain},
-        {QStringLiteral("projects-all"), Category::Projects, plain, QSize(1080, 1720)},
-        {QStringLiteral("containers"), Category::Containers, plain},
-        {QStringLiteral("images"), Category::Images, plain},
-        {QStringLiteral("volumes"), Category::Volumes, plain},
-        {QStringLiteral("banners"), Category::Containers, [&] {
-             plain();
-             // staging does not answer, so the store hands over to default and says so.
-             engine->failWith(FakeEngine::Call::Listing, QStringLiteral("error during connect: ssh: connect to host staging: timed out"),
-                              QStringLiteral("staging"));
-             store.select(Runtime::context(QStringLiteral("staging")));
-             waitUntil([&] { return !store.noticeText().isEmpty() && !store.containers().isEmpty(); });
-             store.reportError(QStringLiteral("Error response from daemon: cannot stop container: storefront-db-1: permission denied"));
-             showTools(true);
-         }},
-        {QStringLiteral("stale"), Category::Projects, stale},
-        {QStringLiteral("empty-filter"), Category::Containers, [&] {
-             plain();
-             store.setFilter(QStringLiteral("kafka"));
-         }},
-        {QStringLiteral("empty-section"), Category::Volumes, [&] {
-             plain();
-             auto holdings = SampleData::holdings(root);
-             holdings.volumes.clear();
-             engine->setHoldings(holdings);
-             QCoro::waitFor(store.refresh());
-         }},
-        {QStringLiteral("sheet-logs"), Category::Projects, [&] {
-             plain();
-             engine->setLogOutput(SampleData::logText().toUtf8());
-             auto *follower = new LogFollower(engine, LogSource::project(*projectNamed(store, QStringLiteral("website"))),
-                                              store.runtime(), window);
-             QMetaObject::invokeMethod(sheet("logsSheet"), "show", Q_ARG(LogFollower *, follower), Q_ARG(QString, QStringLiteral("website")));
-             waitUntil([&] { return !follower->text().isEmpty(); });
-         }},
-        {QStringLiteral("sheet-exec"), Category::Containers, [&] {
-             plain();
-             const auto commands = SampleData::commands();
-             engine->setExec([commands](const QString &, const QString &command) {
-                 for (const auto &[typed, result] : commands) {
-                     if (typed == command)
-                         return result;
-                 }
-                 return ExecResult{true, {}, 0, {}};
-             });
-             auto *console = new ExecConsole(engine, website, store.runtime(), window);
-             for (const auto &[typed, result] : commands) {
-                 console->setCommand(typed);
-                 console->run();
-                 waitUntil([&] { return !console->running(); });
-             }
-             QMetaObject::invokeMethod(sheet("execSheet"), "show", Q_ARG(ExecConsole *, console));
-         }},
-        {QStringLiteral("sheet-exec-empty"), Category::Containers, [&] {
-             plain();
-             QMetaObject::invokeMethod(sheet("execSheet"), "show",
-                                       Q_ARG(ExecConsole *, new ExecConsole(engine, website, store.runtime(), window)));
-         }},
-        {QStringLiteral("sheet-commit"), Category::Containers, [&] {
-             plain();
-             QMetaObject::invokeMethod(sheet("commitSheet"), "show", Q_ARG(QString, website.id), Q_ARG(QString, website.name));
-         }},
-        {QStringLiteral("sheet-delete"), Category::Projects, [&] {
-             plain();
-             auto *deletion = new ProjectDeletion(&store, *projectNamed(store, QStringLiteral("website")), window);
-             deletion->setTrashDirectory(true);
-             QMetaObject::invokeMethod(sheet("deleteSheet"), "show", Q_ARG(ProjectDeletion *, deletion));
-             waitUntil([&] { return deletion->planned(); });
-         }},
-        {QStringLiteral("tray-panel"), Category::Projects, [&] {
-             plain();
-             showTools(true);
-         }, QSize(340, 600), panelWindow},
-        {QStringLiteral("tray-panel-stale"), Category::Projects, stale, QSize(340, 600), panelWindow},
-        {QStringLiteral("settings"), Category::Projects, [&] {
-             plain();
-             showTools(true);
-         }, QSize(640, 940), settingsWindow},
-        {QStringLiteral("settings-job"), Category::Projects, [&] {
-             plain();
-             showTools(true);
-             auto *run = new JobRun(ToolJob::upgrade({QStringLiteral("container")}), tools, window);
-             run->start();
-             waitUntil([&] { return run->output().contains(QLatin1String("bottle")); });
-             QObject *sheet = settingsWindow()->findChild<QObject *>(QStringLiteral("runSheet"));
-             QMetaObject::invokeMethod(sheet, "show", Q_ARG(JobRun *, run));
-         }, QSize(640, 760), settingsWindow},
-        {QStringLiteral("sheet-down"), Category::Projects, [&] {
-             plain();
-             QObject *confirm = sheet("confirmDown");
-             confirm->setProperty("project", QStringLiteral("storefront"));
-             confirm->setProperty("message", ProjectCard::downConfirmation(3));
-             QMetaObject::invokeMethod(confirm, "open");
-         }},
-        // Last: the registry it empties is not put back.
-        {QStringLiteral("tray-panel-empty"), Category::Projects, [&] {
-             plain();
-             for (const auto &p : store.projects())
-                 store.forget(p);
-             auto holdings = SampleData::holdings(root);
-             holdings.containers.clear();
-             engine->setHoldings(holdings);
-             QCoro::waitFor(store.refresh());
-         }, QSize(340, 260), panelWindow},
-    };
-    const auto draw = [&](const Scene &scene) {
-        closeSheets();
-        if (QQuickWindow *settings = window->property("settingsWindow").value<QQuickWindow *>()) {
-            if (QObject *sheet = settings->findChild<QObject *>(QStringLiteral("runSheet")))
-                QMetaObject::invokeMethod(sheet, "close");
-            settings->hide();
+        QQuickWindow *window = stage.session->window();
+        if (!window) {
+            out << "korvat: the main window could not be loaded\n";
+            return false;
         }
-        if (panel)
-            panel->hide();
         window->resize(scene.size);
-        scene.setUp();
-        shell.setCategory(int(scene.category));
-        QQuickWindow *drawn = scene.target ? scene.target() : window;
-        drawn->resize(scene.size);
+        window->show();
+        // Shown, the window starts the store, which picks its runtime before it lists.
+        waitUntil([&] { return stage.store().runtime().has_value(); });
+        QCoro::waitFor(stage.store().refresh());
+        stage.showTools(false);
+
+        QQuickWindow *drawn = window;
+        if (scene.target == Target::Panel) {
+            drawn = stage.session->loadPanel();
+            drawn->show();
+        } else if (scene.target == Target::Settings) {
+            stage.session->shell().openSettings();
+            drawn = window->property("settingsWindow").value<QQuickWindow *>();
+        }
+        // The panel takes the height of what it lists.
+        if (scene.target != Target::Panel)
+            drawn->resize(scene.size);
+        if (scene.setUp)
+            scene.setUp(stage);
+        stage.session->shell().setCategory(int(scene.category));
         settle();
-        const QString file = QDir(target).filePath(scene.name + u'-' + theme.readingName() + QStringLiteral(".png"));
-        if (drawn->grabWindow().save(file))
-            out << file << '\n';
+        // Offscreen, layouts polish only when a frame is drawn; what that changes (the panel's
+        // height follows its content) shows in the frame after.
+        drawn->grabWindow();
+        settle();
+        const QString picture = QDir(target).filePath(scene.name + u'-' + Theme::instance()->readingName() + QStringLiteral(".png"));
+        if (drawn->grabWindow().save(picture))
+            out << picture << '\n';
         else
-            out << "korvat: could not write " << file << '\n';
+            out << "korvat: could not write " << picture << '\n';
+        return true;
     };
-    // Every scene in one reading, then in the other; the emptied registry comes last in both.
     for (const QString &appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
-        theme.setAppearance(appearance);
-        for (qsizetype i = 0; i + 1 < scenes.size(); ++i)
-            draw(scenes.at(i));
+        for (const Scene &scene : scenes()) {
+            if (!draw(scene, appearance))
+                return 0;
+        }
     }
-    for (const QString &appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
-        theme.setAppearance(appearance);
-        draw(scenes.constLast());
-    }
-    closeSheets();
-    engine->release(FakeEngine::Call::Listing);
     out.flush();
     return 0;
 }

@@ -137,7 +137,7 @@ void Tray::openPanel()
 
 void Tray::openSettings()
 {
-    QMetaObject::invokeMethod(m_session.window(), "openSettings");
+    m_session.shell().openSettings();
 }
 
 void Tray::openMain()

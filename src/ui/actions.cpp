@@ -87,12 +87,6 @@ QString Actions::terminalCommand(const QString &name) const
     return Terminal::commandLine(m_store->runtime(), name);
 }
 
-QString Actions::containerName(const QString &id) const
-{
-    const auto c = container(id);
-    return c ? c->name : QString();
-}
-
 void Actions::openTerminal(const QString &id)
 {
     const auto c = container(id);
@@ -199,12 +193,6 @@ void Actions::reveal(const QString &name)
     });
 }
 
-QString Actions::downConfirmation(const QString &name) const
-{
-    const auto p = project(name);
-    return ProjectCard::downConfirmation(p ? int(p->containers.size()) : 0);
-}
-
 namespace {
 template<typename T>
 T *ownedByQml(T *object)
@@ -214,26 +202,48 @@ T *ownedByQml(T *object)
 }
 }
 
-LogFollower *Actions::containerLogs(const QString &id)
+void Actions::perform(Verb::Kind verb, const QString &subject, const QString &detail)
 {
-    const auto c = container(id);
-    return c ? ownedByQml(new LogFollower(m_store->engine(), LogSource::container(*c), m_store->runtime())) : nullptr;
-}
-
-LogFollower *Actions::projectLogs(const QString &name)
-{
-    const auto p = project(name);
-    return p ? ownedByQml(new LogFollower(m_store->engine(), LogSource::project(*p), m_store->runtime())) : nullptr;
-}
-
-ExecConsole *Actions::console(const QString &id)
-{
-    const auto c = container(id);
-    return c ? ownedByQml(new ExecConsole(m_store->engine(), *c, m_store->runtime())) : nullptr;
-}
-
-ProjectDeletion *Actions::deletion(const QString &name)
-{
-    const auto p = project(name);
-    return p ? ownedByQml(new ProjectDeletion(m_store, *p)) : nullptr;
+    const auto onContainer = [&](auto act) { withContainer(subject, act); };
+    const auto onProject = [&](auto act) { withProject(subject, act); };
+    switch (verb) {
+    case Verb::Primary: return primary(subject);
+    case Verb::Restart: return restart(subject);
+    case Verb::TogglePause: return togglePause(subject);
+    case Verb::RemoveContainer: return remove(subject);
+    case Verb::CopyId: return copyId(subject);
+    case Verb::OpenTerminal: return openTerminal(subject);
+    case Verb::ContainerLogs:
+        return onContainer([this](const Container &c) {
+            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtime())), c.name);
+        });
+    case Verb::Console:
+        return onContainer([this](const Container &c) {
+            emit consoleRequested(ownedByQml(new ExecConsole(m_store->engine(), c, m_store->runtime())));
+        });
+    case Verb::Commit:
+        return onContainer([this](const Container &c) { emit commitRequested(c.id, c.name); });
+    case Verb::Up: return up(subject);
+    case Verb::Down:
+        return onProject([this](const ComposeProject &p) {
+            emit downRequested(p.name, ProjectCard::downConfirmation(int(p.containers.size())));
+        });
+    case Verb::StartAll: return startAll(subject);
+    case Verb::StopAll: return stopAll(subject);
+    case Verb::Forget: return forget(subject);
+    case Verb::Reveal: return reveal(subject);
+    case Verb::Locate:
+        return onProject([this](const ComposeProject &p) { emit locateRequested(p.name); });
+    case Verb::ProjectLogs:
+        return onProject([this](const ComposeProject &p) {
+            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);
+        });
+    case Verb::DeleteProject:
+        return onProject([this](const ComposeProject &p) { emit deletionRequested(ownedByQml(new ProjectDeletion(m_store, p))); });
+    case Verb::Pull: return pull(detail);
+    case Verb::RemoveImage: return removeImage(subject, detail);
+    case Verb::PruneImages: emit pruneRequested(true); return;
+    case Verb::RemoveVolume: return removeVolume(subject);
+    case Verb::PruneVolumes: emit pruneRequested(false); return;
+    }
 }

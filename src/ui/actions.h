@@ -5,6 +5,7 @@
 #include "execconsole.h"
 #include "logfollower.h"
 #include "projectdeletion.h"
+#include "verb.h"
 
 #include <QObject>
 #include <QPointer>
@@ -14,9 +15,10 @@
 
 class AppStore;
 
-// Turns the views' clicks, which name containers by id and projects by name, into store
-// calls, sheets' state objects, and the desktop's services (terminal, file manager,
-// clipboard). Failures of the desktop services go to the error banner like any other.
+// Turns the views' verbs, which name containers by id and projects by name, into store
+// calls, the desktop's services (terminal, file manager, clipboard), or a request for a
+// sheet with the state it shows. Failures of the desktop services go to the error banner
+// like any other.
 class Actions : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -25,40 +27,48 @@ class Actions : public QObject {
 public:
     explicit Actions(AppStore *store, QObject *parent = nullptr);
 
+    // subject: a container's id, a project's or volume's name, an image's id; detail: the
+    // image reference an image verb acts on.
+    Q_INVOKABLE void perform(Verb::Kind verb, const QString &subject, const QString &detail = {});
+
     // Containers, by id.
-    Q_INVOKABLE void primary(const QString &id);
-    Q_INVOKABLE void restart(const QString &id);
+    void primary(const QString &id);
+    void restart(const QString &id);
     // Pauses a running container, resumes a paused one.
-    Q_INVOKABLE void togglePause(const QString &id);
-    Q_INVOKABLE void remove(const QString &id);
+    void togglePause(const QString &id);
+    void remove(const QString &id);
     Q_INVOKABLE void commit(const QString &id, const QString &imageName);
-    Q_INVOKABLE void copyId(const QString &id);
-    Q_INVOKABLE void openTerminal(const QString &id);
+    void copyId(const QString &id);
+    void openTerminal(const QString &id);
     Q_INVOKABLE QString terminalCommand(const QString &name) const;
-    Q_INVOKABLE QString containerName(const QString &id) const;
 
     // Images by id and reference (one id may carry several), volumes by name.
-    Q_INVOKABLE void pull(const QString &reference);
-    Q_INVOKABLE void removeImage(const QString &id, const QString &reference);
+    void pull(const QString &reference);
+    void removeImage(const QString &id, const QString &reference);
     Q_INVOKABLE void pruneImages();
-    Q_INVOKABLE void removeVolume(const QString &name);
+    void removeVolume(const QString &name);
     Q_INVOKABLE void pruneVolumes();
 
     // Projects, by name.
-    Q_INVOKABLE void up(const QString &project);
+    void up(const QString &project);
     Q_INVOKABLE void down(const QString &project);
-    Q_INVOKABLE void startAll(const QString &project);
-    Q_INVOKABLE void stopAll(const QString &project);
-    Q_INVOKABLE void forget(const QString &project);
+    void startAll(const QString &project);
+    void stopAll(const QString &project);
+    void forget(const QString &project);
     Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
-    Q_INVOKABLE void reveal(const QString &project);
-    Q_INVOKABLE QString downConfirmation(const QString &project) const;
+    void reveal(const QString &project);
 
-    // The state behind a sheet; the sheet owns it and lets it go when it closes.
-    Q_INVOKABLE LogFollower *containerLogs(const QString &id);
-    Q_INVOKABLE LogFollower *projectLogs(const QString &project);
-    Q_INVOKABLE ExecConsole *console(const QString &id);
-    Q_INVOKABLE ProjectDeletion *deletion(const QString &project);
+signals:
+    // The sheets a verb opens, with the state each shows; a sheet owns what it is given and
+    // lets it go when it closes.
+    void logsRequested(LogFollower *source, const QString &title);
+    void consoleRequested(ExecConsole *target);
+    void commitRequested(const QString &id, const QString &name);
+    void deletionRequested(ProjectDeletion *deletion);
+    void downRequested(const QString &project, const QString &confirmation);
+    void pruneRequested(bool images);
+    // The project's directory has gone; the window asks where it went.
+    void locateRequested(const QString &project);
 
 private:
     std::optional<Container> container(const QString &id) const;

@@ -6,7 +6,6 @@
 #include "toolrules.h"
 
 #include <QLocale>
-#include <QQmlEngine>
 #include <QSettings>
 
 void ToolModel::setTools(const QList<Tool> &tools)
@@ -114,25 +113,24 @@ void SettingsController::opened()
 
 void SettingsController::check() { m_toolchain->check(); }
 
-JobRun *SettingsController::run(const ToolJob &job)
+void SettingsController::open(const ToolJob &job)
 {
-    auto *run = new JobRun(job, m_toolchain->source());
-    QQmlEngine::setObjectOwnership(run, QQmlEngine::JavaScriptOwnership);
-    return run;
+    // Ours until the sheet that shows it closes; see jobClosed.
+    emit jobOpened(new JobRun(job, m_toolchain->source(), this));
 }
 
-JobRun *SettingsController::toolJob(const QString &formula)
+void SettingsController::runTool(const QString &formula)
 {
     const auto &tools = m_toolchain->tools();
     const auto tool = std::find_if(tools.cbegin(), tools.cend(), [&](const Tool &t) { return t.formula == formula; });
     if (tool == tools.cend())
-        return nullptr;
-    const auto job = ToolRules::job(*tool);
-    return job ? run(*job) : nullptr;
+        return;
+    if (const auto job = ToolRules::job(*tool))
+        open(*job);
 }
 
-JobRun *SettingsController::startJob() { return run(ToolJob::start()); }
-JobRun *SettingsController::restartJob() { return run(ToolJob::restart()); }
+void SettingsController::startServices() { open(ToolJob::start()); }
+void SettingsController::restartServices() { open(ToolJob::restart()); }
 
 void SettingsController::jobClosed(JobRun *run)
 {

@@ -72,10 +72,11 @@ public:
     // The window opened: the installed versions, then a check when the last one is a day old.
     Q_INVOKABLE void opened();
     Q_INVOKABLE void check();
-    // The job of the tool's own action (install or update); none when its action opens a page.
-    Q_INVOKABLE JobRun *toolJob(const QString &formula);
-    Q_INVOKABLE JobRun *startJob();
-    Q_INVOKABLE JobRun *restartJob();
+    // Opens the job of the tool's own action (install or update); none when its action
+    // opens a page.
+    Q_INVOKABLE void runTool(const QString &formula);
+    Q_INVOKABLE void startServices();
+    Q_INVOKABLE void restartServices();
     // A job sheet closed: a job still running ends with it, and one that ran shows what it changed.
     Q_INVOKABLE void jobClosed(JobRun *run);
 
@@ -85,9 +86,11 @@ signals:
     void openAtLoginChanged();
     void statusChanged();
     void checkingChanged();
+    // A job for the window's job sheet, which runs it and owns it until it closes.
+    void jobOpened(JobRun *run);
 
 private:
-    JobRun *run(const ToolJob &job);
+    void open(const ToolJob &job);
 
     QPointer<ToolchainStore> m_toolchain;
     QSettings *m_settings;

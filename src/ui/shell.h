@@ -87,8 +87,11 @@ public:
     Q_INVOKABLE void selectRuntime(int row);
     Q_INVOKABLE void addProject(const QUrl &directory);
     Q_INVOKABLE void clearFilter();
+    // Raises the settings window, from wherever Korvat is asked for it.
+    void openSettings() { emit settingsRequested(); }
 
 signals:
+    void settingsRequested();
     void categoryChanged();
     void sectionCountChanged();
     void countersChanged();

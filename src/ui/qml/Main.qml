@@ -104,12 +104,22 @@ ApplicationWindow {
         }
     }
     Sheets {
-        id: sheets
-
-        objectName: "sheets"
         actions: window.actions
         store: window.store
-        onLocateRequested: project => folderDialog.ask(project)
+    }
+    Connections {
+        target: window.actions
+
+        function onLocateRequested(project: string) {
+            folderDialog.ask(project);
+        }
+    }
+    Connections {
+        target: window.shell
+
+        function onSettingsRequested() {
+            window.openSettings();
+        }
     }
 
     SplitView {
@@ -185,10 +195,10 @@ ApplicationWindow {
                 Layout.topMargin: 4
                 shell: window.shell
                 store: window.store
-                onContainerAction: (verb, id) => sheets.containerAction(verb, id)
-                onProjectAction: (verb, name) => sheets.projectAction(verb, name)
-                onImageAction: (verb, id, reference) => sheets.imageAction(verb, id, reference)
-                onVolumeAction: (verb, name) => sheets.volumeAction(verb, name)
+                onContainerAction: (verb, id) => window.actions.perform(verb, id)
+                onProjectAction: (verb, name) => window.actions.perform(verb, name)
+                onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
+                onVolumeAction: (verb, name) => window.actions.perform(verb, name)
             }
         }
     }

@@ -158,7 +158,7 @@ Window {
                         id: menuRow
 
                         Layout.fillWidth: true
-                        onPrimary: panel.actions.primary(menuRow.containerId)
+                        onPrimary: panel.actions.perform(Verb.Primary, menuRow.containerId)
                     }
                 }
             }

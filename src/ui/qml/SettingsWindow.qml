@@ -9,7 +9,6 @@ ApplicationWindow {
     id: window
 
     required property SettingsController settings
-    readonly property ToolRunSheet runSheet: runSheet
 
     function raiseAndShow() {
         if (window.visible)
@@ -183,7 +182,7 @@ ApplicationWindow {
                         text: "Restart"
                         iconName: "arrow.triangle.2.circlepath"
                         variant: "accent"
-                        onClicked: runSheet.show(window.settings.restartJob())
+                        onClicked: window.settings.restartServices()
                     }
                 }
             }
@@ -195,7 +194,7 @@ ApplicationWindow {
                     Layout.topMargin: 8
                     onActionClicked: (runsJob, formula, homepage) => {
                         if (runsJob)
-                            runSheet.show(window.settings.toolJob(formula));
+                            window.settings.runTool(formula);
                         else
                             Qt.openUrlExternally(homepage);
                     }
@@ -212,7 +211,7 @@ ApplicationWindow {
                 text: "Start"
                 iconName: "play"
                 variant: "accent"
-                onClicked: runSheet.show(window.settings.startJob())
+                onClicked: window.settings.startServices()
             }
             Item {
                 Layout.preferredHeight: 24
@@ -224,5 +223,12 @@ ApplicationWindow {
 
         objectName: "runSheet"
         onClosedJob: run => window.settings.jobClosed(run)
+    }
+    Connections {
+        target: window.settings
+
+        function onJobOpened(run: JobRun) {
+            runSheet.show(run);
+        }
     }
 }

@@ -20,11 +20,6 @@ TestCase {
             height: 600
         }
     }
-    Component {
-        id: sheets
-
-        Sheets {}
-    }
     SignalSpy {
         id: actions
 
@@ -48,20 +43,5 @@ TestCase {
         compare(actions.signalArguments[0][0], Verb.Pull);
         compare(actions.signalArguments[0][2], "registry.example:5000/Team/app:1.0 ");
         compare(field.text, "");
-    }
-
-    function test_pruneAsksFirst() {
-        Fixtures.shell("prune");
-        const host = createTemporaryObject(sheets, testCase, { actions: Fixtures.actions(), store: Fixtures.store() });
-        const confirm = findChild(host, "confirmPrune");
-        host.imageAction(Verb.PruneImages, "", "");
-        tryVerify(() => confirm.opened);
-        compare(confirm.title, "Prune unused images?");
-        keyClick(Qt.Key_Escape);
-        tryVerify(() => !confirm.visible);
-        host.volumeAction(Verb.PruneVolumes, "");
-        tryVerify(() => confirm.opened);
-        compare(confirm.title, "Prune unused volumes?");
-        confirm.close();
     }
 }

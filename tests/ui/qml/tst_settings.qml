@@ -67,11 +67,12 @@ TestCase {
     }
 
     function test_jobSheetShowsAFailingJob() {
-        const window = createTemporaryObject(settingsWindow, testCase, { settings: Fixtures.settings("sample") });
+        const settings = Fixtures.settings("sample");
+        const window = createTemporaryObject(settingsWindow, testCase, { settings: settings });
         window.show();
         const run = Fixtures.failingJob();
-        const runSheet = window.runSheet;
-        runSheet.show(run);
+        settings.jobOpened(run);
+        const runSheet = findChild(window.contentItem, "runSheet");
         tryVerify(() => run.finished, 10000);
         compare(run.exitStatus, 3);
         const output = findChild(runSheet.contentItem, "jobOutput");

@@ -33,14 +33,27 @@ TestCase {
         DeleteProjectSheet {}
     }
 
-    function test_downAsksFirst() {
-        Fixtures.shell("down");
-        const host = createTemporaryObject(sheets, testCase, { actions: Fixtures.actions(), store: Fixtures.store() });
-        const confirm = findChild(host, "confirmDown");
-        host.projectAction(Verb.Down, "storefront");
+    function test_asksFirst_data() {
+        return [
+            { tag: "down", verb: Verb.Down, subject: "storefront", sheet: "confirmDown", title: "Take storefront down?",
+              message: "Removes the 3 containers and the project network. Named volumes are kept, and the project stays in Korvat so Up can bring it back." },
+            { tag: "prune images", verb: Verb.PruneImages, subject: "", sheet: "confirmPrune", title: "Prune unused images?",
+              message: "Removes every dangling image: untagged, and used by no container. Tagged images stay." },
+            { tag: "prune volumes", verb: Verb.PruneVolumes, subject: "", sheet: "confirmPrune", title: "Prune unused volumes?",
+              message: "Removes the volumes no container uses, with their data. This cannot be undone." },
+        ];
+    }
+
+    // A verb that destroys opens its confirmation, and Escape confirms nothing.
+    function test_asksFirst(data) {
+        Fixtures.shell("asks");
+        const actions = Fixtures.actions();
+        const host = createTemporaryObject(sheets, testCase, { actions: actions, store: Fixtures.store() });
+        const confirm = findChild(host, data.sheet);
+        actions.perform(data.verb, data.subject);
         tryVerify(() => confirm.opened);
-        compare(findChild(confirm.contentItem, "message").text,
-                "Removes the 3 containers and the project network. Named volumes are kept, and the project stays in Korvat so Up can bring it back.");
+        compare(confirm.title, data.title);
+        compare(findChild(confirm.contentItem, "message").text, data.message);
         const confirmed = signalSpy.createObject(testCase, { target: confirm, signalName: "confirmed" });
         keyClick(Qt.Key_Escape);
         tryVerify(() => !confirm.visible);
