@@ -131,13 +131,14 @@ QList<Check> checks(const QString &scratch)
              return Docker::preferred(upUp, def) == def && Docker::preferred(downUp, def) == apple
                  && Docker::preferred(downUp, Runtime::context("removed")) == apple
                  && Docker::preferred(down, Runtime::context("removed")) == Runtime::context("removed")
-                 && !Docker::preferred({}, std::nullopt);
+                 && Docker::preferred(down, std::nullopt) == def && !Docker::preferred({}, std::nullopt);
          }},
         {"runtimes: hand-over and offline label", [] {
              const auto def = Runtime::context("default");
              const auto apple = Runtime::socket("apple", "/s");
              const QList<RuntimeEntry> rows{{apple, "unix:///s", false}, {def, "", true}};
              return Docker::handover(apple, rows) == def && !Docker::handover(def, rows) && !Docker::handover(std::nullopt, rows)
+                 && Docker::handover(Runtime::context("gone"), rows) == def && !Docker::handover(apple, rows.mid(0, 1))
                  && RuntimeSelection::label(RuntimeEntry{def, "unix:///nope", false}) == "default · offline";
          }},
         {"registry: per-runtime isolation and forget", [] {

@@ -195,16 +195,6 @@ private slots:
         Docker::setLaunch({});
     }
 
-    void contextRuntimeIsPassedToTheCli()
-    {
-        try {
-            e.containers(Runtime::context("kt-no-such-context"));
-            QFAIL("unknown context accepted");
-        } catch (const DockerError &e) {
-            QVERIFY2(e.message().contains("kt-no-such-context"), qPrintable(e.message()));
-        }
-        QCOMPARE(e.volumes(Runtime::context(engineContext())), e.volumes({}));
-    }
 };
 
 QTEST_GUILESS_MAIN(EngineLive)

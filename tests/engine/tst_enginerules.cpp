@@ -39,17 +39,6 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<Labels_>("expected");
         QTest::newRow("empty") << QString() << Labels_{};
-        QTest::newRow("compose labels")
-            << "com.docker.compose.config-hash=5c4eee,com.docker.compose.container-number=1,com.docker.compose.project.config_files=/srv/storefront/docker-compose.yml,com.docker.compose.project.working_dir=/srv/storefront,com.docker.compose.project=storefront,com.docker.compose.service=php"
-            << Labels_{{"com.docker.compose.config-hash", "5c4eee"},
-                       {"com.docker.compose.container-number", "1"},
-                       {"com.docker.compose.project.config_files", "/srv/storefront/docker-compose.yml"},
-                       {"com.docker.compose.project.working_dir", "/srv/storefront"},
-                       {"com.docker.compose.project", "storefront"},
-                       {"com.docker.compose.service", "php"}};
-        QTest::newRow("value with commas")
-            << "com.docker.compose.project.config_files=/a/x.yml,/a/y.yml,com.docker.compose.project=p"
-            << Labels_{{"com.docker.compose.project.config_files", "/a/x.yml,/a/y.yml"}, {"com.docker.compose.project", "p"}};
         QTest::newRow("orphan piece before any key is dropped") << "stray,a=1" << Labels_{{"a", "1"}};
         QTest::newRow("further equals stay in the value") << "a=b=c,d=" << Labels_{{"a", "b=c"}, {"d", ""}};
         QTest::newRow("later duplicate wins") << "a=1,,a=2" << Labels_{{"a", "2"}};
@@ -65,11 +54,6 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("one") << "0.0.0.0:8000->80/tcp" << "8000:80";
-        QTest::newRow("ipv4 and ipv6 collapse") << "0.0.0.0:80->80/tcp, [::]:80->80/tcp" << "80:80";
-        QTest::newRow("two ports keep order") << "0.0.0.0:80->80/tcp, 0.0.0.0:443->443/tcp" << "80:80, 443:443";
-        QTest::newRow("udp") << "0.0.0.0:53->53/udp" << "53:53";
-        QTest::newRow("unpublished") << "80/tcp" << "";
         QTest::newRow("empty") << "" << "";
         QTest::newRow("host side without colon") << "8080->80/tcp" << "";
         QTest::newRow("tabs trimmed, no protocol") << "\t127.0.0.1:5432->5432\t" << "5432:5432";
@@ -81,35 +65,6 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, expected);
         QCOMPARE(Docker::shortPorts(text), expected);
-    }
-
-    void containerDerived_data()
-    {
-        QTest::addColumn<QString>("state");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<bool>("failed");
-        QTest::newRow("running") << "running" << "Up 4 days" << false;
-        QTest::newRow("paused") << "paused" << "Up 4 days (Paused)" << false;
-        QTest::newRow("clean exit") << "exited" << "Exited (0) 6 days ago" << false;
-        QTest::newRow("failed exit") << "exited" << "Exited (1) 3 hours ago" << true;
-    }
-    void containerDerived()
-    {
-        QFETCH(QString, state);
-        QFETCH(QString, status);
-        Container c = box("c", state);
-        c.status = status;
-        QTEST(c.hasFailed(), "failed");
-    }
-
-    void workingDirLabels()
-    {
-        Container c = box("c", "running", {{Labels::workingDirHyphen, "/hyphen"}});
-        QCOMPARE(c.workingDir(), std::optional<QString>("/hyphen"));
-        c.labels.insert(Labels::workingDir, "/underscore");
-        QCOMPARE(c.workingDir(), std::optional<QString>("/underscore"));
-        QCOMPARE(box("c").workingDir(), std::nullopt);
-        QCOMPARE(box("c").project(), std::nullopt);
     }
 
     // Output recorded from a real engine, replayed by the FakeEngine as tests and pictures see it.
@@ -332,51 +287,6 @@ private slots:
         Docker::setLaunch({});
     }
 
-    void preferred_data()
-    {
-        QTest::addColumn<QList<RuntimeEntry>>("list");
-        QTest::addColumn<std::optional<Runtime>>("current");
-        QTest::addColumn<std::optional<Runtime>>("expected");
-        const auto def = Runtime::context("default");
-        const auto apple = Runtime::socket("apple-container", "/s");
-        const RuntimeEntry defUp{def, "unix:///d", true}, defDown{def, "unix:///d", false};
-        const RuntimeEntry appleUp{apple, "unix:///s", true}, appleDown{apple, "unix:///s", false};
-        QTest::newRow("reachable current wins") << QList{appleUp, defUp} << std::optional(def) << std::optional(def);
-        QTest::newRow("unreachable current yields") << QList{defDown, appleUp} << std::optional(def) << std::optional(apple);
-        QTest::newRow("unlisted current yields") << QList{defDown, appleUp} << std::optional(Runtime::context("removed")) << std::optional(apple);
-        QTest::newRow("nothing reachable keeps unlisted current") << QList{defDown} << std::optional(Runtime::context("removed")) << std::optional(Runtime::context("removed"));
-        QTest::newRow("nothing reachable, no current") << QList{appleDown, defDown} << std::optional<Runtime>() << std::optional(apple);
-        QTest::newRow("empty") << QList<RuntimeEntry>{} << std::optional<Runtime>() << std::optional<Runtime>();
-    }
-    void preferred()
-    {
-        QFETCH(QList<RuntimeEntry>, list);
-        QFETCH(std::optional<Runtime>, current);
-        QTEST(Docker::preferred(list, current), "expected");
-    }
-
-    void handover_data()
-    {
-        QTest::addColumn<QList<RuntimeEntry>>("list");
-        QTest::addColumn<std::optional<Runtime>>("from");
-        QTest::addColumn<std::optional<Runtime>>("expected");
-        const auto def = Runtime::context("default");
-        const auto apple = Runtime::socket("apple", "/s");
-        const RuntimeEntry defUp{def, "", true};
-        const RuntimeEntry appleUp{apple, "unix:///s", true}, appleDown{apple, "unix:///s", false};
-        QTest::newRow("nothing selected") << QList{defUp} << std::optional<Runtime>() << std::optional<Runtime>();
-        QTest::newRow("selected is reachable") << QList{appleUp, defUp} << std::optional(apple) << std::optional<Runtime>();
-        QTest::newRow("first reachable replaces") << QList{appleDown, defUp} << std::optional(apple) << std::optional(def);
-        QTest::newRow("unlisted selection replaced") << QList{defUp} << std::optional(Runtime::context("gone")) << std::optional(def);
-        QTest::newRow("none reachable") << QList{appleDown} << std::optional(apple) << std::optional<Runtime>();
-    }
-    void handover()
-    {
-        QFETCH(QList<RuntimeEntry>, list);
-        QFETCH(std::optional<Runtime>, from);
-        QTEST(Docker::handover(from, list), "expected");
-    }
-
     void commandLines()
     {
         QCOMPARE(Docker::commandLine({"ps"}, Runtime::context("default")), QStringList({"docker", "--context", "default", "ps"}));
@@ -385,41 +295,6 @@ private slots:
         QCOMPARE(Docker::runtimeNamed("apple-container"),
                  Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"));
         QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
-    }
-
-    void actionArguments_data()
-    {
-        using Kind = EngineAction::Kind;
-        QTest::addColumn<EngineAction>("action");
-        QTest::addColumn<QStringList>("args");
-        QTest::newRow("start") << EngineAction::on(Kind::Start, {"a", "b"}) << QStringList{"start", "a", "b"};
-        QTest::newRow("stop") << EngineAction::on(Kind::Stop, {"a"}) << QStringList{"stop", "a"};
-        QTest::newRow("restart") << EngineAction::on(Kind::Restart, {"a"}) << QStringList{"restart", "a"};
-        QTest::newRow("pause") << EngineAction::on(Kind::Pause, {"a"}) << QStringList{"pause", "a"};
-        QTest::newRow("unpause") << EngineAction::on(Kind::Unpause, {"a"}) << QStringList{"unpause", "a"};
-        QTest::newRow("remove, forced") << EngineAction::on(Kind::Remove, {"a", "b"}) << QStringList{"rm", "-f", "a", "b"};
-        QTest::newRow("commit") << EngineAction::commit("a", "me/img:1") << QStringList{"commit", "a", "me/img:1"};
-        QTest::newRow("pull") << EngineAction::pull("nginx:1") << QStringList{"pull", "nginx:1"};
-        QTest::newRow("rmi") << EngineAction::on(Kind::RemoveImage, {"i"}) << QStringList{"rmi", "i"};
-        QTest::newRow("image prune") << EngineAction::prune(Kind::PruneImages) << QStringList{"image", "prune", "-f"};
-        QTest::newRow("volume rm") << EngineAction::on(Kind::RemoveVolume, {"v", "w"}) << QStringList{"volume", "rm", "v", "w"};
-        QTest::newRow("volume prune") << EngineAction::prune(Kind::PruneVolumes) << QStringList{"volume", "prune", "-f"};
-        QTest::newRow("up") << EngineAction::compose(Kind::ComposeUp, "/p") << QStringList{"compose", "up", "-d"};
-        QTest::newRow("down") << EngineAction::compose(Kind::ComposeDown, "/p") << QStringList{"compose", "down"};
-    }
-    void actionArguments()
-    {
-        QFETCH(EngineAction, action);
-        QTEST(CliEngine::arguments(action), "args");
-    }
-
-    void logArguments()
-    {
-        const Container c{"abc123", "web-1", "nginx", "running", "Up", "", {}};
-        QCOMPARE(CliEngine::logArguments(LogSource::container(c)), QStringList({"logs", "-f", "--tail", "300", "abc123"}));
-        QCOMPARE(CliEngine::logArguments(LogSource::project({"shop", "/srv/shop", {}, 2})),
-                 QStringList({"compose", "logs", "-f", "--tail", "300"}));
-        QCOMPARE(LogSource::project({"shop", "/srv/shop", {}, 2}).workingDir(), "/srv/shop");
     }
 };
 

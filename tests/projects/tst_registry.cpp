@@ -40,20 +40,6 @@ private slots:
         writeFile(m_withCompose + "/docker-compose.yml", "services: {}\n");
     }
 
-    void recordIsPerRuntime()
-    {
-        ProjectRegistry r;
-        r.record({grouped({member("storefront", "php", "php", "/tmp"), member("storefront", "db", "db", "/tmp")})}, apple);
-        QVERIFY(r.knows("storefront", apple));
-        QVERIFY(!r.knows("storefront", def));
-        QCOMPARE(r.projects(def), {});
-        QCOMPARE(r.projects(apple), (QList<KnownProject>{{"storefront", "/tmp", {"db", "php"}}}));
-
-        const auto merged = ProjectRegistry::merge({}, r.projects(apple));
-        QCOMPARE(merged, (QList<ComposeProject>{{"storefront", "/tmp", {}, 2}}));
-        QCOMPARE(merged.first().runningCount(), 0);
-    }
-
     void recordSkipsProjectsWithoutDirectory()
     {
         ProjectRegistry r;

@@ -14,15 +14,11 @@ private slots:
         QTest::addColumn<QString>("version");   // null: none
         QTest::newRow("container") << "container CLI version 1.4.1 (build: release, commit: unspeci)" << "1.4.1";
         QTest::newRow("socktainer") << "socktainer: 1.2.1 (git commit: unspecified)" << "1.2.1";
-        QTest::newRow("number in a name") << "tool2 version 3.1.0" << "3.1.0";
         QTest::newRow("docker") << "Docker version 29.8.1, build 6d6f47b" << "29.8.1";
-        QTest::newRow("compose") << "Docker Compose version 5.5.1" << "5.5.1";
         QTest::newRow("no numbers") << "no numbers here" << QString();
         QTest::newRow("trailing sentence dot") << "v2.0. released" << "2.0";
-        QTest::newRow("at the very end") << "version 1.2" << "1.2";
         QTest::newRow("leading dot token skipped") << ".5 then 6.1" << "6.1";
         QTest::newRow("compose plugin suffix") << "Docker Compose version 2.26.1-4" << "2.26.1";
-        QTest::newRow("only bare numbers") << "build 42 of 7" << QString();
     }
     void firstVersion()
     {
@@ -39,11 +35,8 @@ private slots:
         QTest::newRow("minor") << "1.4.1" << "1.5.0" << true;
         QTest::newRow("numeric not textual") << "1.9.0" << "1.10.0" << true;
         QTest::newRow("newer") << "1.5.0" << "1.4.1" << false;
-        QTest::newRow("equal") << "1.4.1" << "1.4.1" << false;
         QTest::newRow("trailing zero equal") << "1.4.1" << "1.4.1.0" << false;
         QTest::newRow("revision suffix newer") << "9.7.1" << "9.7.1_1" << true;
-        QTest::newRow("revision suffix older") << "9.7.1_1" << "9.7.1" << false;
-        QTest::newRow("dates") << "2026-05-14" << "2026-08-13" << true;
         QTest::newRow("letters count as zero") << "1.0.rc1" << "1.0.1" << true;
         QTest::newRow("overflow counts as zero") << "1.99999999999999999999" << "1.1" << true;
     }

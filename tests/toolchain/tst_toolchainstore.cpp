@@ -124,14 +124,6 @@ private slots:
         QTEST(fake.brewLog().contains("update --quiet"), "checks");
     }
 
-    void zeroMeansNeverChecked()
-    {
-        FakeTools fake;
-        auto s = settings();
-        s->setValue("toolchainLastChecked", 0.0);
-        QVERIFY(!store(s.get())->lastChecked());
-    }
-
     void launchCheckRunsOncePerProcess()
     {
         FakeTools fake;

@@ -65,7 +65,6 @@ private slots:
     void terminalGetsAnArgumentVector();
     void noTerminalSaysSo();
     void revealAsksTheFileManager();
-    void copyIdFillsTheClipboard();
     void loginToggleWritesTheAutostartEntry();
 
 private:
@@ -143,13 +142,6 @@ void TestActions::revealAsksTheFileManager()
     thread.quit();
     thread.wait();
     delete fake;
-}
-
-void TestActions::copyIdFillsTheClipboard()
-{
-    QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
-    m_actions->copyId(QStringLiteral("3f1a9c2e7b11"));
-    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("3f1a9c2e7b11"));
 }
 
 void TestActions::loginToggleWritesTheAutostartEntry()

@@ -2,6 +2,7 @@
 #include "storesupport.h"
 #include "containermodel.h"
 #include "projectmodel.h"
+#include "settingscontroller.h"
 #include "shell.h"
 #include "toolchainstore.h"
 
@@ -163,6 +164,18 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
     AppStore store(&settings, engine, TestSupport::quietTiming());
     ToolchainStore toolchain(&settings, std::make_shared<HomebrewToolchain>());
     Shell shell(&store, &toolchain, &settings);
+    ToolModel tools;
+    // Every model the views read, watched from before its first rows.
+    std::vector<std::unique_ptr<QAbstractItemModelTester>> testers;
+    for (QAbstractItemModel *m : std::initializer_list<QAbstractItemModel *>{shell.containers(), shell.projects(), shell.images(),
+                                                                            shell.volumes(), shell.runtimes(), &tools})
+        testers.push_back(std::make_unique<QAbstractItemModelTester>(m, QAbstractItemModelTester::FailureReportingMode::QtTest));
+    Tool docker{QStringLiteral("docker"), QStringLiteral("Docker CLI")};
+    Tool compose{QStringLiteral("compose"), QStringLiteral("Docker Compose")};
+    tools.setTools({docker, compose});
+    docker.installed = QStringLiteral("27.3.1");
+    tools.setTools({compose, docker});
+    QCOMPARE(tools.index(1).data(ToolModel::InstalledRole).toString(), QStringLiteral("27.3.1"));
 
     FakeEngine::Holdings state;
     state.containers = {row("a", "running", "shop"), row("b", "exited", "shop"), row("c")};

@@ -82,8 +82,6 @@ class TestTheme : public QObject {
 
 private slots:
     void initTestCase();
-    void givenTokens_data();
-    void givenTokens();
     void forcedReadingIgnoresTheDesktop_data();
     void forcedReadingIgnoresTheDesktop();
     void autoFollowsThePortal_data();
@@ -139,37 +137,6 @@ bool TestTheme::changeUntilSeen(const std::shared_ptr<FakePortal> &fake, ColorSc
         QTest::qWait(20);
         return int(scheme.preference()) == int(value);
     }, 5000);
-}
-
-void TestTheme::givenTokens_data()
-{
-    QTest::addColumn<QString>("token");
-    QTest::addColumn<QString>("obsidian");
-    QTest::addColumn<QString>("paper");
-    const char *rows[][3] = {
-        {"chrome", "#0d2049", "#efebe2"}, {"card", "#102249", "#fbf8f2"}, {"control", "#16294f", "#f5f1e9"},
-        {"wash", "#1b335c", "#e4dfd5"}, {"pillFill", "#1b335c", "#e4dfd5"}, {"line", "#1b335c", "#e4ddd0"},
-        {"ink", "#f5f1e9", "#0a1b3d"}, {"muted", "#8e99b4", "#5e6884"}, {"pillInk", "#d8cdb8", "#0a1b3d"},
-        {"success", "#3fa872", "#1c7a4a"}, {"ionHover", "#d9953f", "#a96c22"}, {"errFill", "#2e1a1e", "#f6e6e4"},
-        {"errLine", "#5a3038", "#e4c4c0"},
-        // The design gives these values without naming the token; this is where they went.
-        {"page", "#0a1b3d", "#f5f1e9"}, {"ion", "#c58230", "#c58230"}, {"badgeFill", "#3a2a18", "#f3e3d2"},
-        {"danger", "#d2635f", "#d2635f"}, {"errInk", "#e39b96", "#a33a35"}, {"inkSoft", "#e8e4dc", "#26345a"},
-    };
-    for (const auto &r : rows)
-        QTest::newRow(r[0]) << r[0] << r[1] << r[2];
-}
-
-void TestTheme::givenTokens()
-{
-    QFETCH(QString, token);
-    QFETCH(QString, obsidian);
-    QFETCH(QString, paper);
-    Theme dark(settings(QStringLiteral("dark")), nullptr);
-    Theme light(settings(QStringLiteral("light")), nullptr);
-    // Through the property QML reads, not only the table.
-    QCOMPARE(dark.property(qPrintable(token)).value<QColor>().name(), obsidian);
-    QCOMPARE(light.property(qPrintable(token)).value<QColor>().name(), paper);
 }
 
 void TestTheme::forcedReadingIgnoresTheDesktop_data()

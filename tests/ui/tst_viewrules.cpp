@@ -30,8 +30,6 @@ private slots:
     void containerRules();
     void cardState_data();
     void cardState();
-    void downConfirmation_data();
-    void downConfirmation();
     void deleteLabel_data();
     void deleteLabel();
     void keptDetail_data();
@@ -112,23 +110,6 @@ void TestViewRules::cardState()
         p.containers.append(running(i < runningCount));
     QCOMPARE(ProjectCard::state(p, exists, composeFile), (CardState{badge, help, composeEnabled}));
     QCOMPARE(ProjectCard::directoryLine(p, exists), hasDir && exists ? QStringLiteral("/srv/shop") : QStringLiteral("working directory no longer exists"));
-}
-
-void TestViewRules::downConfirmation_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("start");
-    QTest::newRow("one") << 1 << "Removes the 1 container and the project network.";
-    QTest::newRow("three") << 3 << "Removes the 3 containers and the project network.";
-    QTest::newRow("none") << 0 << "Removes the 0 containers and the project network.";
-}
-
-void TestViewRules::downConfirmation()
-{
-    QFETCH(int, count);
-    QFETCH(QString, start);
-    QCOMPARE(ProjectCard::downConfirmation(count),
-             start + QStringLiteral(" Named volumes are kept, and the project stays in Korvat so Up can bring it back."));
 }
 
 void TestViewRules::deleteLabel_data()

@@ -41,29 +41,6 @@ TestCase {
         clicked.clear();
     }
 
-    function test_variant_data() {
-        return [
-            { tag: "quiet", variant: "quiet", fill: Theme.control, ink: Theme.ink, hoverFill: Theme.control, hoverInk: Theme.ionHover },
-            { tag: "accent", variant: "accent", fill: Theme.ion, ink: Theme.onAccent, hoverFill: Theme.ionHover, hoverInk: Theme.onAccent },
-            { tag: "ghost", variant: "ghost", fill: "transparent", ink: Theme.muted, hoverFill: Theme.wash, hoverInk: Theme.ionHover },
-            { tag: "danger", variant: "danger", fill: Theme.danger, ink: Theme.onAccent, hoverFill: Qt.lighter(Theme.danger, 1.08), hoverInk: Theme.onAccent },
-        ];
-    }
-
-    function test_variant(data) {
-        const b = createTemporaryObject(button, testCase, { variant: data.variant });
-        verify(Qt.colorEqual(b.fill, data.fill), "fill " + b.fill);
-        verify(Qt.colorEqual(b.ink, data.ink), "ink " + b.ink);
-        mouseMove(b, b.width / 2, b.height / 2);
-        tryVerify(() => b.hovered);
-        verify(Qt.colorEqual(b.fill, data.hoverFill), "hover fill " + b.fill);
-        verify(Qt.colorEqual(b.ink, data.hoverInk), "hover ink " + b.ink);
-        clicked.target = b;
-        mouseClick(b);
-        compare(clicked.count, 1);
-        compare(b.Accessible.name, "Up");
-    }
-
     function test_disabled() {
         const b = createTemporaryObject(button, testCase, { variant: "accent", enabled: false });
         clicked.target = b;
