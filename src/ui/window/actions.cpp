@@ -82,11 +82,6 @@ void Actions::copyId(const QString &id)
     QGuiApplication::clipboard()->setText(id);
 }
 
-QString Actions::terminalCommand(const QString &name) const
-{
-    return Terminal::commandLine(m_store->runtime(), name);
-}
-
 void Actions::openTerminal(const QString &id)
 {
     const auto c = container(id);

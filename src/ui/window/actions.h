@@ -40,7 +40,6 @@ public:
     Q_INVOKABLE void commit(const QString &id, const QString &imageName);
     void copyId(const QString &id);
     void openTerminal(const QString &id);
-    Q_INVOKABLE QString terminalCommand(const QString &name) const;
 
     // Images by id and reference (one id may carry several), volumes by name.
     void pull(const QString &reference);
