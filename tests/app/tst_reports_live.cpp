@@ -16,8 +16,7 @@ class ReportsLive : public QObject {
     QTemporaryDir m_config;
     QTemporaryDir m_projects;
     QString m_prefix;
-    QStringList m_loose;
-    QStringList m_upDirs;
+    Leftovers m_made;
 
     QProcessEnvironment env(const QString &host) const
     {
@@ -59,7 +58,7 @@ class ReportsLive : public QObject {
         const auto up = docker({"compose", "up", "-d"}, dir);
         if (up.status != 0)
             qWarning("compose up failed: %s", qPrintable(up.err));
-        m_upDirs << dir;
+        m_made.composeDirs << dir;
         return name;
     }
 
@@ -89,10 +88,7 @@ private slots:
 
     void cleanupTestCase()
     {
-        for (const auto &dir : m_upDirs)
-            docker({"compose", "-p", QFileInfo(dir).fileName(), "down", "-v"});
-        if (!m_loose.isEmpty())
-            docker(QStringList{"rm", "-f"} + m_loose);
+        m_made.clear();
         const auto leftovers = docker({"volume", "ls", "-q", "--filter", "name=" + m_prefix}).out.split('\n', Qt::SkipEmptyParts);
         if (!leftovers.isEmpty())
             docker(QStringList{"volume", "rm", "-f"} + leftovers);
@@ -115,7 +111,7 @@ private slots:
         QVERIFY(!brokenMessage.isEmpty());
 
         const QString looseRunning = m_prefix + "-loose-up", looseMade = m_prefix + "-loose-made";
-        m_loose << looseRunning << looseMade;
+        m_made.containers << looseRunning << looseMade;
         QCOMPARE(docker(QStringList{"run", "-d", "--name", looseRunning, engineImage()} + sleeper()).status, 0);
         QCOMPARE(docker({"create", "--name", looseMade, engineImage(), "true"}).status, 0);
 
@@ -169,7 +165,7 @@ private slots:
         // The worker goes, so its volume is declared yet mounted by nothing.
         QCOMPARE(docker({"compose", "rm", "-sf", "worker"}, dir).status, 0);
         const QString loose = m_prefix + "-backup";
-        m_loose << loose;
+        m_made.containers << loose;
         QCOMPARE(docker(QStringList{"run", "-d", "--name", loose, "-v", shop + "_shared:/s", engineImage()} + sleeper()).status, 0);
         // Two million bytes that do not compress or sparsify: "2 MB" on any file system here.
         QCOMPARE(docker({"exec", shop + "-web-1", "sh", "-c", "head -c 2000000 /dev/urandom > /data/blob"}).status, 0);

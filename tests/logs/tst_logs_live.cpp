@@ -38,7 +38,7 @@ bool waitForText(const LogFollower &f, const QString &needle)
 
 class LogsLive : public QObject {
     Q_OBJECT
-    QStringList m_containers;
+    Leftovers m_made;
     const std::shared_ptr<const Engine> m_engine = std::make_shared<CliEngine>();
     QString m_sleeper;
     QString m_sleeperId;
@@ -49,15 +49,6 @@ class LogsLive : public QObject {
             if (c.name == name)
                 return c;
         return {};
-    }
-    QString run(const QStringList &args)
-    {
-        const QString name = uniqueName("kt-log-");
-        m_containers << name;
-        const auto r = docker(QStringList{"run", "-d", "--name", name, engineImage()} + args);
-        if (r.status != 0)
-            qWarning("docker run: %s", qPrintable(r.err));
-        return name;
     }
     QString runExec(ExecConsole &console, const QString &command)
     {
@@ -73,15 +64,11 @@ private slots:
     void initTestCase()
     {
         REQUIRE_ENGINE();
-        m_sleeper = run(sleeper());
+        m_sleeper = m_made.run("kt-log-");
         m_sleeperId = container(m_sleeper).id;
         QVERIFY(!m_sleeperId.isEmpty());
     }
-    void cleanupTestCase()
-    {
-        if (!m_containers.isEmpty())
-            docker(QStringList{"rm", "-f"} + m_containers);
-    }
+    void cleanupTestCase() { m_made.clear(); }
 
     void followsEveryServiceOfAProject()
     {
@@ -100,15 +87,6 @@ private slots:
         // Gone with the follower, the compose plugin included.
         QVERIFY(QTest::qWaitFor([] { return processesWith({"compose", "logs", "--tail"}).isEmpty(); }, 5000));
         docker({"compose", "down", "-t", "0"}, dir.path());
-    }
-
-    void unknownContainerErrorLandsInTheText()
-    {
-        const Container ghost{"kt-no-such-container", "ghost", "", "", {}, {}, {}};
-        LogFollower follower(m_engine, LogSource::container(ghost), std::nullopt);
-        follower.start();
-        QVERIFY(waitForText(follower, "kt-no-such-container"));
-        QVERIFY(follower.text().contains("No such container", Qt::CaseInsensitive));
     }
 
     void destroyingTheFollowerEndsItsChild()
@@ -134,16 +112,6 @@ private slots:
         QTEST(runExec(console, command), "entry");
         QCOMPARE(console.command(), QString());
     }
-
-    void execInAStoppedContainer()
-    {
-        const QString name = run({"true"});
-        QVERIFY(QTest::qWaitFor([&] { return container(name).state == "exited"; }, 10000));
-        ExecConsole console(m_engine, container(name), std::nullopt);
-        const QString entry = runExec(console, "echo hi");
-        QVERIFY2(entry.startsWith("$ echo hi\n") && entry.contains("not running") && entry.endsWith("\n[exit 1]\n"), qPrintable(entry));
-    }
-
 };
 
 QTEST_GUILESS_MAIN(LogsLive)

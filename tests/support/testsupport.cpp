@@ -92,4 +92,30 @@ QByteArray sleeperCompose(const QString &service, const QByteArray &extra)
         + "\n    command: " + sleeperJson() + "\n" + extra;
 }
 
+void Leftovers::clear()
+{
+    const auto remove = [](QStringList &names, const QStringList &command) {
+        if (!names.isEmpty())
+            docker(command + std::exchange(names, {}));
+    };
+    // Loose containers first: one may hold a project's volume that the project's down removes.
+    remove(containers, {"rm", "-f"});
+    for (const QString &dir : std::exchange(composeDirs, {}))
+        docker({"compose", "-p", QFileInfo(dir).fileName().toLower(), "down", "-v", "-t", "0"});
+    remove(images, {"rmi", "-f"});
+    remove(volumes, {"volume", "rm", "-f"});
+    remove(networks, {"network", "rm"});
+    remove(contexts, {"context", "rm", "-f"});
+}
+
+QString Leftovers::run(const QString &prefix, const QStringList &options, const QStringList &command)
+{
+    const QString name = uniqueName(prefix);
+    containers << name;
+    const auto r = docker(QStringList{"run", "-d", "--name", name} + options + QStringList{engineImage()} + command);
+    if (r.status != 0)
+        qWarning("docker run %s: %s", qPrintable(name), qPrintable(r.err));
+    return name;
+}
+
 } // namespace TestSupport

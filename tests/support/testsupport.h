@@ -45,6 +45,18 @@ QByteArray sleeperJson();
 // A one-service compose file running the test image.
 QByteArray sleeperCompose(const QString &service = QStringLiteral("app"), const QByteArray &extra = {});
 
+// What a live test made on the private engine, removed when this goes, however the test
+// ended. Compose projects are named by their directory's last part.
+struct Leftovers {
+    QStringList containers, volumes, images, networks, contexts, composeDirs;
+    Leftovers() = default;
+    Leftovers(const Leftovers &) = delete;
+    ~Leftovers() { clear(); }
+    void clear();
+    // Runs the test image under a fresh name made from prefix; the container is one of these.
+    QString run(const QString &prefix, const QStringList &options = {}, const QStringList &command = sleeper());
+};
+
 } // namespace TestSupport
 
 #define REQUIRE_ENGINE()                                  \

@@ -55,7 +55,7 @@ private:
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_settings;
     std::unique_ptr<Desktop::Session> m_session;
-    QStringList m_containers;
+    Leftovers m_made;
 };
 
 void ViewsLive::initTestCase()
@@ -78,9 +78,7 @@ void ViewsLive::init()
 void ViewsLive::cleanup()
 {
     m_session.reset();
-    if (!m_containers.isEmpty())
-        docker(QStringList{"rm", "-f"} + m_containers);
-    m_containers.clear();
+    m_made.clear();
 }
 
 QQuickItem *ViewsLive::row(const QString &name) const
@@ -97,9 +95,7 @@ QQuickItem *ViewsLive::row(const QString &name) const
 
 void ViewsLive::stopOnARunningRow()
 {
-    const QString name = uniqueName(QStringLiteral("kt-rows-"));
-    m_containers << name;
-    QCOMPARE(docker(QStringList{"run", "-d", "--name", name, engineImage()} + sleeper()).status, 0);
+    const QString name = m_made.run(QStringLiteral("kt-rows-"));
     QTRY_VERIFY_WITH_TIMEOUT(row(name), 20000);
     QQuickItem *primary = find(row(name), QStringLiteral("primary"));
     QVERIFY(primary);
