@@ -5,6 +5,7 @@
 #include "cliengine.h"
 #include "colorscheme.h"
 #include "fonts.h"
+#include "quitsignals.h"
 #include "settingscontroller.h"
 #include "shell.h"
 #include "theme.h"
@@ -79,6 +80,7 @@ int run(int &argc, char **argv)
 {
     QApplication app(argc, argv);
     prepareApplication();
+    const QuitSignals quitSignals;
 
     QSettings settings;
     Session session(&settings, true);

@@ -1,13 +1,12 @@
 #include "cliengine.h"
 
+#include "childprocess.h"
 #include "docker.h"
 #include "dockercli.h"
 #include "volumesize.h"
 
 #include <QProcess>
 
-#include <csignal>
-#include <unistd.h>
 
 namespace {
 
@@ -38,22 +37,19 @@ private:
     bool m_valid = false;
 };
 
-// A docker child read as it writes. With its own process group, stopping it reaches the
-// children it started too (compose's plugin under `docker compose logs`).
+// A docker child read as it writes. Stopping it ends its whole group (compose's plugin
+// under `docker compose logs` too) without waiting for it here.
 class ProcessStream : public EngineStream {
 public:
     enum class Mode { OutputOnly, Merged };
 
-    ProcessStream(std::unique_ptr<QProcess> child, Mode mode, bool ownGroup)
-        : m_child(std::move(child)), m_ownGroup(ownGroup)
+    ProcessStream(std::unique_ptr<QProcess> child, Mode mode) : m_child(std::move(child))
     {
         m_child->setStandardInputFile(QProcess::nullDevice());
         if (mode == Mode::Merged)
             m_child->setProcessChannelMode(QProcess::MergedChannels);
         else
             m_child->setStandardErrorFile(QProcess::nullDevice());
-        if (ownGroup)
-            m_child->setChildProcessModifier([] { ::setpgid(0, 0); });
         connect(m_child.get(), &QProcess::readyRead, this, &EngineStream::readyRead);
         connect(m_child.get(), &QProcess::stateChanged, this, &EngineStream::runningChanged);
         connect(m_child.get(), &QProcess::finished, this, &EngineStream::finished);
@@ -68,36 +64,24 @@ public:
 
     void start() override
     {
-        if (m_child->state() == QProcess::NotRunning)
+        if (m_child && m_child->state() == QProcess::NotRunning)
             m_child->start();
     }
     void stop() override
     {
-        if (m_child->state() == QProcess::NotRunning)
+        if (!m_child || m_child->state() == QProcess::NotRunning)
             return;
-        m_child->disconnect(this);
-        const qint64 pid = m_child->processId();
-        if (m_ownGroup && pid > 0) {
-            ::kill(-pid_t(pid), SIGTERM);
-            if (!m_child->waitForFinished(3000)) {
-                ::kill(-pid_t(pid), SIGKILL);
-                m_child->waitForFinished(3000);
-            }
-        } else {
-            // Killed rather than asked: a stream holds nothing worth a clean exit, and a
-            // killed child is reaped at once.
-            m_child->kill();
-            m_child->waitForFinished(1000);
-        }
+        // A stream holds nothing worth a clean exit, but the plugin under compose is given a
+        // moment to pass the signal on.
+        ChildProcess::endInBackground(std::move(m_child), std::chrono::seconds(3));
         emit runningChanged();
     }
-    bool running() const override { return m_child->state() != QProcess::NotRunning; }
-    QByteArray readAll() override { return m_child->readAll(); }
-    qint64 pid() const override { return m_child->processId(); }
+    bool running() const override { return m_child && m_child->state() != QProcess::NotRunning; }
+    QByteArray readAll() override { return m_child ? m_child->readAll() : QByteArray(); }
+    qint64 pid() const override { return m_child ? m_child->processId() : 0; }
 
 private:
     std::unique_ptr<QProcess> m_child;
-    bool m_ownGroup;
 };
 
 QStringList containerArguments(const char *verb, const EngineAction &action)
@@ -233,14 +217,15 @@ ResolvedProject CliEngine::composeProject(const QString &dir) const
 
 void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
 {
-    Docker::run(arguments(action), runtime, action.dir);
+    Docker::run(arguments(action), runtime, action.dir, Docker::Wait::untilDone());
 }
 
-ExecResult CliEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const
+ExecResult CliEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const
 {
     auto child = Docker::process({"exec", containerId, "sh", "-c", command}, runtime);
     child->setProcessChannelMode(QProcess::MergedChannels);
-    if (!Docker::runToEnd(*child))
+    const auto ended = Docker::runToEnd(*child, {std::nullopt, std::move(cancel)});
+    if (ended == Docker::Ended::NotStarted)
         return {false, {}, -1, child->errorString()};
     return {true, Docker::utf8(child->readAll()), child->exitCode(), {}};
 }
@@ -264,13 +249,13 @@ ToolVersion CliEngine::composeVersion() const
 
 std::unique_ptr<EngineStream> CliEngine::events(const OptRuntime &runtime) const
 {
-    return std::make_unique<ProcessStream>(Docker::process(eventArguments(), runtime), ProcessStream::Mode::OutputOnly, false);
+    return std::make_unique<ProcessStream>(Docker::process(eventArguments(), runtime), ProcessStream::Mode::OutputOnly);
 }
 
 std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const OptRuntime &runtime) const
 {
     return std::make_unique<ProcessStream>(Docker::process(logArguments(source), runtime, source.workingDir()),
-                                           ProcessStream::Mode::Merged, true);
+                                           ProcessStream::Mode::Merged);
 }
 
 ShellCommand CliEngine::shell(const QString &containerName, const OptRuntime &runtime) const

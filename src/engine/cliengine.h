@@ -27,7 +27,7 @@ public:
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     void perform(const EngineAction &action, const OptRuntime &runtime) const override;
-    ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const override;
+    ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;
     ToolVersion clientVersion() const override;
     ToolVersion composeVersion() const override;
     std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;

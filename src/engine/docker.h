@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMap>
 #include <QStringList>
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -21,6 +22,8 @@ QString userRuntimePath(const QString &path);
 struct Launch {
     QString launcher = QStringLiteral("/usr/bin/env");
     QString pathPrefix = QStringLiteral("/opt/homebrew/bin:/usr/local/bin:");
+    // A query that has not answered by then is ended and reported.
+    std::chrono::milliseconds queryDeadline{60000};
     QString appleSocketPath = QStringLiteral("/opt/homebrew/var/run/socktainer/.socktainer/container.sock");
     // The Linux engines' Docker-compatible sockets; an empty path is never looked at.
     QString rootlessSocketPath = userRuntimePath(QStringLiteral("/docker.sock"));

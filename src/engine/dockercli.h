@@ -3,12 +3,14 @@
 #include "engine.h"
 
 #include <QStringList>
+#include <atomic>
+#include <chrono>
 #include <memory>
 
 class QProcess;
 
 // How the docker client is launched: the one place a docker child is made. All calls block
-// until the child exits; only CliEngine (and its tests) use them.
+// until the child exits or its wait runs out; only CliEngine (and its tests) use them.
 namespace Docker {
 
 struct Captured {
@@ -20,17 +22,33 @@ struct Captured {
 
 using Dir = std::optional<QString>;
 
+// How long a child may take. A query (a listing, an inspection, a probe) ends at its
+// deadline; a user's action has none, and ends only when it finishes or its caller cancels.
+struct Wait {
+    std::optional<std::chrono::milliseconds> deadline;
+    std::shared_ptr<const std::atomic_bool> cancelled;
+    static Wait query();
+    static Wait untilDone() { return {}; }
+};
+
+enum class Ended { Exited, NotStarted, TimedOut, Cancelled };
+
+// "docker ps did not answer within 60 s"
+QString timeoutMessage(const QStringList &args, std::chrono::milliseconds deadline);
+
 // Program, arguments, environment and directory set; not started, no streams set.
 std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
 QStringList commandLine(const QStringList &args, const OptRuntime &runtime = {});
-// Starts the child with standard input on the null device and waits for it to exit; both
-// pipes are drained meanwhile, so a chatty standard error cannot block it. False: it never
-// started. Every docker child that is waited for is waited for here.
-bool runToEnd(QProcess &child);
-// Standard output on success; throws DockerError with the trimmed standard error otherwise.
-QByteArray runBytes(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
-QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
-// Never fails: status -1 and the launch error when the child could not start.
-Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {});
+// Starts the child with standard input on the null device and waits for it to exit, or for
+// the wait to run out, then ends its whole group; both pipes are drained meanwhile, so a
+// chatty standard error cannot block it. Every docker child that is waited for is waited
+// for here.
+Ended runToEnd(QProcess &child, const Wait &wait);
+// Standard output on success; throws DockerError with the trimmed standard error, the
+// launch error or the timeout otherwise.
+QByteArray runBytes(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
+QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
+// Never fails: status -1 with the launch error or the timeout when there is no status.
+Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
 
 } // namespace Docker

@@ -12,10 +12,13 @@
 #include <QList>
 #include <QMap>
 #include <QProcessEnvironment>
+#include <atomic>
 #include <memory>
 #include <optional>
 
 using OptRuntime = std::optional<Runtime>;
+// Set by the caller to end a long operation early; what it started is ended with it.
+using Cancel = std::shared_ptr<const std::atomic_bool>;
 
 struct RuntimeList {
     QList<RuntimeEntry> list;
@@ -87,8 +90,10 @@ public:
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;
     virtual ResolvedProject composeProject(const QString &dir) const = 0;
 
+    // Queries (every call but perform and exec) end after a deadline, failing with a message
+    // that says so; perform and exec run until they finish or, for exec, are cancelled.
     virtual void perform(const EngineAction &action, const OptRuntime &runtime) const = 0;
-    virtual ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const = 0;
+    virtual ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const = 0;
 
     virtual ToolVersion clientVersion() const = 0;
     virtual ToolVersion composeVersion() const = 0;

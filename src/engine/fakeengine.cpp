@@ -371,7 +371,7 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
     }
 }
 
-ExecResult FakeEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime) const
+ExecResult FakeEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel) const
 {
     std::function<ExecResult(const QString &, const QString &)> answer;
     {

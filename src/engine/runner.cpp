@@ -1,10 +1,12 @@
 #include "dockercli.h"
 
+#include "childprocess.h"
 #include "docker.h"
 
 #include <QJsonDocument>
 #include <QMutex>
 #include <QProcess>
+#include <QDeadlineTimer>
 #include <QStringDecoder>
 
 #include <unistd.h>
@@ -69,7 +71,25 @@ std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &run
     child->setProcessEnvironment(env);
     if (dir)
         child->setWorkingDirectory(*dir);
+    ChildProcess::prepare(*child);
     return child;
+}
+
+Wait Wait::query() { return {launch().queryDeadline, nullptr}; }
+
+QString timeoutMessage(const QStringList &args, std::chrono::milliseconds deadline)
+{
+    // The command's name: "docker ps", or with its object, "docker volume ls".
+    static const QStringList objects{"compose", "container", "context", "image", "network", "system", "volume"};
+    QStringList name{QStringLiteral("docker")};
+    for (const QString &arg : args) {
+        if (arg.startsWith(u'-') || name.size() == 3 || (name.size() == 2 && !objects.contains(name[1])))
+            break;
+        name << arg;
+    }
+    const QString seconds = deadline.count() % 1000 == 0 ? QString::number(deadline.count() / 1000)
+                                                         : QString::number(double(deadline.count()) / 1000.0, 'g', 3);
+    return QStringLiteral("%1 did not answer within %2 s").arg(name.join(u' '), seconds);
 }
 
 QString utf8(const QByteArray &bytes)
@@ -79,21 +99,52 @@ QString utf8(const QByteArray &bytes)
     return decoder.hasError() ? QString() : text;
 }
 
-bool runToEnd(QProcess &child)
+Ended runToEnd(QProcess &child, const Wait &wait)
 {
     child.setStandardInputFile(QProcess::nullDevice());
     child.start();
     if (!child.waitForStarted(-1))
-        return false;
-    child.waitForFinished(-1);
-    return true;
+        return Ended::NotStarted;
+    QDeadlineTimer deadline = wait.deadline ? QDeadlineTimer(*wait.deadline) : QDeadlineTimer(QDeadlineTimer::Forever);
+    // A cancellable wait looks at its flag a few times a second; others sleep to the deadline.
+    while (child.state() != QProcess::NotRunning) {
+        qint64 slice = wait.cancelled ? 100 : -1;
+        if (!deadline.isForever()) {
+            const qint64 left = std::max<qint64>(deadline.remainingTime(), 1);
+            slice = slice < 0 ? left : std::min(slice, left);
+        }
+        if (child.waitForFinished(int(slice)))
+            break;
+        if (wait.cancelled && *wait.cancelled) {
+            ChildProcess::kill(child);
+            return Ended::Cancelled;
+        }
+        if (deadline.hasExpired()) {
+            ChildProcess::kill(child);
+            return Ended::TimedOut;
+        }
+    }
+    return Ended::Exited;
 }
 
-QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
+namespace {
+QString whyNoStatus(Ended ended, const QProcess &child, const QStringList &args, const Wait &wait)
+{
+    switch (ended) {
+    case Ended::TimedOut: return timeoutMessage(args, *wait.deadline);
+    case Ended::Cancelled: return QStringLiteral("cancelled");
+    case Ended::NotStarted:
+    case Ended::Exited: break;
+    }
+    return child.errorString();
+}
+}
+
+QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)
 {
     auto child = process(args, runtime, dir);
-    if (!runToEnd(*child))
-        throw DockerError(child->errorString());
+    if (const Ended ended = runToEnd(*child, wait); ended != Ended::Exited)
+        throw DockerError(whyNoStatus(ended, *child, args, wait));
     const QByteArray out = child->readAllStandardOutput();
     const QByteArray err = child->readAllStandardError();
     const int status = child->exitCode();
@@ -106,16 +157,16 @@ QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Di
     throw DockerError(message.trimmed());
 }
 
-QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
+QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)
 {
-    return utf8(runBytes(args, runtime, dir));
+    return utf8(runBytes(args, runtime, dir, wait));
 }
 
-Captured capture(const QStringList &args, const OptRuntime &runtime, const Dir &dir)
+Captured capture(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)
 {
     auto child = process(args, runtime, dir);
-    if (!runToEnd(*child))
-        return {-1, {}, child->errorString()};
+    if (const Ended ended = runToEnd(*child, wait); ended != Ended::Exited)
+        return {-1, {}, whyNoStatus(ended, *child, args, wait)};
     return {child->exitCode(), utf8(child->readAllStandardOutput()), utf8(child->readAllStandardError())};
 }
 

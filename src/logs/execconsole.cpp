@@ -13,6 +13,9 @@ ExecConsole::ExecConsole(std::shared_ptr<const Engine> engine, const Container &
 {
 }
 
+// Closing the console ends the command it is running, so a hung one holds no thread.
+ExecConsole::~ExecConsole() { *m_closed = true; }
+
 void ExecConsole::setCommand(const QString &command)
 {
     if (m_command == command)
@@ -46,15 +49,15 @@ void ExecConsole::run()
     // A detached coroutine: the console may close before the command ends, and then the
     // result is dropped.
     [](QPointer<ExecConsole> self, std::shared_ptr<const Engine> engine, QString id, std::optional<Runtime> runtime,
-       QString command) -> QCoro::Task<> {
-        auto future = QtConcurrent::run([=] { return transcriptEntry(engine->exec(id, command, runtime)); });
+       QString command, Cancel cancel) -> QCoro::Task<> {
+        auto future = QtConcurrent::run([=] { return transcriptEntry(engine->exec(id, command, runtime, cancel)); });
         const QString result = co_await future;
         if (!self)
             co_return;
         self->m_output += result;
         emit self->outputChanged();
         self->setRunning(false);
-    }(this, m_engine, m_container.id, m_runtime, command);
+    }(this, m_engine, m_container.id, m_runtime, command, m_closed);
 }
 
 void ExecConsole::setRunning(bool running)

@@ -18,6 +18,7 @@ class ExecConsole : public QObject {
 public:
     ExecConsole(std::shared_ptr<const Engine> engine, const Container &container, const std::optional<Runtime> &runtime,
                 QObject *parent = nullptr);
+    ~ExecConsole() override;
 
     const QString &command() const { return m_command; }
     void setCommand(const QString &command);
@@ -45,4 +46,5 @@ private:
     QString m_command;
     QString m_output;
     bool m_running = false;
+    std::shared_ptr<std::atomic_bool> m_closed = std::make_shared<std::atomic_bool>(false);
 };

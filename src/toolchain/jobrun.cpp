@@ -1,5 +1,6 @@
 #include "jobrun.h"
 
+#include "childprocess.h"
 #include "toolchain.h"
 
 #include <csignal>
@@ -12,14 +13,9 @@ JobRun::JobRun(const ToolJob &job, std::shared_ptr<const ToolchainSource> source
 
 JobRun::~JobRun()
 {
-    if (!m_process || m_process->state() == QProcess::NotRunning)
-        return;
-    m_process->disconnect(this);
-    signalGroup(SIGTERM);
-    if (!m_process->waitForFinished(3000)) {
-        signalGroup(SIGKILL);
-        m_process->waitForFinished(-1);
-    }
+    // A job still running when its sheet goes is ended, without holding up the window.
+    if (m_process)
+        ChildProcess::endInBackground(std::move(m_process), std::chrono::seconds(3));
 }
 
 void JobRun::start()
@@ -28,7 +24,7 @@ void JobRun::start()
         return;
     m_process = m_source->job(m_job.script());
     m_process->setProcessChannelMode(QProcess::MergedChannels);
-    m_process->setChildProcessModifier([] { ::setpgid(0, 0); });
+    ChildProcess::prepare(*m_process);
     connect(m_process.get(), &QProcess::readyRead, this, &JobRun::readAvailable);
     connect(m_process.get(), &QProcess::finished, this, [this](int code) {
         readAvailable();

@@ -1,5 +1,7 @@
 #include "toolchain.h"
 
+#include "childprocess.h"
+
 #include <QFileInfo>
 #include <QProcess>
 
@@ -75,6 +77,7 @@ std::unique_ptr<QProcess> process(const QStringList &args)
     for (const char *quiet : {"HOMEBREW_NO_COLOR", "HOMEBREW_NO_EMOJI", "HOMEBREW_NO_ENV_HINTS", "HOMEBREW_NO_AUTO_UPDATE"})
         env.insert(QString::fromLatin1(quiet), QStringLiteral("1"));
     child->setProcessEnvironment(env);
+    ChildProcess::prepare(*child);
     return child;
 }
 

@@ -7,6 +7,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+#include <future>
+
 using namespace TestSupport;
 
 // The runner's contract with the child, checked with stand-in launchers where no real
@@ -124,6 +127,55 @@ private slots:
         } catch (const DockerError &e) {
             QCOMPARE(e.message(), r.err);
         }
+    }
+
+    void timeoutMessages_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("ms");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("listing") << QStringList{"ps", "-a", "--format", "json"} << 60000 << "docker ps did not answer within 60 s";
+        QTest::newRow("object and verb") << QStringList{"volume", "ls", "--format", "json"} << 60000 << "docker volume ls did not answer within 60 s";
+        QTest::newRow("names after the verb") << QStringList{"inspect", "web-1", "--format", "x"} << 60000 << "docker inspect did not answer within 60 s";
+        QTest::newRow("compose, under a second") << QStringList{"compose", "config", "-q"} << 250 << "docker compose config did not answer within 0.25 s";
+    }
+    void timeoutMessages()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, ms);
+        QTEST(Docker::timeoutMessage(args, std::chrono::milliseconds(ms)), "message");
+    }
+
+    // A client that never answers: a query ends at its deadline and takes its child with it;
+    // an action waits until it is cancelled.
+    void aHungClientIsEnded()
+    {
+        const QString pidFile = m_dir.filePath("hung.pid");
+        useLauncher("echo $$ > " + pidFile.toUtf8() + "; exec sleep 300");
+        Docker::Launch l = Docker::launch();
+        l.queryDeadline = std::chrono::milliseconds(300);
+        Docker::setLaunch(l);
+        const auto childGone = [&] {
+            QFile f(pidFile);
+            return f.open(QIODevice::ReadOnly) && ::kill(pid_t(f.readAll().trimmed().toLongLong()), 0) != 0;
+        };
+        try {
+            CliEngine().containers(std::nullopt);
+            QFAIL("a hung listing returned");
+        } catch (const DockerError &e) {
+            QCOMPARE(e.message(), "docker ps did not answer within 0.3 s");
+        }
+        QVERIFY(childGone());
+        QCOMPARE(CliEngine().clientVersion().problem, "docker version did not answer within 0.3 s");
+
+        QFile::remove(pidFile);
+        auto cancel = std::make_shared<std::atomic_bool>(false);
+        auto exec = std::async(std::launch::async, [&] { return CliEngine().exec("c", "true", std::nullopt, cancel); });
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(pidFile); }, 5000));
+        QCOMPARE(exec.wait_for(std::chrono::milliseconds(600)), std::future_status::timeout);   // past the query deadline
+        *cancel = true;
+        QCOMPARE(exec.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        QVERIFY(childGone());
     }
 
     void dockerMissingFromPath()

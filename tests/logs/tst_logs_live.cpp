@@ -94,8 +94,8 @@ private slots:
         auto follower = std::make_unique<LogFollower>(m_engine, LogSource::container(container(m_sleeper)), std::nullopt);
         follower->start();
         QVERIFY(QTest::qWaitFor([&] { return !processesWith({"logs", m_sleeperId}).isEmpty(); }, 10000));
-        follower.reset();
-        QVERIFY(processesWith({"logs", m_sleeperId}).isEmpty());
+        follower.reset();   // ended without waiting here
+        QVERIFY(QTest::qWaitFor([&] { return processesWith({"logs", m_sleeperId}).isEmpty(); }, 5000));
     }
 
     void execTranscript_data()

@@ -1,4 +1,6 @@
 #include "appstore.h"
+#include "cliengine.h"
+#include "docker.h"
 #include "storesupport.h"
 #include "testsupport.h"
 
@@ -7,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QThreadPool>
+#include <QTimer>
 #include <QTest>
 
 using namespace TestSupport;
@@ -369,6 +372,27 @@ private slots:
         QCOMPARE(st->listedAt(), timing.clock());
         QCOMPARE(m_engine->calls(Call::Listing), listings + 2);   // the one that hung, and one after it
         QCOMPARE(seenByWaiter.size(), 3);
+    }
+
+    // The real client, hung: the window keeps running, and the listing ends at its deadline
+    // with a message instead of holding its workers for good.
+    void aHungClientEndsAtTheDeadline()
+    {
+        Docker::Launch hung;
+        hung.launcher = writeExecutable(m_tmp.filePath("hung-docker"), "#!/bin/sh\nexec sleep 300\n");
+        hung.queryDeadline = std::chrono::milliseconds(1500);
+        Docker::setLaunch(hung);
+        AppStore st(m_settings.get(), std::make_shared<CliEngine>(), quietTiming());
+        int ticks = 0;
+        QTimer tick;
+        tick.callOnTimeout([&] { ++ticks; });
+        tick.start(20);
+        st.refresh();
+        QVERIFY(QTest::qWaitFor([&] { return ticks >= 10; }, 1000));
+        QVERIFY(!st.error());
+        QTRY_COMPARE_WITH_TIMEOUT(st.errorText(), "docker ps did not answer within 1.5 s", 10000);
+        QTRY_COMPARE(AppStore::workers()->activeThreadCount(), 0);
+        Docker::setLaunch({});
     }
 
     void deletionPlansAndTakesOnlyWhatIsTheProjects()

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+class QProcess;
+
+// What every child of Korvat gets, docker or not: its own process group, so ending it
+// reaches whatever it started (compose's plugin under the docker client); a parent-death
+// signal, so a crashed or killed Korvat leaves nothing running; and no descriptor of ours
+// beyond its three standard ones.
+namespace ChildProcess {
+
+// Call before start(); replaces any child modifier set earlier.
+void prepare(QProcess &child);
+
+// Ends the child's whole group without waiting on this thread: SIGTERM now, SIGKILL after
+// grace, the QProcess deleted once the child has been reaped. Call on a thread with an event
+// loop; a child that never started or has ended is simply deleted.
+void endInBackground(std::unique_ptr<QProcess> child, std::chrono::milliseconds grace);
+
+// Ends the child's whole group at once and reaps it: for workers that own the child.
+void kill(QProcess &child);
+
+} // namespace ChildProcess
