@@ -134,8 +134,7 @@ QStringList CliEngine::eventArguments()
     return {QStringLiteral("events"), QStringLiteral("--format"), QStringLiteral("json"),
             QStringLiteral("--filter"), QStringLiteral("type=container"),
             QStringLiteral("--filter"), QStringLiteral("type=image"),
-            QStringLiteral("--filter"), QStringLiteral("type=volume"),
-            QStringLiteral("--filter"), QStringLiteral("type=network")};
+            QStringLiteral("--filter"), QStringLiteral("type=volume")};
 }
 
 RuntimeList CliEngine::runtimes() const

@@ -2,6 +2,7 @@
 
 #include "dockererror.h"
 #include "engine.h"
+#include "listings.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -73,10 +74,11 @@ std::optional<QString> composeWarningSummary(const QString &stderrText);
 
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
 
-// Whether one line of that stream can change what the lists show. Commands run inside a
-// container (health checks among them) change nothing listed; a line that is not an event
-// object counts, so an unknown stream format errs towards refreshing.
-bool eventChangesLists(QByteArrayView line);
+// The lists one line of that stream can change: a container's to the containers, an
+// image's to the images, a volume's to the volumes. Commands run inside a container (health
+// checks among them) and mounts change nothing listed; a line that is not an event object
+// counts for every list, so an unknown stream format errs towards refreshing.
+Listings listsChangedBy(QByteArrayView line);
 
 // A unix:// endpoint is reachable when something exists at its path; any other is assumed to be.
 bool endpointReachable(const QString &endpoint);

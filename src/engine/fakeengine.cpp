@@ -239,12 +239,14 @@ QList<Container> FakeEngine::containers(const OptRuntime &runtime) const
 QList<DockerImage> FakeEngine::images(const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);
+    enter(Call::Images, runtime);
     return m_holdings.value(keyOf(runtime)).images;
 }
 
 QList<DockerVolume> FakeEngine::volumes(const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);
+    enter(Call::Volumes, runtime);
     return m_holdings.value(keyOf(runtime)).volumes;
 }
 

@@ -46,7 +46,8 @@ public:
         QMap<QString, qint64> sizes;
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
-    enum class Call { Contexts, Listing, Inspection, Compose, Action, Exec };
+    // Listing is the containers' listing; Images and Volumes are those lists'.
+    enum class Call { Contexts, Listing, Images, Volumes, Inspection, Compose, Action, Exec };
 
     FakeEngine();
     ~FakeEngine() override;

@@ -37,7 +37,7 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_memory, &ProjectMemory::changed, this, &AppStore::registryChanged);
     connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
-    connect(&m_scheduler, &RefreshScheduler::changed, this, [this] { refresh(false); });
+    connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
 
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
@@ -53,6 +53,11 @@ void AppStore::setWindowVisible(bool visible)
         return;
     m_scheduler.setWindowVisible(visible);
     emit windowVisibleChanged();
+}
+
+void AppStore::setPanelVisible(bool visible)
+{
+    m_scheduler.setPanelVisible(visible);
 }
 
 void AppStore::setFilter(const QString &filter)
@@ -113,7 +118,7 @@ void AppStore::start()
 QCoro::Task<> AppStore::pollOnce()
 {
     QPointer<AppStore> self(this);
-    co_await refresh(false);
+    co_await refresh(m_scheduler.pollListings());
     if (self)
         self->m_scheduler.scheduleNextPoll();
 }
@@ -144,7 +149,7 @@ QCoro::Task<> AppStore::loadContexts()
             handOver();
         }
     }
-    co_await refresh(false);
+    co_await refresh();
 }
 
 void AppStore::select(const Runtime &runtime)
@@ -152,7 +157,7 @@ void AppStore::select(const Runtime &runtime)
     m_state.setRuntime(runtime);
     // Never show one engine's lists under another engine's name.
     m_state.setLists({}, {}, {});
-    refresh(false);
+    refresh();
 }
 
 // ---- refresh -----------------------------------------------------------------------------
@@ -162,79 +167,109 @@ struct Fetched {
     QList<Container> containers;
     QList<DockerImage> images;
     QList<DockerVolume> volumes;
+    QList<RuntimeEntry> runtimes;
     std::optional<QString> error;
 };
 
-// The three listings run together; all are awaited, so no child outlives the fetch, and
-// the first failure in listing order is the one reported.
-Fetched fetchAll(const std::shared_ptr<Engine> &engine, const std::optional<Runtime> &runtime)
+// The lists asked for run together; all are awaited, so no child outlives the fetch, and
+// the first failure in listing order is the one reported. Lists not asked for keep what
+// they held. The runtimes' sockets are looked at here too, off the interface thread.
+Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime> &runtime, Listings lists, Fetched kept)
 {
-    auto images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
-    auto volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
-    Fetched f;
-    try {
-        f.containers = engine->containers(runtime);
-    } catch (const DockerError &e) {
-        f.error = e.message();
-    }
-    try {
-        f.images = images.result();
-    } catch (const DockerError &e) {
+    QFuture<QList<DockerImage>> images;
+    QFuture<QList<DockerVolume>> volumes;
+    if (lists & Listing::Images)
+        images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
+    if (lists & Listing::Volumes)
+        volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
+    Fetched f = std::move(kept);
+    const auto note = [&f](const DockerError &e) {
         if (!f.error)
             f.error = e.message();
+    };
+    try {
+        if (lists & Listing::Containers)
+            f.containers = engine->containers(runtime);
+    } catch (const DockerError &e) {
+        note(e);
     }
     try {
-        f.volumes = volumes.result();
+        if (lists & Listing::Images)
+            f.images = images.result();
     } catch (const DockerError &e) {
-        if (!f.error)
-            f.error = e.message();
+        note(e);
     }
+    try {
+        if (lists & Listing::Volumes)
+            f.volumes = volumes.result();
+    } catch (const DockerError &e) {
+        note(e);
+    }
+    f.runtimes = RuntimeSelection::rechecked(*engine, std::move(f.runtimes));
     return f;
 }
 }
 
-QCoro::Task<> AppStore::refresh(bool afterHandover)
+QCoro::Task<> AppStore::refresh(Listings lists)
+{
+    co_await reread(lists, false);
+}
+
+QCoro::Task<> AppStore::reread(Listings lists, bool afterHandover)
 {
     if (m_scheduler.listing(runtime())) {
-        auto followedUp = m_scheduler.followUp();
+        auto followedUp = m_scheduler.followUp(lists);
         co_await followedUp;
         co_return;
     }
-    co_await fetchAndApply(afterHandover);
+    co_await fetchAndApply(lists, afterHandover);
 }
 
-QCoro::Task<> AppStore::fetchAndApply(bool afterHandover)
+QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
 {
     QPointer<AppStore> self(this);
     const std::optional<Runtime> snapshot = runtime();
     const int id = m_scheduler.begin(snapshot);
-    auto future = QtConcurrent::run(workers(), fetchAll, m_engine, snapshot);
+    auto future = QtConcurrent::run(workers(), fetch, m_engine, snapshot, lists, Fetched{containers(), images(), volumes(), runtimes(), {}});
     const Fetched fetched = co_await future;
     if (!self)
         co_return;
     // A promise left unkept here (the store gone, the runtime changed) is cancelled when
     // released, which wakes its waiters all the same.
-    const std::shared_ptr<QPromise<void>> followUp = m_scheduler.end(id);
+    const RefreshScheduler::FollowUp followUp = m_scheduler.end(id);
     // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
     if (runtime() != snapshot)
         co_return;
     m_scheduler.answered(!fetched.error);
-    m_state.setRuntimes(RuntimeSelection::rechecked(*m_engine, runtimes()));
+    // Rows may have come or gone meanwhile; only the reachability read is new.
+    m_state.setRuntimes(withReachability(runtimes(), fetched.runtimes));
     if (!fetched.error) {
         m_state.setLists(fetched.containers, fetched.images, fetched.volumes);
         if (m_state.errorSource() == ErrorSource::Refresh)
             m_state.setError(std::nullopt, ErrorSource::Refresh);
-        m_memory.record(containers(), runtimeKey());
+        if (lists & Listing::Containers)
+            m_memory.record(containers(), runtimeKey());
     } else if (!afterHandover && handOver()) {
         // Never hand over again from the runtime just handed over to.
-        co_await refresh(true);
+        co_await reread(everyListing, true);
     } else {
         m_state.setError(fetched.error, ErrorSource::Refresh);
     }
-    if (followUp && self) {
-        co_await refresh(false);
-        followUp->finish();
+    if (followUp.promise && self) {
+        co_await reread(followUp.lists, false);
+        followUp.promise->finish();
     }
+}
+
+QList<RuntimeEntry> AppStore::withReachability(QList<RuntimeEntry> rows, const QList<RuntimeEntry> &read)
+{
+    for (auto &row : rows) {
+        for (const auto &r : read) {
+            if (r.runtime == row.runtime && r.endpoint == row.endpoint)
+                row.reachable = r.reachable;
+        }
+    }
+    return rows;
 }
 
 bool AppStore::handOver()

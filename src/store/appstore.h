@@ -63,6 +63,8 @@ public:
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
     void setWindowVisible(bool visible);
+    // The tray panel counts as shown, as the window does.
+    Q_INVOKABLE void setPanelVisible(bool visible);
     void setFilter(const QString &filter);
     Q_INVOKABLE void dismissError();
     Q_INVOKABLE void dismissNotice();
@@ -82,7 +84,7 @@ public:
     // A refresh asked for while a listing of the same runtime runs starts no children: one
     // more listing follows the running one, and every caller waiting meanwhile returns
     // after that follow-up has been applied.
-    QCoro::Task<> refresh(bool afterHandover = false);
+    QCoro::Task<> refresh(Listings lists = everyListing);
     void select(const Runtime &runtime);
 
     void start(const Container &c);
@@ -142,7 +144,9 @@ private:
     void act(const EngineAction &action);
     QCoro::Task<> perform(EngineAction action);
     QCoro::Task<> pollOnce();
-    QCoro::Task<> fetchAndApply(bool afterHandover);
+    QCoro::Task<> reread(Listings lists, bool afterHandover);
+    QCoro::Task<> fetchAndApply(Listings lists, bool afterHandover);
+    static QList<RuntimeEntry> withReachability(QList<RuntimeEntry> rows, const QList<RuntimeEntry> &read);
 
     std::shared_ptr<Engine> m_engine;
     EngineState m_state;

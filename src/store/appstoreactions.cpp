@@ -31,7 +31,7 @@ QCoro::Task<> AppStore::perform(EngineAction action)
     m_state.setError(failure);
     m_state.setBusy(false);
     // The action may have half succeeded; show what is there now either way.
-    co_await refresh(false);
+    co_await refresh();
 }
 
 using Kind = EngineAction::Kind;
@@ -148,6 +148,6 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
     if (!self)
         co_return std::nullopt;
     m_memory.add({read.project->name, dir, read.project->services}, runtimeKey());
-    co_await refresh(false);
+    co_await refresh();
     co_return std::nullopt;
 }

@@ -76,5 +76,5 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     // Forgotten whatever the steps above did.
     m_memory.forget(plan.project, key);
     m_state.setError(failures.isEmpty() ? std::nullopt : std::optional(failures.join(u'\n')));
-    co_await refresh(false);
+    co_await refresh();
 }

@@ -8,15 +8,16 @@ EngineEvents::EngineEvents(std::shared_ptr<Engine> engine, Timing timing, QObjec
     m_quiet.setSingleShot(true);
     m_restart.setSingleShot(true);
     m_settled.setSingleShot(true);
-    connect(&m_quiet, &QTimer::timeout, this, &EngineEvents::changed);
+    connect(&m_quiet, &QTimer::timeout, this, &EngineEvents::burstTick);
     connect(&m_restart, &QTimer::timeout, this, [this] {
         m_restarted = true;
         launch();
     });
     connect(&m_settled, &QTimer::timeout, this, [this] {
         m_retry = m_timing.firstRetry;
+        setHealthy(true);
         if (std::exchange(m_restarted, false))
-            emit changed();
+            emit changed(everyListing);
     });
 }
 
@@ -38,7 +39,9 @@ void EngineEvents::stop()
     m_restart.stop();
     m_settled.stop();
     m_quiet.stop();
+    m_pending = {};
     endChild();
+    setHealthy(false);
 }
 
 qint64 EngineEvents::childPid() const
@@ -49,6 +52,7 @@ qint64 EngineEvents::childPid() const
 void EngineEvents::launch()
 {
     endChild();
+    setHealthy(false);
     m_child = m_engine->events(m_runtime).release();
     m_child->setParent(this);
     connect(m_child, &EngineStream::readyRead, this, &EngineEvents::readLines);
@@ -74,25 +78,49 @@ void EngineEvents::readLines()
         return;
     m_partial += m_child->readAll();
     qsizetype start = 0;
-    bool seen = false;
+    Listings seen;
     for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1)
-        seen = Docker::eventChangesLists(QByteArrayView(m_partial).sliced(start, end - start)) || seen;
+        seen |= Docker::listsChangedBy(QByteArrayView(m_partial).sliced(start, end - start));
     m_partial.remove(0, start);
     // A line without an end this long is not an event; drop it rather than grow forever.
     if (m_partial.size() > 1 << 20) {
         m_partial.clear();
-        seen = true;
+        seen = everyListing;
     }
     if (seen)
-        eventSeen();
+        eventSeen(seen);
 }
 
-void EngineEvents::eventSeen()
+void EngineEvents::eventSeen(Listings lists)
 {
-    if (!m_quiet.isActive())
+    if (!m_quiet.isActive()) {
+        // The first of a burst is told at once.
         m_burst.start();
+        m_quiet.start(m_timing.quiet);
+        emit changed(lists);
+        return;
+    }
+    m_pending |= lists;
     const auto waited = std::chrono::milliseconds(m_burst.elapsed());
     m_quiet.start(std::max(std::chrono::milliseconds(0), std::min(m_timing.quiet, m_timing.longest - waited)));
+}
+
+void EngineEvents::burstTick()
+{
+    if (!m_pending)
+        return;   // quiet since the last word: the burst is over
+    // The rest of the burst in one; the burst goes on until a quiet period passes unmarked.
+    m_burst.start();
+    m_quiet.start(m_timing.quiet);
+    emit changed(std::exchange(m_pending, {}));
+}
+
+void EngineEvents::setHealthy(bool healthy)
+{
+    if (m_healthy == healthy)
+        return;
+    m_healthy = healthy;
+    emit healthyChanged();
 }
 
 void EngineEvents::ended()
@@ -104,6 +132,7 @@ void EngineEvents::ended()
     m_child->deleteLater();
     m_child = nullptr;
     m_settled.stop();
+    setHealthy(false);
     if (!m_following)
         return;
     m_restart.start(m_retry);

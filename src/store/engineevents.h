@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine.h"
+#include "listings.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -8,8 +9,8 @@
 #include <chrono>
 #include <optional>
 
-
 struct EventTiming {
+    // A burst ends when no event came for this long.
     std::chrono::milliseconds quiet{100};
     // A stream that never falls quiet still refreshes this often.
     std::chrono::milliseconds longest{1000};
@@ -20,10 +21,12 @@ struct EventTiming {
 };
 
 // Follows one runtime's event stream with a single long-lived `docker events` child and
-// says when the lists may have changed: once per burst of events, after a short quiet
-// period, so a project of ten containers coming up costs one or two refreshes. A child that
+// says which lists may have changed: at once for the first event of a burst, so an outside
+// change reaches the screen without waiting, then once more for the rest of the burst when
+// it falls quiet, so a project of ten containers coming up costs two refreshes. A child that
 // ends is started again after a pause that doubles up to a minute; an engine or client
 // without events therefore costs one child a minute and leaves the poll loop to do the work.
+// The stream is healthy once its child has run for a while without ending.
 class EngineEvents : public QObject {
     Q_OBJECT
 
@@ -39,18 +42,22 @@ public:
 
     // The running child's process id, or 0.
     qint64 childPid() const;
+    bool healthy() const { return m_healthy; }
     std::chrono::milliseconds nextRetry() const { return m_retry; }
 
 signals:
-    // The lists may differ from the last listing.
-    void changed();
+    // These lists may differ from the last listing.
+    void changed(Listings lists);
+    void healthyChanged();
 
 private:
     void launch();
     void readLines();
     void ended();
-    void eventSeen();
+    void eventSeen(Listings lists);
+    void burstTick();
     void endChild();
+    void setHealthy(bool healthy);
 
     std::shared_ptr<Engine> m_engine;
     Timing m_timing;
@@ -61,6 +68,9 @@ private:
     // A child started again after one ended may have missed events in between.
     bool m_restarted = false;
     std::chrono::milliseconds m_retry;
+    bool m_healthy = false;
+    // What the burst under way has changed since it was last told.
+    Listings m_pending;
     QTimer m_quiet;
     QTimer m_restart;
     QTimer m_settled;

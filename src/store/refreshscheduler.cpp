@@ -10,21 +10,49 @@ RefreshScheduler::RefreshScheduler(std::shared_ptr<Engine> engine, PollTiming ti
     m_staleTimer.setSingleShot(true);
     connect(&m_staleTimer, &QTimer::timeout, this, [this] { setStale(true); });
     connect(&m_events, &EngineEvents::changed, this, &RefreshScheduler::changed);
+    connect(&m_events, &EngineEvents::healthyChanged, this, [this] {
+        if (!m_looping)
+            return;
+        // A stream that ended may have missed what changed: the poll takes over at once. A
+        // healthy one sends the poll back to its safety interval.
+        if (m_events.healthy())
+            scheduleNextPoll();
+        else
+            pollSoon();
+    });
 }
 
 RefreshScheduler::~RefreshScheduler() = default;
 
 void RefreshScheduler::scheduleNextPoll()
 {
-    m_pollTimer.start(m_windowVisible ? m_timing.visiblePoll : m_timing.hiddenPoll);
+    m_looping = true;
+    if (eventsHealthy())
+        m_pollTimer.start(shown() ? m_timing.safetyVisible : m_timing.safetyHidden);
+    else
+        m_pollTimer.start(shown() ? m_timing.visiblePoll : m_timing.hiddenPoll);
+}
+
+void RefreshScheduler::pollSoon()
+{
+    if (m_looping)
+        m_pollTimer.start(0);
 }
 
 void RefreshScheduler::setWindowVisible(bool visible)
 {
+    const bool wasShown = shown();
     m_windowVisible = visible;
-    // A window that opens should not wait out the long menu-bar interval.
-    if (visible && m_pollTimer.isActive() && m_pollTimer.remainingTimeAsDuration() > m_timing.visiblePoll)
-        m_pollTimer.start(m_timing.visiblePoll);
+    if (!wasShown && shown())
+        pollSoon();
+}
+
+void RefreshScheduler::setPanelVisible(bool visible)
+{
+    const bool wasShown = shown();
+    m_panelVisible = visible;
+    if (!wasShown && shown())
+        pollSoon();
 }
 
 std::chrono::milliseconds RefreshScheduler::nextPollIn() const
@@ -43,19 +71,21 @@ bool RefreshScheduler::listing(const std::optional<Runtime> &runtime) const
     return m_inFlight && m_inFlight->runtime == runtime;
 }
 
-QFuture<void> RefreshScheduler::followUp()
+QFuture<void> RefreshScheduler::followUp(Listings lists)
 {
-    if (!m_inFlight->followUp) {
-        m_inFlight->followUp = std::make_shared<QPromise<void>>();
-        m_inFlight->followUp->start();
+    FollowUp &next = m_inFlight->followUp;
+    if (!next.promise) {
+        next.promise = std::make_shared<QPromise<void>>();
+        next.promise->start();
     }
-    return m_inFlight->followUp->future();
+    next.lists |= lists;
+    return next.promise->future();
 }
 
 int RefreshScheduler::begin(const std::optional<Runtime> &runtime)
 {
     const int id = ++m_count;
-    m_inFlight = InFlight{id, runtime, nullptr};
+    m_inFlight = InFlight{id, runtime, {}};
     if (!m_waitingSince.isValid()) {
         m_waitingSince = m_timing.clock();
         m_staleTimer.start(m_timing.staleAfter);
@@ -63,11 +93,11 @@ int RefreshScheduler::begin(const std::optional<Runtime> &runtime)
     return id;
 }
 
-std::shared_ptr<QPromise<void>> RefreshScheduler::end(int id)
+RefreshScheduler::FollowUp RefreshScheduler::end(int id)
 {
     if (!m_inFlight || m_inFlight->id != id)
-        return nullptr;
-    auto followUp = std::move(m_inFlight->followUp);
+        return {};
+    FollowUp followUp = std::move(m_inFlight->followUp);
     m_inFlight.reset();
     return followUp;
 }

@@ -296,6 +296,29 @@ private slots:
                  Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"));
         QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
     }
+
+    void listsChangedByAnEvent_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<int>("lists");
+        const int c = int(Listing::Containers), i = int(Listing::Images), v = int(Listing::Volumes), all = int(everyListing.toInt());
+        QTest::newRow("container dies") << QByteArray(R"({"Type":"container","Action":"die"})") << c;
+        QTest::newRow("health turns") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy"})") << c;
+        QTest::newRow("command inside") << QByteArray(R"({"Type":"container","Action":"exec_start: sh -c true"})") << 0;
+        QTest::newRow("image pulled") << QByteArray(R"({"Type":"image","Action":"pull"})") << i;
+        QTest::newRow("image pushed") << QByteArray(R"({"Type":"image","Action":"push"})") << 0;
+        QTest::newRow("volume created") << QByteArray(R"({"Type":"volume","Action":"create"})") << v;
+        QTest::newRow("volume mounted") << QByteArray(R"({"Type":"volume","Action":"mount"})") << 0;
+        QTest::newRow("network") << QByteArray(R"({"Type":"network","Action":"connect"})") << 0;
+        QTest::newRow("older format, no Type") << QByteArray(R"({"status":"create"})") << all;
+        QTest::newRow("not an object") << QByteArray("garbage") << all;
+        QTest::newRow("blank") << QByteArray("  ") << 0;
+    }
+    void listsChangedByAnEvent()
+    {
+        QFETCH(QByteArray, line);
+        QTEST(int(Docker::listsChangedBy(line).toInt()), "lists");
+    }
 };
 
 QTEST_GUILESS_MAIN(EngineRules)

@@ -298,44 +298,50 @@ private slots:
         st->start();   // still one loop
         QTRY_COMPARE(st->scheduler().nextPollIn(), timing.hiddenPoll);
         QCOMPARE(m_engine->calls(Call::Listing), 1);
-        st->setWindowVisible(true);   // cuts the long wait short, and the short interval follows
-        QCOMPARE(st->scheduler().nextPollIn(), timing.visiblePoll);
+        st->setWindowVisible(true);   // lists at once, and the short interval follows
         QTRY_VERIFY(m_engine->calls(Call::Listing) >= 4);
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.visiblePoll);
         st->setWindowVisible(false);
         QTRY_COMPARE(st->scheduler().nextPollIn(), timing.hiddenPoll);
+        st->setPanelVisible(true);   // the tray panel counts as shown
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.visiblePoll);
     }
 
-    void eventsRefreshOncePerBurst()
+    void eventsDriveTheRefresh()
     {
+        using std::chrono::milliseconds;
         PollTiming timing = quietTiming();
+        timing.hiddenPoll = milliseconds(30);
+        timing.safetyHidden = std::chrono::hours(1);
         timing.followEvents = true;
-        timing.events.quiet = std::chrono::milliseconds(20);
-        timing.events.longest = std::chrono::milliseconds(100);
-        timing.events.firstRetry = timing.events.settled = std::chrono::milliseconds(20);
+        timing.events.quiet = milliseconds(20);
+        timing.events.longest = milliseconds(100);
+        timing.events.firstRetry = timing.events.settled = milliseconds(20);
         auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, timing);
         st->start();
-        QTRY_COMPARE(m_engine->eventStreams().size(), 1);
+        QTRY_VERIFY(st->scheduler().eventsHealthy());
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.safetyHidden);   // a healthy stream: the poll steps back
+        const auto counts = [&] { return std::pair(m_engine->calls(Call::Listing), m_engine->calls(Call::Images)); };
         QTRY_COMPARE(st->fetchCount(), 1);
-        FakeStream *stream = m_engine->eventStreams().first();
-        QVERIFY(stream->running());
+        const auto [containers, images] = counts();
 
-        // Commands inside containers change nothing listed; a burst of real events costs one listing.
+        // An image event lists the images only; commands inside containers list nothing.
         m_engine->emitEvent(R"({"Type":"container","Action":"exec_start: sh -c true"})");
-        m_engine->emitEvent(R"({"Type":"container","Action":"health_status: healthy"})");
-        QTRY_COMPARE(st->fetchCount(), 2);
-        for (int i = 0; i < 10; ++i)
+        m_engine->emitEvent(R"({"Type":"image","Action":"pull"})");
+        QTRY_COMPARE(counts(), std::pair(containers, images + 1));
+        // Twenty creations cost the first one's listing and one for the rest.
+        for (int i = 0; i < 20; ++i)
             m_engine->emitEvent(R"({"Type":"container","Action":"create"})");
-        QTRY_COMPARE(st->fetchCount(), 3);
-        QTest::qWait(60);
-        QCOMPARE(st->fetchCount(), 3);
-        m_engine->emitEvent(R"({"Type":"container","Action":"exec_die"})");
-        QTest::qWait(60);
-        QCOMPARE(st->fetchCount(), 3);
+        QTRY_COMPARE(counts(), std::pair(containers + 2, images + 1));
 
-        // A stream that ends comes back and catches up once it has settled.
+        // A stream that ends hands over to the poll at once, which lists everything...
+        FakeStream *stream = m_engine->eventStreams().first();
         stream->end();
-        QTRY_VERIFY(m_engine->eventStreams().size() == 1 && m_engine->eventStreams().first()->running());
-        QTRY_COMPARE(st->fetchCount(), 4);
+        QVERIFY(!st->scheduler().eventsHealthy());
+        QTRY_VERIFY(counts().second >= images + 2);
+        // ...until the stream is back and healthy, and then it steps back again.
+        QTRY_VERIFY(st->scheduler().eventsHealthy());
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.safetyHidden);
 
         // The stream follows the selected runtime; the old one ends.
         FakeStream *before = m_engine->eventStreams().constLast();

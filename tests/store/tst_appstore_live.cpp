@@ -91,7 +91,7 @@ private slots:
         QTRY_VERIFY(childLine(st.events().childPid(), "cmdline").contains("events --format json"));
         QVERIFY(!childLine(st.events().childPid(), "cmdline").contains("--context"));
         QVERIFY(childLine(st.events().childPid(), "environ").contains("DOCKER_HOST=unix://" + engineSocket()));
-        QVERIFY(childLine(contextChild, "cmdline").isEmpty());   // and the old one is gone
+        QTRY_VERIFY(childLine(contextChild, "cmdline").isEmpty());   // and the old one is gone
         QTRY_VERIFY_WITH_TIMEOUT(find(st, one), 20000);
 
         // The engine restarts under the store: the stream comes back and the store catches up

@@ -26,6 +26,7 @@ Window {
     title: "Korvat"
     onActiveChanged: if (!panel.active && panel.visible) panel.hide()
     onVisibleChanged: {
+        panel.store.setPanelVisible(panel.visible);
         if (panel.visible && !panel.shownOnce) {
             panel.shownOnce = true;
             panel.shell.firstShown();

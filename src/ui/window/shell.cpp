@@ -173,7 +173,7 @@ void Shell::firstShown()
     m_toolchain->checkAtLaunch(enabled);
 }
 
-void Shell::refresh() { m_store->refresh(false); }
+void Shell::refresh() { m_store->refresh(); }
 
 void Shell::selectRuntime(int row)
 {
