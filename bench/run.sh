@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Benchmarks on a private engine, at 0 and at 200 containers. Usage: bench/run.sh BUILD_DIR
+# Benchmarks on a private engine: the store and window at 0 and 200 containers, then the
+# whole cost at rest at 9 and 1,000. Usage: bench/run.sh BUILD_DIR
 set -euo pipefail
 build=${1:-build}
 here=$(cd "$(dirname "$0")" && pwd)
@@ -8,6 +9,10 @@ trap 'bash "$here/../scripts/engine.sh" stop' EXIT
 eval "$(bash "$here/../scripts/engine.sh" start)"
 bench=$build/bench/bench_store
 window=$build/bin/bench_window
+cost=$build/bin/bench_cost
+idle=${KORVAT_BENCH_IDLE_SECONDS:-60}
+export KORVAT_BENCH_ENGINE_PID=$(cat "$KORVAT_ENGINE_DIR/dockerd.pid")
+export DOCKER_HOST=unix://$KORVAT_TEST_SOCKET
 # The window's figures are taken offscreen on the software renderer: no display, no GPU.
 export QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software
 export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$(mktemp -d)}
@@ -38,3 +43,19 @@ done
 KORVAT_BENCH_CONTAINERS=200 "$window" idle "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 "$window" apply
 "$window" switch
+
+# The whole cost at rest: 9 running containers, then 1,000 containers and 300 volumes.
+docker ps -aq | xargs -r docker rm -f >/dev/null
+echo "== cost at rest, 9 running containers (over ${idle} s each)"
+for i in $(seq 1 9); do
+  docker run -d --name "rest-$i" "$KORVAT_TEST_IMAGE" sh -c "trap 'exit 0' TERM; sleep 3600 & wait" >/dev/null
+done
+KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=9 "$cost" "$idle"
+
+echo "== cost at rest, 1,000 containers and 300 volumes (over ${idle} s each)"
+for i in $(seq 10 1000); do echo "$i rest$((i % 40))"; done | xargs -P 16 -n 2 sh -c \
+  'docker create --name "rest-$0" -l com.docker.compose.project="$1" -l com.docker.compose.service=web "$KORVAT_TEST_IMAGE" true >/dev/null'
+seq 1 300 | xargs -P 16 -I{} docker volume create "rest-vol-{}" >/dev/null
+KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=1000 "$cost" "$idle"
+docker ps -aq | xargs -r docker rm -f >/dev/null
+docker volume ls -q | xargs -r docker volume rm >/dev/null

@@ -1,0 +1,204 @@
+// What Korvat costs at rest on a real engine, counted whole: its own CPU, every docker child
+// it ran (reaped children from /proc/self/stat, live ones from their own stat), and what it
+// makes the engine do, beside the engine left alone over the same time. Then the time from
+// a `docker stop` in a shell to the changed row.
+//   bench_cost SECONDS   window shown, then hidden; then 20 stops of one running container
+// Run through bench/run.sh, which starts a private engine, fills it, and exports
+// KORVAT_BENCH_ENGINE_PID (dockerd's) and KORVAT_BENCH_CONTAINER (a running one to stop).
+
+#include "appstore.h"
+#include "containermodel.h"
+#include "desktop.h"
+#include "shell.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QQuickWindow>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace {
+
+QTextStream out(stdout);
+
+void wait(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+QByteArray readProc(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// utime + stime, and with waited set cutime + cstime too, in clock ticks.
+qint64 ticks(qint64 pid, bool waited)
+{
+    const QByteArray stat = readProc(QStringLiteral("/proc/%1/stat").arg(pid));
+    const QList<QByteArray> f = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    if (f.size() < 15)
+        return 0;
+    // Fields 14 to 17 of the whole line: utime, stime, cutime, cstime.
+    return f[11].toLongLong() + f[12].toLongLong() + (waited ? f[13].toLongLong() + f[14].toLongLong() : 0);
+}
+
+QList<qint64> descendants(qint64 pid)
+{
+    QList<qint64> found;
+    for (const QString &task : QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        for (const QByteArray &child : readProc(QStringLiteral("/proc/%1/task/%2/children").arg(pid).arg(task)).split(' ')) {
+            if (!child.trimmed().isEmpty())
+                found << child.toLongLong() << descendants(child.toLongLong());
+        }
+    }
+    return found;
+}
+
+// Korvat and every child it ran or runs.
+qint64 korvatTicks()
+{
+    qint64 sum = ticks(getpid(), true);
+    for (const qint64 child : descendants(getpid()))
+        sum += ticks(child, true);
+    return sum;
+}
+
+// dockerd and what runs under it: containerd, the shims, the containers.
+qint64 engineTicks()
+{
+    const qint64 dockerd = qEnvironmentVariableIntValue("KORVAT_BENCH_ENGINE_PID");
+    qint64 sum = ticks(dockerd, true);
+    for (const qint64 pid : descendants(dockerd))
+        sum += ticks(pid, true);
+    return sum;
+}
+
+double residentMb()
+{
+    for (const QByteArray &line : readProc(QStringLiteral("/proc/self/status")).split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return 0;
+}
+
+QString percent(qint64 ticks, double seconds)
+{
+    return QString::number(100.0 * double(ticks) / double(sysconf(_SC_CLK_TCK)) / seconds, 'f', 2) + QStringLiteral(" %");
+}
+
+void measure(const char *label, int seconds, qint64 engineAloneTicks)
+{
+    const qint64 korvat = korvatTicks(), engine = engineTicks();
+    QElapsedTimer t;
+    t.start();
+    wait(seconds * 1000);
+    const double elapsed = double(t.elapsed()) / 1000.0;
+    out << label << ": Korvat + children " << percent(korvatTicks() - korvat, elapsed) << " of a core (budget "
+        << (qEnvironmentVariableIntValue("KORVAT_BENCH_SCALE") >= 1000 ? "0.5" : "0.3") << "), engine "
+        << percent(engineTicks() - engine, elapsed) << " (alone " << percent(engineAloneTicks, elapsed) << "; added budget 0.3), resident "
+        << QString::number(residentMb(), 'f', 1) << " MB\n";
+    out.flush();
+}
+
+bool docker(const QStringList &args)
+{
+    QProcess p;
+    p.start(QStringLiteral("docker"), args);
+    return p.waitForFinished(60000) && p.exitCode() == 0;
+}
+
+std::optional<QString> stateOf(ContainerModel &model, const QString &name)
+{
+    for (int row = 0; row < model.rowCount(); ++row) {
+        const QModelIndex i = model.index(row);
+        if (i.data(ContainerModel::NameRole).toString() == name)
+            return i.data(ContainerModel::ContainerStateRole).toString();
+    }
+    return std::nullopt;
+}
+
+// From `docker stop` returning in a shell to the row saying so, and from its start.
+void latency(Desktop::Session &session, const QString &name)
+{
+    ContainerModel &model = *session.shell().containers();
+    QList<double> fromReturn, fromStart;
+    for (int i = 0; i < 20; ++i) {
+        docker({QStringLiteral("start"), name});
+        QElapsedTimer settle;
+        settle.start();
+        while (stateOf(model, name) != QStringLiteral("running") && settle.elapsed() < 10000)
+            wait(5);
+        wait(300);
+        QProcess stop;
+        QElapsedTimer t;
+        double returned = -1, shown = -1;
+        QObject::connect(&stop, &QProcess::finished, [&] { returned = double(t.nsecsElapsed()) / 1e6; });
+        const auto connection = QObject::connect(&model, &QAbstractItemModel::dataChanged, [&] {
+            if (shown < 0 && stateOf(model, name) == QStringLiteral("exited"))
+                shown = double(t.nsecsElapsed()) / 1e6;
+        });
+        t.start();
+        stop.start(QStringLiteral("docker"), {QStringLiteral("stop"), QStringLiteral("-t"), QStringLiteral("0"), name});
+        while ((returned < 0 || shown < 0) && t.elapsed() < 20000)
+            wait(1);
+        QObject::disconnect(connection);
+        fromStart << shown;
+        fromReturn << std::max(0.0, shown - returned);
+    }
+    const auto median = [](QList<double> v) {
+        std::sort(v.begin(), v.end());
+        return QString::number(v[v.size() / 2], 'f', 0);
+    };
+    out << "docker stop to the changed row: median " << median(fromReturn) << " ms after the command returned, " << median(fromStart)
+        << " ms after it started (20 stops; budget 100)\n";
+}
+
+}
+
+int main(int argc, char **argv)
+{
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QApplication app(argc, argv);
+    Desktop::prepareApplication();
+    const int seconds = app.arguments().value(1, QStringLiteral("30")).toInt();
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("bench.conf")), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
+    settings.setValue(QStringLiteral("category"), QStringLiteral("containers"));
+
+    // The engine on its own first, over the same span.
+    qint64 alone = engineTicks();
+    wait(seconds * 1000);
+    alone = engineTicks() - alone;
+
+    {
+        Desktop::Session session(&settings, false);
+        session.store().start();
+        session.window()->show();
+        wait(10000);   // lists, first frames and the event stream settle
+        measure("window shown", seconds, alone);
+        session.window()->hide();
+        wait(2000);
+        measure("window hidden", seconds, alone);
+        const QString running = qEnvironmentVariable("KORVAT_BENCH_CONTAINER");
+        if (!running.isEmpty()) {
+            session.window()->show();
+            wait(2000);
+            latency(session, running);
+        }
+    }
+    return 0;
+}
