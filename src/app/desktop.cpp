@@ -69,6 +69,15 @@ ToolchainStore &Session::toolchain() { return d->toolchain; }
 Shell &Session::shell() { return d->shell; }
 Actions &Session::actions() { return d->actions; }
 QQuickWindow *Session::window() { return d->window; }
+
+void Session::showWindow()
+{
+    if (!d->scheme || d->scheme->settled()) {
+        d->window->show();
+        return;
+    }
+    QObject::connect(d->scheme.get(), &ColorScheme::settledChanged, d->window, &QWindow::show, Qt::SingleShotConnection);
+}
 SettingsController &Session::settings() { return d->settingsController; }
 
 QQuickWindow *Session::loadPanel()
@@ -90,7 +99,7 @@ int run(int &argc, char **argv)
     }
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/korvat/app/korvat.svg")));
     Tray tray(session);
-    session.window()->show();
+    session.showWindow();
     return app.exec();
 }
 

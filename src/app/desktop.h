@@ -42,6 +42,9 @@ public:
     Actions &actions();
     SettingsController &settings();
     QQuickWindow *window();
+    // Shows the window once the desktop's colour scheme is known (or given up on), so its
+    // first frame is drawn in the reading it keeps.
+    void showWindow();
     // The tray panel, loaded on first use into the same engine; hidden.
     QQuickWindow *loadPanel();
 

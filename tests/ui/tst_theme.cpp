@@ -157,6 +157,7 @@ void TestTheme::forcedReadingIgnoresTheDesktop()
     const auto fake = portal(desktop);
     ColorScheme scheme;
     Theme theme(settings(appearance), &scheme);
+    QTRY_VERIFY(scheme.settled());
     QCOMPARE(theme.dark(), dark);
 
     // The desktop flips; a forced reading stays where it is.
@@ -185,6 +186,8 @@ void TestTheme::autoFollowsThePortal()
     QSettings *s = settings(QString());
     Theme theme(s, &scheme);
     QCOMPARE(theme.appearance(), QStringLiteral("auto"));
+    QVERIFY(!scheme.settled());   // asked, not waited for
+    QTRY_VERIFY(scheme.settled());
     QVERIFY(theme.dark());
     QCOMPARE(theme.page().name(), QStringLiteral("#0a1b3d"));
 
@@ -207,6 +210,7 @@ void TestTheme::autoFollowsThePortal()
 void TestTheme::autoWithoutPortalReadsThePalette()
 {
     ColorScheme scheme(100);
+    QTRY_VERIFY(scheme.settled());
     QCOMPARE(int(scheme.preference()), int(ColorScheme::Preference::Unknown));
     Theme theme(settings(QString()), &scheme);
     QCOMPARE(theme.dark(), QGuiApplication::palette().color(QPalette::Window).lightness() < 128);

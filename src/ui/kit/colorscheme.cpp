@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 
 namespace {
@@ -24,11 +25,13 @@ ColorScheme::Preference fromVariant(QVariant value)
 }
 }
 
-ColorScheme::ColorScheme(int timeoutMs, QObject *parent) : QObject(parent)
+ColorScheme::ColorScheme(int timeoutMs, QObject *parent) : QObject(parent), m_timeoutMs(timeoutMs)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
+    if (!bus.isConnected()) {
+        m_settled = true;
         return;
+    }
     // The slot's argument types must be known before connecting, or the connection fails
     // silently in a process that has not used QtDBus's types yet.
     qRegisterMetaType<QDBusVariant>();
@@ -36,18 +39,32 @@ ColorScheme::ColorScheme(int timeoutMs, QObject *parent) : QObject(parent)
     // owner first, and a change made in that window would be lost; path and interface suffice.
     bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
-    for (const QString &method : {QStringLiteral("ReadOne"), QStringLiteral("Read")}) {
-        QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
-        call << ns << key;
-        const QDBusMessage reply = bus.call(call, QDBus::Block, timeoutMs);
-        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
-            m_preference = fromVariant(reply.arguments().constFirst());
-            return;
-        }
+    read(QStringLiteral("ReadOne"));
+}
+
+void ColorScheme::read(const QString &method)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    call << ns << key;
+    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, m_timeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, method](QDBusPendingCallWatcher *w) {
+        w->deleteLater();
+        const QDBusMessage reply = w->reply();
+        // A change signalled meanwhile is newer than this answer.
+        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty() && m_preference == Preference::Unknown)
+            setPreference(fromVariant(reply.arguments().constFirst()));
         // Older portals lack ReadOne; any other failure means no usable portal.
-        if (reply.errorName() != QLatin1String("org.freedesktop.DBus.Error.UnknownMethod"))
-            return;
-    }
+        else if (method == QLatin1String("ReadOne") && reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.UnknownMethod"))
+            return read(QStringLiteral("Read"));
+        settle();
+    });
+}
+
+void ColorScheme::settle()
+{
+    if (std::exchange(m_settled, true))
+        return;
+    emit settledChanged();
 }
 
 void ColorScheme::settingChanged(const QString &changedNs, const QString &changedKey, const QDBusVariant &value)
