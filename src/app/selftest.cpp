@@ -143,7 +143,7 @@ QList<Check> checks(const QString &scratch)
          }},
         {"registry: per-runtime isolation and forget", [] {
              ProjectRegistry r;
-             r.record({{"storefront", "/tmp", {sample("php", "running", compose("storefront", "/tmp", "php"))}, 0}}, QStringLiteral("apple-container"));
+             r.record({{"storefront", "/tmp", {sample("php", "running", compose("storefront", "/tmp", "php"))}, 0}}, QStringLiteral("apple-container"), {});
              const bool isolated = r.knows("storefront", QStringLiteral("apple-container")) && !r.knows("storefront", QStringLiteral("default"));
              r.forget("storefront", QStringLiteral("apple-container"));
              return isolated && !r.knows("storefront", QStringLiteral("apple-container")) && !r.knows("storefront", std::nullopt);
@@ -151,20 +151,21 @@ QList<Check> checks(const QString &scratch)
         {"registry: known project survives its containers", [] {
              ProjectRegistry r;
              r.record({{"storefront", "/tmp", {sample("a", "running", compose("storefront", "/tmp", "php")),
-                                               sample("b", "running", compose("storefront", "/tmp", "db"))}, 0}}, QStringLiteral("default"));
-             const auto merged = ProjectRegistry::merge({}, r.projects(QStringLiteral("default")));
+                                               sample("b", "running", compose("storefront", "/tmp", "db"))}, 0}}, QStringLiteral("default"), {});
+             const auto merged = ProjectRegistry::merge({}, r.projects(QStringLiteral("default")), {});
              return merged.size() == 1 && merged[0].serviceCount == 2 && merged[0].workingDir == "/tmp" && merged[0].containers.isEmpty()
                  && r.projects(QStringLiteral("default"))[0].services == QStringList{"db", "php"};
          }},
         {"registry: relocated directory kept", [=] {
              ProjectRegistry r;
              r.add({"shop", withCompose, {"web"}}, QStringLiteral("default"));
-             r.record({{"shop", "/nope/old", {sample("w", "running", compose("shop", "/nope/old", "web"))}, 0}}, QStringLiteral("default"));
-             const auto merged = ProjectRegistry::merge({{"shop", "/nope/old", {}, 0}}, r.projects(QStringLiteral("default")));
+             const DirectoryMap dirs = ProjectDirectory::lookAt(QStringList{withCompose, QStringLiteral("/nope/old")});
+             r.record({{"shop", "/nope/old", {sample("w", "running", compose("shop", "/nope/old", "web"))}, 0}}, QStringLiteral("default"), dirs);
+             const auto merged = ProjectRegistry::merge({{"shop", "/nope/old", {}, 0}}, r.projects(QStringLiteral("default")), dirs);
              return r.projects(QStringLiteral("default"))[0].workingDir == withCompose && merged[0].workingDir == withCompose;
          }},
         {"registry: merge order", [] {
-             const auto merged = ProjectRegistry::merge({{"middle", std::nullopt, {}, 0}}, {{"zebra", "/z", {}}, {"alpha", "/a", {}}});
+             const auto merged = ProjectRegistry::merge({{"middle", std::nullopt, {}, 0}}, {{"zebra", "/z", {}}, {"alpha", "/a", {}}}, {});
              return merged.size() == 3 && merged[0].name == "alpha" && merged[1].name == "middle" && merged[2].name == "zebra";
          }},
         {"registry: settings round trip, unreadable bytes kept", [=] {

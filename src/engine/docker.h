@@ -2,6 +2,7 @@
 
 #include "dockererror.h"
 #include "engine.h"
+#include "engineevent.h"
 #include "listings.h"
 
 #include <QJsonObject>
@@ -74,11 +75,15 @@ std::optional<QString> composeWarningSummary(const QString &stderrText);
 
 ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
 
-// The lists one line of that stream can change: a container's to the containers, an
-// image's to the images, a volume's to the volumes. Commands run inside a container (health
-// checks among them) and mounts change nothing listed; a line that is not an event object
-// counts for every list, so an unknown stream format errs towards refreshing.
-Listings listsChangedBy(QByteArrayView line);
+// One line of that stream. A container's event changes the containers, an image's the
+// images, a volume's the volumes. Commands run inside a container (health checks among them)
+// and mounts change nothing listed; a line that is not an event object counts for every
+// list, so an unknown stream format errs towards refreshing.
+EngineEvent readEvent(QByteArrayView line);
+// The rows as they stand after the change, in the client's own words ("Exited (137) Less
+// than a second ago"), so the listing that follows finds nothing to change. A change to a
+// container not listed changes nothing: its listing brings it.
+QList<Container> withChange(QList<Container> rows, const ContainerChange &change);
 
 // A unix:// endpoint is reachable when something exists at its path; any other is assumed to be.
 bool endpointReachable(const QString &endpoint);

@@ -5,7 +5,36 @@
 
 namespace Docker {
 
-Listings listsChangedBy(QByteArrayView line)
+namespace {
+
+std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObject &event)
+{
+    using Kind = ContainerChange::Kind;
+    static const QList<std::pair<QLatin1String, Kind>> kinds = {
+        {QLatin1String("start"), Kind::Started},   {QLatin1String("die"), Kind::Died},
+        {QLatin1String("pause"), Kind::Paused},    {QLatin1String("unpause"), Kind::Unpaused},
+        {QLatin1String("destroy"), Kind::Destroyed},
+    };
+    const auto kind = std::find_if(kinds.cbegin(), kinds.cend(), [verb](const auto &k) { return verb == k.first; });
+    const QJsonObject actor = event.value(QLatin1String("Actor")).toObject();
+    QString id = actor.value(QLatin1String("ID")).toString();
+    if (id.isEmpty())
+        id = event.value(QLatin1String("id")).toString();
+    if (kind == kinds.cend() || id.isEmpty())
+        return std::nullopt;
+    const QString exitCode = actor.value(QLatin1String("Attributes")).toObject().value(QLatin1String("exitCode")).toString();
+    return ContainerChange{id, kind->second, exitCode.toInt()};
+}
+
+// "Up 7 minutes (healthy)" without its note in brackets.
+QString withoutNote(const QString &status)
+{
+    return status.endsWith(u')') && status.contains(QLatin1String(" (")) ? status.left(status.lastIndexOf(QLatin1String(" ("))) : status;
+}
+
+}
+
+EngineEvent readEvent(QByteArrayView line)
 {
     const QByteArrayView trimmed = line.trimmed();
     if (trimmed.isEmpty())
@@ -13,7 +42,7 @@ Listings listsChangedBy(QByteArrayView line)
     const auto doc = QJsonDocument::fromJson(trimmed.toByteArray());
     // What cannot be read might change anything.
     if (!doc.isObject())
-        return everyListing;
+        return {everyListing, {}};
     const QJsonObject event = doc.object();
     QString action = event.value(QLatin1String("Action")).toString();
     if (action.isEmpty())
@@ -28,15 +57,47 @@ Listings listsChangedBy(QByteArrayView line)
                                           QStringLiteral("top"), QStringLiteral("resize"), QStringLiteral("export"),
                                           QStringLiteral("copy"), QStringLiteral("archive-path"),
                                           QStringLiteral("extract-to-dir"), QStringLiteral("attach")};
-        return quiet.contains(verb) ? Listings() : Listings(Listing::Containers);
+        if (quiet.contains(verb))
+            return {};
+        return {Listing::Containers, containerChange(verb, event)};
     }
     if (type == QLatin1String("image"))
-        return verb == QLatin1String("push") || verb == QLatin1String("save") ? Listings() : Listings(Listing::Images);
+        return {verb == QLatin1String("push") || verb == QLatin1String("save") ? Listings() : Listings(Listing::Images), {}};
     if (type == QLatin1String("volume"))
-        return verb == QLatin1String("mount") || verb == QLatin1String("unmount") ? Listings() : Listings(Listing::Volumes);
+        return {verb == QLatin1String("mount") || verb == QLatin1String("unmount") ? Listings() : Listings(Listing::Volumes), {}};
     if (type == QLatin1String("network"))
         return {};
-    return everyListing;
+    return {everyListing, {}};
+}
+
+QList<Container> withChange(QList<Container> rows, const ContainerChange &change)
+{
+    using Kind = ContainerChange::Kind;
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const Container &c) { return !c.id.isEmpty() && change.id.startsWith(c.id); });
+    if (row == rows.end())
+        return rows;
+    switch (change.kind) {
+    case Kind::Started:
+        row->state = QStringLiteral("running");
+        row->status = QStringLiteral("Up Less than a second");
+        break;
+    case Kind::Died:
+        row->state = QStringLiteral("exited");
+        row->status = QStringLiteral("Exited (%1) Less than a second ago").arg(change.exitCode);
+        break;
+    case Kind::Paused:
+        row->state = QStringLiteral("paused");
+        row->status = withoutNote(row->status) + QStringLiteral(" (Paused)");
+        break;
+    case Kind::Unpaused:
+        row->state = QStringLiteral("running");
+        row->status = withoutNote(row->status);
+        break;
+    case Kind::Destroyed:
+        rows.erase(row);
+        break;
+    }
+    return rows;
 }
 
 } // namespace Docker

@@ -13,7 +13,12 @@
 #include <algorithm>
 
 namespace {
-bool holdsComposeFile(const QString &dir) { return Docker::composeFile(dir).has_value(); }
+// Whether the disk was seen to hold a compose file there (yes), not to (no), or not looked at.
+std::optional<bool> holdsComposeFile(const DirectoryMap &dirs, const QString &dir)
+{
+    const auto found = dirs.constFind(dir);
+    return found == dirs.cend() ? std::nullopt : std::optional(found->composeFile);
+}
 
 qsizetype indexOf(const QList<KnownProject> &list, const QString &name)
 {
@@ -91,7 +96,7 @@ void ProjectRegistry::save(QSettings &settings) const
     settings.setValue(Settings::knownProjects.key, encode());
 }
 
-void ProjectRegistry::record(const QList<ComposeProject> &projects, const Key &key)
+void ProjectRegistry::record(const QList<ComposeProject> &projects, const Key &key, const DirectoryMap &dirs)
 {
     if (!key)
         return;
@@ -101,9 +106,14 @@ void ProjectRegistry::record(const QList<ComposeProject> &projects, const Key &k
             continue;
         const qsizetype existing = indexOf(list, project.name);
         QString dir = *project.workingDir;
-        // A project the user relocated stays relocated, although its labels still name the old place.
-        if (existing >= 0 && !holdsComposeFile(dir) && holdsComposeFile(list[existing].workingDir))
-            dir = list[existing].workingDir;
+        // A project the user relocated stays relocated, although its labels still name the old
+        // place; until the disk has answered for both, the directory remembered stays.
+        if (existing >= 0 && dir != list[existing].workingDir) {
+            const auto here = holdsComposeFile(dirs, dir);
+            const auto there = holdsComposeFile(dirs, list[existing].workingDir);
+            if (!here || (!*here && there.value_or(true)))
+                dir = list[existing].workingDir;
+        }
         QStringList services;
         for (const auto &c : project.containers) {
             const auto it = c.labels.constFind(QString::fromLatin1(Labels::service));
@@ -151,7 +161,7 @@ QList<KnownProject> ProjectRegistry::projects(const Key &key) const
     return key ? byRuntime.value(*key) : QList<KnownProject>();
 }
 
-QList<ComposeProject> ProjectRegistry::merge(const QList<ComposeProject> &discovered, const QList<KnownProject> &known)
+QList<ComposeProject> ProjectRegistry::merge(const QList<ComposeProject> &discovered, const QList<KnownProject> &known, const DirectoryMap &dirs)
 {
     QList<ComposeProject> result;
     QSet<QString> seen;
@@ -162,7 +172,7 @@ QList<ComposeProject> ProjectRegistry::merge(const QList<ComposeProject> &discov
             project.serviceCount = int(entry.services.size());
             if (!project.workingDir)
                 project.workingDir = entry.workingDir;
-            else if (!holdsComposeFile(*project.workingDir) && holdsComposeFile(entry.workingDir))
+            else if (holdsComposeFile(dirs, *project.workingDir) == false && holdsComposeFile(dirs, entry.workingDir) == true)
                 project.workingDir = entry.workingDir;
         }
         seen.insert(project.name);

@@ -2,6 +2,7 @@
 
 #include "composeproject.h"
 #include "knownproject.h"
+#include "projectdirectory.h"
 
 #include <QList>
 #include <QMap>
@@ -25,13 +26,14 @@ public:
     QByteArray encode() const;
     static std::optional<ProjectRegistry> decode(const QByteArray &bytes);
 
-    void record(const QList<ComposeProject> &projects, const Key &key);
+    // What the listing showed; dirs is what the disk showed of the directories involved.
+    void record(const QList<ComposeProject> &projects, const Key &key, const DirectoryMap &dirs);
     void add(const KnownProject &project, const Key &key);
     void forget(const QString &name, const Key &key);
     bool knows(const QString &name, const Key &key) const;
     QList<KnownProject> projects(const Key &key) const;
 
-    static QList<ComposeProject> merge(const QList<ComposeProject> &discovered, const QList<KnownProject> &known);
+    static QList<ComposeProject> merge(const QList<ComposeProject> &discovered, const QList<KnownProject> &known, const DirectoryMap &dirs);
 
     friend bool operator==(const ProjectRegistry &, const ProjectRegistry &) = default;
 };

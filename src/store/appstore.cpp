@@ -20,6 +20,17 @@ QThreadPool *AppStore::workers()
     return pool;
 }
 
+QThreadPool *AppStore::actionWorkers()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(64);
+        p->setExpiryTimeout(60000);
+        return p;
+    }();
+    return pool;
+}
+
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
     : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults)
 {
@@ -38,11 +49,19 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
     connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
+    connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
+    connect(&m_state, &EngineState::runtimeChanged, this, [this] { m_told.clear(); });
 
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::runtimeChanged, this, &AppStore::projectsChanged);
+    connect(&m_directories, &DirectoryChecks::changed, this, &AppStore::projectsChanged);
+    // A directory can go while nothing else changes; it is looked at again whenever the
+    // projects are, and when the window is shown again.
+    connect(this, &AppStore::containersChanged, this, &AppStore::lookAtDirectories);
+    connect(this, &AppStore::registryChanged, this, &AppStore::lookAtDirectories);
+    connect(this, &AppStore::runtimeChanged, this, &AppStore::lookAtDirectories);
 }
 
 AppStore::~AppStore() = default;
@@ -52,6 +71,8 @@ void AppStore::setWindowVisible(bool visible)
     if (m_scheduler.windowVisible() == visible)
         return;
     m_scheduler.setWindowVisible(visible);
+    if (visible)
+        lookAtDirectories();
     emit windowVisibleChanged();
 }
 
@@ -87,7 +108,19 @@ QList<ComposeProject> AppStore::projects() const
 {
     const QString query = Filters::query(m_filter);
     const auto discovered = Docker::group(Filters::containers(containers(), query));
-    return Filters::projects(ProjectRegistry::merge(discovered, registry().projects(runtimeKey())), query);
+    return Filters::projects(ProjectRegistry::merge(discovered, registry().projects(runtimeKey()), directories()), query);
+}
+
+void AppStore::lookAtDirectories()
+{
+    QStringList dirs;
+    for (const Container &c : containers()) {
+        if (const auto dir = c.workingDir())
+            dirs.append(*dir);
+    }
+    for (const KnownProject &known : registry().projects(runtimeKey()))
+        dirs.append(known.workingDir);
+    m_directories.look(dirs);
 }
 
 std::optional<QString> AppStore::runtimeKey() const
@@ -161,6 +194,12 @@ void AppStore::select(const Runtime &runtime)
 }
 
 // ---- refresh -----------------------------------------------------------------------------
+
+void AppStore::containerChanged(const ContainerChange &change)
+{
+    m_told.append({m_scheduler.count(), change});
+    m_state.setLists(Docker::withChange(containers(), change), images(), volumes());
+}
 
 namespace {
 struct Fetched {
@@ -244,11 +283,17 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
     // Rows may have come or gone meanwhile; only the reachability read is new.
     m_state.setRuntimes(withReachability(runtimes(), fetched.runtimes));
     if (!fetched.error) {
-        m_state.setLists(fetched.containers, fetched.images, fetched.volumes);
+        QList<Container> rows = fetched.containers;
+        for (const Told &told : std::as_const(m_told)) {
+            if (told.listingsBefore >= id)
+                rows = Docker::withChange(std::move(rows), told.change);
+        }
+        m_told.removeIf([id](const Told &told) { return told.listingsBefore <= id; });
+        m_state.setLists(rows, fetched.images, fetched.volumes);
         if (m_state.errorSource() == ErrorSource::Refresh)
             m_state.setError(std::nullopt, ErrorSource::Refresh);
         if (lists & Listing::Containers)
-            m_memory.record(containers(), runtimeKey());
+            m_memory.record(containers(), runtimeKey(), directories());
     } else if (!afterHandover && handOver()) {
         // Never hand over again from the runtime just handed over to.
         co_await reread(everyListing, true);

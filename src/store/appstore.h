@@ -1,6 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
+#include "directorychecks.h"
 #include "engine.h"
 #include "enginestate.h"
 #include "projectmemory.h"
@@ -51,6 +52,8 @@ public:
     bool windowVisible() const { return m_scheduler.windowVisible(); }
     const QString &filter() const { return m_filter; }
     const ProjectRegistry &registry() const { return m_memory.registry(); }
+    // What the disk last showed of the projects' directories.
+    const DirectoryMap &directories() const { return m_directories.found(); }
     bool stale() const { return m_scheduler.stale(); }
     // When the oldest listing still outstanding started; invalid when none is.
     QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
@@ -102,7 +105,7 @@ public:
 
     // Coroutines take their arguments by value: a caller's object may be gone when they resume.
     QCoro::Task<> up(ComposeProject project);
-    void down(const ComposeProject &project);
+    QCoro::Task<> down(ComposeProject project);
     void startAll(const ComposeProject &project);
     void stopAll(const ComposeProject &project);
     void forget(const ComposeProject &project);
@@ -112,8 +115,12 @@ public:
     QCoro::Task<TeardownPlan> teardownPlan(ComposeProject project);
     QCoro::Task<> deleteProject(TeardownPlan plan, bool trashDirectory);
 
-    // Docker children mostly wait, so they get a pool wider than the cores.
+    // Docker children mostly wait, so they get a pool wider than the cores. Everything on it
+    // ends at a deadline.
     static QThreadPool *workers();
+    // Actions have no deadline, so they wait on threads of their own: the ones a hung engine
+    // holds can never keep a listing from a thread.
+    static QThreadPool *actionWorkers();
 
 signals:
     void runtimesChanged();
@@ -136,7 +143,9 @@ private:
 
     bool handOver();
     std::optional<QString> runtimeKey() const;
-    bool usableDirectory(const ComposeProject &project) const;
+    // Compose run anywhere else would search the parent directories for a file.
+    static QCoro::Task<bool> usableDirectory(ComposeProject project);
+    void lookAtDirectories();
 
     // Reads the compose project in dir and keeps it on the selected runtime; with an
     // expected name, only when the directory holds that project.
@@ -148,10 +157,20 @@ private:
     QCoro::Task<> fetchAndApply(Listings lists, bool afterHandover);
     static QList<RuntimeEntry> withReachability(QList<RuntimeEntry> rows, const QList<RuntimeEntry> &read);
 
+    void containerChanged(const ContainerChange &change);
+
     std::shared_ptr<Engine> m_engine;
     EngineState m_state;
     RefreshScheduler m_scheduler;
     ProjectMemory m_memory;
+    DirectoryChecks m_directories;
     QString m_filter;
     bool m_started = false;
+    // Changes the event stream told of, each with the number of listings begun before it:
+    // the result of a listing begun earlier may not show it yet, and must not undo it.
+    struct Told {
+        int listingsBefore;
+        ContainerChange change;
+    };
+    QList<Told> m_told;
 };

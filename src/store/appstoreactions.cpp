@@ -1,7 +1,6 @@
 #include "appstore.h"
 
 #include <QCoroFuture>
-#include <QFileInfo>
 #include <QtConcurrent>
 
 // ---- container, image and volume actions -------------------------------------------------
@@ -17,7 +16,7 @@ QCoro::Task<> AppStore::perform(EngineAction action)
     const std::optional<Runtime> runtime = this->runtime();
     m_state.setBusy(true);
     // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-    auto future = QtConcurrent::run(workers(), [engine = m_engine, action, runtime]() -> std::optional<QString> {
+    auto future = QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime]() -> std::optional<QString> {
         try {
             engine->perform(action, runtime);
             return std::nullopt;
@@ -57,16 +56,16 @@ void AppStore::commit(const Container &c, const QString &imageName)
 
 // ---- project actions ---------------------------------------------------------------------
 
-bool AppStore::usableDirectory(const ComposeProject &project) const
+QCoro::Task<bool> AppStore::usableDirectory(ComposeProject project)
 {
-    return project.workingDir && QFileInfo(*project.workingDir).isDir() && Docker::composeFile(*project.workingDir);
+    co_return project.workingDir && (co_await DirectoryChecks::lookNow(*project.workingDir)).composeFile;
 }
 
 QCoro::Task<> AppStore::up(ComposeProject project)
 {
-    if (!usableDirectory(project))
-        co_return;
     QPointer<AppStore> self(this);
+    if (!co_await usableDirectory(project) || !self)
+        co_return;
     const QString dir = *project.workingDir;
     m_state.setBusy(true);
     auto future = QtConcurrent::run(workers(), [engine = m_engine, dir] { return engine->checkCompose(dir); });
@@ -82,9 +81,10 @@ QCoro::Task<> AppStore::up(ComposeProject project)
     co_await perform(EngineAction::compose(Kind::ComposeUp, dir));
 }
 
-void AppStore::down(const ComposeProject &project)
+QCoro::Task<> AppStore::down(ComposeProject project)
 {
-    if (usableDirectory(project))
+    QPointer<AppStore> self(this);
+    if (co_await usableDirectory(project) && self)
         act(EngineAction::compose(Kind::ComposeDown, *project.workingDir));
 }
 

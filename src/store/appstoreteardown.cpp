@@ -21,7 +21,7 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
     const auto key = runtimeKey();
     QStringList failures;
     const auto step = [&](const EngineAction &action) {
-        return QtConcurrent::run(workers(), [=, engine = m_engine]() -> std::optional<QString> {
+        return QtConcurrent::run(actionWorkers(), [=, engine = m_engine]() -> std::optional<QString> {
             try {
                 engine->perform(action, runtime);
                 return std::nullopt;
@@ -66,7 +66,7 @@ QCoro::Task<> AppStore::deleteProject(TeardownPlan plan, bool trashDirectory)
 
     if (trashDirectory && plan.workingDir) {
         const QString dir = *plan.workingDir;
-        auto future = QtConcurrent::run(workers(), &Trash::moveToTrash, dir);
+        auto future = QtConcurrent::run(actionWorkers(), &Trash::moveToTrash, dir);
         if (const auto problem = co_await future)
             failures << *problem;
     }

@@ -79,8 +79,12 @@ void EngineEvents::readLines()
     m_partial += m_child->readAll();
     qsizetype start = 0;
     Listings seen;
-    for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1)
-        seen |= Docker::listsChangedBy(QByteArrayView(m_partial).sliced(start, end - start));
+    for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1) {
+        const EngineEvent event = Docker::readEvent(QByteArrayView(m_partial).sliced(start, end - start));
+        seen |= event.lists;
+        if (event.container)
+            emit containerChanged(*event.container);
+    }
     m_partial.remove(0, start);
     // A line without an end this long is not an event; drop it rather than grow forever.
     if (m_partial.size() > 1 << 20) {

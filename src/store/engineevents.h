@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine.h"
+#include "engineevent.h"
 #include "listings.h"
 
 #include <QElapsedTimer>
@@ -48,6 +49,8 @@ public:
 signals:
     // These lists may differ from the last listing.
     void changed(Listings lists);
+    // Told before the listing it causes, which this change needs not wait for.
+    void containerChanged(const ContainerChange &change);
     void healthyChanged();
 
 private:

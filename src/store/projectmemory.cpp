@@ -7,12 +7,12 @@ ProjectMemory::ProjectMemory(QSettings *settings, QObject *parent)
 {
 }
 
-void ProjectMemory::record(const QList<Container> &listed, const std::optional<QString> &runtime)
+void ProjectMemory::record(const QList<Container> &listed, const std::optional<QString> &runtime, const DirectoryMap &dirs)
 {
     if (m_recorded && m_recorded->listed == listed && m_recorded->runtime == runtime && m_recorded->registry == m_registry)
         return;
     ProjectRegistry next = m_registry;
-    next.record(Docker::group(listed), runtime);
+    next.record(Docker::group(listed), runtime, dirs);
     set(next);
     m_recorded = Recorded{listed, runtime, m_registry};
 }

@@ -18,7 +18,7 @@ public:
 
     const ProjectRegistry &registry() const { return m_registry; }
 
-    void record(const QList<Container> &listed, const std::optional<QString> &runtime);
+    void record(const QList<Container> &listed, const std::optional<QString> &runtime, const DirectoryMap &dirs);
     void add(const KnownProject &project, const std::optional<QString> &runtime);
     void forget(const QString &name, const std::optional<QString> &runtime);
 

@@ -297,27 +297,73 @@ private slots:
         QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
     }
 
-    void listsChangedByAnEvent_data()
+    void readingAnEvent_data()
     {
         QTest::addColumn<QByteArray>("line");
         QTest::addColumn<int>("lists");
+        QTest::addColumn<std::optional<ContainerChange>>("change");
+        using Kind = ContainerChange::Kind;
         const int c = int(Listing::Containers), i = int(Listing::Images), v = int(Listing::Volumes), all = int(everyListing.toInt());
-        QTest::newRow("container dies") << QByteArray(R"({"Type":"container","Action":"die"})") << c;
-        QTest::newRow("health turns") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy"})") << c;
-        QTest::newRow("command inside") << QByteArray(R"({"Type":"container","Action":"exec_start: sh -c true"})") << 0;
-        QTest::newRow("image pulled") << QByteArray(R"({"Type":"image","Action":"pull"})") << i;
-        QTest::newRow("image pushed") << QByteArray(R"({"Type":"image","Action":"push"})") << 0;
-        QTest::newRow("volume created") << QByteArray(R"({"Type":"volume","Action":"create"})") << v;
-        QTest::newRow("volume mounted") << QByteArray(R"({"Type":"volume","Action":"mount"})") << 0;
-        QTest::newRow("network") << QByteArray(R"({"Type":"network","Action":"connect"})") << 0;
-        QTest::newRow("older format, no Type") << QByteArray(R"({"status":"create"})") << all;
-        QTest::newRow("not an object") << QByteArray("garbage") << all;
-        QTest::newRow("blank") << QByteArray("  ") << 0;
+        const std::optional<ContainerChange> none;
+        QTest::newRow("container dies") << QByteArray(R"({"Type":"container","Action":"die","Actor":{"ID":"abc123","Attributes":{"exitCode":"137","name":"web"}}})")
+                                        << c << std::optional(ContainerChange{"abc123", Kind::Died, 137});
+        QTest::newRow("older format: id at the top") << QByteArray(R"({"Type":"container","Action":"start","id":"abc123"})") << c
+                                                     << std::optional(ContainerChange{"abc123", Kind::Started, 0});
+        QTest::newRow("paused") << QByteArray(R"({"Type":"container","Action":"pause","Actor":{"ID":"abc"}})") << c
+                                << std::optional(ContainerChange{"abc", Kind::Paused, 0});
+        QTest::newRow("removed") << QByteArray(R"({"Type":"container","Action":"destroy","Actor":{"ID":"abc"}})") << c
+                                 << std::optional(ContainerChange{"abc", Kind::Destroyed, 0});
+        QTest::newRow("created: only a listing knows the row") << QByteArray(R"({"Type":"container","Action":"create","Actor":{"ID":"abc"}})") << c << none;
+        QTest::newRow("dies without an id") << QByteArray(R"({"Type":"container","Action":"die"})") << c << none;
+        QTest::newRow("health turns") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy"})") << c << none;
+        QTest::newRow("command inside") << QByteArray(R"({"Type":"container","Action":"exec_start: sh -c true","Actor":{"ID":"abc"}})") << 0 << none;
+        QTest::newRow("image pulled") << QByteArray(R"({"Type":"image","Action":"pull"})") << i << none;
+        QTest::newRow("image pushed") << QByteArray(R"({"Type":"image","Action":"push"})") << 0 << none;
+        QTest::newRow("volume created") << QByteArray(R"({"Type":"volume","Action":"create"})") << v << none;
+        QTest::newRow("volume mounted") << QByteArray(R"({"Type":"volume","Action":"mount"})") << 0 << none;
+        QTest::newRow("network") << QByteArray(R"({"Type":"network","Action":"connect"})") << 0 << none;
+        QTest::newRow("older format, no Type") << QByteArray(R"({"status":"create"})") << all << none;
+        QTest::newRow("not an object") << QByteArray("garbage") << all << none;
+        QTest::newRow("blank") << QByteArray("  ") << 0 << none;
     }
-    void listsChangedByAnEvent()
+    void readingAnEvent()
     {
         QFETCH(QByteArray, line);
-        QTEST(int(Docker::listsChangedBy(line).toInt()), "lists");
+        QFETCH(int, lists);
+        QFETCH(std::optional<ContainerChange>, change);
+        QCOMPARE(Docker::readEvent(line), (EngineEvent{Listings::fromInt(lists), change}));
+    }
+
+    // Each change leaves the row as the next listing will show it, so that listing changes nothing.
+    void aChangeAppliedToTheRows_data()
+    {
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("statusAfter");
+        using Kind = ContainerChange::Kind;
+        QTest::newRow("dies") << "Up 7 minutes" << int(Kind::Died) << "exited" << "Exited (137) Less than a second ago";
+        QTest::newRow("starts") << "Exited (0) 2 hours ago" << int(Kind::Started) << "running" << "Up Less than a second";
+        QTest::newRow("paused, health note replaced") << "Up 7 minutes (healthy)" << int(Kind::Paused) << "paused" << "Up 7 minutes (Paused)";
+        QTest::newRow("resumed") << "Up 7 minutes (Paused)" << int(Kind::Unpaused) << "running" << "Up 7 minutes";
+    }
+    void aChangeAppliedToTheRows()
+    {
+        QFETCH(QString, status);
+        QFETCH(int, kind);
+        const Container other{"bbbbbbbbbbbb", "db", "postgres", "running", "Up 1 hour", {}, {}};
+        const Container web{"aaaaaaaaaaaa", "web", "nginx", "running", status, {}, {}};
+        const auto rows = Docker::withChange({web, other}, {"aaaaaaaaaaaa0123456789", ContainerChange::Kind(kind), 137});
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows[1], other);
+        QTEST(rows[0].state, "state");
+        QTEST(rows[0].status, "statusAfter");
+    }
+    void aChangeToARowNotListedOrRemoved()
+    {
+        const Container web{"aaaaaaaaaaaa", "web", "nginx", "running", "Up 1 hour", {}, {}};
+        QCOMPARE(Docker::withChange({web}, {"ffff", ContainerChange::Kind::Died, 1}), QList<Container>{web});
+        QCOMPARE(Docker::withChange({web}, {"aaaaaaaaaaaa", ContainerChange::Kind::Destroyed, 0}), QList<Container>{});
     }
 };
 

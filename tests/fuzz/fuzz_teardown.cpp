@@ -29,6 +29,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
 
     for (const auto &line : fuzzBytes(data, size).split('\n'))
-        Docker::listsChangedBy(line);
+        Docker::readEvent(line);
     return 0;
 }

@@ -31,19 +31,12 @@ ComposeProject grouped(const QList<Container> &containers)
 class Registry : public QObject {
     Q_OBJECT
     QTemporaryDir m_tmp;
-    QString m_withCompose;
 
 private slots:
-    void initTestCase()
-    {
-        m_withCompose = m_tmp.filePath("holds-compose");
-        writeFile(m_withCompose + "/docker-compose.yml", "services: {}\n");
-    }
-
     void recordSkipsProjectsWithoutDirectory()
     {
         ProjectRegistry r;
-        r.record({grouped({member("nodir", "a", "a")})}, def);
+        r.record({grouped({member("nodir", "a", "a")})}, def, {});
         QVERIFY(!r.knows("nodir", def));
     }
 
@@ -51,44 +44,50 @@ private slots:
     {
         ProjectRegistry r;
         r.add({"shop", "/srv/shop", {"db", "web"}}, def);
-        r.record({grouped({member("shop", "shop-x", {}, "/srv/shop2")})}, def);
+        const DirectoryMap moved{{"/srv/shop", {}}, {"/srv/shop2", {true, true}}};
+        r.record({grouped({member("shop", "shop-x", {}, "/srv/shop2")})}, def, moved);
         QCOMPARE(r.projects(def), (QList<KnownProject>{{"shop", "/srv/shop2", {"db", "web"}}}));
         // Duplicate service labels are kept, sorted.
-        r.record({grouped({member("shop", "b", "web", "/srv/shop2"), member("shop", "a", "web", "/srv/shop2"), member("shop", "c", "B", "/srv/shop2")})}, def);
+        r.record({grouped({member("shop", "b", "web", "/srv/shop2"), member("shop", "a", "web", "/srv/shop2"), member("shop", "c", "B", "/srv/shop2")})}, def, moved);
         QCOMPARE(r.projects(def).first().services, QStringList({"B", "web", "web"}));
     }
 
+    // What the disk showed of the directory the labels name and of the one remembered: "yes"
+    // holds a compose file, "no" does not, "?" not looked at yet.
     void relocatedDirectorySurvives_data()
     {
         QTest::addColumn<QString>("labelled");
         QTest::addColumn<QString>("known");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("labelled gone, known holds compose") << "/nope/old" << "@COMPOSE" << "@COMPOSE";
-        QTest::newRow("known gone, labelled holds compose") << "@COMPOSE" << "/nope/remembered" << "@COMPOSE";
-        QTest::newRow("neither holds compose: labels win") << "/nope/a" << "/nope/b" << "/nope/a";
+        QTest::addColumn<QString>("merged");
+        QTest::addColumn<QString>("recorded");
+        QTest::newRow("labelled gone, known holds compose") << "no" << "yes" << "/srv/known" << "/srv/known";
+        QTest::newRow("known gone, labelled holds compose") << "yes" << "no" << "/srv/labelled" << "/srv/labelled";
+        QTest::newRow("neither holds compose: labels win") << "no" << "no" << "/srv/labelled" << "/srv/labelled";
+        QTest::newRow("labelled not looked at: nothing remembered changes") << "?" << "yes" << "/srv/labelled" << "/srv/known";
+        QTest::newRow("known not looked at") << "no" << "?" << "/srv/labelled" << "/srv/known";
     }
     void relocatedDirectorySurvives()
     {
         QFETCH(QString, labelled);
         QFETCH(QString, known);
-        QFETCH(QString, expected);
-        labelled.replace("@COMPOSE", m_withCompose);
-        known.replace("@COMPOSE", m_withCompose);
-        expected.replace("@COMPOSE", m_withCompose);
-
+        DirectoryMap dirs;
+        for (const auto &[dir, holds] : {std::pair("/srv/labelled", labelled), std::pair("/srv/known", known)}) {
+            if (holds != "?")
+                dirs.insert(dir, {true, holds == "yes"});
+        }
         ProjectRegistry r;
-        r.add({"shop", known, {"web"}}, def);
-        const auto discovered = grouped({member("shop", "shop-web-1", "web", labelled)});
-        QCOMPARE(ProjectRegistry::merge({discovered}, r.projects(def)).first().workingDir, expected);
-        r.record({discovered}, def);
-        QCOMPARE(r.projects(def).first().workingDir, expected);
+        r.add({"shop", "/srv/known", {"web"}}, def);
+        const auto discovered = grouped({member("shop", "shop-web-1", "web", "/srv/labelled")});
+        QTEST(*ProjectRegistry::merge({discovered}, r.projects(def), dirs).first().workingDir, "merged");
+        r.record({discovered}, def, dirs);
+        QTEST(r.projects(def).first().workingDir, "recorded");
     }
 
     void mergeFillsMissingDirectoryAndSorts()
     {
         const auto discovered = grouped({member("middle", "m-1")});
         const QList<KnownProject> known{{"zebra", "/z", {}}, {"middle", "/remembered", {"a", "b"}}, {"alpha", "/a", {"x"}}};
-        const auto merged = ProjectRegistry::merge({discovered}, known);
+        const auto merged = ProjectRegistry::merge({discovered}, known, {});
         QStringList order;
         for (const auto &p : merged)
             order << p.name;
@@ -117,7 +116,7 @@ private slots:
         const ProjectRegistry before = r;
         r.add({"z", "/z", {}}, std::nullopt);
         r.forget("a", std::nullopt);
-        r.record({grouped({member("q", "q", "q", "/q")})}, std::nullopt);
+        r.record({grouped({member("q", "q", "q", "/q")})}, std::nullopt, {});
         QCOMPARE(r, before);
         QVERIFY(!r.knows("a", std::nullopt));
     }

@@ -198,7 +198,7 @@ private slots:
         QCOMPARE(st->noticeText(), "DB has no value");
         QCOMPARE(st->error(), std::nullopt);
         QCOMPARE(m_engine->performed(), QList<EngineAction>{EngineAction::compose(Kind::ComposeUp, dir)});
-        st->down(shop);
+        QCoro::waitFor(st->down(shop));
         QVERIFY(settle(*st));
         QCOMPARE(m_engine->performed().last(), EngineAction::compose(Kind::ComposeDown, dir));
 
@@ -206,9 +206,22 @@ private slots:
         QVERIFY(QDir(dir).removeRecursively());
         QSignalSpy busy(st.get(), &AppStore::busyChanged);
         QCoro::waitFor(st->up(shop));
-        st->down(shop);
+        QCoro::waitFor(st->down(shop));
         QCOMPARE(busy.size(), 0);
         QCOMPARE(m_engine->performed().size(), 2);
+    }
+
+    // The disk is read on a thread of its own; the store keeps what it said and reads again
+    // when the projects change or the window is shown.
+    void directoriesAreLookedAtAgain()
+    {
+        auto st = store();
+        const QString dir = m_tmp.path();
+        QTRY_COMPARE(st->directories().value(dir), (DirectoryFacts{true, false}));
+        writeFile(dir + "/compose.yaml", "services: {}\n");
+        st->setWindowVisible(true);
+        QTRY_COMPARE(st->directories().value(dir), (DirectoryFacts{true, true}));
+        QFile::remove(dir + "/compose.yaml");
     }
 
     void addRelocateForget()
@@ -334,6 +347,24 @@ private slots:
             m_engine->emitEvent(R"({"Type":"container","Action":"create"})");
         QTRY_COMPARE(counts(), std::pair(containers + 2, images + 1));
 
+        // A container's stop shows before any listing, and a listing begun before the event
+        // cannot undo it: the row never flickers back.
+        m_engine->hold(Call::Images);
+        m_engine->emitEvent(R"({"Type":"image","Action":"tag"})");
+        QTRY_COMPARE(m_engine->calls(Call::Images), images + 2);
+        QStringList shown;
+        const auto watching = connect(st.get(), &AppStore::containersChanged, this, [&] { shown << find(*st, "web")->status; });
+        m_engine->emitEvent(R"({"Type":"container","Action":"die","Actor":{"ID":"web-id0123","Attributes":{"exitCode":"137"}}})");
+        QCOMPARE(shown, QStringList{"Exited (137) Less than a second ago"});
+        FakeEngine::Holdings h = m_engine->holdings();
+        h.containers[0].state = "exited";
+        h.containers[0].status = shown.first();
+        m_engine->setHoldings(h);
+        m_engine->release(Call::Images);
+        QTRY_COMPARE(counts(), std::pair(containers + 3, images + 2));
+        QCOMPARE(shown, QStringList{"Exited (137) Less than a second ago"});
+        disconnect(watching);
+
         // A stream that ends hands over to the poll at once, which lists everything...
         FakeStream *stream = m_engine->eventStreams().first();
         stream->end();
@@ -385,7 +416,7 @@ private slots:
     void aHungClientEndsAtTheDeadline()
     {
         Docker::Launch hung;
-        hung.launcher = writeExecutable(m_tmp.filePath("hung-docker"), "#!/bin/sh\nexec sleep 300\n");
+        hung.launcher = writeExecutable(m_tmp.filePath("hung-docker"), "#!/bin/sh\nexec sleep 3\n");
         hung.queryDeadline = std::chrono::milliseconds(1500);
         Docker::setLaunch(hung);
         AppStore st(m_settings.get(), std::make_shared<CliEngine>(), quietTiming());
@@ -393,11 +424,15 @@ private slots:
         QTimer tick;
         tick.callOnTimeout([&] { ++ticks; });
         tick.start(20);
+        // An action has no deadline; it waits on a thread that no listing needs.
+        st.stop(row("web"));
         st.refresh();
         QVERIFY(QTest::qWaitFor([&] { return ticks >= 10; }, 1000));
         QVERIFY(!st.error());
         QTRY_COMPARE_WITH_TIMEOUT(st.errorText(), "docker ps did not answer within 1.5 s", 10000);
         QTRY_COMPARE(AppStore::workers()->activeThreadCount(), 0);
+        QCOMPARE(AppStore::actionWorkers()->activeThreadCount(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(!st.busy(), 10000);
         Docker::setLaunch({});
     }
 

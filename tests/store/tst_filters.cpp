@@ -72,7 +72,7 @@ private slots:
         const QList<KnownProject> known{{"storefront", "/srv/storefront", {"php", "db"}}, {"media", "/srv/media", {"db"}}};
         const auto build = [&](const QString &filter) {
             const QString q = Filters::query(filter);
-            return names(Filters::projects(ProjectRegistry::merge(Docker::group(Filters::containers(all, q)), known), q), &ComposeProject::name);
+            return names(Filters::projects(ProjectRegistry::merge(Docker::group(Filters::containers(all, q)), known, {}), q), &ComposeProject::name);
         };
         QCOMPARE(build(""), QStringList({"media", "shop", "storefront"}));
         QCOMPARE(build("STORE"), QStringList({"storefront"}));   // registered, nothing running

@@ -2,17 +2,15 @@
 
 #include "docker.h"
 
-#include <QFileInfo>
 #include <QSet>
 
-void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose)
+void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose, const DirectoryMap &dirs)
 {
     QList<ProjectRow> rows;
     rows.reserve(projects.size());
     for (const ComposeProject &p : projects) {
-        const bool exists = p.workingDir && QFileInfo(*p.workingDir).isDir();
-        const bool composeFile = exists && Docker::composeFile(*p.workingDir).has_value();
-        rows.append({p, exists, ProjectCard::state(p, exists, composeFile)});
+        const DirectoryFacts facts = p.workingDir ? ProjectDirectory::factsOf(dirs, *p.workingDir) : DirectoryFacts{};
+        rows.append({p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile)});
     }
     if (!loose.isEmpty())
         rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, loose, 0}, false, {}, true});

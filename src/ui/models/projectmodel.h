@@ -4,6 +4,7 @@
 #include "containermodel.h"
 #include "keyedlistmodel.h"
 #include "projectcard.h"
+#include "projectdirectory.h"
 
 #include <QHash>
 #include <QtQml/qqmlregistration.h>
@@ -47,8 +48,8 @@ public:
 
     using KeyedRowsModel::KeyedRowsModel;
 
-    // Looks at each project's directory on the disk; loose containers make a last row.
-    void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {});
+    // dirs: what the disk showed of the projects' directories. Loose containers make a last row.
+    void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {}, const DirectoryMap &dirs = {});
     // The same with the disk's answers given: they line up with projects.
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime);

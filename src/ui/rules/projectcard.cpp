@@ -2,7 +2,6 @@
 
 #include "docker.h"
 
-#include <QFileInfo>
 
 namespace ProjectCard {
 
@@ -25,12 +24,6 @@ CardState state(const ComposeProject &project, bool directoryExists, bool hasCom
     if (project.runningCount() == 0)
         return {QStringLiteral("Not running"), QString(), true};
     return {QString(), QString(), true};
-}
-
-CardState state(const ComposeProject &project)
-{
-    const bool exists = project.workingDir && QFileInfo(*project.workingDir).isDir();
-    return state(project, exists, exists && Docker::composeFile(*project.workingDir).has_value());
 }
 
 QString directoryLine(const ComposeProject &project, bool directoryExists)

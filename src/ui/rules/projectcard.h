@@ -17,8 +17,6 @@ struct CardState {
 namespace ProjectCard {
 // The card's state from what the disk shows: decided in a fixed order, first match wins.
 CardState state(const ComposeProject &project, bool directoryExists, bool hasComposeFile);
-// The same, looking at the disk.
-CardState state(const ComposeProject &project);
 // The line under the card's name.
 QString directoryLine(const ComposeProject &project, bool directoryExists);
 // The question "Down" asks before it acts.

@@ -57,7 +57,7 @@ void Shell::updateContainers()
 
 void Shell::updateProjects()
 {
-    m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()));
+    m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories());
 }
 
 void Shell::updateStale()

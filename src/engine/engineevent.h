@@ -1,0 +1,25 @@
+#pragma once
+
+#include "listings.h"
+
+#include <QString>
+#include <optional>
+
+// A container's state as one event settles it, before any listing confirms it: the event
+// stream tells of a stop before a `ps` child could have started.
+struct ContainerChange {
+    enum class Kind { Started, Died, Paused, Unpaused, Destroyed };
+    // The engine's full id; listings show a prefix of it.
+    QString id;
+    Kind kind = Kind::Started;
+    int exitCode = 0;
+    friend bool operator==(const ContainerChange &, const ContainerChange &) = default;
+};
+
+// What one line of the event stream says.
+struct EngineEvent {
+    // The lists that may differ from the last listing.
+    Listings lists;
+    std::optional<ContainerChange> container;
+    friend bool operator==(const EngineEvent &, const EngineEvent &) = default;
+};
