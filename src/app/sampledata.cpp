@@ -115,7 +115,10 @@ QString logText()
         "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:15:40 +0000] \"GET / HTTP/1.1\" 200 615 \"-\" \"curl/8.5.0\"\n"
         "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:15:41 +0000] \"GET /assets/app.css HTTP/1.1\" 200 4810\n"
         "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:16:03 +0000] \"GET /favicon.ico HTTP/1.1\" 404 153\n"
-        "cache-1     | 1:M 22 Nov 2026 09:14:01.552 * Ready to accept connections tcp\n");
+        "cache-1     | 1:M 22 Nov 2026 09:14:01.552 * Ready to accept connections tcp\n"
+        "frontend-1  | \x1b[32m✓\x1b[0m assets built in \x1b[1m412 ms\x1b[0m\n"
+        "frontend-1  | \x1b[33mwarn\x1b[0m  \x1b[2mcache miss for\x1b[0m /favicon.ico\n"
+        "cache-1     | 1:M 22 Nov 2026 09:16:10.004 \x1b[31m# WARNING\x1b[0m memory overcommit must be enabled\n");
 }
 
 QList<std::pair<QString, ExecResult>> commands()

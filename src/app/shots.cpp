@@ -135,7 +135,7 @@ const QList<Scene> &scenes()
              stage.engine->setLogOutput(SampleData::logText().toUtf8());
              auto *follower = caught<LogFollower>(stage.actions(), &Actions::logsRequested,
                                                   [&] { stage.actions().perform(Verb::ProjectLogs, website); });
-             waitUntil([&] { return !follower->text().isEmpty(); });
+             waitUntil([&] { return follower->transcript()->total() > 0; });
          }},
         {QStringLiteral("sheet-exec"), Category::Containers, [](Stage &stage) {
              const auto commands = SampleData::commands();

@@ -124,9 +124,12 @@ QStringList CliEngine::arguments(const EngineAction &action)
 
 QStringList CliEngine::logArguments(const LogSource &source)
 {
+    QStringList args = source.isProject() ? QStringList{"compose", "logs", "-f", "--tail", "300"} : QStringList{"logs", "-f", "--tail", "300"};
+    if (source.timestamps)
+        args << "--timestamps";
     if (const auto *c = std::get_if<Container>(&source.subject))
-        return {"logs", "-f", "--tail", "300", c->id};
-    return {"compose", "logs", "-f", "--tail", "300"};
+        args << c->id;
+    return args;
 }
 
 QStringList CliEngine::eventArguments()

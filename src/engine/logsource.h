@@ -9,9 +9,11 @@
 // Whose logs to follow: one container, or every service of a compose project.
 struct LogSource {
     std::variant<Container, ComposeProject> subject;
+    // Each line starts with the engine's time for it.
+    bool timestamps = false;
 
-    static LogSource container(const Container &c) { return {c}; }
-    static LogSource project(const ComposeProject &p) { return {p}; }
+    static LogSource container(const Container &c) { return {c, false}; }
+    static LogSource project(const ComposeProject &p) { return {p, false}; }
     bool isProject() const { return std::holds_alternative<ComposeProject>(subject); }
     // The project's directory, where compose finds it.
     std::optional<QString> workingDir() const

@@ -41,8 +41,7 @@ void ExecConsole::run()
     const QString command = Docker::trimBlanks(m_command).toString();
     if (command.isEmpty() || m_running)
         return;
-    m_output += QStringLiteral("$ ") + command + u'\n';
-    emit outputChanged();
+    add(QStringLiteral("$ ") + command + u'\n');
     setCommand(QString());
     setRunning(true);
 
@@ -54,10 +53,17 @@ void ExecConsole::run()
         const QString result = co_await future;
         if (!self)
             co_return;
-        self->m_output += result;
-        emit self->outputChanged();
+        self->add(result);
         self->setRunning(false);
     }(this, m_engine, m_container.id, m_runtime, command, m_closed);
+}
+
+void ExecConsole::add(const QString &text)
+{
+    QList<LogLine> lines;
+    for (Ansi::Line &line : Ansi::parse(text))
+        lines.append({std::move(line), {}, {}});
+    m_transcript.append(lines);
 }
 
 void ExecConsole::setRunning(bool running)

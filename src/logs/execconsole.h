@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine.h"
+#include "transcript.h"
 
 #include <QObject>
 #include <memory>
@@ -11,7 +12,7 @@
 class ExecConsole : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString command READ command WRITE setCommand NOTIFY commandChanged)
-    Q_PROPERTY(QString output READ output NOTIFY outputChanged)
+    Q_PROPERTY(Transcript *transcript READ transcript CONSTANT)
     Q_PROPERTY(bool running READ running NOTIFY runningChanged)
     Q_PROPERTY(QString containerName READ containerName CONSTANT)
 
@@ -22,7 +23,7 @@ public:
 
     const QString &command() const { return m_command; }
     void setCommand(const QString &command);
-    const QString &output() const { return m_output; }
+    Transcript *transcript() { return &m_transcript; }
     bool running() const { return m_running; }
     QString containerName() const { return m_container.name; }
 
@@ -34,17 +35,17 @@ public:
 
 signals:
     void commandChanged();
-    void outputChanged();
     void runningChanged();
 
 private:
     void setRunning(bool running);
+    void add(const QString &text);
 
     std::shared_ptr<const Engine> m_engine;
     Container m_container;
     std::optional<Runtime> m_runtime;
     QString m_command;
-    QString m_output;
+    Transcript m_transcript;
     bool m_running = false;
     std::shared_ptr<std::atomic_bool> m_closed = std::make_shared<std::atomic_bool>(false);
 };

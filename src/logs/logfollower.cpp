@@ -26,8 +26,7 @@ void LogFollower::start()
     connect(m_stream.get(), &EngineStream::readyRead, this, &LogFollower::readAvailable);
     connect(m_stream.get(), &EngineStream::runningChanged, this, &LogFollower::runningChanged);
     connect(m_stream.get(), &EngineStream::failedToStart, this, [this](const QString &message) {
-        m_text = appended(m_text, QStringLiteral("cannot run docker: ") + message + u'\n');
-        emit textChanged();
+        add(QString(QStringLiteral("cannot run docker: ") + message + u'\n'));
     });
     m_stream->start();
 }
@@ -41,6 +40,22 @@ void LogFollower::stop()
     emit runningChanged();
 }
 
+void LogFollower::setTimestamps(bool timestamps)
+{
+    if (m_source.timestamps == timestamps)
+        return;
+    m_source.timestamps = timestamps;
+    emit timestampsChanged();
+    // The lines so far came without times (or with them): read the last 300 again.
+    const bool wasRunning = m_stream != nullptr;
+    stop();
+    m_stream.reset();
+    m_parser = {};
+    m_transcript.clear();
+    if (wasRunning)
+        start();
+}
+
 void LogFollower::readAvailable()
 {
     const QByteArray chunk = m_stream->readAll();
@@ -48,20 +63,14 @@ void LogFollower::readAvailable()
         return;
     // A chunk that is not valid UTF-8 is dropped whole.
     const QString decoded = Docker::utf8(chunk);
-    if (decoded.isEmpty())
-        return;
-    m_text = appended(std::move(m_text), decoded);
-    emit textChanged();
+    if (!decoded.isEmpty())
+        add(decoded);
 }
 
-QString LogFollower::appended(QString text, const QString &chunk)
+void LogFollower::add(QStringView text)
 {
-    text += chunk;
-    if (text.size() >= trimAt) {
-        text = text.right(keep);
-        // Never start on the second half of a surrogate pair.
-        if (!text.isEmpty() && text.front().isLowSurrogate())
-            text.remove(0, 1);
-    }
-    return text;
+    QList<LogLine> lines;
+    for (Ansi::Line &line : m_parser.feed(text))
+        lines.append(LogLines::read(std::move(line), m_source.isProject(), m_source.timestamps));
+    m_transcript.append(lines);
 }

@@ -30,9 +30,9 @@ QList<qint64> processesWith(const QStringList &words)
     return pids;
 }
 
-bool waitForText(const LogFollower &f, const QString &needle)
+bool waitForText(LogFollower &f, const QString &needle)
 {
-    return QTest::qWaitFor([&] { return f.text().contains(needle); }, 20000);
+    return QTest::qWaitFor([&] { return f.transcript()->plainText().contains(needle); }, 20000);
 }
 }
 
@@ -53,11 +53,11 @@ class LogsLive : public QObject {
     QString runExec(ExecConsole &console, const QString &command)
     {
         console.setCommand(command);
-        const QString before = console.output();
+        const QString before = console.transcript()->plainText();
         console.run();
         if (!QTest::qWaitFor([&] { return !console.running(); }, 20000))
             return "timed out";
-        return console.output().mid(before.size());
+        return console.transcript()->plainText().mid(before.size());
     }
 
 private slots:
@@ -73,7 +73,7 @@ private slots:
     void followsEveryServiceOfAProject()
     {
         const QByteArray svc = "    image: " + engineImage().toUtf8() + "\n";
-        ComposeDir dir("services:\n  alpha:\n" + svc + "    command: [\"sh\", \"-c\", \"echo from-alpha; echo err-alpha >&2; exec sleep 3600\"]\n"
+        ComposeDir dir("services:\n  alpha:\n" + svc + "    command: [\"sh\", \"-c\", \"printf '\\\\033[32mfrom-alpha\\\\033[0m\\\\n'; echo err-alpha >&2; exec sleep 3600\"]\n"
                        "  beta:\n" + svc + "    command: [\"sh\", \"-c\", \"echo from-beta; exec sleep 3600\"]\n");
         QCOMPARE(docker({"compose", "up", "-d"}, dir.path()).status, 0);
         {
@@ -82,6 +82,10 @@ private slots:
             QVERIFY(waitForText(follower, "from-alpha"));
             QVERIFY(waitForText(follower, "from-beta"));
             QVERIFY(waitForText(follower, "err-alpha"));   // standard error in the same text
+            // Colour is style, never text; each line knows its service.
+            Transcript &lines = *follower.transcript();
+            QVERIFY(!lines.plainText().contains(QChar(0x1b)) && !lines.plainText().contains("[32m"));
+            QCOMPARE(lines.services(), QStringList({"alpha-1", "beta-1"}));
             QVERIFY(!processesWith({"compose", "logs", "--tail"}).isEmpty());
         }
         // Gone with the follower, the compose plugin included.

@@ -85,7 +85,7 @@ public:
     }
     Q_INVOKABLE void more(QObject *follower, int lines)
     {
-        const qsizetype before = qobject_cast<LogFollower *>(follower)->text().count(u'\n');
+        const int before = qobject_cast<LogFollower *>(follower)->transcript()->total();
         QByteArray text;
         for (int i = 0; i < lines; ++i)
             text += QByteArray("line ") + QByteArray::number(before + i + 1) + '\n';

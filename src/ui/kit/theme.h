@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kor.h"
+#include "transcript.h"
 
 #include <QColor>
 #include <QFont>
@@ -71,6 +72,10 @@ public:
     QColor scrim() const { return QColor(0, 0, 0, dark() ? 153 : 102); }
 
     Q_INVOKABLE QFont varied(const QString &name, int weight, qreal size) const { return Kor::varied(name, weight, size); }
+    // The terminal's sixteen colours, find's marks and the services' colours for this reading.
+    TranscriptPalette transcriptPalette() const;
+    // Gives a transcript this reading's colours; views call it again when the reading changes.
+    Q_INVOKABLE void paint(Transcript *transcript) const;
 
     QColor chrome() const { return m_colors.value(QStringLiteral("chrome")); }
     QColor card() const { return m_colors.value(QStringLiteral("card")); }

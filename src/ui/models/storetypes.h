@@ -31,6 +31,13 @@ struct LogFollowerForeign {
     QML_UNCREATABLE("Made for a container or project by Actions")
 };
 
+struct TranscriptForeign {
+    Q_GADGET
+    QML_FOREIGN(Transcript)
+    QML_NAMED_ELEMENT(Transcript)
+    QML_UNCREATABLE("Each log and exec sheet has its own")
+};
+
 struct ExecConsoleForeign {
     Q_GADGET
     QML_FOREIGN(ExecConsole)

@@ -8,6 +8,7 @@ Sheet {
     id: sheet
 
     property ExecConsole console: null
+    property Actions actions: null
 
     function show(target: ExecConsole) {
         sheet.console = target;
@@ -17,6 +18,7 @@ Sheet {
 
     width: 760
     height: 480
+    closePolicy: transcript.findOpen ? Popup.NoAutoClose : Popup.CloseOnEscape
     onClosed: sheet.console = null
 
     ColumnLayout {
@@ -45,56 +47,25 @@ Sheet {
                 }
             }
             KorButton {
+                text: "Copy"
+                iconName: "doc.on.doc"
+                enabled: sheet.console !== null && sheet.console.transcript.total > 0
+                onClicked: sheet.actions.copyText(sheet.console.transcript)
+            }
+            KorButton {
                 text: "Close"
                 onClicked: sheet.close()
             }
         }
-        Rectangle {
+        TranscriptView {
+            id: transcript
+
             Layout.fillWidth: true
             Layout.fillHeight: true
-            color: Theme.page
-            border.color: Theme.line
-            radius: 9
-
-            Flickable {
-                id: flick
-
-                anchors.fill: parent
-                anchors.margins: 10
-                clip: true
-                contentWidth: width
-                contentHeight: output.height
-                boundsBehavior: Flickable.StopAtBounds
-                ScrollBar.vertical: ScrollBar {}
-
-                TextEdit {
-                    id: output
-
-                    objectName: "transcript"
-                    width: flick.width
-                    readOnly: true
-                    selectByMouse: true
-                    wrapMode: TextEdit.WrapAnywhere
-                    text: sheet.console ? sheet.console.output : ""
-                    color: Theme.inkSoft
-                    selectionColor: Theme.ion
-                    selectedTextColor: Theme.onAccent
-                    font: Theme.varied("JetBrains Mono", 400, 11.5)
-                    Accessible.role: Accessible.EditableText
-                    Accessible.name: "Transcript"
-                    onTextChanged: flick.contentY = Math.max(0, output.height - flick.height)
-                }
-            }
-            Text {
-                anchors.centerIn: parent
-                width: parent.width - 60
-                visible: output.text === ""
-                text: "Runs `sh -c` in the container. Not a terminal: no prompts, no curses apps."
-                color: Theme.muted
-                font: Theme.varied("Inter", 400, 12.5)
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.Wrap
-            }
+            transcript: sheet.console ? sheet.console.transcript : null
+            accessibleName: "Transcript"
+            findName: "Find in transcript"
+            emptyText: "Runs `sh -c` in the container. Not a terminal: no prompts, no curses apps."
         }
         RowLayout {
             Layout.fillWidth: true

@@ -1,5 +1,7 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
+import QtQuick.Dialogs
 import QtQuick.Layouts
 import Korvat
 
@@ -8,45 +10,33 @@ Sheet {
     id: sheet
 
     property LogFollower follower: null
+    property Actions actions: null
     property string subject: ""
-    // The reader is at the end: new output keeps them there. Scrolled up, it leaves them be.
-    property bool following: true
-    // Set while the sheet itself scrolls, so only the reader's scrolling changes following.
-    property bool scrolling: false
 
     function show(source: LogFollower, name: string) {
         sheet.follower = source;
         sheet.subject = name;
-        sheet.following = true;
-        transcript.text = source ? source.text : "";
         sheet.open();
-        sheet.scrolling = true;
-        flick.contentY = Math.max(0, transcript.height - flick.height);
-        sheet.scrolling = false;
         if (source)
             source.start();
     }
 
-    width: Math.min(880, parent ? parent.width - 60 : 880)
-    height: Math.min(560, parent ? parent.height - 60 : 560)
+    width: Math.min(960, parent ? parent.width - 60 : 960)
+    height: Math.min(620, parent ? parent.height - 60 : 620)
+    closePolicy: transcript.findOpen ? Popup.NoAutoClose : Popup.CloseOnEscape
     onClosed: {
         if (sheet.follower)
             sheet.follower.stop();
         sheet.follower = null;
-        transcript.text = "";
     }
 
-    Connections {
-        function onTextChanged() {
-            transcript.text = sheet.follower.text;
-            if (sheet.following) {
-                sheet.scrolling = true;
-                flick.contentY = Math.max(0, transcript.height - flick.height);
-                sheet.scrolling = false;
-            }
-        }
+    FileDialog {
+        id: saveDialog
 
-        target: sheet.follower
+        title: "Save log"
+        fileMode: FileDialog.SaveFile
+        nameFilters: ["Log files (*.log *.txt)", "All files (*)"]
+        onAccepted: sheet.actions.saveText(sheet.follower.transcript, saveDialog.selectedFile)
     }
     ColumnLayout {
         anchors.fill: parent
@@ -73,14 +63,46 @@ Sheet {
                     caption: sheet.follower ? sheet.follower.header : ""
                 }
             }
+            KorComboBox {
+                id: services
+
+                objectName: "serviceChooser"
+                visible: sheet.follower !== null && sheet.follower.project && count > 1
+                model: sheet.follower ? sheet.follower.transcript.serviceChoices : []
+                Accessible.name: "Service"
+                onActivated: index => sheet.follower.transcript.chooseService(index)
+            }
+            KorButton {
+                objectName: "timestamps"
+                variant: sheet.follower && sheet.follower.timestamps ? "quiet" : "ghost"
+                iconName: "clock.plain"
+                text: "Times"
+                help: "Show when each line was written"
+                checkable: true
+                checked: sheet.follower ? sheet.follower.timestamps : false
+                Accessible.checkable: true
+                Accessible.checked: checked
+                onToggled: sheet.follower.timestamps = checked
+            }
+            KorButton {
+                variant: "ghost"
+                iconName: "magnifyingglass"
+                help: "Find in logs (Ctrl+F)"
+                onClicked: transcript.openFind()
+            }
             KorButton {
                 text: "Copy"
                 iconName: "doc.on.doc"
-                enabled: transcript.text !== ""
+                enabled: sheet.follower !== null && sheet.follower.transcript.total > 0
+                onClicked: sheet.actions.copyText(sheet.follower.transcript)
+            }
+            KorButton {
+                text: "Save…"
+                iconName: "square.and.arrow.down"
+                enabled: sheet.follower !== null && sheet.follower.transcript.total > 0
                 onClicked: {
-                    transcript.selectAll();
-                    transcript.copy();
-                    transcript.deselect();
+                    saveDialog.selectedFile = sheet.actions.saveLocation(sheet.subject);
+                    saveDialog.open();
                 }
             }
             KorButton {
@@ -88,49 +110,13 @@ Sheet {
                 onClicked: sheet.close()
             }
         }
-        Rectangle {
+        TranscriptView {
+            id: transcript
+
             Layout.fillWidth: true
             Layout.fillHeight: true
-            color: Theme.page
-            border.color: Theme.line
-            radius: 9
-
-            Flickable {
-                id: flick
-
-                objectName: "logScroll"
-                anchors.fill: parent
-                anchors.margins: 10
-                clip: true
-                contentWidth: width
-                contentHeight: transcript.height
-                boundsBehavior: Flickable.StopAtBounds
-                onContentYChanged: if (!sheet.scrolling) sheet.following = flick.contentY >= flick.contentHeight - flick.height - 4
-                ScrollBar.vertical: ScrollBar {}
-
-                TextEdit {
-                    id: transcript
-
-                    objectName: "logText"
-                    width: flick.width
-                    readOnly: true
-                    selectByMouse: true
-                    wrapMode: TextEdit.WrapAnywhere
-                    color: Theme.inkSoft
-                    selectionColor: Theme.ion
-                    selectedTextColor: Theme.onAccent
-                    font: Theme.varied("JetBrains Mono", 400, 11.5)
-                    Accessible.role: Accessible.EditableText
-                    Accessible.name: "Log output"
-                }
-            }
-            Text {
-                anchors.centerIn: parent
-                visible: transcript.text === ""
-                text: "waiting for output…"
-                color: Theme.muted
-                font: Theme.varied("JetBrains Mono", 400, 11.5)
-            }
+            transcript: sheet.follower ? sheet.follower.transcript : null
+            emptyText: "waiting for output…"
         }
     }
 }

@@ -36,9 +36,13 @@ Item {
 
     LogsSheet {
         id: logs
+
+        actions: root.actions
     }
     ExecSheet {
         id: exec
+
+        actions: root.actions
     }
     CommitSheet {
         id: commit

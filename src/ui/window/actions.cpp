@@ -9,6 +9,10 @@
 #include "terminal.h"
 
 #include <QClipboard>
+#include <QCoroFuture>
+#include <QDateTime>
+#include <QSaveFile>
+#include <QtConcurrent>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -80,6 +84,37 @@ void Actions::commit(const QString &id, const QString &imageName)
 void Actions::copyId(const QString &id)
 {
     QGuiApplication::clipboard()->setText(id);
+}
+
+void Actions::copyText(Transcript *transcript)
+{
+    if (transcript)
+        QGuiApplication::clipboard()->setText(transcript->plainText());
+}
+
+QUrl Actions::saveLocation(const QString &subject)
+{
+    QString name = subject.isEmpty() ? QStringLiteral("log") : subject;
+    name.replace(u'/', u'-');
+    name += QDateTime::currentDateTime().toString(QStringLiteral(" yyyy-MM-dd HHmm")) + QStringLiteral(".log");
+    return QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + u'/' + name);
+}
+
+void Actions::saveText(Transcript *transcript, const QUrl &file)
+{
+    if (!transcript || !file.isLocalFile())
+        return;
+    [](QPointer<AppStore> store, QString path, QString text) -> QCoro::Task<> {
+        auto written = QtConcurrent::run([path, text]() -> QString {
+            QSaveFile out(path);
+            if (!out.open(QIODevice::WriteOnly) || out.write(text.toUtf8()) < 0 || !out.commit())
+                return out.errorString();
+            return {};
+        });
+        const QString problem = co_await written;
+        if (store && !problem.isEmpty())
+            store->reportError(QStringLiteral("Could not save the log to %1: %2").arg(path, problem));
+    }(m_store, file.toLocalFile(), transcript->plainText());
 }
 
 void Actions::openTerminal(const QString &id)

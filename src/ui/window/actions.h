@@ -57,6 +57,14 @@ public:
     Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
     void reveal(const QString &project);
 
+    // A log's or transcript's text without styles: to the clipboard, or to a file (written
+    // off the window's thread; a failure goes to the banner).
+    Q_INVOKABLE void copyText(Transcript *transcript);
+    Q_INVOKABLE void saveText(Transcript *transcript, const QUrl &file);
+    // Where the save dialog proposes to write: the documents folder, the subject and the
+    // time, "shop-web-1 2026-11-23 1657.log".
+    Q_INVOKABLE static QUrl saveLocation(const QString &subject);
+
 signals:
     // The sheets a verb opens, with the state each shows; a sheet owns what it is given and
     // lets it go when it closes.
