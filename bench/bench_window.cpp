@@ -7,12 +7,17 @@
 //   switch  switching to the Projects section with 200 containers in 20 projects, to its
 //           first frame, and whether a poll that changes one container makes any card or
 //           row anew
+//   logs    a container printing 100,000 coloured lines as fast as they come into the logs
+//           sheet: the longest stall of the window's thread and between frames, resident
+//           memory once the buffer is full and at the end, and find over the whole buffer
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
 #include "cliengine.h"
 #include "desktop.h"
 #include "fakeengine.h"
+#include "actions.h"
+#include "logfollower.h"
 #include "shell.h"
 
 #include <QApplication>
@@ -248,6 +253,82 @@ int switchToProjects(QSettings &settings)
 
 }
 
+int logs(QSettings &settings)
+{
+    auto engine = std::make_shared<FakeEngine>();
+    Desktop::Session session(&settings, false, {engine, quiet()});
+    FakeEngine::Holdings state = fleet();
+    showFleet(session, *engine, state);
+    LogFollower *follower = nullptr;
+    QObject::connect(&session.actions(), &Actions::logsRequested, [&](LogFollower *f, const QString &) { follower = f; });
+    session.actions().perform(Verb::ContainerLogs, state.containers.first().id);
+    wait(500);
+    FakeStream *stream = engine->logStreams().constLast();
+    if (!follower || !stream) {
+        out << "logs: the sheet did not open\n";
+        return 1;
+    }
+
+    QElapsedTimer clock;
+    clock.start();
+    qint64 lastFrame = -1, worstFrameGap = 0;
+    const auto swapped = QObject::connect(session.window(), &QQuickWindow::frameSwapped, [&] {
+        const qint64 now = clock.elapsed();
+        if (lastFrame >= 0)
+            worstFrameGap = std::max(worstFrameGap, now - lastFrame);
+        lastFrame = now;
+    });
+    // A chunk of 1,000 lines whenever the loop comes back to the writer, as a pipe delivers
+    // them to a reader that keeps up; the writer's own gaps are the thread's stalls.
+    int written = 0;
+    qint64 lastTick = -1, worstStall = 0;
+    double fullMb = 0;
+    QEventLoop done;
+    QTimer writer;
+    writer.setInterval(0);
+    QObject::connect(&writer, &QTimer::timeout, [&] {
+        const qint64 now = clock.elapsed();
+        if (lastTick >= 0)
+            worstStall = std::max(worstStall, now - lastTick);
+        lastTick = now;
+        QByteArray text;
+        for (int i = 0; i < 1000; ++i, ++written)
+            text += "\x1b[32mINFO\x1b[0m request " + QByteArray::number(written) + " handled in \x1b[1m12 ms\x1b[0m for /api/items?page=3\n";
+        stream->write(text);
+        if (written == 50000)
+            fullMb = residentMb();
+        if (written >= 100000) {
+            writer.stop();
+            done.quit();
+        }
+    });
+    writer.start();
+    done.exec();
+    const double seconds = clock.elapsed() / 1000.0;
+    wait(500);
+    QObject::disconnect(swapped);
+    const double endMb = residentMb();
+
+    Transcript &lines = *follower->transcript();
+    const auto timed = [&](const QString &text, bool regex) {
+        lines.setFindText(QString());
+        lines.setRegex(regex);
+        QElapsedTimer t;
+        t.start();
+        lines.setFindText(text);
+        return t.nsecsElapsed() / 1e6;
+    };
+    const double plain = timed(QStringLiteral("request 9999"), false);
+    const double regex = timed(QStringLiteral("request 9\\d{4} "), true);
+    out << "100,000 lines in " << QString::number(seconds, 'f', 1) << " s: longest stall of the window's thread "
+        << worstStall << " ms, between frames " << worstFrameGap << " ms (budget 50)\n";
+    out << "buffer holds " << lines.total() << " lines; resident " << QString::number(fullMb, 'f', 1) << " MB at 50,000 lines, "
+        << QString::number(endMb, 'f', 1) << " MB at 100,000\n";
+    out << "find over the buffer: " << QString::number(plain, 'f', 2) << " ms plain, " << QString::number(regex, 'f', 2)
+        << " ms regular expression (budget 10); " << lines.findStatus() << '\n';
+    return 0;
+}
+
 int main(int argc, char **argv)
 {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -265,6 +346,8 @@ int main(int argc, char **argv)
         return apply(settings);
     if (mode == QLatin1String("switch"))
         return switchToProjects(settings);
-    out << "usage: bench_window frame|idle [seconds]|apply|switch\n";
+    if (mode == QLatin1String("logs"))
+        return logs(settings);
+    out << "usage: bench_window frame|idle [seconds]|apply|switch|logs\n";
     return 2;
 }
