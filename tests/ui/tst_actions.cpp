@@ -66,6 +66,7 @@ private slots:
     void noTerminalSaysSo();
     void revealAsksTheFileManager();
     void loginToggleWritesTheAutostartEntry();
+    void logsLeaveAsPlainText();
 
 private:
     QTemporaryDir m_dir;
@@ -169,6 +170,30 @@ void TestActions::loginToggleWritesTheAutostartEntry()
     QVERIFY(!settings.openAtLogin());
     QCOMPARE(settings.loginError(), QStringLiteral("Could not enable this: cannot write ") + entry);
     qunsetenv("XDG_CONFIG_HOME");
+}
+
+// Copy and Save give the text without its colours; a file that cannot be written says why.
+void TestActions::logsLeaveAsPlainText()
+{
+    Transcript lines;
+    QList<LogLine> read;
+    for (Ansi::Line &line : Ansi::parse(u"\x1b[32mready\x1b[0m in 412 ms\nnext\n"))
+        read.append({std::move(line), {}, {}});
+    lines.append(read);
+    m_actions->copyText(&lines);
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("ready in 412 ms\nnext\n"));
+
+    const QString file = m_dir.filePath(QStringLiteral("web-1.log"));
+    m_actions->saveText(&lines, QUrl::fromLocalFile(file));
+    QTRY_VERIFY(QFile::exists(file));
+    QFile saved(file);
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(saved.readAll(), QByteArray("ready in 412 ms\nnext\n"));
+
+    m_actions->saveText(&lines, QUrl::fromLocalFile(m_dir.filePath(QStringLiteral("missing/dir/web-1.log"))));
+    QTRY_VERIFY(m_store->error());
+    QVERIFY(m_store->errorText().startsWith(QStringLiteral("Could not save the log to ")));
+    QVERIFY(Actions::saveLocation(QStringLiteral("shop/web")).fileName().startsWith(QStringLiteral("shop-web ")));
 }
 
 QTEST_MAIN(TestActions)
