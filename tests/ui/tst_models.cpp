@@ -151,7 +151,7 @@ void TestModels::projectCardKeepsItsRowsModel()
 
     QCOMPARE(model.containersOf(QStringLiteral("shop")), shopRows);
     QCOMPARE(cards.total(), 1);
-    QCOMPARE(cards.changed.first()[2].value<QList<int>>(), QList<int>{ProjectModel::RunningCountRole});
+    QCOMPARE(cards.changed.first()[2].value<QList<int>>(), (QList<int>{ProjectModel::RunningCountRole, ProjectModel::DescriptionRole}));
     QCOMPARE(shopSpies.total(), 1);
     QCOMPARE(shopSpies.changed.first()[0].toModelIndex().row(), 1);
 }

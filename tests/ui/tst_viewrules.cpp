@@ -30,6 +30,7 @@ private slots:
     void containerRules();
     void cardState_data();
     void cardState();
+    void spokenTexts();
     void deleteLabel_data();
     void deleteLabel();
     void keptDetail_data();
@@ -110,6 +111,23 @@ void TestViewRules::cardState()
         p.containers.append(running(i < runningCount));
     QCOMPARE(ProjectCard::state(p, exists, composeFile), (CardState{badge, help, composeEnabled}));
     QCOMPARE(ProjectCard::directoryLine(p, exists), hasDir && exists ? QStringLiteral("/srv/shop") : QStringLiteral("working directory no longer exists"));
+}
+
+// What a screen reader hears after a row's or a card's name: what the line shows, in order.
+void TestViewRules::spokenTexts()
+{
+    Container web{"id", "shop-web-1", "nginx:1.27", "running", "Up 7 minutes", "0.0.0.0:8080->80/tcp, [::]:8080->80/tcp", {}};
+    QCOMPARE(ContainerRules::spoken(web), "Up 7 minutes · nginx:1.27 · 8080:80");
+    web.ports.clear();
+    QCOMPARE(ContainerRules::spoken(web), "Up 7 minutes · nginx:1.27");
+
+    ComposeProject shop{QStringLiteral("shop"), QStringLiteral("/srv/shop"), {running(true), running(false), running(false)}, 3};
+    QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, true, true), true), "1 of 3 running · /srv/shop");
+    const ComposeProject empty{QStringLiteral("billing"), QStringLiteral("/srv/billing"), {}, 2};
+    QCOMPARE(ProjectCard::spoken(empty, ProjectCard::state(empty, true, true), true),
+             "Not running · /srv/billing · No containers. Up creates them from the compose file.");
+    QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, false, false), false),
+             "Dir missing · 1 of 3 running · working directory no longer exists · compose up/down need the project directory; start/stop still work");
 }
 
 void TestViewRules::deleteLabel_data()

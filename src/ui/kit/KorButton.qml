@@ -14,6 +14,9 @@ T.Button {
     property string iconName: ""
     // Hover help; an icon-only button's accessible name.
     property string help: ""
+    // What the button acts on (a container, a project), for a screen reader: "Stop" alone
+    // does not say whose.
+    property string subject: ""
 
     readonly property bool filled: variant === "accent" || variant === "danger"
     readonly property color fill: {
@@ -46,7 +49,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text !== "" ? text : help
-    Accessible.description: text !== "" ? help : ""
+    Accessible.description: subject !== "" ? subject : text !== "" ? help : ""
     // Qt 6.4's Button ignores the accessibility press action unless it is handled.
     Accessible.onPressAction: control.clicked()
 

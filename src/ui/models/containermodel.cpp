@@ -23,6 +23,8 @@ void ContainerModel::setContainers(const QList<Container> &containers)
             roles << PortsRole;
         if (a.project() != b.project())
             roles << ProjectRole;
+        if (a.status != b.status || a.image != b.image || a.ports != b.ports)
+            roles << DescriptionRole;
         return roles;
     });
 }
@@ -76,6 +78,8 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         return ContainerRules::pauseLabel(c).value_or(QString());
     case TerminalCommandRole:
         return Terminal::commandLine(m_runtime, c.name);
+    case DescriptionRole:
+        return ContainerRules::spoken(c);
     }
     return {};
 }
@@ -87,6 +91,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
-        {TerminalCommandRole, "terminalCommand"},
+        {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"},
     };
 }

@@ -31,6 +31,7 @@ public:
         PrimaryQuietRole,
         PauseLabelRole,
         TerminalCommandRole,
+        DescriptionRole,
     };
     Q_ENUM(Role)
 

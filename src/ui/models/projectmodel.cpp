@@ -46,6 +46,8 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << RunningCountRole;
         if (a.project.containers.size() != b.project.containers.size())
             roles << TotalRole;
+        if (ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
+            roles << DescriptionRole;
         return roles;
     });
     for (auto it = m_children.begin(); it != m_children.end();) {
@@ -97,6 +99,8 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         return int(p.containers.size());
     case LooseRole:
         return r.loose;
+    case DescriptionRole:
+        return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists);
     }
     return {};
 }
@@ -106,5 +110,6 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
     return {{NameRole, "name"}, {WorkingDirRole, "workingDir"}, {DirectoryLineRole, "directoryLine"},
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
-            {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"}};
+            {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
+            {DescriptionRole, "description"}};
 }

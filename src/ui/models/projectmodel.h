@@ -43,6 +43,7 @@ public:
         RunningCountRole,
         TotalRole,
         LooseRole,
+        DescriptionRole,
     };
     Q_ENUM(Role)
 

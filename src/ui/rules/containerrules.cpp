@@ -1,5 +1,7 @@
 #include "containerrules.h"
 
+#include "docker.h"
+
 namespace ContainerRules {
 
 namespace {
@@ -30,6 +32,13 @@ std::optional<QString> pauseLabel(const Container &c)
     if (c.isRunning())
         return QStringLiteral("Pause");
     return std::nullopt;
+}
+
+QString spoken(const Container &c)
+{
+    QStringList parts{c.status, c.image, Docker::shortPorts(c.ports)};
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(" · "));
 }
 
 }

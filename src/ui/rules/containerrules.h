@@ -13,5 +13,8 @@ Primary primary(const Container &c);
 QString label(Primary primary);
 // Pause a running container, Resume a paused one; nothing for the others.
 std::optional<QString> pauseLabel(const Container &c);
+// What a screen reader says after the row's name: what its line shows, in reading order
+// ("Up 7 minutes · nginx:1.27 · 8080:80").
+QString spoken(const Container &c);
 
 }

@@ -26,6 +26,16 @@ CardState state(const ComposeProject &project, bool directoryExists, bool hasCom
     return {QString(), QString(), true};
 }
 
+QString spoken(const ComposeProject &project, const CardState &card, bool directoryExists)
+{
+    QStringList parts{card.badge};
+    if (!project.containers.isEmpty())
+        parts << QStringLiteral("%1 of %2 running").arg(project.runningCount()).arg(project.containers.size());
+    parts << directoryLine(project, directoryExists) << card.help;
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(" · "));
+}
+
 QString directoryLine(const ComposeProject &project, bool directoryExists)
 {
     if (!project.workingDir || !directoryExists)

@@ -19,6 +19,9 @@ namespace ProjectCard {
 CardState state(const ComposeProject &project, bool directoryExists, bool hasComposeFile);
 // The line under the card's name.
 QString directoryLine(const ComposeProject &project, bool directoryExists);
+// What a screen reader says after the card's name: its badge, its counts, its directory
+// line and its help, as the card shows them ("Not running · 0 of 1 running · /srv/docs").
+QString spoken(const ComposeProject &project, const CardState &card, bool directoryExists);
 // The question "Down" asks before it acts.
 QString downConfirmation(int containerCount);
 }

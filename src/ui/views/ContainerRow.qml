@@ -22,6 +22,8 @@ Rectangle {
     required property string pauseLabel
     required property bool running
     required property bool failed
+    // What its line shows, for a screen reader.
+    required property string description
     property bool showProject: false
     property bool busy: false
     // The open menu, while one is open.
@@ -35,7 +37,7 @@ Rectangle {
     radius: 8
     Accessible.role: Accessible.ListItem
     Accessible.name: name
-    Accessible.description: status
+    Accessible.description: description
 
     HoverHandler {
         id: hover
@@ -98,6 +100,7 @@ Rectangle {
             elide: Text.ElideRight
         }
         KorButton {
+            subject: root.name
             objectName: "primary"
             Layout.preferredWidth: 76
             text: root.actionLabel
@@ -105,18 +108,21 @@ Rectangle {
             onClicked: root.action(Verb.Primary)
         }
         KorButton {
+            subject: root.name
             variant: "ghost"
             iconName: "arrow.clockwise"
             help: "Restart"
             onClicked: root.action(Verb.Restart)
         }
         KorButton {
+            subject: root.name
             variant: "ghost"
             iconName: "text.alignleft"
             help: "Logs"
             onClicked: root.action(Verb.ContainerLogs)
         }
         KorButton {
+            subject: root.name
             objectName: "console"
             variant: "ghost"
             iconName: "terminal"
@@ -127,6 +133,7 @@ Rectangle {
         KorButton {
             id: more
 
+            subject: root.name
             objectName: "more"
             variant: "ghost"
             iconName: "ellipsis"

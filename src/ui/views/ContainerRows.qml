@@ -34,6 +34,7 @@ ColumnLayout {
             required property string terminalCommand
             required property bool running
             required property bool failed
+            required property string description
 
             Layout.fillWidth: true
             spacing: 0
@@ -60,6 +61,7 @@ ColumnLayout {
                 pauseLabel: entry.pauseLabel
                 running: entry.running
                 failed: entry.failed
+                description: entry.description
                 terminalHelp: entry.terminalCommand
                 busy: root.busy
                 onAction: verb => root.action(verb, entry.containerId)

@@ -18,6 +18,8 @@ Rectangle {
     required property ContainerModel containers
     // The card of the containers that belong to no project: no compose, no directory.
     required property bool loose
+    // Its badge, counts, directory and help, for a screen reader.
+    required property string description
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -31,6 +33,7 @@ Rectangle {
     radius: 12
     Accessible.role: Accessible.Grouping
     Accessible.name: name
+    Accessible.description: description
 
     ColumnLayout {
         id: column
@@ -98,6 +101,7 @@ Rectangle {
                 }
             }
             KorButton {
+                subject: root.name
                 objectName: "up"
                 visible: !root.loose
                 text: "Up"
@@ -107,6 +111,7 @@ Rectangle {
                 onClicked: root.projectAction(Verb.Up)
             }
             KorButton {
+                subject: root.name
                 objectName: "down"
                 visible: !root.loose
                 text: "Down"
@@ -115,6 +120,7 @@ Rectangle {
                 onClicked: root.projectAction(Verb.Down)
             }
             KorButton {
+                subject: root.name
                 visible: !root.loose
                 variant: "ghost"
                 iconName: "text.alignleft"
@@ -124,6 +130,7 @@ Rectangle {
             KorButton {
                 id: more
 
+                subject: root.name
                 objectName: "more"
                 visible: !root.loose
                 variant: "ghost"
