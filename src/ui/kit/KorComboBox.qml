@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Korvat
 
-// A choice among texts, drawn as the runtime picker is.
+// A choice among texts in the kit's look; a picker with richer rows replaces the delegate.
 ComboBox {
     id: box
 

@@ -4,7 +4,7 @@ import QtQuick.Controls.Basic
 import Korvat
 
 // Which engine Korvat talks to: the runtimes, unreachable ones marked offline.
-ComboBox {
+KorComboBox {
     id: box
 
     required property int selectedRow
@@ -14,8 +14,6 @@ ComboBox {
     textRole: "label"
     currentIndex: selectedRow
     implicitWidth: 190
-    implicitHeight: 30
-    font: Theme.varied("Inter", 500, 12.5)
     displayText: currentIndex < 0 ? "No runtime" : currentText
     Accessible.name: "Runtime"
     Accessible.description: "Container runtime"
@@ -25,29 +23,6 @@ ComboBox {
         box.currentIndex = Qt.binding(() => box.selectedRow);
     }
 
-    background: Rectangle {
-        radius: 8
-        color: box.hovered ? Theme.wash : Theme.control
-        border.width: box.visualFocus ? 2 : 1
-        border.color: box.visualFocus ? Theme.ion : Theme.line
-    }
-    contentItem: Text {
-        leftPadding: 10
-        rightPadding: 26
-        text: box.displayText
-        font: box.font
-        color: Theme.ink
-        verticalAlignment: Text.AlignVCenter
-        elide: Text.ElideRight
-        Accessible.ignored: true
-    }
-    indicator: KorIcon {
-        x: box.width - width - 9
-        y: (box.height - height) / 2
-        name: "chevron.down"
-        tint: Theme.muted
-        size: 13
-    }
     delegate: ItemDelegate {
         id: row
 
@@ -68,23 +43,6 @@ ComboBox {
         background: Rectangle {
             color: row.highlighted ? Theme.wash : "transparent"
             radius: 5
-        }
-    }
-    popup: Popup {
-        y: box.height + 4
-        width: box.width
-        padding: 4
-        implicitHeight: Math.min(contentItem.implicitHeight + 8, 320)
-        contentItem: ListView {
-            clip: true
-            implicitHeight: contentHeight
-            model: box.popup.visible ? box.delegateModel : null
-            currentIndex: box.highlightedIndex
-        }
-        background: Rectangle {
-            color: Theme.card
-            border.color: Theme.line
-            radius: 8
         }
     }
 }
