@@ -1,5 +1,6 @@
 #include "cliengine.h"
 #include "containerrules.h"
+#include "listcursor.h"
 #include "runtimeselection.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
@@ -12,6 +13,15 @@
 #include <QTest>
 
 Q_DECLARE_METATYPE(std::optional<Runtime>)
+Q_DECLARE_METATYPE(ListCursor::Stop)
+Q_DECLARE_METATYPE(ListCursor::Move)
+
+namespace QTest {
+template<> char *toString(const ListCursor::Stop &s)
+{
+    return qstrdup(QByteArray::number(s.item) + ", " + QByteArray::number(s.row));
+}
+}
 
 namespace {
 Container running(bool yes)
@@ -31,6 +41,8 @@ private slots:
     void cardState_data();
     void cardState();
     void spokenTexts();
+    void listCursor_data();
+    void listCursor();
     void deleteLabel_data();
     void deleteLabel();
     void keptDetail_data();
@@ -126,8 +138,54 @@ void TestViewRules::spokenTexts()
     const ComposeProject empty{QStringLiteral("billing"), QStringLiteral("/srv/billing"), {}, 2};
     QCOMPARE(ProjectCard::spoken(empty, ProjectCard::state(empty, true, true), true),
              "Not running · /srv/billing · No containers. Up creates them from the compose file.");
+    QCOMPARE(Categories::spoken(Category::Containers, 12), "Containers, 12");
     QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, false, false), false),
              "Dir missing · 1 of 3 running · working directory no longer exists · compose up/down need the project directory; start/stop still work");
+}
+
+void TestViewRules::listCursor_data()
+{
+    using ListCursor::Move;
+    using ListCursor::Stop;
+    QTest::addColumn<QList<int>>("rows");
+    QTest::addColumn<bool>("headers");
+    QTest::addColumn<Stop>("at");
+    QTest::addColumn<Move>("move");
+    QTest::addColumn<Stop>("to");
+    // Cards of 2, 0 and 3 containers: the arrows go through a card's rows to the next card.
+    const QList<int> cards{2, 0, 3};
+    QTest::newRow("card into its rows") << cards << true << Stop{0, -1} << Move::Down << Stop{0, 0};
+    QTest::newRow("last row to next card") << cards << true << Stop{0, 1} << Move::Down << Stop{1, -1};
+    QTest::newRow("empty card to the next") << cards << true << Stop{1, -1} << Move::Down << Stop{2, -1};
+    QTest::newRow("up into the rows above") << cards << true << Stop{2, -1} << Move::Up << Stop{1, -1};
+    QTest::newRow("up from a header") << cards << true << Stop{1, -1} << Move::Up << Stop{0, 1};
+    QTest::newRow("stays at the top") << cards << true << Stop{0, -1} << Move::Up << Stop{0, -1};
+    QTest::newRow("stays at the end") << cards << true << Stop{2, 2} << Move::Down << Stop{2, 2};
+    QTest::newRow("page down of 4") << cards << true << Stop{0, -1} << Move::PageDown << Stop{2, -1};
+    QTest::newRow("page up") << cards << true << Stop{2, 1} << Move::PageUp << Stop{0, 1};
+    QTest::newRow("page up past the top") << cards << true << Stop{1, -1} << Move::PageUp << Stop{0, -1};
+    QTest::newRow("home") << cards << true << Stop{2, 1} << Move::Home << Stop{0, -1};
+    QTest::newRow("end") << cards << true << Stop{0, 0} << Move::End << Stop{2, 2};
+    // A refresh took rows away under the cursor.
+    QTest::newRow("row gone") << cards << true << Stop{0, 5} << Move::Here << Stop{0, 1};
+    QTest::newRow("card gone") << cards << true << Stop{7, 0} << Move::Here << Stop{2, 2};
+    QTest::newRow("nothing yet") << cards << true << Stop{} << Move::Here << Stop{0, -1};
+    // Groups whose headers are captions: only their rows are stops, empty groups are skipped.
+    const QList<int> groups{1, 0, 2};
+    QTest::newRow("over an empty group") << groups << false << Stop{0, 0} << Move::Down << Stop{2, 0};
+    QTest::newRow("header is no stop") << groups << false << Stop{2, -1} << Move::Here << Stop{2, 0};
+    QTest::newRow("flat list") << QList<int>{0, 0, 0} << true << Stop{1, -1} << Move::Down << Stop{2, -1};
+    QTest::newRow("no stops") << QList<int>{0, 0} << false << Stop{0, 0} << Move::Down << Stop{};
+}
+
+void TestViewRules::listCursor()
+{
+    QFETCH(QList<int>, rows);
+    QFETCH(bool, headers);
+    QFETCH(ListCursor::Stop, at);
+    QFETCH(ListCursor::Move, move);
+    const auto to = ListCursor::step(rows, headers, at, move, 4);
+    QTEST(to, "to");
 }
 
 void TestViewRules::deleteLabel_data()

@@ -17,6 +17,10 @@ T.Button {
     // What the button acts on (a container, a project), for a screen reader: "Stop" alone
     // does not say whose.
     property string subject: ""
+    // Said after the name where the hover help alone does not say what happens.
+    property string detail: ""
+    // Inside a list the arrows reach the button, so Tab passes it by.
+    property bool tabStop: true
 
     readonly property bool filled: variant === "accent" || variant === "danger"
     readonly property color fill: {
@@ -39,17 +43,19 @@ T.Button {
     implicitWidth: Math.max(implicitBackgroundWidth + leftInset + rightInset, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Math.max(implicitBackgroundHeight + topInset + bottomInset, implicitContentHeight + topPadding + bottomPadding)
     Layout.fillWidth: wide
+    // A row short of room elides its texts; its buttons keep their size.
+    Layout.minimumWidth: implicitWidth
     padding: 6
     leftPadding: text === "" ? 6 : 12
     rightPadding: text === "" ? 6 : 12
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: tabStop ? Qt.StrongFocus : Qt.NoFocus
     opacity: enabled ? 1 : 0.45
     font: Theme.varied("Inter", 500, 12.5)
     hoverEnabled: true
 
     Accessible.role: Accessible.Button
     Accessible.name: text !== "" ? text : help
-    Accessible.description: subject !== "" ? subject : text !== "" ? help : ""
+    Accessible.description: detail !== "" ? detail : subject !== "" ? subject : text !== "" ? help : ""
     // Qt 6.4's Button ignores the accessibility press action unless it is handled.
     Accessible.onPressAction: control.clicked()
 
@@ -88,7 +94,18 @@ T.Button {
         implicitHeight: 28
         radius: 7
         color: control.fill
-        border.width: control.visualFocus ? 2 : (control.variant === "quiet" ? 1 : 0)
-        border.color: control.visualFocus ? Theme.ion : (control.hovered && control.enabled ? Theme.ionHover : Theme.line)
+        border.width: control.variant === "quiet" ? 1 : 0
+        border.color: control.hovered && control.enabled ? Theme.ionHover : Theme.line
+
+        // The focus ring stands off the button, so it shows on an accent fill as on any other.
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: -3
+            visible: control.visualFocus
+            radius: 10
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.ion
+        }
     }
 }

@@ -26,8 +26,19 @@ T.Switch {
         implicitHeight: 20
         radius: 10
         color: control.checked ? Theme.ion : Theme.wash
-        border.width: control.visualFocus ? 2 : 1
-        border.color: control.visualFocus ? Theme.ionHover : Theme.line
+        border.width: 1
+        border.color: Theme.line
+
+        // Off the track, so it shows on the accent fill of a switch that is on.
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: -3
+            visible: control.visualFocus
+            radius: 13
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.ion
+        }
 
         Rectangle {
             x: control.checked ? parent.width - width - 3 : 3

@@ -19,10 +19,13 @@ Rectangle {
     property string iconName: ""
     // Buttons at the end of the row.
     default property alias actions: actionsRow.data
+    readonly property var keyButtons: actionsRow.children
 
     implicitHeight: 52
     color: hover.hovered ? Theme.control : "transparent"
     radius: 8
+    border.width: activeFocus ? 2 : 0
+    border.color: Theme.ion
     Accessible.role: Accessible.ListItem
     Accessible.name: title
     Accessible.description: detail

@@ -65,6 +65,17 @@ int ProjectModel::projectCount() const
     return int(m_rows.size()) - ((!m_rows.isEmpty() && m_rows.constLast().loose) ? 1 : 0);
 }
 
+QList<int> ProjectModel::rowCounts() const
+{
+    QList<int> counts;
+    counts.reserve(m_rows.size());
+    for (const ProjectRow &row : m_rows) {
+        const ContainerModel *child = m_children.value(row.key());
+        counts.append(child ? child->rowCount() : 0);
+    }
+    return counts;
+}
+
 void ProjectModel::setRuntime(const std::optional<Runtime> &runtime)
 {
     m_runtime = runtime;

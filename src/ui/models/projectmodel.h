@@ -57,6 +57,8 @@ public:
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
+    // How many container rows each card shows, for the keyboard's walk through the cards.
+    Q_INVOKABLE QList<int> rowCounts() const;
 
     QHash<int, QByteArray> roleNames() const override;
 

@@ -24,6 +24,11 @@ QString icon(Category c)
     return {};
 }
 
+QString spoken(Category c, int count)
+{
+    return label(c) + QStringLiteral(", ") + QString::number(count);
+}
+
 QString view(Category c)
 {
     switch (c) {

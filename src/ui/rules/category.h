@@ -19,6 +19,8 @@ namespace Categories {
 inline const QList<Category> all = {Category::Projects, Category::Containers, Category::Images, Category::Volumes};
 QString label(Category c);
 QString icon(Category c);
+// What a screen reader says for the section's sidebar row: "Containers, 12".
+QString spoken(Category c, int count);
 // The view that shows the section.
 QString view(Category c);
 // Images and volumes keep their bars (pull, prune) when empty and say so themselves.

@@ -111,16 +111,21 @@ Window {
             implicitHeight: 1
             color: Theme.line
         }
-        ListView {
+        KorListView {
             id: groups
 
             objectName: "panelGroups"
             Layout.fillWidth: true
             Layout.preferredHeight: Math.min(contentHeight, 420)
-            clip: true
-            boundsBehavior: Flickable.StopAtBounds
+            leftMargin: 0
+            rightMargin: 0
+            topMargin: 0
+            bottomMargin: 0
             model: panel.shell.projects
-            ScrollBar.vertical: ScrollBar {}
+            rowCounts: () => panel.shell.projects.rowCounts()
+            // A group's name is a caption; only its containers take the keyboard.
+            headerStops: false
+            Accessible.name: "Containers"
 
             delegate: ColumnLayout {
                 id: group
@@ -129,6 +134,10 @@ Window {
                 required property int runningCount
                 required property bool loose
                 required property ContainerModel containers
+
+                function rowAt(i: int): Item {
+                    return rows.itemAt(i);
+                }
 
                 width: groups.width
                 spacing: 0
@@ -153,6 +162,8 @@ Window {
                     }
                 }
                 Repeater {
+                    id: rows
+
                     model: group.containers
 
                     MenuRow {

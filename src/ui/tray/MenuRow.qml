@@ -12,12 +12,29 @@ Item {
     required property string actionLabel
     required property bool primaryQuiet
     required property bool failed
+    required property string description
+    readonly property list<Item> keyButtons: [rowAction]
 
     signal primary()
+
+    function press() {
+        root.primary();
+    }
 
     implicitHeight: 30
     Accessible.role: Accessible.ListItem
     Accessible.name: name
+    Accessible.description: description
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.leftMargin: 4
+        anchors.rightMargin: 4
+        radius: 7
+        color: "transparent"
+        border.width: root.activeFocus ? 2 : 0
+        border.color: Theme.ion
+    }
 
     RowLayout {
         anchors.fill: parent
@@ -37,7 +54,11 @@ Item {
             elide: Text.ElideRight
         }
         KorButton {
+            id: rowAction
+
             objectName: "rowAction"
+            subject: root.name
+            tabStop: false
             text: root.actionLabel
             variant: root.primaryQuiet ? "quiet" : "accent"
             padding: 3

@@ -30,11 +30,24 @@ Rectangle {
     property KorMenu menu: null
     property string terminalHelp: ""
 
+    readonly property list<Item> keyButtons: [primaryButton, restartButton, logsButton, consoleButton, more]
+
     signal action(int verb)
+
+    function press() {
+        root.action(Verb.Primary);
+    }
+    // From the keyboard: every action of the row, its buttons' first.
+    function openMenu() {
+        root.menu = menuComponent.createObject(root, {everything: true}) as KorMenu;
+        root.menu.popup(root, 40, root.height);
+    }
 
     implicitHeight: 52
     color: hover.hovered ? Theme.control : "transparent"
     radius: 8
+    border.width: activeFocus ? 2 : 0
+    border.color: Theme.ion
     Accessible.role: Accessible.ListItem
     Accessible.name: name
     Accessible.description: description
@@ -54,7 +67,7 @@ Rectangle {
         }
         ColumnLayout {
             Layout.fillWidth: true
-            Layout.minimumWidth: 120
+            Layout.minimumWidth: 90
             spacing: 2
             // The command a user would type to get a shell here, as "Open in Terminal" runs it.
             ToolTip.visible: nameHover.hovered && root.terminalHelp !== ""
@@ -66,21 +79,35 @@ Rectangle {
             }
 
             RowLayout {
+                Layout.fillWidth: true
                 spacing: 8
 
+                // Its own width, so the badge sits beside it; short of room, it elides. The
+                // width is measured apart: an elided Text reports its elided width as implicit.
+                TextMetrics {
+                    id: nameWidth
+
+                    font: nameText.font
+                    text: root.name
+                }
                 Text {
-                    Layout.fillWidth: !root.showProject || root.project === ""
+                    id: nameText
+
+                    Layout.preferredWidth: Math.ceil(nameWidth.advanceWidth)
+                    Layout.minimumWidth: 30
                     text: root.name
                     color: Theme.ink
                     font: Theme.varied("Inter", 500, 13)
                     elide: Text.ElideRight
                 }
+                // Steps back in a narrow window, where the name matters more.
                 KorBadge {
-                    visible: root.showProject && root.project !== ""
+                    Layout.minimumWidth: implicitWidth
+                    visible: root.showProject && root.project !== "" && root.width >= 620
                     text: root.project
                 }
                 Item {
-                    Layout.fillWidth: root.showProject && root.project !== ""
+                    Layout.fillWidth: true
                 }
             }
             Text {
@@ -92,7 +119,9 @@ Rectangle {
             }
         }
         Text {
-            Layout.preferredWidth: 170
+            // Its own width up to a limit: short of room, the name keeps more of itself.
+            Layout.preferredWidth: Math.min(implicitWidth, 170)
+            Layout.minimumWidth: 60
             text: root.status
             color: root.failed ? Theme.danger : Theme.muted
             font: Theme.varied("JetBrains Mono", 400, 11)
@@ -100,7 +129,10 @@ Rectangle {
             elide: Text.ElideRight
         }
         KorButton {
+            id: primaryButton
+
             subject: root.name
+            tabStop: false
             objectName: "primary"
             Layout.preferredWidth: 76
             text: root.actionLabel
@@ -108,21 +140,30 @@ Rectangle {
             onClicked: root.action(Verb.Primary)
         }
         KorButton {
+            id: restartButton
+
             subject: root.name
+            tabStop: false
             variant: "ghost"
             iconName: "arrow.clockwise"
             help: "Restart"
             onClicked: root.action(Verb.Restart)
         }
         KorButton {
+            id: logsButton
+
             subject: root.name
+            tabStop: false
             variant: "ghost"
             iconName: "text.alignleft"
             help: "Logs"
             onClicked: root.action(Verb.ContainerLogs)
         }
         KorButton {
+            id: consoleButton
+
             subject: root.name
+            tabStop: false
             objectName: "console"
             variant: "ghost"
             iconName: "terminal"
@@ -134,14 +175,15 @@ Rectangle {
             id: more
 
             subject: root.name
+            tabStop: false
             objectName: "more"
             variant: "ghost"
             iconName: "ellipsis"
             help: "More actions for " + root.name
             onClicked: {
-                    root.menu = menuComponent.createObject(root) as KorMenu;
-                    root.menu.popup(more, 0, more.height);
-                }
+                root.menu = menuComponent.createObject(root) as KorMenu;
+                root.menu.popup(more, 0, more.height);
+            }
         }
     }
     // Made when asked for: a menu per row would cost every row its items up front.
@@ -151,11 +193,37 @@ Rectangle {
         KorMenu {
             id: menu
 
+            property bool everything: false
+
             onClosed: {
                 root.menu = null;
                 menu.destroy();
             }
 
+            KorMenuItem {
+                text: root.actionLabel
+                visible: menu.everything
+                enabled: menu.everything
+                onTriggered: root.action(Verb.Primary)
+            }
+            KorMenuItem {
+                text: "Restart"
+                visible: menu.everything
+                enabled: menu.everything
+                onTriggered: root.action(Verb.Restart)
+            }
+            KorMenuItem {
+                text: "Logs"
+                visible: menu.everything
+                enabled: menu.everything
+                onTriggered: root.action(Verb.ContainerLogs)
+            }
+            KorMenuItem {
+                text: "Run a command"
+                visible: menu.everything
+                enabled: menu.everything && root.running
+                onTriggered: root.action(Verb.Console)
+            }
             KorMenuItem {
                 text: root.pauseLabel
                 visible: root.pauseLabel !== ""

@@ -12,9 +12,18 @@ ColumnLayout {
 
     signal action(int verb, string id)
 
+    // The i-th container's row, for the list's keyboard walk.
+    function rowAt(i: int): Item {
+        const entry = rows.itemAt(i);
+        // Each entry is its separator line, then its row.
+        return entry === null ? null : entry.children[1];
+    }
+
     spacing: 0
 
     Repeater {
+        id: rows
+
         model: root.model
 
         ColumnLayout {

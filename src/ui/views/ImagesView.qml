@@ -88,6 +88,8 @@ ColumnLayout {
 
             KorButton {
                 text: "Remove"
+                subject: row.title
+                tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
                 onClicked: root.imageAction(Verb.RemoveImage, row.imageId, row.reference)

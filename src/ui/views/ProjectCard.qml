@@ -24,14 +24,32 @@ Rectangle {
     // The open menu, while one is open.
     property KorMenu menu: null
 
+    readonly property list<Item> keyButtons: [upButton, downButton, logsButton, more]
+
     signal projectAction(int verb)
     signal containerAction(int verb, string id)
 
+    function rowAt(i: int): Item {
+        return rows.rowAt(i);
+    }
+    function press() {
+        if (upButton.visible && upButton.enabled)
+            root.projectAction(Verb.Up);
+    }
+    // From the keyboard: every action of the card, its buttons' first.
+    function openMenu() {
+        if (root.loose)
+            return;
+        root.menu = menuComponent.createObject(root, {everything: true}) as KorMenu;
+        root.menu.popup(root, 50, header.y + header.height);
+    }
+
     implicitHeight: column.implicitHeight + 2
     color: Theme.card
-    border.color: Theme.line
+    border.color: activeFocus ? Theme.ion : Theme.line
+    border.width: activeFocus ? 2 : 1
     radius: 12
-    Accessible.role: Accessible.Grouping
+    Accessible.role: Accessible.ListItem
     Accessible.name: name
     Accessible.description: description
 
@@ -45,6 +63,8 @@ Rectangle {
         spacing: 0
 
         RowLayout {
+            id: header
+
             Layout.fillWidth: true
             Layout.margins: 14
             Layout.bottomMargin: root.help !== "" || root.total > 0 ? 8 : 14
@@ -101,7 +121,10 @@ Rectangle {
                 }
             }
             KorButton {
+                id: upButton
+
                 subject: root.name
+                tabStop: false
                 objectName: "up"
                 visible: !root.loose
                 text: "Up"
@@ -111,7 +134,10 @@ Rectangle {
                 onClicked: root.projectAction(Verb.Up)
             }
             KorButton {
+                id: downButton
+
                 subject: root.name
+                tabStop: false
                 objectName: "down"
                 visible: !root.loose
                 text: "Down"
@@ -120,7 +146,10 @@ Rectangle {
                 onClicked: root.projectAction(Verb.Down)
             }
             KorButton {
+                id: logsButton
+
                 subject: root.name
+                tabStop: false
                 visible: !root.loose
                 variant: "ghost"
                 iconName: "text.alignleft"
@@ -131,6 +160,7 @@ Rectangle {
                 id: more
 
                 subject: root.name
+                tabStop: false
                 objectName: "more"
                 visible: !root.loose
                 variant: "ghost"
@@ -155,6 +185,8 @@ Rectangle {
             wrapMode: Text.Wrap
         }
         ContainerRows {
+            id: rows
+
             Layout.fillWidth: true
             model: root.containers
             busy: root.busy
@@ -168,9 +200,30 @@ Rectangle {
         KorMenu {
             id: menu
 
+            property bool everything: false
+
             onClosed: {
                 root.menu = null;
                 menu.destroy();
+            }
+
+            KorMenuItem {
+                text: "Up"
+                visible: menu.everything
+                enabled: menu.everything && upButton.enabled
+                onTriggered: root.projectAction(Verb.Up)
+            }
+            KorMenuItem {
+                text: "Down"
+                visible: menu.everything
+                enabled: menu.everything && downButton.enabled
+                onTriggered: root.projectAction(Verb.Down)
+            }
+            KorMenuItem {
+                text: "Project logs"
+                visible: menu.everything
+                enabled: menu.everything
+                onTriggered: root.projectAction(Verb.ProjectLogs)
             }
 
             KorMenuItem {

@@ -15,6 +15,7 @@ KorListView {
     objectName: "projectsList"
     Accessible.name: "Projects"
     model: shell.projects
+    rowCounts: () => list.shell.projects.rowCounts()
     spacing: 12
     topMargin: 14
     bottomMargin: 16

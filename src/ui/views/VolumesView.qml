@@ -54,6 +54,8 @@ ColumnLayout {
 
             KorButton {
                 text: "Remove"
+                subject: row.title
+                tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
                 onClicked: root.volumeAction(Verb.RemoveVolume, row.name)

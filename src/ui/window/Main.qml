@@ -143,6 +143,7 @@ ApplicationWindow {
             SplitView.maximumWidth: 260
             categories: window.shell.categories
             counts: window.shell.counts
+            spokenCounts: window.shell.spokenCounts
             current: window.shell.category
             runningText: window.shell.runningText
             stoppedText: window.shell.stoppedText

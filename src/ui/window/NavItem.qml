@@ -10,6 +10,8 @@ T.AbstractButton {
     required property string label
     required property string iconName
     required property int count
+    // Its label and count as a screen reader says them.
+    property string spoken: label
     property bool current: false
 
     implicitWidth: 180
@@ -19,8 +21,7 @@ T.AbstractButton {
     checkable: false
 
     Accessible.role: Accessible.PageTab
-    Accessible.name: label
-    Accessible.description: count === 1 ? "1 item" : count + " items"
+    Accessible.name: spoken
     Accessible.selected: current
     Accessible.onPressAction: control.clicked()
 

@@ -9,6 +9,7 @@ Rectangle {
 
     required property var categories
     required property var counts
+    required property var spokenCounts
     required property int current
     required property string runningText
     required property string stoppedText
@@ -48,6 +49,7 @@ Rectangle {
                 label: modelData.label
                 iconName: modelData.icon
                 count: root.counts[index] ?? 0
+                spoken: root.spokenCounts[index] ?? label
                 current: root.current === modelData.category
                 onClicked: root.picked(modelData.category)
             }

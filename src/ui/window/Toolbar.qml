@@ -58,9 +58,14 @@ Rectangle {
             Layout.fillWidth: true
         }
         SectionCaption {
+            // Steps back first when the window is narrow: the picker says what it is.
+            visible: root.width > 860
             caption: "Runtime"
         }
         RuntimePicker {
+            Layout.fillWidth: true
+            Layout.minimumWidth: 120
+            Layout.maximumWidth: implicitWidth
             model: root.runtimes
             selectedRow: root.selectedRow
             onPicked: row => root.runtimePicked(row)
@@ -69,6 +74,9 @@ Rectangle {
             id: search
 
             Layout.leftMargin: 6
+            Layout.fillWidth: true
+            Layout.minimumWidth: 130
+            Layout.maximumWidth: implicitWidth
             filter: root.filter
             onEdited: text => root.filterEdited(text)
         }
@@ -82,6 +90,7 @@ Rectangle {
             variant: "ghost"
             iconName: "plus"
             help: "Add a project from a directory"
+            detail: "Choose a directory with a compose file"
             onClicked: root.addRequested()
         }
     }

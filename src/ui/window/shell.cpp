@@ -135,6 +135,14 @@ QList<int> Shell::counts() const
     return list;
 }
 
+QStringList Shell::spokenCounts() const
+{
+    QStringList list;
+    for (Category c : Categories::all)
+        list.append(Categories::spoken(c, countOf(int(c))));
+    return list;
+}
+
 QString Shell::runningText() const
 {
     return QString::number(m_store->runningCount()) + QStringLiteral(" RUNNING");

@@ -41,6 +41,8 @@ class Shell : public QObject {
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
     // The row count of each section, in sidebar order.
     Q_PROPERTY(QList<int> counts READ counts NOTIFY sectionCountChanged)
+    // The sidebar rows as a screen reader says them: "Containers, 12".
+    Q_PROPERTY(QStringList spokenCounts READ spokenCounts NOTIFY sectionCountChanged)
     Q_PROPERTY(QString runningText READ runningText NOTIFY countersChanged)
     Q_PROPERTY(QString stoppedText READ stoppedText NOTIFY countersChanged)
     Q_PROPERTY(bool filtering READ filtering NOTIFY filteringChanged)
@@ -71,6 +73,7 @@ public:
     int sectionCount() const;
     Q_INVOKABLE int countOf(int category) const;
     QList<int> counts() const;
+    QStringList spokenCounts() const;
 
     QString runningText() const;
     QString stoppedText() const;

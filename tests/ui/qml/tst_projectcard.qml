@@ -25,6 +25,16 @@ TestCase {
 
         signalName: "projectAction"
     }
+    SignalSpy {
+        id: containerActions
+
+        signalName: "containerAction"
+    }
+    Rectangle {
+        id: after
+
+        activeFocusOnTab: true
+    }
 
     function card(view, name) {
         const items = view.contentItem.children;
@@ -106,5 +116,64 @@ TestCase {
         visit(storefront);
         verify(row);
         compare(menuTexts(row), ["Pause", "Open in Terminal", "Copy container ID", "Commit to image…", "Remove"]);
+    }
+
+    // The list is one Tab stop: the arrows walk cards and their rows, Left/Right the buttons.
+    function test_keyboardWalk() {
+        const shell = Fixtures.shell("keys");
+        const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store(), height: 600 });
+        waitForRendering(view);
+        containerActions.clear();
+        containerActions.target = view;
+        view.forceActiveFocus(Qt.TabFocusReason);
+        verify(view.itemAtIndex(0).activeFocus);
+        // Cards without containers are one stop each.
+        const k = view.rowCounts().findIndex(n => n > 0);
+        for (let i = 0; i < k; ++i)
+            keyClick(Qt.Key_Down);
+        const first = view.itemAtIndex(k);
+        verify(first.activeFocus);
+
+        keyClick(Qt.Key_Down);
+        const row = first.rowAt(0);
+        verify(row.activeFocus);
+        keyClick(Qt.Key_Right);
+        keyClick(Qt.Key_Right);
+        verify(row.keyButtons[1].activeFocus && row.keyButtons[1].visualFocus);
+        keyClick(Qt.Key_Return);
+        compare(containerActions.count, 1);
+        compare(Array.from(containerActions.signalArguments[0]), [Verb.Restart, row.containerId]);
+        keyClick(Qt.Key_Left);
+        keyClick(Qt.Key_Left);
+        verify(row.activeFocus);
+        keyClick(Qt.Key_Space);
+        compare(Array.from(containerActions.signalArguments[1]), [Verb.Primary, row.containerId]);
+
+        keyClick(Qt.Key_F10, Qt.ShiftModifier);
+        tryVerify(() => row.menu !== null && row.menu.opened);
+        const texts = [];
+        for (let i = 0; i < row.menu.count; ++i) {
+            if (row.menu.itemAt(i).visible)
+                texts.push(row.menu.itemAt(i).text);
+        }
+        compare(texts.slice(1, 4), ["Restart", "Logs", "Run a command"]);
+        compare(texts[texts.length - 1], "Remove");
+        keyClick(Qt.Key_Escape);
+        tryVerify(() => row.menu === null);
+        verify(row.activeFocus);
+
+        // Past the card's last row to the next card; End to the very last stop.
+        for (let i = 0; i < first.containers.count; ++i)
+            keyClick(Qt.Key_Down);
+        verify(view.itemAtIndex(k + 1).activeFocus);
+        keyClick(Qt.Key_End);
+        const last = view.itemAtIndex(view.count - 1);
+        verify(last.containers.count === 0 ? last.activeFocus : last.rowAt(last.containers.count - 1).activeFocus);
+
+        keyClick(Qt.Key_Tab);
+        verify(!view.activeFocus);
+        keyClick(Qt.Key_Tab, Qt.ShiftModifier);
+        // Back in, the keyboard is where it left.
+        verify(view.stopItem(view.stop).activeFocus && view.stop.x === view.count - 1);
     }
 }

@@ -22,6 +22,7 @@ TestCase {
             height: 480
             categories: shell.categories
             counts: shell.counts
+            spokenCounts: shell.spokenCounts
             current: shell.category
             runningText: shell.runningText
             stoppedText: shell.stoppedText
@@ -49,6 +50,7 @@ TestCase {
         const items = navItems(s);
         compare(items.map(i => i.label), ["Projects", "Containers", "Images", "Volumes"]);
         compare(items.map(i => i.count), [7, 10, 8, 4]);
+        compare(items[1].Accessible.name, "Containers, 10");
         compare(shell.runningText, "6 RUNNING");
         compare(shell.stoppedText, "4 STOPPED");
     }

@@ -1,0 +1,40 @@
+"""Reads a running Korvat window the way a screen reader does, over AT-SPI.
+
+read.py PID tree   every list item (name -> description) and push button [name, description]
+read.py PID focus  the focused objects: [name, role, description]
+Prints one JSON document.
+"""
+import json
+import sys
+
+import pyatspi
+
+
+def walk(node):
+    yield node
+    for i in range(node.childCount):
+        child = node.getChildAtIndex(i)
+        if child is not None:
+            yield from walk(child)
+
+
+def main():
+    pid, mode = int(sys.argv[1]), sys.argv[2]
+    desktop = pyatspi.Registry.getDesktop(0)
+    apps = [a for a in desktop if a is not None and a.get_process_id() == pid]
+    if not apps:
+        print(json.dumps({"error": "the application is not on the accessibility bus"}))
+        return
+    nodes = [n for n in walk(apps[0]) if n.getState().contains(pyatspi.STATE_SHOWING)]
+    if mode == "tree":
+        out = {
+            "items": {n.name: n.description for n in nodes if n.getRole() == pyatspi.ROLE_LIST_ITEM},
+            "buttons": [[n.name, n.description] for n in nodes if n.getRole() == pyatspi.ROLE_PUSH_BUTTON],
+        }
+    else:
+        out = {"focused": [[n.name, n.getRoleName(), n.description] for n in nodes
+                           if n.getState().contains(pyatspi.STATE_FOCUSED)]}
+    print(json.dumps(out))
+
+
+main()
