@@ -15,7 +15,15 @@ Invocation dispatch(const QStringList &args)
         return {Mode::Plan, args.at(i + 1), at(i + 2)};
     if (const qsizetype i = args.indexOf(QLatin1String("--dump")); i >= 0)
         return {Mode::Dump, {}, at(i + 1)};
-    if (const qsizetype i = args.indexOf(QLatin1String("--shot")); i >= 0)
-        return {Mode::Shot, at(i + 1).value_or(QStringLiteral("shots"))};
+    if (const qsizetype i = args.indexOf(QLatin1String("--shot")); i >= 0) {
+        Invocation shot{Mode::Shot, at(i + 1).value_or(QStringLiteral("shots"))};
+        // Scales a window can be shown at; anything else keeps the pictures at 1.
+        if (const qsizetype s = args.indexOf(QLatin1String("--scale")); s > i + 1) {
+            const double scale = at(s + 1).value_or(QString()).toDouble();
+            if (scale >= 0.5 && scale <= 4)
+                shot.scale = scale;
+        }
+        return shot;
+    }
     return {};
 }

@@ -13,6 +13,7 @@ struct Invocation {
     QString value;                    // plan: project; shot: directory
     std::optional<QString> context;   // plan and dump
     bool scripts = false;             // tools
+    double scale = 1;                 // shot: pixels per point, "--scale 2"
 
     bool headless() const { return mode != Mode::Window; }
 

@@ -20,7 +20,7 @@ int KorvatApp::exec(int argc, char **argv)
     if (invocation.mode == Invocation::Mode::Window)
         return Desktop::run(argc, argv);
     if (invocation.mode == Invocation::Mode::Shot)
-        return Shots::shoot(argc, argv, invocation.value);
+        return Shots::shoot(argc, argv, invocation.value, invocation.scale);
 
     // Headless modes get a core application only: no display, no GUI object.
     QCoreApplication app(argc, argv);

@@ -18,6 +18,8 @@
 #include <QCoroTask>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -92,7 +94,13 @@ struct Scene {
     std::function<void(Stage &)> setUp = {};
     QSize size = QSize(1080, 700);
     Target target = Target::Main;
+    // Keys pressed once the view is up, with the keyboard in the named list.
+    QString focusList = {};
+    QList<Qt::Key> keys = {};
 };
+
+// What a tiling compositor gives a window on half of a 1600 px screen.
+constexpr QSize narrow(800, 900);
 
 const QString website = QStringLiteral("website");
 const QString websiteFrontend = QStringLiteral("website-frontend-1");
@@ -114,6 +122,14 @@ const QList<Scene> &scenes()
         {QStringLiteral("containers"), Category::Containers},
         {QStringLiteral("images"), Category::Images},
         {QStringLiteral("volumes"), Category::Volumes},
+        {QStringLiteral("projects-narrow"), Category::Projects, {}, narrow},
+        {QStringLiteral("containers-narrow"), Category::Containers, {}, narrow},
+        {QStringLiteral("images-narrow"), Category::Images, {}, narrow},
+        {QStringLiteral("volumes-narrow"), Category::Volumes, {}, narrow},
+        // The focus ring on a row, then on one of a card's row's buttons.
+        {QStringLiteral("focus-row"), Category::Containers, {}, QSize(1080, 700), Target::Main, QStringLiteral("containersList"), {Qt::Key_Down}},
+        {QStringLiteral("focus-button"), Category::Projects, {}, QSize(1080, 700), Target::Main, QStringLiteral("projectsList"),
+         {Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Right}},
         {QStringLiteral("banners"), Category::Containers, [](Stage &stage) {
              // staging does not answer, so the store hands over to default and says so.
              stage.engine->failWith(FakeEngine::Call::Listing, QStringLiteral("error during connect: ssh: connect to host staging: timed out"),
@@ -195,8 +211,10 @@ const QList<Scene> &scenes()
 }
 }
 
-int shoot(int &argc, char **argv, const QString &dir)
+int shoot(int &argc, char **argv, const QString &dir, double scale)
 {
+    if (scale != 1 && qEnvironmentVariableIsEmpty("QT_SCALE_FACTOR"))
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
     // No display and no GPU needed: the offscreen platform with the software renderer.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -265,6 +283,19 @@ int shoot(int &argc, char **argv, const QString &dir)
             scene.setUp(stage);
         stage.session->shell().setCategory(int(scene.category));
         settle();
+        if (auto *list = scene.focusList.isEmpty() ? nullptr : drawn->findChild<QQuickItem *>(scene.focusList)) {
+            // Focus shows only in the window that has the keyboard.
+            drawn->requestActivate();
+            waitUntil([&] { return drawn->isActive(); });
+            list->forceActiveFocus(Qt::TabFocusReason);
+            for (const Qt::Key key : scene.keys) {
+                QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+                QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+                QCoreApplication::sendEvent(drawn, &press);
+                QCoreApplication::sendEvent(drawn, &release);
+            }
+            settle();
+        }
         // Offscreen, layouts polish only when a frame is drawn; what that changes (the panel's
         // height follows its content) shows in the frame after.
         drawn->grabWindow();

@@ -27,6 +27,8 @@ private slots:
         QTest::newRow("dump takes --shot as context") << QStringList{"korvat", "--dump", "--shot"} << Invocation{Mode::Dump, {}, ctx("--shot")};
         QTest::newRow("shot default directory") << QStringList{"korvat", "--shot"} << Invocation{Mode::Shot, "shots"};
         QTest::newRow("shot directory") << QStringList{"korvat", "--shot", "/tmp/s"} << Invocation{Mode::Shot, "/tmp/s"};
+        QTest::newRow("shot at a scale") << QStringList{"korvat", "--shot", "/tmp/s", "--scale", "1.5"} << Invocation{Mode::Shot, "/tmp/s", {}, false, 1.5};
+        QTest::newRow("shot at no sane scale") << QStringList{"korvat", "--shot", "/tmp/s", "--scale", "x"} << Invocation{Mode::Shot, "/tmp/s"};
         QTest::newRow("whole arguments only") << QStringList{"korvat", "--dump=x", "--selftests", "-dump"} << Invocation{};
         QTest::newRow("program path is searched too") << QStringList{"--dump"} << Invocation{Mode::Dump};
     }
