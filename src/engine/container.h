@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QMap>
 #include <QString>
 #include <optional>
@@ -13,6 +14,8 @@ struct Container {
     QString status;
     QString ports;
     QMap<QString, QString> labels;
+    // When it was made, read from the listing's "CreatedAt"; invalid where not given.
+    QDateTime created = {};
 
     std::optional<QString> project() const;
     std::optional<QString> workingDir() const;

@@ -56,6 +56,8 @@ QList<DockerVolume> parseVolumes(const QString &text);
 QStringView trimBlanks(QStringView text);
 
 QMap<QString, QString> parseLabels(const QString &text);
+// A listing's "CreatedAt", "2026-11-23 13:33:30 +0000 UTC"; invalid when it reads otherwise.
+QDateTime parseCreated(const QString &text);
 QString shortPorts(const QString &text);
 
 // Plain code-point order, which QString's own operator< (UTF-16 units) is not.

@@ -23,12 +23,28 @@ QString field(const QJsonObject &object, const char *key)
 }
 }
 
+QDateTime parseCreated(const QString &text)
+{
+    // The zone's name after the offset says nothing the offset does not.
+    const QStringList parts = text.split(u' ');
+    if (parts.size() < 3 || parts[2].size() != 5)
+        return {};
+    QDateTime at = QDateTime::fromString(parts[0] + u'T' + parts[1], Qt::ISODate);
+    bool hoursOk = false, minutesOk = false;
+    const int hours = parts[2].mid(1, 2).toInt(&hoursOk), minutes = parts[2].mid(3, 2).toInt(&minutesOk);
+    if (!at.isValid() || !hoursOk || !minutesOk || (parts[2][0] != u'+' && parts[2][0] != u'-'))
+        return {};
+    const int offset = (hours * 3600 + minutes * 60) * (parts[2][0] == u'-' ? -1 : 1);
+    at.setOffsetFromUtc(offset);
+    return at;
+}
+
 QList<Container> parseContainers(const QString &text)
 {
     QList<Container> list;
     for (const auto &o : ndjson(text))
-        list.append({field(o, "ID"), field(o, "Names"), field(o, "Image"), field(o, "State"),
-                     field(o, "Status"), field(o, "Ports"), parseLabels(field(o, "Labels"))});
+        list.append({field(o, "ID"), field(o, "Names"), field(o, "Image"), field(o, "State"), field(o, "Status"),
+                     field(o, "Ports"), parseLabels(field(o, "Labels")), parseCreated(field(o, "CreatedAt"))});
     return list;
 }
 
@@ -36,7 +52,7 @@ QList<DockerImage> parseImages(const QString &text)
 {
     QList<DockerImage> list;
     for (const auto &o : ndjson(text))
-        list.append({field(o, "ID"), field(o, "Repository"), field(o, "Tag"), field(o, "Size")});
+        list.append({field(o, "ID"), field(o, "Repository"), field(o, "Tag"), field(o, "Size"), parseCreated(field(o, "CreatedAt"))});
     return list;
 }
 

@@ -31,6 +31,10 @@ inline const Setting<QString> appearance{QStringLiteral("appearance"), QStringLi
 inline const Setting<bool> checkUpdatesAtLaunch{QStringLiteral("checkUpdatesAtLaunch"), true};
 // The last sidebar section, by its stored name.
 inline const Setting<QString> category{QStringLiteral("category"), {}};
+// How each long list is sorted, by the order's stored name; unset, the store's order.
+inline const Setting<QString> containersSort{QStringLiteral("containersSort"), {}};
+inline const Setting<QString> imagesSort{QStringLiteral("imagesSort"), {}};
+inline const Setting<QString> volumesSort{QStringLiteral("volumesSort"), {}};
 // The project registry as UTF-8 JSON.
 inline const Setting<QByteArray> knownProjects{QStringLiteral("knownProjects"), {}};
 // A registry that could not be read is kept under this key (with a time stamp after the first).

@@ -87,6 +87,10 @@ private slots:
         QCOMPARE(images.size(), 1);
         QCOMPARE(images.first().repository + ":" + images.first().tag, "korvat-test/busybox:1");
         QVERIFY(!images.first().id.isEmpty() && images.first().size.endsWith("MB"));
+        QCOMPARE(images.first().created, QDateTime(QDate(2026, 11, 23), QTime(13, 33, 30), Qt::UTC));
+        QVERIFY(containers.first().created.isValid());
+        QCOMPARE(Docker::parseCreated("2026-11-23 14:33:30 +0100 CET"), images.first().created);
+        QVERIFY(!Docker::parseCreated("yesterday").isValid());
 
         const auto volumes = engine->volumes({});
         QCOMPARE(volumes.size(), 1);

@@ -177,7 +177,7 @@ void TestMainWindow::tabReachesEveryControlInReadingOrder()
     // In reading order: the sidebar, the toolbar, the banner, then the list as one stop,
     // whatever buttons its rows carry.
     const QStringList expected = {QStringLiteral("Projects, 5"), QStringLiteral("Containers, 10"), QStringLiteral("Images, 8"),
-                                  QStringLiteral("Volumes, 4"), QStringLiteral("Runtime"), QStringLiteral("Filter containers"),
+                                  QStringLiteral("Volumes, 4"), QStringLiteral("Sort by"), QStringLiteral("Runtime"), QStringLiteral("Filter containers"),
                                   QStringLiteral("Refresh now"), QStringLiteral("Add a project from a directory"),
                                   QStringLiteral("Dismiss"), QStringLiteral("Containers")};
     QCOMPARE(reached, expected);

@@ -202,6 +202,22 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
     for (const auto &s : spies)
         QCOMPARE(s->total(), 0);
     QCOMPARE(counters.size(), 0);
+
+    // Sorting moves rows and rebuilds none; each section keeps its order for the next start.
+    shell.setCategory(int(Category::Containers));
+    shell.setSortIndex(int(shell.sortChoices().indexOf("Name")));
+    QCOMPARE(ids(*shell.containers()), (QStringList{"a", "b", "c"}));
+    Spies sorting(shell.containers());
+    shell.setSortIndex(int(shell.sortChoices().indexOf("State")));
+    QCOMPARE(ids(*shell.containers()), (QStringList{"a", "c", "b"}));
+    QVERIFY(sorting.moved.size() > 0);
+    QCOMPARE(sorting.total(), sorting.moved.size());
+    Shell next(&store, &toolchain, &settings);
+    next.setCategory(int(Category::Containers));
+    QCOMPARE(next.sortChoices().value(next.sortIndex()), "State");
+    QCOMPARE(ids(*next.containers()), (QStringList{"a", "c", "b"}));
+    next.setCategory(int(Category::Images));
+    QCOMPARE(next.sortChoices().value(next.sortIndex()), "As listed");
 }
 
 QTEST_GUILESS_MAIN(TestModels)

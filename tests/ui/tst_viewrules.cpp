@@ -1,6 +1,7 @@
 #include "cliengine.h"
 #include "containerrules.h"
 #include "listcursor.h"
+#include "listorder.h"
 #include "runtimeselection.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
@@ -42,6 +43,7 @@ private slots:
     void cardState();
     void spokenTexts();
     void listCursor_data();
+    void listOrder();
     void listCursor();
     void deleteLabel_data();
     void deleteLabel();
@@ -186,6 +188,36 @@ void TestViewRules::listCursor()
     QFETCH(ListCursor::Move, move);
     const auto to = ListCursor::step(rows, headers, at, move, 4);
     QTEST(to, "to");
+}
+
+void TestViewRules::listOrder()
+{
+    using ListOrder::Key;
+    const auto at = [](int day) { return QDateTime(QDate(2026, 11, day), QTime(12, 0), Qt::UTC); };
+    const QList<Container> rows{{"1", "web-10", "i", "exited", {}, {}, {}, at(3)}, {"2", "Web-2", "i", "running", {}, {}, {}, {}},
+                                {"3", "db", "i", "paused", {}, {}, {}, at(5)}, {"4", "api", "i", "running", {}, {}, {}, at(1)}};
+    const auto names = [](const QList<Container> &list) {
+        QStringList out;
+        for (const auto &c : list)
+            out << c.name;
+        return out;
+    };
+    QCOMPARE(names(ListOrder::sorted(rows, Key::Listed)), (QStringList{"web-10", "Web-2", "db", "api"}));
+    // As a person reads: case aside, 2 before 10.
+    QCOMPARE(names(ListOrder::sorted(rows, Key::Name)), (QStringList{"api", "db", "Web-2", "web-10"}));
+    QCOMPARE(names(ListOrder::sorted(rows, Key::State)), (QStringList{"api", "Web-2", "db", "web-10"}));
+    // Newest first; a row with no date last.
+    QCOMPARE(names(ListOrder::sorted(rows, Key::Created)), (QStringList{"db", "web-10", "api", "Web-2"}));
+
+    const QList<DockerImage> images{{"a", "small", "1", "512kB"}, {"b", "big", "1", "1.2GB"}, {"c", "odd", "1", "N/A"},
+                                    {"d", "mid", "1", "188MB"}};
+    QStringList bySize;
+    for (const auto &i : ListOrder::sorted(images, Key::Size))
+        bySize << i.repository;
+    QCOMPARE(bySize, (QStringList{"big", "mid", "small", "odd"}));
+    QCOMPARE(ListOrder::bytes("0B"), 0);
+    QCOMPARE(ListOrder::bytes("4.5MB"), 4500000);
+    QCOMPARE(ListOrder::bytes("12 parsecs"), -1);
 }
 
 void TestViewRules::deleteLabel_data()

@@ -7,6 +7,9 @@ import Korvat
 ComboBox {
     id: box
 
+    // An icon before the text, saying what the choice is about where no label does.
+    property string iconName: ""
+
     implicitWidth: 170
     implicitHeight: 30
     font: Theme.varied("Inter", 500, 12.5)
@@ -16,9 +19,18 @@ ComboBox {
         color: box.hovered ? Theme.wash : Theme.control
         border.width: box.visualFocus ? 2 : 1
         border.color: box.visualFocus ? Theme.ion : Theme.line
+
+        KorIcon {
+            x: 9
+            anchors.verticalCenter: parent.verticalCenter
+            visible: box.iconName !== ""
+            name: box.iconName
+            tint: Theme.muted
+            size: 13
+        }
     }
     contentItem: Text {
-        leftPadding: 10
+        leftPadding: box.iconName !== "" ? 28 : 10
         rightPadding: 26
         text: box.displayText
         font: box.font

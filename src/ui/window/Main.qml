@@ -138,8 +138,9 @@ ApplicationWindow {
         }
 
         Sidebar {
-            SplitView.minimumWidth: 190
-            SplitView.preferredWidth: 210
+            // A narrow window (a tiling compositor's half screen) gives the sidebar less.
+            SplitView.minimumWidth: 160
+            SplitView.preferredWidth: window.width < 960 ? 172 : 210
             SplitView.maximumWidth: 260
             categories: window.shell.categories
             counts: window.shell.counts
@@ -164,6 +165,9 @@ ApplicationWindow {
                 selectedRow: window.shell.runtimes.selectedRow
                 filter: window.store.filter
                 busy: window.store.busy
+                sortChoices: window.shell.sortChoices
+                sortIndex: window.shell.sortIndex
+                onSortPicked: index => window.shell.sortIndex = index
                 onRuntimePicked: row => window.shell.selectRuntime(row)
                 onFilterEdited: text => window.store.filter = text
                 onRefreshRequested: window.shell.refresh()

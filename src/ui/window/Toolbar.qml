@@ -13,8 +13,12 @@ Rectangle {
     required property int selectedRow
     required property string filter
     required property bool busy
+    // The orders the section offers; none hides the control.
+    required property var sortChoices
+    required property int sortIndex
 
     signal runtimePicked(int row)
+    signal sortPicked(int index)
     signal filterEdited(string text)
     signal refreshRequested()
     signal addRequested()
@@ -57,6 +61,24 @@ Rectangle {
         Item {
             Layout.fillWidth: true
         }
+        KorComboBox {
+            id: sort
+
+            objectName: "sort"
+            iconName: "arrow.up.arrow.down"
+            // Wide enough for its longest choice: the runtime and the filter shrink first.
+            Layout.preferredWidth: 128
+            Layout.minimumWidth: 128
+            visible: root.sortChoices.length > 0
+            model: root.sortChoices
+            currentIndex: root.sortIndex
+            Accessible.name: "Sort by"
+            onActivated: index => {
+                root.sortPicked(index);
+                // The shell's choice stays the source of truth.
+                sort.currentIndex = Qt.binding(() => root.sortIndex);
+            }
+        }
         SectionCaption {
             // Steps back first when the window is narrow: the picker says what it is.
             visible: root.width > 860
@@ -64,7 +86,7 @@ Rectangle {
         }
         RuntimePicker {
             Layout.fillWidth: true
-            Layout.minimumWidth: 120
+            Layout.minimumWidth: 96
             Layout.maximumWidth: implicitWidth
             model: root.runtimes
             selectedRow: root.selectedRow
@@ -75,7 +97,7 @@ Rectangle {
 
             Layout.leftMargin: 6
             Layout.fillWidth: true
-            Layout.minimumWidth: 130
+            Layout.minimumWidth: 110
             Layout.maximumWidth: implicitWidth
             filter: root.filter
             onEdited: text => root.filterEdited(text)

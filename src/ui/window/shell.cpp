@@ -7,17 +7,31 @@
 #include <QSettings>
 #include <QVariantMap>
 
+namespace {
+const QList<std::pair<Category, const Setting<QString> *>> &sortSettings()
+{
+    static const QList<std::pair<Category, const Setting<QString> *>> all{
+        {Category::Containers, &Settings::containersSort}, {Category::Images, &Settings::imagesSort},
+        {Category::Volumes, &Settings::volumesSort}};
+    return all;
+}
+}
+
 Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent)
     : QObject(parent), m_store(store), m_toolchain(toolchain), m_settings(settings)
 {
     if (const auto stored = Categories::fromRaw(Settings::category.read(*m_settings)))
         m_category = *stored;
+    for (const auto &[c, setting] : sortSettings()) {
+        if (const auto key = ListOrder::fromRaw(setting->read(*m_settings)); key && ListOrder::keysFor(c).contains(*key))
+            m_sort.insert(c, *key);
+    }
 
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
-    const auto images = [this] { m_images.setImages(m_store->matchingImages()); };
-    const auto volumes = [this] { m_volumes.setVolumes(m_store->matchingVolumes()); };
+    const auto images = [this] { updateImages(); };
+    const auto volumes = [this] { updateVolumes(); };
     const auto runtimes = [this] {
         m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime());
         m_containers.setRuntime(m_store->runtime());
@@ -34,6 +48,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::filterChanged, this, &Shell::emptyChanged);
     connect(m_store, &AppStore::runtimeChanged, this, &Shell::emptyChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::emptyChanged);
+    connect(this, &Shell::categoryChanged, this, &Shell::sortChanged);
     for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes})
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
@@ -52,7 +67,47 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
 
 void Shell::updateContainers()
 {
-    m_containers.setContainers(m_store->matchingContainers());
+    m_containers.setContainers(ListOrder::sorted(m_store->matchingContainers(), sortOf(Category::Containers)));
+}
+
+void Shell::updateImages()
+{
+    m_images.setImages(ListOrder::sorted(m_store->matchingImages(), sortOf(Category::Images)));
+}
+
+void Shell::updateVolumes()
+{
+    m_volumes.setVolumes(ListOrder::sorted(m_store->matchingVolumes(), sortOf(Category::Volumes)));
+}
+
+QStringList Shell::sortChoices() const
+{
+    QStringList labels;
+    for (ListOrder::Key k : ListOrder::keysFor(m_category))
+        labels.append(ListOrder::label(k));
+    return labels;
+}
+
+int Shell::sortIndex() const
+{
+    return int(ListOrder::keysFor(m_category).indexOf(sortOf(m_category)));
+}
+
+void Shell::setSortIndex(int index)
+{
+    const QList<ListOrder::Key> keys = ListOrder::keysFor(m_category);
+    if (index < 0 || index >= keys.size() || keys[index] == sortOf(m_category))
+        return;
+    m_sort.insert(m_category, keys[index]);
+    for (const auto &[c, setting] : sortSettings()) {
+        if (c == m_category)
+            setting->write(*m_settings, ListOrder::raw(keys[index]));
+    }
+    // The models move their rows into the new order; nothing is rebuilt.
+    updateContainers();
+    updateImages();
+    updateVolumes();
+    emit sortChanged();
 }
 
 void Shell::updateProjects()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "category.h"
+#include "listorder.h"
 #include "containermodel.h"
 #include "imagemodel.h"
 #include "projectmodel.h"
@@ -50,6 +51,9 @@ class Shell : public QObject {
     Q_PROPERTY(QString emptyDetail READ emptyDetail NOTIFY emptyChanged)
     // Empty while the engine answers in time; otherwise how long it has kept us waiting.
     Q_PROPERTY(QString staleText READ staleText NOTIFY staleTextChanged)
+    // The orders the selected section offers (none for projects), and the one it is in.
+    Q_PROPERTY(QStringList sortChoices READ sortChoices NOTIFY sortChanged)
+    Q_PROPERTY(int sortIndex READ sortIndex WRITE setSortIndex NOTIFY sortChanged)
 
 public:
 
@@ -81,6 +85,10 @@ public:
     QString emptyIcon() const;
     QString emptyDetail() const;
     QString staleText() const { return m_staleText; }
+    QStringList sortChoices() const;
+    int sortIndex() const;
+    // Kept per section, so each list opens as it was left.
+    void setSortIndex(int index);
     // "Engine has not answered for 12 s — showing what it listed at 14:05".
     static QString staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale = QLocale());
 
@@ -101,9 +109,13 @@ signals:
     void filteringChanged();
     void emptyChanged();
     void staleTextChanged();
+    void sortChanged();
 
 private:
     void updateContainers();
+    void updateImages();
+    void updateVolumes();
+    ListOrder::Key sortOf(Category c) const { return m_sort.value(c, ListOrder::Key::Listed); }
     void updateProjects();
     void updateStale();
 
@@ -117,6 +129,7 @@ private:
     VolumeModel m_volumes;
     RuntimeModel m_runtimes;
     QString m_staleText;
+    QMap<Category, ListOrder::Key> m_sort;
     // Ticks only while the engine keeps us waiting, to count the seconds.
     QTimer m_staleTick;
 };
