@@ -20,8 +20,9 @@ packages=(
   dbus-daemon
   # the private engine the tests drive
   docker.io iptables busybox-static ca-certificates
-  # a real X server for the tray and window tests, and a screen reader's view of the window
-  xvfb xauth at-spi2-core python3-pyatspi
+  # a real X server for the tray and window tests, and a screen reader's view of the window:
+  # AT-SPI read from outside, and Orca itself
+  xvfb xauth at-spi2-core python3-pyatspi orca
   # make package: dependencies worked out from the binary
   dpkg-dev file
 )

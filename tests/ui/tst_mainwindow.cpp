@@ -6,6 +6,10 @@
 
 #include <QAccessible>
 #include <QDBusConnection>
+#include <QFile>
+#include <QKeyEvent>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QDBusConnectionInterface>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -59,6 +63,7 @@ private slots:
     void pressActionDismissesTheBanner();
     void staleLineComesAndGoes();
     void screenReaderReadsTheWindow();
+    void orcaSaysWhatTheKeyboardReaches();
 
 private:
     QQuickItem *activeControl() const;
@@ -293,6 +298,85 @@ void TestMainWindow::screenReaderReadsTheWindow()
     focused = innermost();
     QCOMPARE(focused[1].toString(), "push button");
     QCOMPARE(focused[2].toString(), name);
+}
+
+// Orca itself, walking the window by keyboard: its debug log has every utterance as
+// "SPEECH OUTPUT: '…'". It reads the window over the same bus, so it answers slowly.
+void TestMainWindow::orcaSaysWhatTheKeyboardReaches()
+{
+    QTemporaryDir prefs;
+    const QString log = prefs.filePath(QStringLiteral("orca.log"));
+    // Orca writes its debug file in blocks; the test reads it while Orca speaks.
+    QFile customizations(prefs.filePath(QStringLiteral("orca-customizations.py")));
+    QVERIFY(customizations.open(QIODevice::WriteOnly));
+    customizations.write("import orca.debug\n"
+                         "if orca.debug.debugFile is not None:\n"
+                         "    orca.debug.debugFile.reconfigure(line_buffering=True)\n");
+    customizations.close();
+    QProcess orca;
+    orca.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    orca.start(QStringLiteral("orca"), {QStringLiteral("--replace"), QStringLiteral("--user-prefs"), prefs.path(),
+                                        QStringLiteral("--debug-file"), log});
+    QVERIFY2(orca.waitForStarted(), "orca is not installed (scripts/setup.sh installs it)");
+    const auto cleanup = qScopeGuard([&] {
+        orca.terminate();
+        if (!orca.waitForFinished(5000)) {
+            orca.kill();
+            orca.waitForFinished(5000);
+        }
+    });
+    qsizetype heard = 0;
+    // What Orca has said since the last call.
+    const auto said = [&] {
+        QFile file(log);
+        if (!file.open(QIODevice::ReadOnly))
+            return QString();
+        static const QRegularExpression speech(QStringLiteral("SPEECH OUTPUT: '(.*)'\\{"));
+        const QString text = QString::fromUtf8(file.readAll());
+        QStringList lines;
+        for (auto it = speech.globalMatch(text, heard); it.hasNext();)
+            lines << it.next().captured(1);
+        return lines.join(u'\n');
+    };
+    // Empty once Orca has said every one of the texts, in any order.
+    const auto waitFor = [&](const QStringList &expected) {
+        QString all;
+        const auto saidAll = [&] {
+            all = said();
+            return std::all_of(expected.begin(), expected.end(), [&](const QString &e) { return all.contains(e); });
+        };
+        const bool found = QTest::qWaitFor(saidAll, 30000);
+        heard = QFile(log).size();
+        return found ? QString() : expected.join(u'|') + QStringLiteral(" not said; heard: ") + all;
+    };
+    QString missing = waitFor({QStringLiteral("Screen reader on.")});
+    QVERIFY2(missing.isEmpty(), qPrintable(missing));
+
+    auto *list = m_window->findChild<QQuickItem *>(QStringLiteral("projectsList"));
+    list->forceActiveFocus(Qt::TabFocusReason);
+    auto *card = m_window->activeFocusItem();
+    const QString project = card->property("name").toString();
+    // The card: its name, then its state and counts.
+    missing = waitFor({project + QStringLiteral(".\n") + card->property("description").toString()});
+    QVERIFY2(missing.isEmpty(), qPrintable(missing));
+    QVERIFY(card->property("description").toString().contains(QLatin1String("running")));
+
+    // Delivered to the window as its own, not through the accessibility bus: Orca, busy
+    // reading, would hold a real keystroke past the bus's reply timeout.
+    const auto press = [&](Qt::Key key) {
+        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier), up(QEvent::KeyRelease, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(m_window, &down);
+        QCoreApplication::sendEvent(m_window, &up);
+    };
+    press(Qt::Key_Down);
+    const QString container = m_window->activeFocusItem()->property("name").toString();
+    missing = waitFor({container, m_window->activeFocusItem()->property("description").toString()});
+    QVERIFY2(missing.isEmpty(), qPrintable(missing));
+    // Its first button says whose it is.
+    press(Qt::Key_Right);
+    const QString button = m_window->activeFocusItem()->property("text").toString();
+    missing = waitFor({button + QStringLiteral(" push button"), container});
+    QVERIFY2(missing.isEmpty(), qPrintable(missing));
 }
 
 QTEST_MAIN(TestMainWindow)
