@@ -26,11 +26,13 @@ ListView {
     property bool headerStops: true
     // Where the keyboard is: the item, and its inner row or -1 for the item itself.
     property point stop: Qt.point(0, -1)
+    // The menu made from a row's buttons, while it is open.
+    property KorMenu buttonMenu: null
 
     function stopItem(at: point): Item {
         const item = list.itemAtIndex(at.x);
         if (item === null || at.y < 0)
-            return item;
+            return list.headerStops ? item : null;
         return item.rowAt ? item.rowAt(at.y) : null;
     }
 
@@ -96,8 +98,8 @@ ListView {
             target.openMenu();
             return;
         }
-        const menu = menuComponent.createObject(target, {buttons: list.buttonsOf(target)}) as KorMenu;
-        menu.popup(target, 14, target.height);
+        list.buttonMenu = menuComponent.createObject(target, {buttons: list.buttonsOf(target)}) as KorMenu;
+        list.buttonMenu.popup(target, 14, target.height);
     }
 
     clip: true
@@ -111,8 +113,18 @@ ListView {
     Accessible.role: Accessible.List
     ScrollBar.vertical: ScrollBar {}
 
-    // Tab into the list lands on the row the keyboard last left.
-    onActiveFocusChanged: if (activeFocus && Window.activeFocusItem === list) list.go(ListKeys.Here)
+    // Tab into the list lands on the row the keyboard last left (the view itself would hand
+    // the keyboard to its current item, which may be a group with no stop of its own).
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            return;
+        const target = list.stopItem(list.stop);
+        let focused = Window.activeFocusItem;
+        while (focused !== null && focused !== target && focused !== list)
+            focused = focused.parent;
+        if (target === null || focused !== target)
+            list.go(ListKeys.Here);
+    }
 
     Keys.onPressed: event => {
         const shift = (event.modifiers & Qt.ShiftModifier) !== 0;
@@ -170,16 +182,19 @@ ListView {
         KorMenu {
             id: menu
 
-            property list<Item> buttons
+            property var buttons: []
 
-            onClosed: menu.destroy()
+            onClosed: {
+                list.buttonMenu = null;
+                menu.destroy();
+            }
 
             Instantiator {
                 model: menu.buttons
                 onObjectAdded: (index, object) => menu.insertItem(index, object as KorMenuItem)
 
                 KorMenuItem {
-                    required property Item modelData
+                    required property var modelData
 
                     text: modelData.text !== "" ? modelData.text : modelData.help
                     onTriggered: modelData.clicked()

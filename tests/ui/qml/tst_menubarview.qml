@@ -54,6 +54,13 @@ TestCase {
         compare(rows["backup-agent"], "Stop");
         verify(!findChild(panel.contentItem, "noContainers").visible);
         compare(findChild(panel.contentItem, "runningCount").text, "6 running");
+
+        // The keyboard passes over the captions and the groups with nothing in them.
+        panel.requestActivate();
+        list.forceActiveFocus(Qt.TabFocusReason);
+        compare(panel.activeFocusItem.name, "docs-site-1");
+        keyClick(Qt.Key_Down);
+        compare(panel.activeFocusItem.name, "legacy-api-1");
     }
 
     function test_nothingToList() {
