@@ -37,7 +37,9 @@ ListView {
     }
 
     function go(move: int) {
-        const next = ListKeys.step(list.rowCounts(), list.headerStops, list.stop, move, Math.max(1, Math.floor(list.height / 52)));
+        // A refresh moves rows under the keyboard; the view's current index moves with them.
+        const at = Qt.point(list.currentIndex >= 0 ? list.currentIndex : list.stop.x, list.stop.y);
+        const next = ListKeys.step(list.rowCounts(), list.headerStops, at, move, Math.max(1, Math.floor(list.height / 52)));
         if (next.x < 0)
             return;
         list.stop = next;
