@@ -36,8 +36,9 @@ demo-stop:
 	@$(DEMO_ENV) bash scripts/engine.sh stop
 
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops.
+# The benchmarks are built too (not run), so a change cannot leave them behind.
 test: setup
-	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_SANITIZE=ON
+	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
 	cmake --build $(TEST_BUILD) -j $(JOBS)
 	cd $(TEST_BUILD) && ctest --output-on-failure -j $(JOBS)
 

@@ -121,7 +121,7 @@ void benchRules(int count)
         const auto containers = Docker::parseContainers(text);
         const QString query = Filters::query("proj1");
         const auto matching = Filters::containers(containers, query);
-        const auto merged = ProjectRegistry::merge(Docker::group(matching), known);
+        const auto merged = ProjectRegistry::merge(Docker::group(matching), known, {});
         const auto projects = Filters::projects(merged, query);
         const auto loose = Docker::ungrouped(containers);
         Q_UNUSED(projects);
