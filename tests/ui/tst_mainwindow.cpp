@@ -298,6 +298,17 @@ void TestMainWindow::screenReaderReadsTheWindow()
     focused = innermost();
     QCOMPARE(focused[1].toString(), "push button");
     QCOMPARE(focused[2].toString(), name);
+
+    // One Tab leaves the list; Shift+Tab comes back where it left; the Menu key opens the
+    // row's menu.
+    const QJsonArray button = focused;
+    QTest::keyClick(m_window, Qt::Key_Tab);
+    QVERIFY(!list->hasActiveFocus());
+    QVERIFY(innermost() != button);
+    QTest::keyClick(m_window, Qt::Key_Tab, Qt::ShiftModifier);
+    QCOMPARE(innermost(), button);
+    QTest::keyClick(m_window, Qt::Key_Menu);
+    QCOMPARE(innermost()[1].toString(), "popup menu");
 }
 
 // Orca itself, walking the window by keyboard: its debug log has every utterance as
