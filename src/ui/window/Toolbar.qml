@@ -13,7 +13,7 @@ Rectangle {
     required property int selectedRow
     required property string filter
     required property bool busy
-    // The orders the section offers; none hides the control.
+    // The orders the section offers; none (or nothing to sort) hides the control.
     required property var sortChoices
     required property int sortIndex
 
@@ -69,7 +69,7 @@ Rectangle {
             // Wide enough for its longest choice: the runtime and the filter shrink first.
             Layout.preferredWidth: 128
             Layout.minimumWidth: 128
-            visible: root.sortChoices.length > 0
+            visible: root.sortChoices.length > 0 && root.count > 0
             model: root.sortChoices
             currentIndex: root.sortIndex
             Accessible.name: "Sort by"
