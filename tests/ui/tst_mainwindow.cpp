@@ -263,7 +263,12 @@ QJsonObject TestMainWindow::readAloud(const QString &mode)
                  {QStringLiteral(KORVAT_ATSPI_READER), QString::number(QCoreApplication::applicationPid()), mode});
     if (!reader.waitForStarted())
         return {};
-    QTest::qWaitFor([&] { return reader.state() == QProcess::NotRunning; }, 60000);
+    // The event loop runs meanwhile: the reader's questions are answered by this process.
+    if (!QTest::qWaitFor([&] { return reader.state() == QProcess::NotRunning; }, 60000)) {
+        reader.kill();
+        reader.waitForFinished(5000);
+        return {};
+    }
     const QByteArray out = reader.readAllStandardOutput();
     if (out.isEmpty())
         qWarning().noquote() << reader.readAllStandardError();
