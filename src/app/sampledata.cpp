@@ -102,6 +102,11 @@ FakeEngine::Holdings holdings(const QString &root)
         {QStringLiteral("storefront-db-1"), {QStringLiteral("storefront_dbdata")}},
     };
     s.sizes = {{QStringLiteral("website_cache"), 38'000'000}, {QStringLiteral("website_assets"), 113'000'000}};
+    // The listing says the same as inspecting them: cut to 15 characters, as the client does.
+    for (Container &c : s.containers) {
+        for (const QString &volume : s.mounts.value(c.name))
+            c.mounts.append(volume.size() > 15 ? volume.left(14) + QChar(0x2026) : volume);
+    }
     return s;
 }
 

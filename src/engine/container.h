@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QMap>
+#include <QStringList>
 #include <QString>
 #include <optional>
 
@@ -16,6 +17,8 @@ struct Container {
     QMap<QString, QString> labels;
     // When it was made, read from the listing's "CreatedAt"; invalid where not given.
     QDateTime created = {};
+    // The listing's "Mounts": volume names, and bind paths, each cut to 15 characters with "…".
+    QStringList mounts = {};
 
     std::optional<QString> project() const;
     std::optional<QString> workingDir() const;

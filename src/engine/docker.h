@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QList>
 #include <QMap>
+#include <QSet>
 #include <QStringList>
 #include <chrono>
 #include <memory>
@@ -65,6 +66,9 @@ bool codePointLess(const QString &a, const QString &b);
 
 QList<ComposeProject> group(const QList<Container> &containers);
 QList<Container> ungrouped(const QList<Container> &containers);
+// The volumes some container mounts, as far as the listing's cut names tell: a name cut
+// to its first 14 characters counts only when no other volume starts the same way.
+QSet<QString> mountedVolumes(const QList<Container> &containers, const QList<DockerVolume> &volumes);
 
 inline const QStringList composeFileNames = {
     QStringLiteral("compose.yaml"), QStringLiteral("compose.yml"),

@@ -47,4 +47,28 @@ QList<Container> ungrouped(const QList<Container> &containers)
     return loose;
 }
 
+QSet<QString> mountedVolumes(const QList<Container> &containers, const QList<DockerVolume> &volumes)
+{
+    // The client cuts each name to 14 characters and an ellipsis past 15.
+    constexpr qsizetype kept = 14;
+    QHash<QString, QStringList> byCut;
+    for (const DockerVolume &v : volumes) {
+        if (v.name.size() > kept + 1)
+            byCut[v.name.left(kept) + QChar(0x2026)].append(v.name);
+    }
+    QSet<QString> names;
+    for (const DockerVolume &v : volumes)
+        names.insert(v.name);
+    QSet<QString> mounted;
+    for (const Container &c : containers) {
+        for (const QString &m : c.mounts) {
+            if (names.contains(m))
+                mounted.insert(m);
+            else if (const QStringList candidates = byCut.value(m); candidates.size() == 1)
+                mounted.insert(candidates.first());
+        }
+    }
+    return mounted;
+}
+
 } // namespace Docker

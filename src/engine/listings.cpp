@@ -44,7 +44,8 @@ QList<Container> parseContainers(const QString &text)
     QList<Container> list;
     for (const auto &o : ndjson(text))
         list.append({field(o, "ID"), field(o, "Names"), field(o, "Image"), field(o, "State"), field(o, "Status"),
-                     field(o, "Ports"), parseLabels(field(o, "Labels")), parseCreated(field(o, "CreatedAt"))});
+                     field(o, "Ports"), parseLabels(field(o, "Labels")), parseCreated(field(o, "CreatedAt")),
+                     field(o, "Mounts").split(u',', Qt::SkipEmptyParts)});
     return list;
 }
 

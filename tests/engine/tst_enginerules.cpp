@@ -97,6 +97,13 @@ private slots:
         QCOMPARE(volumes.first().name, "cp1_data");
         QCOMPARE(volumes.first().driver, "local");
         QVERIFY(volumes.first().mountpoint.endsWith("/volumes/cp1_data/_data"));
+        QCOMPARE(Docker::mountedVolumes(containers, volumes), QSet<QString>{"cp1_data"});
+
+        // Names past 15 characters come cut; one counts only where the cut names one volume.
+        const auto c = [](QStringList mounts) { return Container{"i", "n", "img", "running", {}, {}, {}, {}, mounts}; };
+        const QList<DockerVolume> many{{"shop_data"}, {"website_assets_v1"}, {"website_assets_v2"}, {"reporting_cache_2026"}};
+        QCOMPARE(Docker::mountedVolumes({c({"shop_data", "/srv/web/confi…"}), c({"reporting_cach…"}), c({"website_assets…"})}, many),
+                 (QSet<QString>{"shop_data", "reporting_cache_2026"}));
     }
 
     void malformedLines()

@@ -2,6 +2,7 @@
 #include "containerrules.h"
 #include "listcursor.h"
 #include "listorder.h"
+#include "volumemodel.h"
 #include "runtimeselection.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
@@ -141,6 +142,7 @@ void TestViewRules::spokenTexts()
     QCOMPARE(ProjectCard::spoken(empty, ProjectCard::state(empty, true, true), true),
              "Not running · /srv/billing · No containers. Up creates them from the compose file.");
     QCOMPARE(Categories::spoken(Category::Containers, 12), "Containers, 12");
+    QCOMPARE(VolumeModel::spoken({{"data", "local", "/v/data"}, true}), "local · /v/data · in use");
     QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, false, false), false),
              "Dir missing · 1 of 3 running · working directory no longer exists · compose up/down need the project directory; start/stop still work");
 }

@@ -9,6 +9,8 @@ Rectangle {
     required property string title
     property string detail: ""
     property string trailing: ""
+    // What a screen reader hears after the title; the second line unless said otherwise.
+    property string spoken: detail
     // A pill before the trailing text, such as the project a container belongs to.
     property string badge: ""
     // The leading mark: a status dot, a run ring (ringTotal ≥ 0) or an icon.
@@ -28,7 +30,7 @@ Rectangle {
     border.color: Theme.ion
     Accessible.role: Accessible.ListItem
     Accessible.name: title
-    Accessible.description: detail
+    Accessible.description: spoken
 
     HoverHandler {
         id: hover

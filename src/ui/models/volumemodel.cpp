@@ -1,32 +1,61 @@
 #include "volumemodel.h"
 
-void VolumeModel::setVolumes(const QList<DockerVolume> &volumes)
+void VolumeModel::setVolumes(const QList<DockerVolume> &volumes, const QSet<QString> &mounted)
 {
-    sync(m_rows, volumes, [](const DockerVolume &v) { return v.name; }, [](const DockerVolume &a, const DockerVolume &b) {
+    QList<VolumeRow> rows;
+    rows.reserve(volumes.size());
+    for (const DockerVolume &v : volumes)
+        rows.append({v, mounted.contains(v.name)});
+    sync(m_rows, rows, [](const VolumeRow &r) { return r.volume.name; }, [](const VolumeRow &a, const VolumeRow &b) {
         QList<int> roles;
-        if (a.driver != b.driver)
+        if (a.volume.driver != b.volume.driver)
             roles << DriverRole;
-        if (a.mountpoint != b.mountpoint)
+        if (a.volume.mountpoint != b.volume.mountpoint)
             roles << MountpointRole;
+        if (a.inUse != b.inUse)
+            roles << InUseRole;
+        if (!roles.isEmpty())
+            roles << DescriptionRole;
         return roles;
     });
 }
 
-QVariant VolumeModel::roleData(const DockerVolume &v, int role) const
+QList<DockerVolume> VolumeModel::volumes() const
+{
+    QList<DockerVolume> list;
+    for (const VolumeRow &r : m_rows)
+        list.append(r.volume);
+    return list;
+}
+
+QString VolumeModel::spoken(const VolumeRow &row)
+{
+    QString text = row.volume.driver + QStringLiteral(" · ") + row.volume.mountpoint;
+    if (row.inUse)
+        text += QStringLiteral(" · in use");
+    return text;
+}
+
+QVariant VolumeModel::roleData(const VolumeRow &r, int role) const
 {
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
-        return v.name;
+        return r.volume.name;
     case DriverRole:
-        return v.driver;
+        return r.volume.driver;
     case MountpointRole:
-        return v.mountpoint;
+        return r.volume.mountpoint;
+    case InUseRole:
+        return r.inUse;
+    case DescriptionRole:
+        return spoken(r);
     }
     return {};
 }
 
 QHash<int, QByteArray> VolumeModel::roleNames() const
 {
-    return {{NameRole, "name"}, {DriverRole, "driver"}, {MountpointRole, "mountpoint"}};
+    return {{NameRole, "name"}, {DriverRole, "driver"}, {MountpointRole, "mountpoint"}, {InUseRole, "inUse"},
+            {DescriptionRole, "description"}};
 }

@@ -46,10 +46,14 @@ ColumnLayout {
             required property string name
             required property string driver
             required property string mountpoint
+            required property bool inUse
+            required property string description
 
             width: list.rowWidth
             title: name
             detail: driver + "  ·  " + mountpoint
+            badge: inUse ? "in use" : ""
+            spoken: description
             iconName: "externaldrive"
 
             KorButton {

@@ -40,6 +40,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::imagesChanged, this, images);
     connect(m_store, &AppStore::filterChanged, this, images);
     connect(m_store, &AppStore::volumesChanged, this, volumes);
+    connect(m_store, &AppStore::containersChanged, this, volumes);   // what mounts them
     connect(m_store, &AppStore::filterChanged, this, volumes);
     connect(m_store, &AppStore::runtimesChanged, this, runtimes);
     connect(m_store, &AppStore::runtimeChanged, this, runtimes);
@@ -77,7 +78,8 @@ void Shell::updateImages()
 
 void Shell::updateVolumes()
 {
-    m_volumes.setVolumes(ListOrder::sorted(m_store->matchingVolumes(), sortOf(Category::Volumes)));
+    const QList<DockerVolume> volumes = ListOrder::sorted(m_store->matchingVolumes(), sortOf(Category::Volumes));
+    m_volumes.setVolumes(volumes, Docker::mountedVolumes(m_store->containers(), m_store->volumes()));
 }
 
 QStringList Shell::sortChoices() const
