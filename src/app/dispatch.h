@@ -5,7 +5,8 @@
 #include <optional>
 
 // Which mode a command line asks for. Flags match whole arguments only, and the value
-// after a flag is taken as it stands, even when it looks like a flag itself.
+// after a flag is taken as it stands, even when it looks like a flag itself; "--json" alone
+// is never a value.
 struct Invocation {
     enum class Mode { Window, SelfTest, Tools, Plan, Dump, Shot };
 
@@ -14,6 +15,7 @@ struct Invocation {
     std::optional<QString> context;   // plan and dump
     bool scripts = false;             // tools
     double scale = 1;                 // shot: pixels per point, "--scale 2"
+    bool json = false;                // plan and dump: "--json" anywhere
 
     bool headless() const { return mode != Mode::Window; }
 
@@ -21,4 +23,4 @@ struct Invocation {
 };
 
 // args is the whole vector, program path included.
-Invocation dispatch(const QStringList &args);
+Invocation dispatch(QStringList args);

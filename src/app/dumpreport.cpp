@@ -4,6 +4,7 @@
 #include "docker.h"
 
 #include <QFileInfo>
+#include <QJsonArray>
 
 QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &current)
 {
@@ -11,14 +12,13 @@ QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &cur
         + (current && entry.runtime == *current ? QStringLiteral("  [opens here]") : QString());
 }
 
-void runDump(const Engine &engine, const std::optional<QString> &context, QTextStream &out)
+DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context)
 {
+    DumpReport report;
+    report.context = context;
     const std::optional<Runtime> target = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     try {
-        const auto runtimes = engine.runtimes();
-        for (const auto &entry : runtimes.list) {
-            out << runtimeLine(entry, runtimes.current) << '\n';
-        }
+        report.runtimes = engine.runtimes();
     } catch (const DockerError &) {
         // Without a runtime list the rest of the report still says what is wrong.
     }
@@ -27,20 +27,51 @@ void runDump(const Engine &engine, const std::optional<QString> &context, QTextS
     try {
         containers = engine.containers(target);
     } catch (const DockerError &e) {
-        out << "dump failed: " << e.message() << '\n';
+        report.failure = e.message();
+        return report;
+    }
+    report.containerCount = int(containers.size());
+    using Compose = DumpReport::Project::Compose;
+    for (const auto &project : Docker::group(containers)) {
+        DumpReport::Project row{project};
+        if (!project.workingDir || !QFileInfo::exists(*project.workingDir))
+            row.compose = Compose::WorkdirMissing;
+        else if (!Docker::composeFile(*project.workingDir))
+            row.compose = Compose::NoComposeFile;
+        else
+            row.check = engine.checkCompose(*project.workingDir);
+        report.projects.append(row);
+    }
+    report.ungrouped = Docker::ungrouped(containers);
+
+    try {
+        const auto images = engine.images(target);
+        const auto volumes = engine.volumes(target);
+        report.images = int(images.size());
+        report.volumes = int(volumes.size());
+    } catch (const DockerError &e) {
+        report.totalsFailure = e.message();
+    }
+    return report;
+}
+
+void writeDump(const DumpReport &report, QTextStream &out)
+{
+    for (const auto &entry : report.runtimes.list)
+        out << runtimeLine(entry, report.runtimes.current) << '\n';
+    if (report.failure) {
+        out << "dump failed: " << *report.failure << '\n';
         return;
     }
-    out << "runtime: " << context.value_or(QStringLiteral("(current)")) << "  containers: " << containers.size() << '\n';
+    out << "runtime: " << report.context.value_or(QStringLiteral("(current)")) << "  containers: " << report.containerCount << '\n';
 
-    for (const auto &project : Docker::group(containers)) {
-        QString suffix;
-        if (!project.workingDir || !QFileInfo::exists(*project.workingDir))
-            suffix = QStringLiteral("  [workdir missing - compose disabled]");
-        else if (!Docker::composeFile(*project.workingDir))
-            suffix = QStringLiteral("  [no compose file - compose disabled]");
-        out << "  project " << project.name << "  " << project.runningCount() << '/' << project.containers.size() << suffix << '\n';
-        if (suffix.isEmpty()) {
-            const auto check = engine.checkCompose(*project.workingDir);
+    using Compose = DumpReport::Project::Compose;
+    for (const auto &[project, compose, check] : report.projects) {
+        static const QMap<Compose, QString> suffixes{{Compose::Checked, {}},
+                                                     {Compose::WorkdirMissing, QStringLiteral("  [workdir missing - compose disabled]")},
+                                                     {Compose::NoComposeFile, QStringLiteral("  [no compose file - compose disabled]")}};
+        out << "  project " << project.name << "  " << project.runningCount() << '/' << project.containers.size() << suffixes.value(compose) << '\n';
+        if (compose == Compose::Checked) {
             if (!check.valid)
                 out << "    compose config: INVALID - " << check.message << '\n';
             else if (check.warning)
@@ -51,14 +82,97 @@ void runDump(const Engine &engine, const std::optional<QString> &context, QTextS
         for (const auto &c : project.containers)
             out << "    - " << c.name << "  [" << c.state << "]  " << c.image << '\n';
     }
-    for (const auto &c : Docker::ungrouped(containers))
+    for (const auto &c : report.ungrouped)
         out << "  (no project) " << c.name << "  [" << c.state << "]\n";
 
-    try {
-        const auto images = engine.images(target);
-        const auto volumes = engine.volumes(target);
-        out << "images: " << images.size() << "  volumes: " << volumes.size() << '\n';
-    } catch (const DockerError &e) {
-        out << "dump failed: " << e.message() << '\n';
+    if (report.totalsFailure)
+        out << "dump failed: " << *report.totalsFailure << '\n';
+    else
+        out << "images: " << report.images.value_or(0) << "  volumes: " << report.volumes.value_or(0) << '\n';
+}
+
+namespace {
+QJsonValue orNull(const std::optional<QString> &text)
+{
+    return text ? QJsonValue(*text) : QJsonValue();
+}
+
+QJsonValue orNull(const std::optional<int> &number)
+{
+    return number ? QJsonValue(*number) : QJsonValue();
+}
+
+QJsonObject containerJson(const Container &c)
+{
+    QJsonArray ports;
+    for (const auto &p : Docker::parsePorts(c.ports)) {
+        QJsonObject port{{"port", p.port}, {"protocol", p.protocol}};
+        if (p.isPublished()) {
+            port.insert("hostIp", p.hostIp);
+            port.insert("hostPort", p.hostPort);
+        }
+        ports.append(port);
     }
+    return {{"id", c.id}, {"name", c.name}, {"image", c.image}, {"state", c.state}, {"status", c.status}, {"ports", ports}};
+}
+
+QJsonArray containersJson(const QList<Container> &containers)
+{
+    QJsonArray out;
+    for (const auto &c : containers)
+        out.append(containerJson(c));
+    return out;
+}
+
+QJsonObject composeJson(const DumpReport::Project &row)
+{
+    using Compose = DumpReport::Project::Compose;
+    switch (row.compose) {
+    case Compose::WorkdirMissing:
+        return {{"state", "disabled"}, {"reason", "workdir missing"}};
+    case Compose::NoComposeFile:
+        return {{"state", "disabled"}, {"reason", "no compose file"}};
+    case Compose::Checked:
+        break;
+    }
+    if (!row.check.valid)
+        return {{"state", "invalid"}, {"message", row.check.message}};
+    if (row.check.warning)
+        return {{"state", "warning"}, {"message", *row.check.warning}};
+    return {{"state", "ok"}};
+}
+}
+
+QJsonObject dumpJson(const DumpReport &report)
+{
+    QJsonArray runtimes;
+    for (const auto &entry : report.runtimes.list)
+        runtimes.append(QJsonObject{{"name", entry.runtime.name},
+                                    {"kind", entry.runtime.isSocket() ? "socket" : "context"},
+                                    {"endpoint", entry.endpoint},
+                                    {"reachable", entry.reachable},
+                                    {"opensHere", report.runtimes.current == entry.runtime}});
+    QJsonObject json{{"schema", 1}, {"runtimes", runtimes}, {"runtime", orNull(report.context)}};
+    if (report.failure) {
+        json.insert("error", *report.failure);
+        return json;
+    }
+    QJsonArray projects;
+    int running = 0;
+    for (const auto &row : report.projects) {
+        projects.append(QJsonObject{{"name", row.project.name},
+                                    {"workingDir", orNull(row.project.workingDir)},
+                                    {"running", row.project.runningCount()},
+                                    {"compose", composeJson(row)},
+                                    {"containers", containersJson(row.project.containers)}});
+        running += row.project.runningCount();
+    }
+    for (const auto &c : report.ungrouped)
+        running += c.isRunning() ? 1 : 0;
+    json.insert("projects", projects);
+    json.insert("ungrouped", containersJson(report.ungrouped));
+    json.insert("totals", QJsonObject{{"containers", report.containerCount}, {"running", running},
+                                      {"images", orNull(report.images)}, {"volumes", orNull(report.volumes)}});
+    json.insert("error", orNull(report.totalsFailure));
+    return json;
 }

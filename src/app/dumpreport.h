@@ -2,11 +2,36 @@
 
 #include "engine.h"
 
+#include <QJsonObject>
 #include <QTextStream>
 #include <optional>
 
 // "runtime: default · offline  unix:///var/run/docker.sock  [opens here]"
 QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &current);
 
-// What the engine layer sees, as plain text; `korvat --dump [context]`.
-void runDump(const Engine &engine, const std::optional<QString> &context, QTextStream &out);
+// What the engine layer sees, asked once; written as text or as JSON, so both hold the same.
+struct DumpReport {
+    struct Project {
+        enum class Compose { Checked, WorkdirMissing, NoComposeFile };
+        ComposeProject project;
+        Compose compose = Compose::Checked;
+        ComposeCheck check = {};   // only when checked
+    };
+    RuntimeList runtimes;
+    std::optional<QString> context;
+    // Why the containers could not be listed; nothing below it is known then.
+    std::optional<QString> failure;
+    int containerCount = 0;
+    QList<Project> projects;
+    QList<Container> ungrouped;
+    std::optional<int> images;
+    std::optional<int> volumes;
+    // Why the images or volumes could not be listed.
+    std::optional<QString> totalsFailure;
+};
+
+DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context);
+// `korvat --dump [context]`.
+void writeDump(const DumpReport &report, QTextStream &out);
+// `korvat --dump --json [context]`: the schema the README describes.
+QJsonObject dumpJson(const DumpReport &report);

@@ -9,6 +9,7 @@
 #include "toolsreport.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 #include <QTextStream>
 
 int KorvatApp::exec(int argc, char **argv)
@@ -38,12 +39,22 @@ int KorvatApp::runHeadless(const Invocation &invocation)
     case Mode::SelfTest:
         runSelfTest(engine, out);
         break;
-    case Mode::Plan:
-        runPlan(engine, invocation.value, invocation.context, out);
+    case Mode::Plan: {
+        const PlanReport plan = gatherPlan(engine, invocation.value, invocation.context);
+        if (invocation.json)
+            out << QJsonDocument(planJson(plan)).toJson();
+        else
+            writePlan(plan, out);
         break;
-    case Mode::Dump:
-        runDump(engine, invocation.context, out);
+    }
+    case Mode::Dump: {
+        const DumpReport dump = gatherDump(engine, invocation.context);
+        if (invocation.json)
+            out << QJsonDocument(dumpJson(dump)).toJson();
+        else
+            writeDump(dump, out);
         break;
+    }
     case Mode::Tools:
         runToolsDump(invocation.scripts, out);
         break;

@@ -1,5 +1,7 @@
 #include "planreport.h"
 
+#include <QJsonArray>
+
 QString formatPlan(const TeardownPlan &plan)
 {
     QString text;
@@ -20,29 +22,70 @@ QString formatPlan(const TeardownPlan &plan)
     return text;
 }
 
-void runPlan(const Engine &engine, const QString &name, const std::optional<QString> &context, QTextStream &out)
+PlanReport gatherPlan(const Engine &engine, const QString &name, const std::optional<QString> &context)
 {
+    using Outcome = PlanReport::Outcome;
     const std::optional<Runtime> runtime = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     QList<Container> containers;
     try {
         containers = engine.containers(runtime);
     } catch (const DockerError &) {
-        out << "plan failed: cannot list containers\n";
-        return;
+        return {name, Outcome::CannotList};
     }
     const auto projects = Docker::group(containers);
     const auto project = std::find_if(projects.cbegin(), projects.cend(), [&](const ComposeProject &p) { return p.name == name; });
     if (project == projects.cend()) {
-        QStringList found;
+        PlanReport report{name, Outcome::NoSuchProject};
         for (const auto &p : projects)
-            found << p.name;
-        out << "no project named " << name << ". Found: " << found.join(QStringLiteral(", ")) << '\n';
-        return;
+            report.found << p.name;
+        return report;
     }
     QList<DockerVolume> volumes;
     try {
         volumes = engine.volumes(runtime);
     } catch (const DockerError &) {
     }
-    out << formatPlan(Teardown::assemble(engine, *project, containers, volumes, runtime));
+    return {name, Outcome::Planned, Teardown::assemble(engine, *project, containers, volumes, runtime)};
+}
+
+void writePlan(const PlanReport &report, QTextStream &out)
+{
+    switch (report.outcome) {
+    case PlanReport::Outcome::CannotList:
+        out << "plan failed: cannot list containers\n";
+        break;
+    case PlanReport::Outcome::NoSuchProject:
+        out << "no project named " << report.project << ". Found: " << report.found.join(QStringLiteral(", ")) << '\n';
+        break;
+    case PlanReport::Outcome::Planned:
+        out << formatPlan(report.plan);
+        break;
+    }
+}
+
+QJsonObject planJson(const PlanReport &report)
+{
+    QJsonObject json{{"schema", 1}, {"project", report.project}};
+    switch (report.outcome) {
+    case PlanReport::Outcome::CannotList:
+        json.insert("error", "cannot list containers");
+        return json;
+    case PlanReport::Outcome::NoSuchProject:
+        json.insert("error", "no such project");
+        json.insert("found", QJsonArray::fromStringList(report.found));
+        return json;
+    case PlanReport::Outcome::Planned:
+        break;
+    }
+    const TeardownPlan &plan = report.plan;
+    QJsonArray removeVolumes, keep;
+    for (const auto &v : plan.removable())
+        removeVolumes.append(QJsonObject{{"name", v.name}, {"size", v.size ? QJsonValue(*v.size) : QJsonValue()}});
+    for (const auto &v : plan.kept())
+        keep.append(QJsonObject{{"name", v.name}, {"reason", v.keptBecause()}, {"usedBy", QJsonArray::fromStringList(v.usedBy)}});
+    json.insert("remove", QJsonObject{{"containers", QJsonArray::fromStringList(plan.containers)}, {"volumes", removeVolumes}});
+    json.insert("keep", keep);
+    json.insert("trash", plan.workingDir ? QJsonValue(*plan.workingDir) : QJsonValue());
+    json.insert("error", QJsonValue());
+    return json;
 }

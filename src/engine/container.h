@@ -29,6 +29,18 @@ struct Container {
     friend bool operator==(const Container &, const Container &) = default;
 };
 
+// One port of a container as the listing's "Ports" shows it: published on the host, or only
+// exposed (no host address, host port 0).
+struct PortBinding {
+    QString hostIp;   // "0.0.0.0", "::", "127.0.0.1"
+    int hostPort = 0;
+    int port = 0;
+    QString protocol;
+
+    bool isPublished() const { return hostPort > 0; }
+    friend bool operator==(const PortBinding &, const PortBinding &) = default;
+};
+
 namespace Labels {
 inline constexpr auto project = "com.docker.compose.project";
 inline constexpr auto workingDir = "com.docker.compose.project.working_dir";

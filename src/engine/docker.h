@@ -60,6 +60,9 @@ QMap<QString, QString> parseLabels(const QString &text);
 // A listing's "CreatedAt", "2026-11-23 13:33:30 +0000 UTC"; invalid when it reads otherwise.
 QDateTime parseCreated(const QString &text);
 QString shortPorts(const QString &text);
+// "0.0.0.0:8000-8001->8000-8001/tcp, [::]:53->53/udp, 443/tcp": one binding per port, ranges
+// taken apart; what does not read as a port is left out.
+QList<PortBinding> parsePorts(const QString &text);
 
 // Plain code-point order, which QString's own operator< (UTF-16 units) is not.
 bool codePointLess(const QString &a, const QString &b);

@@ -59,6 +59,54 @@ QString shortPorts(const QString &text)
     return pairs.join(QStringLiteral(", "));
 }
 
+namespace {
+// "8000" or "8000-8003" as its first and last port; nothing when it is neither.
+std::optional<std::pair<int, int>> portRange(QStringView text)
+{
+    const qsizetype dash = text.indexOf(u'-');
+    bool firstOk = false, lastOk = false;
+    const int first = text.left(dash < 0 ? text.size() : dash).toInt(&firstOk);
+    const int last = dash < 0 ? first : text.mid(dash + 1).toInt(&lastOk);
+    if (!firstOk || (dash >= 0 && !lastOk) || first <= 0 || last < first || last > 65535)
+        return std::nullopt;
+    return std::pair(first, last);
+}
+}
+
+QList<PortBinding> parsePorts(const QString &text)
+{
+    QList<PortBinding> bindings;
+    for (const auto &raw : text.split(u',', Qt::SkipEmptyParts)) {
+        const QStringView piece = trimBlanks(raw);
+        const qsizetype arrow = piece.indexOf(u"->");
+        const QStringView target = arrow < 0 ? piece : piece.mid(arrow + 2);
+        const qsizetype slash = target.indexOf(u'/');
+        const auto ports = portRange(slash < 0 ? target : target.left(slash));
+        if (!ports)
+            continue;
+        const QString protocol = slash < 0 ? QStringLiteral("tcp") : target.mid(slash + 1).toString();
+        QString hostIp;
+        std::optional<std::pair<int, int>> hostPorts;
+        if (arrow >= 0) {
+            const QStringView host = piece.left(arrow);
+            const qsizetype colon = host.lastIndexOf(u':');
+            hostPorts = colon < 0 ? std::nullopt : portRange(host.mid(colon + 1));
+            if (!hostPorts)
+                continue;
+            hostIp = host.left(colon).toString();
+            if (hostIp.startsWith(u'[') && hostIp.endsWith(u']'))
+                hostIp = hostIp.mid(1, hostIp.size() - 2);
+        }
+        for (int p = ports->first; p <= ports->second; ++p) {
+            const int hostPort = hostPorts ? hostPorts->first + (p - ports->first) : 0;
+            if (hostPorts && hostPort > hostPorts->second)
+                break;
+            bindings.append({hostIp, hostPort, p, protocol});
+        }
+    }
+    return bindings;
+}
+
 bool codePointLess(const QString &a, const QString &b)
 {
     // UTF-16 puts U+E000..U+FFFF above the surrogates that encode astral code points;

@@ -23,6 +23,8 @@ private slots:
         QTest::newRow("trailing plan falls through to dump") << QStringList{"korvat", "--dump", "--plan"} << Invocation{Mode::Dump, {}, ctx("--plan")};
         QTest::newRow("trailing plan falls through to nothing") << QStringList{"korvat", "--plan"} << Invocation{};
         QTest::newRow("first plan counts") << QStringList{"korvat", "--plan", "a", "--plan", "b"} << Invocation{Mode::Plan, "a", ctx("--plan")};
+        QTest::newRow("json is never the context") << QStringList{"korvat", "--dump", "--json", "ctx"} << Invocation{Mode::Dump, {}, ctx("ctx"), false, 1, true};
+        QTest::newRow("json before plan") << QStringList{"korvat", "--json", "--plan", "shop"} << Invocation{Mode::Plan, "shop", std::nullopt, false, 1, true};
         QTest::newRow("dump alone") << QStringList{"korvat", "--dump"} << Invocation{Mode::Dump};
         QTest::newRow("dump takes --shot as context") << QStringList{"korvat", "--dump", "--shot"} << Invocation{Mode::Dump, {}, ctx("--shot")};
         QTest::newRow("shot default directory") << QStringList{"korvat", "--shot"} << Invocation{Mode::Shot, "shots"};
@@ -41,6 +43,7 @@ private slots:
         QCOMPARE(got.value, expected.value);
         QCOMPARE(got.context, expected.context);
         QCOMPARE(got.scripts, expected.scripts);
+        QCOMPARE(got.json, expected.json);
     }
 };
 

@@ -3,6 +3,9 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -65,6 +68,59 @@ class ReportsLive : public QObject {
     QString line(const QString &name, const QString &service, const QString &state) const
     {
         return "    - " + name + "-" + service + "-1  [" + state + "]  " + engineImage() + "\n";
+    }
+
+    QJsonObject json(const QStringList &args, const QString &host = {}) const
+    {
+        QJsonParseError error;
+        const auto doc = QJsonDocument::fromJson(korvat(args + QStringList{"--json"}, host).toUtf8(), &error);
+        if (error.error != QJsonParseError::NoError)
+            qWarning("not JSON: %s", qPrintable(error.errorString()));
+        return doc.object();
+    }
+
+    static QList<QJsonObject> objects(const QJsonValue &array)
+    {
+        QList<QJsonObject> out;
+        for (const auto &value : array.toArray())
+            out << value.toObject();
+        return out;
+    }
+
+    // The text report below its runtime lines, rebuilt from the JSON one: equal to the text
+    // report only when every project, container and total agrees.
+    static QString dumpFromJson(const QJsonObject &dump)
+    {
+        QString text = "runtime: (current)  containers: " + QString::number(dump["totals"]["containers"].toInt()) + "\n";
+        for (const QJsonObject &p : objects(dump["projects"])) {
+            const QJsonObject compose = p["compose"].toObject();
+            const QJsonArray containers = p["containers"].toArray();
+            text += "  project " + p["name"].toString() + "  " + QString::number(p["running"].toInt()) + "/" + QString::number(containers.size());
+            const QString state = compose["state"].toString();
+            if (state == "disabled")
+                text += "  [" + compose["reason"].toString() + " - compose disabled]\n";
+            else
+                text += state == "ok"        ? "\n    compose config: ok\n"
+                        : state == "warning" ? "\n    compose config: ok - WARNING\n      " + compose["message"].toString() + "\n"
+                                             : "\n    compose config: INVALID - " + compose["message"].toString() + "\n";
+            for (const QJsonObject &c : objects(containers))
+                text += "    - " + c["name"].toString() + "  [" + c["state"].toString() + "]  " + c["image"].toString() + "\n";
+        }
+        for (const QJsonObject &c : objects(dump["ungrouped"]))
+            text += "  (no project) " + c["name"].toString() + "  [" + c["state"].toString() + "]\n";
+        return text + "images: " + QString::number(dump["totals"]["images"].toInt()) + "  volumes: " + QString::number(dump["totals"]["volumes"].toInt()) + "\n";
+    }
+
+    static QString planFromJson(const QJsonObject &plan)
+    {
+        QString text = "delete " + plan["project"].toString() + " would:\n";
+        for (const auto &c : plan["remove"]["containers"].toArray())
+            text += "  remove container  " + c.toString() + "\n";
+        for (const QJsonObject &v : objects(plan["remove"]["volumes"]))
+            text += "  remove volume     " + v["name"].toString() + (v["size"].isString() ? "  (" + v["size"].toString() + ")" : "") + "\n";
+        for (const QJsonObject &v : objects(plan["keep"]))
+            text += "  KEEP volume       " + v["name"].toString() + "  — " + v["reason"].toString() + "\n";
+        return text + (plan["trash"].isString() ? "  offer to trash    " + plan["trash"].toString() + "\n" : "");
     }
 
     int count(const QStringList &args)
@@ -138,6 +194,10 @@ private slots:
         if (dump != expected)
             qWarning("actual:\n%s\nexpected:\n%s", qPrintable(dump), qPrintable(expected));
         QCOMPARE(dump, expected);
+        const QJsonObject asJson = json({"--dump"});
+        QCOMPARE(asJson["schema"].toInt(), 1);
+        QCOMPARE(dumpFromJson(asJson), expected.section('\n', 2));
+        QCOMPARE(asJson["totals"]["running"].toInt(), 6);
 
         // A named context reaches the CLI: this one's socket is missing.
         const QString runtimeLines = expected.section('\n', 0, 1) + "\n";
@@ -154,6 +214,7 @@ private slots:
                  "runtime: kt-offline · offline  unix:///nope/kt-offline.sock\n"
                  "dump failed: " + cliError + "\n");
         QCOMPARE(korvat({"--plan", "anything"}, "unix:///nope/kt-dead.sock"), "plan failed: cannot list containers\n");
+        QCOMPARE(json({"--dump"}, "unix:///nope/kt-dead.sock")["error"].toString(), cliError);
     }
 
     void planKeepsSharedVolumes()
@@ -177,6 +238,7 @@ private slots:
                  "  remove volume     " + shop + "_spare  (4 kB)\n"
                  "  KEEP volume       " + shop + "_shared  — used by " + loose + "\n"
                  "  offer to trash    " + dir + "\n");
+        QCOMPARE(planFromJson(json({"--plan", shop})), korvat({"--plan", shop}));
         // Nothing was changed.
         QCOMPARE(docker({"volume", "inspect", shop + "_data"}).status, 0);
         QCOMPARE(docker({"container", "inspect", shop + "-web-1"}).status, 0);

@@ -67,6 +67,24 @@ private slots:
         QCOMPARE(Docker::shortPorts(text), expected);
     }
 
+    void parsePorts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QList<PortBinding>>("expected");
+        QTest::newRow("both families, one exposed only")
+            << "0.0.0.0:18080->80/tcp, [::]:18080->80/tcp, 9000/tcp"
+            << QList<PortBinding>{{"0.0.0.0", 18080, 80, "tcp"}, {"::", 18080, 80, "tcp"}, {{}, 0, 9000, "tcp"}};
+        QTest::newRow("a range taken apart") << "127.0.0.1:8000-8001->7000-7001/udp"
+                                             << QList<PortBinding>{{"127.0.0.1", 8000, 7000, "udp"}, {"127.0.0.1", 8001, 7001, "udp"}};
+        QTest::newRow("what is no port is left out") << "0.0.0.0:->80/tcp, 8080->80/tcp, x/tcp, 70000/tcp, 9-3/tcp"
+                                                     << QList<PortBinding>{};
+    }
+    void parsePorts()
+    {
+        QFETCH(QString, text);
+        QTEST(Docker::parsePorts(text), "expected");
+    }
+
     // Output recorded from a real engine, replayed by the FakeEngine as tests and pictures see it.
     void listsFromRealOutput()
     {
