@@ -41,7 +41,8 @@ struct Session::Parts {
         : scheme(followDesktop ? std::make_unique<ColorScheme>() : nullptr), theme(settings, scheme.get()),
           store(settings, std::move(backends.engine), std::move(backends.timing)),
           toolchain(settings, std::move(backends.tools), std::move(backends.toolchainClock)), shell(&store, &toolchain, settings), actions(&store),
-          settingsController(&toolchain, settings, QCoreApplication::applicationFilePath())
+          hostEngines(std::move(backends.hostProbe), std::move(backends.services)),
+          settingsController(&toolchain, settings, QCoreApplication::applicationFilePath(), &hostEngines)
     {
         Theme::setInstance(&theme);
         window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions, &settingsController);
@@ -53,6 +54,7 @@ struct Session::Parts {
     ToolchainStore toolchain;
     Shell shell;
     Actions actions;
+    HostEngineStore hostEngines;
     SettingsController settingsController;
     // Destroyed first: the views let go of the stores before the stores go.
     QQmlApplicationEngine engine;
@@ -66,6 +68,7 @@ Session::Session(QSettings *settings, bool followDesktop, Backends backends)
 Session::~Session() = default;
 AppStore &Session::store() { return d->store; }
 ToolchainStore &Session::toolchain() { return d->toolchain; }
+HostEngineStore &Session::hostEngines() { return d->hostEngines; }
 Shell &Session::shell() { return d->shell; }
 Actions &Session::actions() { return d->actions; }
 QQuickWindow *Session::window() { return d->window; }

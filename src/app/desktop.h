@@ -2,6 +2,7 @@
 
 #include "appstore.h"
 #include "cliengine.h"
+#include "hostenginestore.h"
 #include "toolchainstore.h"
 
 #include <QString>
@@ -26,6 +27,8 @@ struct Backends {
     PollTiming timing = {};
     std::shared_ptr<const ToolchainSource> tools = std::make_shared<HomebrewToolchain>();
     ToolchainStore::Clock toolchainClock = &QDateTime::currentDateTimeUtc;
+    HostEngineStore::Probe hostProbe = &HostEngines::probe;
+    std::shared_ptr<const ServiceManager> services = std::make_shared<SystemdManager>();
 };
 
 // The stores, the theme and the main window over one settings object, made in the order
@@ -38,6 +41,7 @@ public:
 
     AppStore &store();
     ToolchainStore &toolchain();
+    HostEngineStore &hostEngines();
     Shell &shell();
     Actions &actions();
     SettingsController &settings();

@@ -192,4 +192,35 @@ QString jobOutput()
                           "==> Pouring container-0.6.0.arm64_sequoia.bottle.tar.gz\n");
 }
 
+QList<HostEngine> hostEngines()
+{
+    QList<HostEngine> engines = HostEngines::assemble({{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
+                                                      {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b3")}},
+                                                     {{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
+                                                      {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b4")}},
+                                                     {});
+    return engines;
+}
+
+QCoro::Task<ServiceUnit> Services::read(ServiceUnit unit) const
+{
+    using Scope = ServiceUnit::Scope;
+    // The user's docker.service and the system's podman.socket are not installed.
+    static const QMap<std::pair<Scope, QString>, std::pair<QString, QString>> loaded{
+        {{Scope::System, QStringLiteral("docker.service")}, {QStringLiteral("active"), QStringLiteral("running")}},
+        {{Scope::System, QStringLiteral("docker.socket")}, {QStringLiteral("active"), QStringLiteral("listening")}},
+        {{Scope::User, QStringLiteral("podman.socket")}, {QStringLiteral("inactive"), QStringLiteral("dead")}},
+    };
+    const auto state = loaded.constFind({unit.scope, unit.name});
+    unit.loadState = state != loaded.cend() ? QStringLiteral("loaded") : QStringLiteral("not-found");
+    unit.activeState = state != loaded.cend() ? state->first : QStringLiteral("inactive");
+    unit.subState = state != loaded.cend() ? state->second : QStringLiteral("dead");
+    co_return unit;
+}
+
+QCoro::Task<ServiceUnit> Services::act(ServiceUnit unit, HostEngines::Verb) const
+{
+    unit.error = QStringLiteral("Interactive authentication required.");
+    co_return unit;
+}
 }

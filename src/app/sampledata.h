@@ -3,6 +3,7 @@
 #include "fakeengine.h"
 #include "projectregistry.h"
 #include "tool.h"
+#include "servicemanager.h"
 #include "toolchainsource.h"
 
 #include <atomic>
@@ -33,8 +34,10 @@ QString jobOutput();
 class Toolchain : public ToolchainSource {
 public:
     void setEmpty(bool empty) { m_empty = empty; }
+    // Without Homebrew, as on most Linux machines.
+    void setBrew(bool brew) { m_brew = brew; }
 
-    bool brewAvailable() const override { return true; }
+    bool brewAvailable() const override { return m_brew; }
     QList<Tool> survey() const override;
     SystemStatus systemStatus() const override { return m_empty ? SystemStatus{} : status(); }
     std::optional<QString> refreshIndex() const override { return std::nullopt; }
@@ -43,5 +46,15 @@ public:
 
 private:
     std::atomic<bool> m_empty = false;
+    std::atomic<bool> m_brew = true;
+};
+
+// A Linux machine's engines: the distribution's Docker up to date and running, Podman
+// with a newer package offered and its user socket stopped.
+QList<HostEngine> hostEngines();
+class Services : public ServiceManager {
+public:
+    QCoro::Task<ServiceUnit> read(ServiceUnit unit) const override;
+    QCoro::Task<ServiceUnit> act(ServiceUnit unit, HostEngines::Verb verb) const override;
 };
 }

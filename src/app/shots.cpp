@@ -86,7 +86,8 @@ struct Stage {
     }
 };
 
-enum class Target { Main, Panel, Settings };
+// HostSettings: the settings window on a Linux machine without Homebrew.
+enum class Target { Main, Panel, Settings, HostSettings };
 
 struct Scene {
     QString name;
@@ -197,6 +198,7 @@ const QList<Scene> &scenes()
              QCoro::waitFor(stage.store().refresh());
          }, {}, Target::Panel},
         {QStringLiteral("settings"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, QSize(640, 940), Target::Settings},
+        {QStringLiteral("settings-linux"), Category::Projects, {}, QSize(640, 640), Target::HostSettings},
         {QStringLiteral("settings-job"), Category::Projects, [](Stage &stage) {
              stage.showTools(true);
              JobRun *run = nullptr;
@@ -253,8 +255,10 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         timing.followEvents = false;
         timing.staleAfter = std::chrono::milliseconds(50);
         timing.clock = [now = stage.now] { return *now; };
+        stage.tools->setBrew(scene.target != Target::HostSettings);
         stage.session = std::make_unique<Desktop::Session>(
-            &settings, false, Desktop::Backends{stage.engine, timing, stage.tools, [now = stage.now] { return now->toUTC(); }});
+            &settings, false, Desktop::Backends{stage.engine, timing, stage.tools, [now = stage.now] { return now->toUTC(); },
+                                                &SampleData::hostEngines, std::make_shared<SampleData::Services>()});
 
         QQuickWindow *window = stage.session->window();
         if (!window) {
@@ -272,9 +276,14 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         if (scene.target == Target::Panel) {
             drawn = stage.session->loadPanel();
             drawn->show();
-        } else if (scene.target == Target::Settings) {
+        } else if (scene.target == Target::Settings || scene.target == Target::HostSettings) {
             stage.session->shell().openSettings();
             drawn = window->property("settingsWindow").value<QQuickWindow *>();
+            if (scene.target == Target::HostSettings) {
+                waitUntil([&] { return stage.session->hostEngines().surveyed(); });
+                // The start a person asked for, refused by polkit.
+                QCoro::waitFor(stage.session->hostEngines().act(QStringLiteral("Podman"), ServiceUnit::Scope::User, QStringLiteral("podman.socket")));
+            }
         }
         // The panel takes the height of what it lists.
         if (scene.target != Target::Panel)

@@ -1,13 +1,74 @@
+#include "hostengine.h"
+#include "testsupport.h"
 #include "toolchain.h"
 #include "tooljob.h"
 
 #include <QTest>
 
 using Versions = QMap<QString, QString>;
+Q_DECLARE_METATYPE(ServiceUnit)
 
 class ToolchainRules : public QObject {
     Q_OBJECT
 private slots:
+    // The package database as dpkg-query and apt-cache print it, and the daemons' own
+    // versions where no package owns them: what the settings say of each engine.
+    void hostEngines_data()
+    {
+        QTest::addColumn<QString>("dpkg");
+        QTest::addColumn<QString>("apt");
+        QTest::addColumn<Versions>("binaries");
+        QTest::addColumn<QStringList>("lines");
+        const QString docker = "docker.io\t20.10.24+dfsg1-1+deb12u1+b6\tinstalled\n";
+        QTest::newRow("captured: the distribution's, podman removed") << TestSupport::fixture("dpkg-query.txt") << TestSupport::fixture("apt-policy.txt")
+                                                                      << Versions{{"podman", "4.9.3"}}
+                                                                      << QStringList{"Docker 20.10.24+dfsg1-1+deb12u1+b6 · docker.io · up to date",
+                                                                                     "Podman 4.9.3 · not from a package"};
+        QTest::newRow("the vendor's wins, a newer one offered")
+            << "docker-ce\t5:27.3.1-1~debian.12~bookworm\tinstalled\n" + docker
+            << "docker-ce:\n  Installed: 5:27.3.1-1~debian.12~bookworm\n  Candidate: 5:27.5.0-1~debian.12~bookworm\n" << Versions{{"dockerd", "28.2.2"}}
+            << QStringList{"Docker 5:27.3.1-1~debian.12~bookworm · docker-ce · 5:27.5.0-1~debian.12~bookworm offered"};
+        QTest::newRow("no candidate known") << docker << "docker.io:\n  Installed: (none)\n  Candidate: (none)\n" << Versions{}
+                                            << QStringList{"Docker 20.10.24+dfsg1-1+deb12u1+b6 · docker.io"};
+        QTest::newRow("nothing here") << "" << "" << Versions{{"docker", "28.2.2"}} << QStringList{};
+    }
+    void hostEngines()
+    {
+        QFETCH(QString, dpkg);
+        QFETCH(QString, apt);
+        QFETCH(Versions, binaries);
+        QStringList lines;
+        for (const auto &engine : HostEngines::assemble(HostEngines::parsePackages(dpkg), HostEngines::parseCandidates(apt), binaries))
+            lines << engine.name + " " + HostEngines::versionLine(engine);
+        QTEST(lines, "lines");
+    }
+
+    void serviceUnits_data()
+    {
+        QTest::addColumn<ServiceUnit>("unit");
+        QTest::addColumn<int>("verb");
+        QTest::addColumn<QString>("line");
+        using Scope = ServiceUnit::Scope;
+        using Verb = HostEngines::Verb;
+        QTest::newRow("running") << ServiceUnit{Scope::System, "docker.service", "loaded", "active", "running"} << int(Verb::Restart)
+                                 << "docker.service · active (running)";
+        QTest::newRow("failed") << ServiceUnit{Scope::System, "docker.service", "loaded", "failed", "failed"} << int(Verb::Start)
+                                << "docker.service · failed (failed)";
+        QTest::newRow("the user's, stopped") << ServiceUnit{Scope::User, "podman.socket", "loaded", "inactive", "dead"} << int(Verb::Start)
+                                             << "podman.socket (user) · inactive (dead)";
+        QTest::newRow("on its way") << ServiceUnit{Scope::System, "docker.service", "loaded", "activating", "start"} << int(Verb::None)
+                                    << "docker.service · activating (start)";
+        QTest::newRow("not installed") << ServiceUnit{Scope::System, "docker.service", "not-found", "inactive", "dead"} << int(Verb::None)
+                                       << "docker.service · inactive (dead)";
+    }
+    void serviceUnits()
+    {
+        QFETCH(ServiceUnit, unit);
+        QFETCH(int, verb);
+        QCOMPARE(int(HostEngines::verb(unit)), verb);
+        QTEST(HostEngines::unitLine(unit), "line");
+    }
+
     void firstVersion_data()
     {
         QTest::addColumn<QString>("text");

@@ -64,7 +64,7 @@ public:
             if (kind == QLatin1String("slow"))
                 m_tools->set(QStringLiteral("update.sleep"), "3");
         }
-        return new SettingsController(toolchain, settings, QStringLiteral("/usr/bin/korvat"), this);
+        return new SettingsController(toolchain, settings, QStringLiteral("/usr/bin/korvat"), nullptr, this);
     }
     // A real job: /bin/sh runs the upgrade script against a stand-in brew that prints and fails.
     Q_INVOKABLE QObject *failingJob()

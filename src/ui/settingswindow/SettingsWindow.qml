@@ -4,7 +4,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Korvat
 
-// Settings: the menu bar icon, the launch check, login, the appearance, and the runtime tools.
+// Settings: the menu bar icon, the launch check, login, the appearance, and the runtime
+// tools, or on Linux without them the engines installed here.
 ApplicationWindow {
     id: window
 
@@ -65,13 +66,15 @@ ApplicationWindow {
             }
             KorSwitch {
                 objectName: "checkUpdatesAtLaunch"
+                // The check asks Homebrew, which is not there when the engines are shown.
+                visible: !window.settings.hostEnginesShown
                 text: "Check for runtime updates at launch"
                 checked: window.settings.checkUpdatesAtLaunch
                 onToggled: window.settings.checkUpdatesAtLaunch = checked
             }
             Note {
                 Layout.leftMargin: 48
-                text: "Korvat polls the Docker API; there is no event stream on Apple container. The launch check runs at most once a day."
+                text: window.settings.eventsNote
             }
             KorSwitch {
                 objectName: "openAtLogin"
@@ -122,9 +125,28 @@ ApplicationWindow {
                 text: "Auto follows the system setting. Light is the Paper reading of the design, dark is Obsidian — neither is an afterthought."
             }
 
+            Caption {
+                visible: window.settings.hostEnginesShown
+                caption: "Engine on this machine"
+            }
+            Note {
+                visible: window.settings.hostEnginesShown && text !== ""
+                text: window.settings.hostEnginesNote
+            }
+            Repeater {
+                model: window.settings.hostEnginesShown ? window.settings.hostEngines : null
+
+                EngineRow {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 8
+                    onAct: (engine, scope, unit) => window.settings.actOnUnit(engine, scope, unit)
+                }
+            }
+
             RowLayout {
                 Layout.fillWidth: true
                 Layout.topMargin: 18
+                visible: !window.settings.hostEnginesShown
 
                 SectionCaption {
                     Layout.fillWidth: true
@@ -140,6 +162,7 @@ ApplicationWindow {
             }
             Text {
                 objectName: "statusLine"
+                visible: !window.settings.hostEnginesShown
                 text: window.settings.statusLine
                 color: Theme.muted
                 font: Theme.caption
@@ -149,7 +172,7 @@ ApplicationWindow {
             Rectangle {
                 Layout.fillWidth: true
                 Layout.topMargin: 8
-                visible: window.settings.restartNeeded
+                visible: window.settings.restartNeeded && !window.settings.hostEnginesShown
                 implicitHeight: restart.implicitHeight + 20
                 radius: 9
                 color: Theme.badgeFill
@@ -187,7 +210,7 @@ ApplicationWindow {
                 }
             }
             Repeater {
-                model: window.settings.tools
+                model: window.settings.hostEnginesShown ? null : window.settings.tools
 
                 ToolRow {
                     Layout.fillWidth: true
@@ -202,12 +225,12 @@ ApplicationWindow {
             }
             Note {
                 Layout.topMargin: 10
-                visible: !window.settings.brewAvailable
+                visible: !window.settings.brewAvailable && !window.settings.hostEnginesShown
                 text: "Homebrew was not found, so Korvat can report versions but cannot update them."
             }
             KorButton {
                 Layout.topMargin: 6
-                visible: window.settings.canStartServices
+                visible: window.settings.canStartServices && !window.settings.hostEnginesShown
                 text: "Start"
                 iconName: "play"
                 variant: "accent"

@@ -1,10 +1,13 @@
 #include "settingscontroller.h"
 #include "settings.h"
 
+#include "docker.h"
+#include "hostenginestore.h"
 #include "loginitem.h"
 #include "toolchainstore.h"
 #include "toolrules.h"
 
+#include <QFileInfo>
 #include <QLocale>
 #include <QSettings>
 
@@ -41,9 +44,55 @@ QHash<int, QByteArray> ToolModel::roleNames() const
             {ActionLabelRole, "actionLabel"}, {ActionHelpRole, "actionHelp"}, {HomepageRole, "homepage"}};
 }
 
-SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, QObject *parent)
-    : QObject(parent), m_toolchain(toolchain), m_settings(settings), m_executable(std::move(executable))
+void HostEngineModel::setEngines(const QList<HostEngine> &engines)
 {
+    sync(m_rows, engines, [](const HostEngine &e) { return e.name; }, [](const HostEngine &, const HostEngine &) {
+        return QList<int>{VersionLineRole, NoteRole, UnitsRole};
+    });
+}
+
+QVariant HostEngineModel::roleData(const HostEngine &engine, int role) const
+{
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole: return engine.name;
+    case VersionLineRole: return HostEngines::versionLine(engine);
+    case NoteRole: return engine.servicesNote;
+    case UnitsRole: {
+        QVariantList units;
+        for (const auto &unit : engine.units) {
+            static const QMap<HostEngines::Verb, QString> actions{{HostEngines::Verb::None, {}},
+                                                                  {HostEngines::Verb::Start, QStringLiteral("Start")},
+                                                                  {HostEngines::Verb::Restart, QStringLiteral("Restart")}};
+            units.append(QVariantMap{{QStringLiteral("name"), unit.name},
+                                     {QStringLiteral("scope"), int(unit.scope)},
+                                     {QStringLiteral("line"), HostEngines::unitLine(unit)},
+                                     {QStringLiteral("action"), actions.value(HostEngines::verb(unit))},
+                                     {QStringLiteral("error"), unit.error}});
+        }
+        return units;
+    }
+    }
+    return {};
+}
+
+QHash<int, QByteArray> HostEngineModel::roleNames() const
+{
+    return {{NameRole, "name"}, {VersionLineRole, "versionLine"}, {NoteRole, "note"}, {UnitsRole, "units"}};
+}
+
+SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, HostEngineStore *hostEngines,
+                                       QObject *parent)
+    : QObject(parent), m_toolchain(toolchain), m_settings(settings), m_executable(std::move(executable)), m_hostEngineStore(hostEngines),
+      m_hostEnginesShown(hostEngines
+                         && HostEngines::replaceToolchain(toolchain->brewAvailable(), QFileInfo::exists(Docker::launch().appleSocketPath)))
+{
+    if (m_hostEngineStore) {
+        connect(m_hostEngineStore, &HostEngineStore::enginesChanged, this, [this] {
+            m_engines.setEngines(m_hostEngineStore->engines());
+            emit hostEnginesChanged();
+        });
+    }
     const auto tools = [this] { m_tools.setTools(m_toolchain->tools()); };
     connect(m_toolchain, &ToolchainStore::toolsChanged, this, tools);
     connect(m_toolchain, &ToolchainStore::toolsChanged, this, &SettingsController::statusChanged);
@@ -99,8 +148,32 @@ bool SettingsController::brewAvailable() const { return m_toolchain->brewAvailab
 bool SettingsController::canStartServices() const { return m_toolchain->containerInstalled() && !m_toolchain->status().running; }
 bool SettingsController::checking() const { return m_toolchain->checking(); }
 
+QString SettingsController::hostEnginesNote() const
+{
+    if (!m_hostEngineStore || !m_hostEngineStore->surveyed())
+        return QStringLiteral("Looking for engines…");
+    return m_hostEngineStore->engines().isEmpty()
+        ? QStringLiteral("No container engine is installed. Install Docker (docker.io) or Podman (podman) with your package manager.")
+        : QString();
+}
+
+QString SettingsController::eventsNote() const
+{
+    if (m_hostEnginesShown)
+        return QStringLiteral("Korvat follows each engine’s event stream and polls only while the stream is down.");
+    return QStringLiteral("Korvat polls the Docker API; there is no event stream on Apple container. The launch check runs at most once a day.");
+}
+
+void SettingsController::actOnUnit(const QString &engine, int scope, const QString &unit)
+{
+    if (m_hostEngineStore)
+        m_hostEngineStore->act(engine, ServiceUnit::Scope(scope), unit);
+}
+
 void SettingsController::opened()
 {
+    if (m_hostEnginesShown && m_hostEngineStore)
+        m_hostEngineStore->survey();
     [](QPointer<ToolchainStore> toolchain) -> QCoro::Task<> {
         auto loading = toolchain->load();
         co_await loading;

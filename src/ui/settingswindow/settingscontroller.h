@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostengine.h"
 #include "jobrun.h"
 #include "keyedlistmodel.h"
 #include "tool.h"
@@ -8,6 +9,7 @@
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
+class HostEngineStore;
 class QSettings;
 class ToolchainStore;
 
@@ -31,6 +33,26 @@ protected:
     QVariant roleData(const Tool &tool, int role) const override;
 };
 
+// The engines installed on this machine, keyed by name; each row's units as a list of
+// maps (name, scope, line, action, error) for the row's repeater.
+class HostEngineModel : public KeyedRowsModel<HostEngine> {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Engines come from the host engine store")
+
+public:
+    enum Role { NameRole = Qt::UserRole + 1, VersionLineRole, NoteRole, UnitsRole };
+    Q_ENUM(Role)
+
+    using KeyedRowsModel::KeyedRowsModel;
+
+    void setEngines(const QList<HostEngine> &engines);
+    QHash<int, QByteArray> roleNames() const override;
+
+protected:
+    QVariant roleData(const HostEngine &engine, int role) const override;
+};
+
 // The settings window's state: the three toggles and the appearance written at once, the
 // login item, the toolchain's status texts, and the jobs it runs.
 class SettingsController : public QObject {
@@ -48,10 +70,16 @@ class SettingsController : public QObject {
     Q_PROPERTY(bool brewAvailable READ brewAvailable CONSTANT)
     Q_PROPERTY(bool canStartServices READ canStartServices NOTIFY statusChanged)
     Q_PROPERTY(bool checking READ checking NOTIFY checkingChanged)
+    Q_PROPERTY(bool hostEnginesShown READ hostEnginesShown CONSTANT)
+    Q_PROPERTY(HostEngineModel *hostEngines READ hostEngines CONSTANT)
+    Q_PROPERTY(QString hostEnginesNote READ hostEnginesNote NOTIFY hostEnginesChanged)
+    Q_PROPERTY(QString eventsNote READ eventsNote CONSTANT)
 
 public:
-    // executable: what the login item starts.
-    SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, QObject *parent = nullptr);
+    // executable: what the login item starts. Without host engines, the toolchain is shown
+    // wherever it is.
+    SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, HostEngineStore *hostEngines = nullptr,
+                       QObject *parent = nullptr);
 
     bool showMenuBar() const;
     void setShowMenuBar(bool show);
@@ -68,6 +96,13 @@ public:
     bool brewAvailable() const;
     bool canStartServices() const;
     bool checking() const;
+    // On a Linux machine with neither Homebrew nor the Apple socket, the engines installed
+    // here take the runtime tools' place.
+    bool hostEnginesShown() const { return m_hostEnginesShown; }
+    HostEngineModel *hostEngines() { return &m_engines; }
+    QString hostEnginesNote() const;
+    // What the window says of how it learns of changes.
+    QString eventsNote() const;
 
     // The window opened: the installed versions, then a check when the last one is a day old.
     Q_INVOKABLE void opened();
@@ -77,6 +112,8 @@ public:
     Q_INVOKABLE void runTool(const QString &formula);
     Q_INVOKABLE void startServices();
     Q_INVOKABLE void restartServices();
+    // Start or Restart on one of an engine's units; scope as ServiceUnit::Scope.
+    Q_INVOKABLE void actOnUnit(const QString &engine, int scope, const QString &unit);
     // A job sheet closed: a job still running ends with it, and one that ran shows what it changed.
     Q_INVOKABLE void jobClosed(JobRun *run);
 
@@ -86,6 +123,7 @@ signals:
     void openAtLoginChanged();
     void statusChanged();
     void checkingChanged();
+    void hostEnginesChanged();
     // A job for the window's job sheet, which runs it and owns it until it closes.
     void jobOpened(JobRun *run);
 
@@ -97,4 +135,7 @@ private:
     QString m_executable;
     QString m_loginError;
     ToolModel m_tools;
+    QPointer<HostEngineStore> m_hostEngineStore;
+    bool m_hostEnginesShown = false;
+    HostEngineModel m_engines;
 };
