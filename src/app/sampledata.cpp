@@ -194,12 +194,11 @@ QString jobOutput()
 
 QList<HostEngine> hostEngines()
 {
-    QList<HostEngine> engines = HostEngines::assemble({{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
-                                                      {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b3")}},
-                                                     {{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
-                                                      {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b4")}},
-                                                     {});
-    return engines;
+    return HostEngines::assemble({{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
+                                  {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b3")}},
+                                 {{QStringLiteral("docker.io"), QStringLiteral("20.10.24+dfsg1-1+deb12u1+b6")},
+                                  {QStringLiteral("podman"), QStringLiteral("4.3.1+ds1-8+deb12u1+b4")}},
+                                 {});
 }
 
 QCoro::Task<ServiceUnit> Services::read(ServiceUnit unit) const

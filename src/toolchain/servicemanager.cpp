@@ -30,7 +30,9 @@ SystemdManager::SystemdManager(QDBusConnection system, QDBusConnection user)
 
 QDBusConnection SystemdManager::busFor(const ServiceUnit &unit) const
 {
-    return unit.scope == ServiceUnit::Scope::System ? m_system : m_user;
+    if (unit.scope == ServiceUnit::Scope::System)
+        return m_system ? *m_system : QDBusConnection::systemBus();
+    return m_user ? *m_user : QDBusConnection::sessionBus();
 }
 
 QCoro::Task<ServiceUnit> SystemdManager::read(ServiceUnit unit) const

@@ -4,6 +4,7 @@
 
 #include <QCoroTask>
 #include <QDBusConnection>
+#include <optional>
 
 // Where unit states come from and where Start and Restart go: systemd in the program, a
 // stand-in in pictures. Nothing here blocks; every call ends within its timeout.
@@ -20,8 +21,9 @@ public:
 // theirs. Start and Restart allow polkit to ask, so the desktop's own agent does.
 class SystemdManager : public ServiceManager {
 public:
-    explicit SystemdManager(QDBusConnection system = QDBusConnection::systemBus(),
-                            QDBusConnection user = QDBusConnection::sessionBus());
+    // The desktop's buses, connected when first asked: a start-up never waits on them.
+    SystemdManager() = default;
+    SystemdManager(QDBusConnection system, QDBusConnection user);
 
     QCoro::Task<ServiceUnit> read(ServiceUnit unit) const override;
     QCoro::Task<ServiceUnit> act(ServiceUnit unit, HostEngines::Verb verb) const override;
@@ -29,6 +31,6 @@ public:
 private:
     QDBusConnection busFor(const ServiceUnit &unit) const;
 
-    QDBusConnection m_system;
-    QDBusConnection m_user;
+    std::optional<QDBusConnection> m_system;
+    std::optional<QDBusConnection> m_user;
 };
