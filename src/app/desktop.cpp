@@ -30,7 +30,8 @@ void prepareApplication()
 {
     QCoreApplication::setOrganizationName(QStringLiteral("Korvat"));
     QCoreApplication::setApplicationName(QStringLiteral("Korvat"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvat"));
+    // No display name of its own: Qt would add it to every window title ("Korvat Settings
+    // — Korvat"), and the application name stands in wherever one is asked for.
     QGuiApplication::setDesktopFileName(QStringLiteral("korvat"));
     Fonts::registerShipped(Fonts::resourceDirectory() + QStringLiteral("/Fonts"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));

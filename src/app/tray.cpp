@@ -120,6 +120,7 @@ void Tray::openPanel()
         connect(m_panel, SIGNAL(openMain()), this, SLOT(openMain()));
         connect(m_panel, SIGNAL(openSettings()), this, SLOT(openSettings()));
         connect(m_panel, SIGNAL(quit()), qApp, SLOT(quit()));
+        connect(m_panel, SIGNAL(naturalHeightChanged()), this, SLOT(fitPanel()));
     }
     if (m_panel->isVisible()) {
         m_panel->hide();
@@ -128,11 +129,23 @@ void Tray::openPanel()
     QList<PanelPlacement::Screen> screens;
     for (QScreen *screen : QGuiApplication::screens())
         screens.append({screen->geometry(), screen->availableGeometry()});
+    fitPanel();
     const QRect icon = m_icon ? m_icon->geometry() : QRect();
-    m_panel->setGeometry(PanelPlacement::place(icon, QCursor::pos(), screens, m_panel->size()));
+    m_panel->setPosition(PanelPlacement::place(icon, QCursor::pos(), screens, m_panel->size()).topLeft());
+    // A Wayland compositor knows a window by the application id it reads as the window maps:
+    // the panel takes its own for that moment, so window rules can tell it from the main window.
+    const QString appId = QGuiApplication::desktopFileName();
+    QGuiApplication::setDesktopFileName(panelAppId);
     m_panel->show();
+    QGuiApplication::setDesktopFileName(appId);
     m_panel->raise();
     m_panel->requestActivate();
+}
+
+void Tray::fitPanel()
+{
+    if (m_panel)
+        PanelPlacement::holdSize(*m_panel, QSize(m_panel->width(), m_panel->property("naturalHeight").toInt()));
 }
 
 void Tray::openSettings()

@@ -22,6 +22,9 @@ public:
     explicit Tray(Desktop::Session &session, QObject *parent = nullptr);
     ~Tray() override;
 
+    // The panel's application id on Wayland, for window rules.
+    static inline const QString panelAppId = QStringLiteral("korvat-panel");
+
     static bool available();
     bool shown() const;
     QQuickWindow *panel() const { return m_panel; }
@@ -32,6 +35,9 @@ public slots:
     // Creates or raises the one main window.
     void openMain();
     void openSettings();
+
+private slots:
+    void fitPanel();
 
 private:
     void update();

@@ -112,6 +112,10 @@ void TestTray::itemFollowsTheSettingAndOpensThePanel()
     activate << 20 << 20;
     QDBusConnection::sessionBus().call(activate, QDBus::NoBlock);
     QTRY_VERIFY(tray.panel() && tray.panel()->isVisible());
+    // A fixed size, which tiling compositors float; the panel's own id only while it maps.
+    QCOMPARE(tray.panel()->minimumSize(), tray.panel()->maximumSize());
+    QCOMPARE(tray.panel()->size(), tray.panel()->maximumSize());
+    QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral("korvat"));
 
     session.settings().setShowMenuBar(false);
     QVERIFY(!tray.shown());

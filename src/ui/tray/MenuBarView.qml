@@ -5,7 +5,8 @@ import QtQuick.Layouts
 import Korvat
 
 // The tray panel: the runtime, what runs, a one-click start or stop per container, and the
-// way to the main window. It hides when it loses focus, as a menu would.
+// way to the main window. It hides when it loses focus, as a menu would. The tray keeps its
+// size fixed at naturalHeight, so tiling compositors float it instead of tiling it.
 Window {
     id: panel
 
@@ -14,16 +15,17 @@ Window {
     required property Shell shell
     required property Actions actions
     property bool shownOnce: false
+    readonly property int naturalHeight: Math.min(content.implicitHeight + 2, 600)
 
     signal openMain()
     signal openSettings()
     signal quit()
 
     width: 340
-    height: Math.min(content.implicitHeight + 2, 600)
+    height: naturalHeight
     flags: Qt.Tool | Qt.FramelessWindowHint
     color: "transparent"
-    title: "Korvat"
+    title: "Korvat panel"
     onActiveChanged: if (!panel.active && panel.visible) panel.hide()
     onVisibleChanged: {
         panel.store.setPanelVisible(panel.visible);
@@ -33,8 +35,10 @@ Window {
         }
     }
 
+    // Laid out from the top at its natural height, whatever size the compositor gives.
     Rectangle {
-        anchors.fill: parent
+        width: parent.width
+        height: panel.naturalHeight
         color: Theme.chrome
         border.color: Theme.line
         radius: 12
@@ -46,7 +50,9 @@ Window {
     ColumnLayout {
         id: content
 
-        anchors.fill: parent
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
         anchors.margins: 1
         spacing: 0
 

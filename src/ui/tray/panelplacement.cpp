@@ -1,5 +1,7 @@
 #include "panelplacement.h"
 
+#include <QWindow>
+
 #include <algorithm>
 
 namespace PanelPlacement {
@@ -44,6 +46,16 @@ QRect place(const QRect &icon, const QPoint &cursor, const QList<Screen> &screen
     r.moveLeft(std::clamp(r.left(), inner.left(), std::max(inner.left(), inner.right() - r.width() + 1)));
     r.moveTop(std::clamp(r.top(), inner.top(), std::max(inner.top(), inner.bottom() - r.height() + 1)));
     return r;
+}
+
+void holdSize(QWindow &window, const QSize &size)
+{
+    // Each limit reaches a Wayland compositor as it is set, and one that sees the least size
+    // above the greatest ends the client: the least comes down first, then both meet at size.
+    window.setMinimumSize(size.boundedTo(window.minimumSize()));
+    window.setMaximumSize(size);
+    window.setMinimumSize(size);
+    window.resize(size);
 }
 
 }
