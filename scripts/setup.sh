@@ -23,8 +23,9 @@ packages=(
   # a real X server for the tray and window tests, and a screen reader's view of the window:
   # AT-SPI read from outside, and Orca itself
   xvfb xauth at-spi2-core python3-pyatspi orca
-  # make package: dependencies worked out from the binary
-  dpkg-dev file
+  # make package: dependencies worked out from the binary; the validators software centres
+  # apply to the menu entry and the metainfo; systemd's reading of the autostart entry
+  dpkg-dev file desktop-file-utils appstream systemd
 )
 
 # make fuzz: libFuzzer comes with clang's runtime.

@@ -78,6 +78,17 @@ private slots:
         }
         // The two readings differ where it shows: the window's own background.
         QVERIFY(QImage(dir + "/projects-paper.png").pixelColor(600, 650) != QImage(dir + "/projects-obsidian.png").pixelColor(600, 650));
+
+        // Software centres show the pictures the metainfo names: each is one this mode draws.
+        QFile metainfo(KORVAT_METAINFO);
+        QVERIFY(metainfo.open(QIODevice::ReadOnly));
+        const auto named = QRegularExpression("<image>[^<]*/([^/<]+)</image>").globalMatch(QString::fromUtf8(metainfo.readAll()));
+        int pictures = 0;
+        for (const QRegularExpressionMatch &m : named) {
+            QVERIFY2(lines.contains(dir + '/' + m.captured(1)), qPrintable(m.captured(1)));
+            ++pictures;
+        }
+        QVERIFY(pictures > 0);
     }
 };
 

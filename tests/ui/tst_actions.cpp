@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QMutex>
+#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -149,7 +150,9 @@ void TestActions::loginToggleWritesTheAutostartEntry()
     QTemporaryDir config;
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
     ToolchainStore toolchain(m_settings.get(), std::make_shared<HomebrewToolchain>());
-    SettingsController settings(&toolchain, m_settings.get(), QStringLiteral("/opt/korvat/bin/korvat"));
+    // systemd skips an entry whose program does not exist: this test's binary stands in.
+    const QString korvat = QCoreApplication::applicationFilePath();
+    SettingsController settings(&toolchain, m_settings.get(), korvat);
     const QString entry = config.filePath(QStringLiteral("autostart/korvat.desktop"));
     QVERIFY(!settings.openAtLogin());
 
@@ -157,8 +160,25 @@ void TestActions::loginToggleWritesTheAutostartEntry()
     QVERIFY(settings.openAtLogin());
     QFile file(entry);
     QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().contains("\nExec=\"/opt/korvat/bin/korvat\"\n"));
+    QVERIFY(file.readAll().contains("\nExec=\"" + korvat.toUtf8() + "\"\n"));
     QCOMPARE(settings.loginError(), QString());
+
+    // The entry is one the desktop runs at login: valid, and turned by systemd's reading of
+    // the autostart directory into a unit that starts Korvat.
+    QProcess validate;
+    validate.start(QStringLiteral("desktop-file-validate"), {entry});
+    QVERIFY2(validate.waitForFinished(10000), "desktop-file-validate is missing: scripts/setup.sh installs it");
+    QVERIFY2(validate.exitCode() == 0, validate.readAllStandardOutput().constData());
+    QTemporaryDir units;
+    QProcess generator;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_DIRS"), units.filePath(QStringLiteral("none")));
+    generator.setProcessEnvironment(env);
+    generator.start(QStringLiteral("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator"), {units.path()});
+    QVERIFY2(generator.waitForFinished(10000), "systemd's autostart generator is missing: scripts/setup.sh installs it");
+    QFile unit(units.filePath(QStringLiteral("app-korvat@autostart.service")));
+    QVERIFY(unit.open(QIODevice::ReadOnly));
+    QVERIFY(unit.readAll().contains("\nExecStart=:" + korvat.toUtf8() + "\n"));
 
     settings.setOpenAtLogin(false);
     QVERIFY(!QFile::exists(entry));
