@@ -41,26 +41,8 @@ public:
 
 public slots:
     // Older portals only have Read, which wraps the value in one more variant.
-    QDBusVariant Read(const QString &ns, const QString &key)
-    {
-        if (ns != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme")) {
-            sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"), QStringLiteral("no such key"));
-            return {};
-        }
-        return QDBusVariant(QVariant::fromValue(QDBusVariant(m_scheme)));
-    }
-    QDBusVariant ReadOne(const QString &ns, const QString &key)
-    {
-        if (!m_readOne) {
-            sendErrorReply(QDBusError::UnknownMethod, QStringLiteral("no ReadOne"));
-            return {};
-        }
-        if (ns != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme")) {
-            sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"), QStringLiteral("no such key"));
-            return {};
-        }
-        return QDBusVariant(m_scheme);
-    }
+    QDBusVariant Read(const QString &ns, const QString &key) { return QDBusVariant(QVariant::fromValue(value(ns, key, true))); }
+    QDBusVariant ReadOne(const QString &ns, const QString &key) { return value(ns, key, m_readOne); }
     void change(const QString &ns, uint scheme)
     {
         m_scheme = scheme;
@@ -72,6 +54,15 @@ public slots:
     }
 
 private:
+    QDBusVariant value(const QString &ns, const QString &key, bool known)
+    {
+        if (!known)
+            sendErrorReply(QDBusError::UnknownMethod, QStringLiteral("no ReadOne"));
+        else if (ns != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme"))
+            sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"), QStringLiteral("no such key"));
+        return QDBusVariant(m_scheme);
+    }
+
     uint m_scheme;
     bool m_readOne;
     std::unique_ptr<QDBusConnection> m_bus;
