@@ -75,7 +75,7 @@ FakeEngine::Holdings holdings(const QString &root)
         container("c9d1f3a5e755", "website-cache-1", "redis:7", "paused", "Up 2 days (Paused)", "6379/tcp", "website", "cache"),
         container("e2f4a6c8d066", "notes-notes-1", "ghcr.io/example/notes:2.1", "running", "Up 4 days", {}, "notes", "notes"),
         container("d4e6a8c0b2aa", "docs-site-1", "nginx:1.27-alpine", "exited", "Exited (0) 2 days ago", {}, "docs", "site"),
-        container("b3d5f7a9c199", "legacy-api-1", "node:18-alpine", "running", "Up 9 days", "0.0.0.0:3000->3000/tcp", "legacy", "api"),
+        container("b3d5f7a9c199", "legacy-api-1", "node:18-alpine", "running", "Up 9 days", "0.0.0.0:3000->3000/tcp, 127.0.0.1:9229->9229/tcp", "legacy", "api"),
         container("f7a9c1e3b577", "backup-agent", "busybox:1.36", "running", "Up 5 hours", {}),
         container("0d2f4b6a8c88", "scratchpad", "alpine:3.20", "created", "Created", {}),
     };

@@ -282,7 +282,7 @@ void TestMainWindow::screenReaderReadsTheWindow()
     const QJsonObject tree = readAloud(QStringLiteral("tree"));
     QVERIFY2(!tree.isEmpty() && !tree.contains("error"), qPrintable(QJsonDocument(tree).toJson()));
     const QJsonObject items = tree["items"].toObject();
-    QCOMPARE(items["legacy-api-1"].toString(), "Up 9 days · node:18-alpine · 3000:3000");
+    QCOMPARE(items["legacy-api-1"].toString(), "Up 9 days · node:18-alpine · 3000:3000, 9229:9229");
     QVERIFY(items["legacy"].toString().endsWith("compose up/down need the project directory; start/stop still work"));
     const QJsonArray buttons = tree["buttons"].toArray();
     QVERIFY(buttons.contains(QJsonArray{"Add a project from a directory", "Choose a directory with a compose file"}));

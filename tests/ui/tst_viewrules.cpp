@@ -2,6 +2,8 @@
 #include "containerrules.h"
 #include "listcursor.h"
 #include "listorder.h"
+#include "portlinks.h"
+#include "docker.h"
 #include "volumemodel.h"
 #include "runtimeselection.h"
 #include "projectcard.h"
@@ -52,6 +54,8 @@ private slots:
     void keptDetail();
     void terminal_data();
     void terminal();
+    void portLinks_data();
+    void portLinks();
     void terminalPicksTheFirstEmulatorFound();
     void toolRow_data();
     void toolRow();
@@ -286,40 +290,46 @@ void TestViewRules::keptDetail()
     QVERIFY(!ProjectDeletion::label(plan, false).contains(QLatin1String("2 volumes")));
 }
 
+// What the menu shows for a terminal; tst_actions runs the terminal itself.
 void TestViewRules::terminal_data()
 {
     QTest::addColumn<std::optional<Runtime>>("runtime");
     QTest::addColumn<QString>("line");
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("dockerHost");
-
-    QTest::newRow("default context") << std::optional<Runtime>() << "docker exec -it web-1 sh"
-                                     << QStringList{"-e", "docker", "exec", "-it", "web-1", "sh"} << "";
-    QTest::newRow("named context") << std::optional(Runtime::context("staging")) << "docker --context staging exec -it web-1 sh"
-                                   << QStringList{"-e", "docker", "--context", "staging", "exec", "-it", "web-1", "sh"} << "";
+    QTest::newRow("default context") << std::optional<Runtime>() << "docker exec -it web-1 sh";
+    QTest::newRow("named context") << std::optional(Runtime::context("staging")) << "docker --context staging exec -it web-1 sh";
     QTest::newRow("socket") << std::optional(Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"))
-                            << "DOCKER_HOST=unix:///opt/homebrew/var/run/socktainer/.socktainer/container.sock docker exec -it web-1 sh"
-                            << QStringList{"-e", "docker", "exec", "-it", "web-1", "sh"}
-                            << "unix:///opt/homebrew/var/run/socktainer/.socktainer/container.sock";
+                            << "DOCKER_HOST=unix:///opt/homebrew/var/run/socktainer/.socktainer/container.sock docker exec -it web-1 sh";
 }
 
 void TestViewRules::terminal()
 {
     QFETCH(std::optional<Runtime>, runtime);
-    QFETCH(QString, line);
-    QFETCH(QStringList, args);
-    QFETCH(QString, dockerHost);
+    QTEST(Terminal::commandLine(runtime, QStringLiteral("web-1")), "line");
+}
 
-    QCOMPARE(Terminal::commandLine(runtime, QStringLiteral("web-1")), line);
-    QProcessEnvironment env;
-    env.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin"));
-    const auto launch = Terminal::launch(CliEngine().shell(QStringLiteral("web-1"), runtime), env, [](const QString &name) {
-        return name == QLatin1String("xterm") ? QStringLiteral("/usr/bin/xterm") : QString();
-    });
-    QVERIFY(launch);
-    QCOMPARE(launch->program, QStringLiteral("/usr/bin/xterm"));
-    QCOMPARE(launch->arguments, args);
-    QCOMPARE(launch->environment.value(QStringLiteral("DOCKER_HOST")), dockerHost);
+void TestViewRules::portLinks_data()
+{
+    QTest::addColumn<QString>("ports");
+    QTest::addColumn<QString>("endpoint");
+    QTest::addColumn<QStringList>("urls");
+    const QString local = "unix:///var/run/docker.sock";
+    QTest::newRow("all addresses, both families, once") << "0.0.0.0:8080->80/tcp, [::]:8080->80/tcp" << local << QStringList{"http://localhost:8080"};
+    QTest::newRow("loopback") << "127.0.0.1:5432->5432/tcp" << local << QStringList{"http://127.0.0.1:5432"};
+    QTest::newRow("one IPv6 address") << "[fd00::5]:8443->443/tcp" << local << QStringList{"http://[fd00::5]:8443"};
+    QTest::newRow("UDP and unpublished left out") << "0.0.0.0:53->53/udp, 9000/tcp, 0.0.0.0:3000->3000/tcp" << local << QStringList{"http://localhost:3000"};
+    QTest::newRow("remote over tcp") << "0.0.0.0:8080->80/tcp" << "tcp://10.0.0.2:2375" << QStringList{"http://10.0.0.2:8080"};
+    QTest::newRow("remote over ssh") << "127.0.0.1:8080->80/tcp, 0.0.0.0:9090->90/tcp" << "ssh://me@build-host:2222"
+                                     << QStringList{"http://build-host:8080", "http://build-host:9090"};
+}
+
+void TestViewRules::portLinks()
+{
+    QFETCH(QString, ports);
+    QFETCH(QString, endpoint);
+    QStringList urls;
+    for (const PortLinks::Link &link : PortLinks::links(Docker::parsePorts(ports), endpoint))
+        urls << link.url.toString();
+    QTEST(urls, "urls");
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

@@ -12,6 +12,8 @@ Menu {
 
     padding: 5
     implicitWidth: 220
+    // A submenu's entry looks like every other item.
+    delegate: KorMenuItem {}
     onAboutToShow: menu.focusBefore = menu.parent?.Window.activeFocusItem ?? null
     onClosed: {
         const window = menu.focusBefore?.Window;

@@ -25,6 +25,14 @@ MenuItem {
         verticalAlignment: Text.AlignVCenter
         elide: Text.ElideRight
     }
+    arrow: KorIcon {
+        x: item.width - width - 8
+        y: (item.height - height) / 2
+        visible: item.subMenu !== null
+        name: "chevron.right"
+        tint: Theme.muted
+        size: 14
+    }
     background: Rectangle {
         radius: 6
         color: item.highlighted ? Theme.wash : "transparent"

@@ -3,6 +3,7 @@
 #include "containerrules.h"
 
 #include "docker.h"
+#include "portlinks.h"
 #include "terminal.h"
 
 void ContainerModel::setContainers(const QList<Container> &containers)
@@ -20,7 +21,7 @@ void ContainerModel::setContainers(const QList<Container> &containers)
         if (a.state != b.state || a.status != b.status)
             roles << FailedRole;
         if (a.ports != b.ports)
-            roles << PortsRole;
+            roles << PortsRole << LinksRole;
         if (a.project() != b.project())
             roles << ProjectRole;
         if (a.status != b.status || a.image != b.image || a.ports != b.ports)
@@ -29,13 +30,17 @@ void ContainerModel::setContainers(const QList<Container> &containers)
     });
 }
 
-void ContainerModel::setRuntime(const std::optional<Runtime> &runtime)
+void ContainerModel::setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint)
 {
-    if (m_runtime == runtime)
-        return;
+    QList<int> roles;
+    if (m_runtime != runtime)
+        roles << TerminalCommandRole;
+    if (m_endpoint != endpoint)
+        roles << LinksRole;
     m_runtime = runtime;
-    if (!m_rows.isEmpty())
-        emit dataChanged(index(0), index(int(m_rows.size()) - 1), {TerminalCommandRole});
+    m_endpoint = endpoint;
+    if (!m_rows.isEmpty() && !roles.isEmpty())
+        emit dataChanged(index(0), index(int(m_rows.size()) - 1), roles);
 }
 
 QString ContainerModel::dot(const Container &c)
@@ -80,6 +85,12 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         return Terminal::commandLine(m_runtime, c.name);
     case DescriptionRole:
         return ContainerRules::spoken(c);
+    case LinksRole: {
+        QVariantList links;
+        for (const PortLinks::Link &link : PortLinks::links(Docker::parsePorts(c.ports), m_endpoint))
+            links.append(QVariantMap{{QStringLiteral("label"), link.label}, {QStringLiteral("url"), link.url.toString()}});
+        return links;
+    }
     }
     return {};
 }
@@ -91,6 +102,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
-        {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"},
+        {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
     };
 }

@@ -32,14 +32,16 @@ public:
         PauseLabelRole,
         TerminalCommandRole,
         DescriptionRole,
+        LinksRole,
     };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
 
     void setContainers(const QList<Container> &containers);
-    // The runtime the terminal command of each row names.
-    void setRuntime(const std::optional<Runtime> &runtime);
+    // The runtime the terminal command of each row names, and its endpoint, which says
+    // where the rows' ports are reached.
+    void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     const QList<Container> &containers() const { return m_rows; }
 
     // "running", "paused", "exited" or "other": which colour the status dot takes.
@@ -52,4 +54,5 @@ protected:
 
 private:
     std::optional<Runtime> m_runtime;
+    QString m_endpoint;
 };

@@ -26,7 +26,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
         ContainerModel *&child = m_children[r.key()];
         if (!child) {
             child = new ContainerModel(this);
-            child->setRuntime(m_runtime);
+            child->setRuntime(m_runtime, m_endpoint);
         }
         child->setContainers(r.project.containers);
     }
@@ -76,11 +76,12 @@ QList<int> ProjectModel::rowCounts() const
     return counts;
 }
 
-void ProjectModel::setRuntime(const std::optional<Runtime> &runtime)
+void ProjectModel::setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint)
 {
     m_runtime = runtime;
+    m_endpoint = endpoint;
     for (ContainerModel *child : std::as_const(m_children))
-        child->setRuntime(runtime);
+        child->setRuntime(runtime, endpoint);
 }
 
 QVariant ProjectModel::roleData(const ProjectRow &r, int role) const

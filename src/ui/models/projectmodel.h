@@ -53,7 +53,7 @@ public:
     void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {}, const DirectoryMap &dirs = {});
     // The same with the disk's answers given: they line up with projects.
     void setRows(const QList<ProjectRow> &rows);
-    void setRuntime(const std::optional<Runtime> &runtime);
+    void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
@@ -68,4 +68,5 @@ protected:
 private:
     QHash<QString, ContainerModel *> m_children;
     std::optional<Runtime> m_runtime;
+    QString m_endpoint;
 };

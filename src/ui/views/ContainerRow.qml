@@ -24,6 +24,8 @@ Rectangle {
     required property bool failed
     // What its line shows, for a screen reader.
     required property string description
+    // Where a browser reaches its published TCP ports: {label, url} each.
+    required property var links
     property bool showProject: false
     property bool busy: false
     // The open menu, while one is open.
@@ -32,10 +34,10 @@ Rectangle {
 
     readonly property list<Item> keyButtons: [primaryButton, restartButton, logsButton, consoleButton, more]
 
-    signal action(int verb)
+    signal action(int verb, string detail)
 
     function press() {
-        root.action(Verb.Primary);
+        root.action(Verb.Primary, "");
     }
     // From the keyboard: every action of the row, its buttons' first.
     function openMenu() {
@@ -137,7 +139,7 @@ Rectangle {
             Layout.preferredWidth: 76
             text: root.actionLabel
             variant: root.primaryQuiet ? "quiet" : "accent"
-            onClicked: root.action(Verb.Primary)
+            onClicked: root.action(Verb.Primary, "")
         }
         KorButton {
             id: restartButton
@@ -147,7 +149,7 @@ Rectangle {
             variant: "ghost"
             iconName: "arrow.clockwise"
             help: "Restart"
-            onClicked: root.action(Verb.Restart)
+            onClicked: root.action(Verb.Restart, "")
         }
         KorButton {
             id: logsButton
@@ -157,7 +159,7 @@ Rectangle {
             variant: "ghost"
             iconName: "text.alignleft"
             help: "Logs"
-            onClicked: root.action(Verb.ContainerLogs)
+            onClicked: root.action(Verb.ContainerLogs, "")
         }
         KorButton {
             id: consoleButton
@@ -169,7 +171,7 @@ Rectangle {
             iconName: "terminal"
             help: root.running ? "Run a command" : "Commands run only in a running container"
             enabled: root.running
-            onClicked: root.action(Verb.Console)
+            onClicked: root.action(Verb.Console, "")
         }
         KorButton {
             id: more
@@ -195,6 +197,11 @@ Rectangle {
 
             property bool everything: false
 
+            // One port is one item; several are a submenu, which a menu cannot hide.
+            onAboutToShow: {
+                if (root.links.length < 2)
+                    menu.removeMenu(linksMenu);
+            }
             onClosed: {
                 root.menu = null;
                 menu.destroy();
@@ -204,50 +211,75 @@ Rectangle {
                 text: root.actionLabel
                 visible: menu.everything
                 enabled: menu.everything
-                onTriggered: root.action(Verb.Primary)
+                onTriggered: root.action(Verb.Primary, "")
             }
             KorMenuItem {
                 text: "Restart"
                 visible: menu.everything
                 enabled: menu.everything
-                onTriggered: root.action(Verb.Restart)
+                onTriggered: root.action(Verb.Restart, "")
             }
             KorMenuItem {
                 text: "Logs"
                 visible: menu.everything
                 enabled: menu.everything
-                onTriggered: root.action(Verb.ContainerLogs)
+                onTriggered: root.action(Verb.ContainerLogs, "")
             }
             KorMenuItem {
                 text: "Run a command"
                 visible: menu.everything
                 enabled: menu.everything && root.running
-                onTriggered: root.action(Verb.Console)
+                onTriggered: root.action(Verb.Console, "")
             }
             KorMenuItem {
                 text: root.pauseLabel
                 visible: root.pauseLabel !== ""
-                onTriggered: root.action(Verb.TogglePause)
+                onTriggered: root.action(Verb.TogglePause, "")
             }
             KorMenuItem {
                 text: "Open in Terminal"
                 help: root.terminalHelp
-                onTriggered: root.action(Verb.OpenTerminal)
+                onTriggered: root.action(Verb.OpenTerminal, "")
+            }
+            KorMenuItem {
+                text: "Open in browser"
+                help: root.links.length === 1 ? root.links[0].url : ""
+                visible: root.links.length === 1
+                enabled: visible
+                onTriggered: root.action(Verb.OpenInBrowser, root.links[0].url)
+            }
+            KorMenu {
+                id: linksMenu
+
+                title: "Open in browser"
+
+                Instantiator {
+                    model: root.links.length > 1 ? root.links : []
+                    delegate: KorMenuItem {
+                        required property var modelData
+
+                        text: modelData.label
+                        help: modelData.url
+                        onTriggered: root.action(Verb.OpenInBrowser, modelData.url)
+                    }
+                    onObjectAdded: (index, item) => linksMenu.insertItem(index, item)
+                    onObjectRemoved: (index, item) => linksMenu.removeItem(item)
+                }
             }
             KorMenuItem {
                 text: "Copy container ID"
-                onTriggered: root.action(Verb.CopyId)
+                onTriggered: root.action(Verb.CopyId, "")
             }
             KorMenuItem {
                 text: "Commit to image…"
                 enabled: !root.busy
-                onTriggered: root.action(Verb.Commit)
+                onTriggered: root.action(Verb.Commit, "")
             }
             KorMenuItem {
                 text: "Remove"
                 danger: true
                 enabled: !root.busy
-                onTriggered: root.action(Verb.RemoveContainer)
+                onTriggered: root.action(Verb.RemoveContainer, "")
             }
         }
     }

@@ -10,7 +10,7 @@ ColumnLayout {
     required property ContainerModel model
     property bool busy: false
 
-    signal action(int verb, string id)
+    signal action(int verb, string id, string detail)
 
     // The i-th container's row, for the list's keyboard walk.
     function rowAt(i: int): Item {
@@ -44,6 +44,7 @@ ColumnLayout {
             required property bool running
             required property bool failed
             required property string description
+            required property var links
 
             Layout.fillWidth: true
             spacing: 0
@@ -72,8 +73,9 @@ ColumnLayout {
                 failed: entry.failed
                 description: entry.description
                 terminalHelp: entry.terminalCommand
+                links: entry.links
                 busy: root.busy
-                onAction: verb => root.action(verb, entry.containerId)
+                onAction: (verb, detail) => root.action(verb, entry.containerId, detail)
             }
         }
     }

@@ -9,7 +9,7 @@ KorListView {
     required property Shell shell
     required property AppStore store
 
-    signal containerAction(int verb, string id)
+    signal containerAction(int verb, string id, string detail)
     signal projectAction(int verb, string name)
 
     objectName: "containersList"
@@ -25,6 +25,6 @@ KorListView {
         showProject: true
         busy: list.store.busy
         terminalHelp: terminalCommand
-        onAction: verb => list.containerAction(verb, row.containerId)
+        onAction: (verb, detail) => list.containerAction(verb, row.containerId, detail)
     }
 }

@@ -27,7 +27,7 @@ Rectangle {
     readonly property list<Item> keyButtons: [upButton, downButton, logsButton, more]
 
     signal projectAction(int verb)
-    signal containerAction(int verb, string id)
+    signal containerAction(int verb, string id, string detail)
 
     function rowAt(i: int): Item {
         return rows.rowAt(i);
@@ -190,7 +190,7 @@ Rectangle {
             Layout.fillWidth: true
             model: root.containers
             busy: root.busy
-            onAction: (verb, id) => root.containerAction(verb, id)
+            onAction: (verb, id, detail) => root.containerAction(verb, id, detail)
         }
     }
     // Made when asked for: a menu per row would cost every row its items up front.

@@ -9,7 +9,7 @@ KorListView {
     required property Shell shell
     required property AppStore store
 
-    signal containerAction(int verb, string id)
+    signal containerAction(int verb, string id, string detail)
     signal projectAction(int verb, string name)
 
     objectName: "projectsList"
@@ -28,6 +28,6 @@ KorListView {
         width: list.rowWidth
         busy: list.store.busy
         onProjectAction: verb => list.projectAction(verb, card.name)
-        onContainerAction: (verb, id) => list.containerAction(verb, id)
+        onContainerAction: (verb, id, detail) => list.containerAction(verb, id, detail)
     }
 }

@@ -200,7 +200,7 @@ ApplicationWindow {
                 Layout.topMargin: 4
                 shell: window.shell
                 store: window.store
-                onContainerAction: (verb, id) => window.actions.perform(verb, id)
+                onContainerAction: (verb, id, detail) => window.actions.perform(verb, id, detail)
                 onProjectAction: (verb, name) => window.actions.perform(verb, name)
                 onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
                 onVolumeAction: (verb, name) => window.actions.perform(verb, name)

@@ -11,7 +11,7 @@ Item {
     readonly property bool showsRows: shell.sectionCount > 0
     readonly property bool ownEmptyState: shell.sectionOwnsEmptyState
 
-    signal containerAction(int verb, string id)
+    signal containerAction(int verb, string id, string detail)
     signal projectAction(int verb, string name)
     signal imageAction(int verb, string id, string reference)
     signal volumeAction(int verb, string name)
@@ -37,8 +37,8 @@ Item {
         target: root.shell
     }
     Connections {
-        function onContainerAction(verb: int, id: string) {
-            root.containerAction(verb, id);
+        function onContainerAction(verb: int, id: string, detail: string) {
+            root.containerAction(verb, id, detail);
         }
         function onProjectAction(verb: int, name: string) {
             root.projectAction(verb, name);

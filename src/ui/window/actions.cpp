@@ -253,6 +253,10 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         });
     case Verb::Commit:
         return onContainer([this](const Container &c) { emit commitRequested(c.id, c.name); });
+    case Verb::OpenInBrowser:
+        if (!QDesktopServices::openUrl(QUrl(detail)))
+            m_store->reportError(QStringLiteral("Could not open ") + detail + QStringLiteral(": no web browser answered."));
+        return;
     case Verb::Up: return up(subject);
     case Verb::Down:
         return onProject([this](const ComposeProject &p) {

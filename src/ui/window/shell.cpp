@@ -34,8 +34,13 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     const auto volumes = [this] { updateVolumes(); };
     const auto runtimes = [this] {
         m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime());
-        m_containers.setRuntime(m_store->runtime());
-        m_projects.setRuntime(m_store->runtime());
+        QString endpoint;
+        for (const RuntimeEntry &entry : m_store->runtimes()) {
+            if (entry.runtime == m_store->runtime())
+                endpoint = entry.endpoint;
+        }
+        m_containers.setRuntime(m_store->runtime(), endpoint);
+        m_projects.setRuntime(m_store->runtime(), endpoint);
     };
     connect(m_store, &AppStore::imagesChanged, this, images);
     connect(m_store, &AppStore::filterChanged, this, images);

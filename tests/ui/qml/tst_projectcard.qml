@@ -85,6 +85,7 @@ TestCase {
         verify(!findChild(c, "up").visible);
     }
 
+    // What the owner's menu offers, a submenu's items after its title.
     function menuTexts(owner) {
         mouseClick(findChild(owner, "more"));
         tryVerify(() => owner.menu !== null && owner.menu.opened);
@@ -93,10 +94,22 @@ TestCase {
             const item = owner.menu.itemAt(i);
             if (item.visible)
                 texts.push(item.text);
+            for (let j = 0; item.subMenu && j < item.subMenu.count; ++j)
+                texts.push("  " + item.subMenu.itemAt(j).text);
         }
         owner.menu.close();
         tryVerify(() => owner.menu === null);
         return texts;
+    }
+
+    function rowNamed(item, name) {
+        for (let i = 0; i < item.children.length; ++i) {
+            const child = item.children[i];
+            const found = child.keyButtons !== undefined && child.name === name ? child : rowNamed(child, name);
+            if (found)
+                return found;
+        }
+        return null;
     }
 
     function test_menus() {
@@ -105,17 +118,14 @@ TestCase {
         waitForRendering(view);
         const storefront = card(view, "storefront");
         compare(menuTexts(storefront), ["Start all", "Stop all", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
-        let row = null;
-        const visit = item => {
-            for (let i = 0; i < item.children.length; ++i) {
-                if (item.children[i].containerId !== undefined && item.children[i].name === "storefront-php-1")
-                    row = item.children[i];
-                visit(item.children[i]);
-            }
-        };
-        visit(storefront);
-        verify(row);
-        compare(menuTexts(row), ["Pause", "Open in Terminal", "Copy container ID", "Commit to image…", "Remove"]);
+        // One published port is one item; two are a submenu; none, no item.
+        compare(menuTexts(rowNamed(storefront, "storefront-php-1")),
+                ["Pause", "Open in Terminal", "Open in browser", "Copy container ID", "Commit to image…", "Remove"]);
+        compare(menuTexts(rowNamed(storefront, "storefront-db-1")), ["Pause", "Open in Terminal", "Copy container ID", "Commit to image…", "Remove"]);
+        view.positionViewAtEnd();
+        waitForRendering(view);
+        compare(menuTexts(rowNamed(card(view, "legacy"), "legacy-api-1")),
+                ["Pause", "Open in Terminal", "Open in browser", "  localhost:3000", "  127.0.0.1:9229", "Copy container ID", "Commit to image…", "Remove"]);
     }
 
     // The list is one Tab stop: the arrows walk cards and their rows, Left/Right the buttons.
@@ -142,12 +152,12 @@ TestCase {
         verify(row.keyButtons[1].activeFocus && row.keyButtons[1].visualFocus);
         keyClick(Qt.Key_Return);
         compare(containerActions.count, 1);
-        compare(Array.from(containerActions.signalArguments[0]), [Verb.Restart, row.containerId]);
+        compare(Array.from(containerActions.signalArguments[0]), [Verb.Restart, row.containerId, ""]);
         keyClick(Qt.Key_Left);
         keyClick(Qt.Key_Left);
         verify(row.activeFocus);
         keyClick(Qt.Key_Space);
-        compare(Array.from(containerActions.signalArguments[1]), [Verb.Primary, row.containerId]);
+        compare(Array.from(containerActions.signalArguments[1]), [Verb.Primary, row.containerId, ""]);
 
         keyClick(Qt.Key_F10, Qt.ShiftModifier);
         tryVerify(() => row.menu !== null && row.menu.opened);
