@@ -9,6 +9,7 @@
 #include "settingscontroller.h"
 #include "shell.h"
 #include "theme.h"
+#include "notifier.h"
 #include "tray.h"
 #include "toolchainstore.h"
 #include "uiengine.h"
@@ -49,6 +50,7 @@ struct Session::Parts {
         window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions, &settingsController);
     }
 
+    std::unique_ptr<Notifier> notifier;
     std::unique_ptr<ColorScheme> scheme;
     Theme theme;
     AppStore store;
@@ -65,12 +67,15 @@ struct Session::Parts {
 Session::Session(QSettings *settings, bool followDesktop, Backends backends)
     : d(std::make_unique<Parts>(settings, followDesktop, std::move(backends)))
 {
+    d->notifier = std::make_unique<Notifier>([this](const FailureNotes::Note &note) { showLogs(note); });
+    QObject::connect(&d->store.failures(), &FailureWatch::failed, d->notifier.get(), &Notifier::tell);
 }
 Session::~Session() = default;
 AppStore &Session::store() { return d->store; }
 ToolchainStore &Session::toolchain() { return d->toolchain; }
 HostEngineStore &Session::hostEngines() { return d->hostEngines; }
 Shell &Session::shell() { return d->shell; }
+Notifier &Session::notifier() { return *d->notifier; }
 Actions &Session::actions() { return d->actions; }
 QQuickWindow *Session::window() { return d->window; }
 
@@ -83,6 +88,20 @@ void Session::showWindow()
     QObject::connect(d->scheme.get(), &ColorScheme::settledChanged, d->window, &QWindow::show, Qt::SingleShotConnection);
 }
 SettingsController &Session::settings() { return d->settingsController; }
+
+void Session::showLogs(const FailureNotes::Note &note)
+{
+    d->window->show();
+    d->window->raise();
+    d->window->requestActivate();
+    // Events name a container by its whole id, listings by a prefix of it.
+    for (const Container &c : d->store.containers()) {
+        if (!c.id.isEmpty() && note.containerId.startsWith(c.id))
+            return d->actions.perform(Verb::ContainerLogs, c.id);
+    }
+    if (!note.project.isEmpty())
+        d->actions.perform(Verb::ProjectLogs, note.project);
+}
 
 QQuickWindow *Session::loadPanel()
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "failurenotes.h"
+
 #include "appstore.h"
 #include "cliengine.h"
 #include "hostenginestore.h"
@@ -15,6 +17,8 @@ class SettingsController;
 class Shell;
 
 // The desktop interface: the main window over the real stores and the tray.
+class Notifier;
+
 namespace Desktop {
 
 // What the application object sets up before any window: names, default settings,
@@ -44,11 +48,14 @@ public:
     HostEngineStore &hostEngines();
     Shell &shell();
     Actions &actions();
+    Notifier &notifier();
     SettingsController &settings();
     QQuickWindow *window();
     // Shows the window once the desktop's colour scheme is known (or given up on), so its
     // first frame is drawn in the reading it keeps.
     void showWindow();
+    // Raises the main window on the logs of what a notification told of.
+    void showLogs(const FailureNotes::Note &note);
     // The tray panel, loaded on first use into the same engine; hidden.
     QQuickWindow *loadPanel();
 

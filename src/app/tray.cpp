@@ -4,6 +4,7 @@
 #include "appstore.h"
 #include "desktop.h"
 #include "iconprovider.h"
+#include "notifier.h"
 #include "panelplacement.h"
 #include "settingscontroller.h"
 #include "shell.h"
@@ -44,10 +45,16 @@ Tray::Tray(Desktop::Session &session, QObject *parent) : QObject(parent), m_sess
     connect(Theme::instance(), &Theme::readingChanged, this, &Tray::updateIcon);
     connect(&m_session.store(), &AppStore::runtimesChanged, this, &Tray::rebuildMenu);
     connect(&m_session.store(), &AppStore::runtimeChanged, this, &Tray::rebuildMenu);
+    m_session.notifier().setTrayMessage([this](const QString &summary, const QString &body, std::function<void()> clicked) {
+        return showMessage(summary, body, std::move(clicked));
+    });
     update();
 }
 
-Tray::~Tray() = default;
+Tray::~Tray()
+{
+    m_session.notifier().setTrayMessage({});
+}
 
 bool Tray::available() { return QSystemTrayIcon::isSystemTrayAvailable(); }
 
@@ -66,6 +73,10 @@ void Tray::update()
                 openPanel();
             else if (reason == QSystemTrayIcon::DoubleClick)
                 openMain();
+        });
+        connect(m_icon.get(), &QSystemTrayIcon::messageClicked, this, [this] {
+            if (m_messageClicked)
+                m_messageClicked();
         });
         updateIcon();
         rebuildMenu();
@@ -140,6 +151,15 @@ void Tray::openPanel()
     QGuiApplication::setDesktopFileName(appId);
     m_panel->raise();
     m_panel->requestActivate();
+}
+
+bool Tray::showMessage(const QString &summary, const QString &body, std::function<void()> clicked)
+{
+    if (!m_icon)
+        return false;
+    m_messageClicked = std::move(clicked);
+    m_icon->showMessage(summary, body, QSystemTrayIcon::Warning);
+    return true;
 }
 
 void Tray::fitPanel()

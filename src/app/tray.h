@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QQuickWindow>
+#include <functional>
 #include <memory>
 
 class QMenu;
@@ -36,6 +37,11 @@ public slots:
     void openMain();
     void openSettings();
 
+public:
+    // A message from the icon, for desktops without a notification service; false without
+    // an icon. clicked runs when the message is clicked.
+    bool showMessage(const QString &summary, const QString &body, std::function<void()> clicked);
+
 private slots:
     void fitPanel();
 
@@ -48,4 +54,5 @@ private:
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::unique_ptr<QMenu> m_menu;
     QPointer<QQuickWindow> m_panel;
+    std::function<void()> m_messageClicked;
 };

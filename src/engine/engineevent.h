@@ -8,11 +8,15 @@
 // A container's state as one event settles it, before any listing confirms it: the event
 // stream tells of a stop before a `ps` child could have started.
 struct ContainerChange {
-    enum class Kind { Started, Died, Paused, Unpaused, Destroyed };
+    // Killed, OutOfMemory and Unhealthy change no row: they tell why a container stops or
+    // how it fares. A kill is what every stop, restart and compose down sends first.
+    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, OutOfMemory, Unhealthy };
     // The engine's full id; listings show a prefix of it.
     QString id;
     Kind kind = Kind::Started;
     int exitCode = 0;
+    QString name;
+    QString project;   // its compose project, when it has one
     friend bool operator==(const ContainerChange &, const ContainerChange &) = default;
 };
 

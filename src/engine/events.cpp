@@ -13,17 +13,21 @@ std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObje
     static const QList<std::pair<QLatin1String, Kind>> kinds = {
         {QLatin1String("start"), Kind::Started},   {QLatin1String("die"), Kind::Died},
         {QLatin1String("pause"), Kind::Paused},    {QLatin1String("unpause"), Kind::Unpaused},
-        {QLatin1String("destroy"), Kind::Destroyed},
+        {QLatin1String("destroy"), Kind::Destroyed}, {QLatin1String("kill"), Kind::Killed},
+        {QLatin1String("oom"), Kind::OutOfMemory},
     };
-    const auto kind = std::find_if(kinds.cbegin(), kinds.cend(), [verb](const auto &k) { return verb == k.first; });
+    const auto known = std::find_if(kinds.cbegin(), kinds.cend(), [verb](const auto &k) { return verb == k.first; });
     const QJsonObject actor = event.value(QLatin1String("Actor")).toObject();
     QString id = actor.value(QLatin1String("ID")).toString();
     if (id.isEmpty())
         id = event.value(QLatin1String("id")).toString();
-    if (kind == kinds.cend() || id.isEmpty())
+    const QString action = event.value(QLatin1String("Action")).toString();
+    const bool unhealthy = action == QLatin1String("health_status: unhealthy");
+    if ((known == kinds.cend() && !unhealthy) || id.isEmpty())
         return std::nullopt;
-    const QString exitCode = actor.value(QLatin1String("Attributes")).toObject().value(QLatin1String("exitCode")).toString();
-    return ContainerChange{id, kind->second, exitCode.toInt()};
+    const QJsonObject attributes = actor.value(QLatin1String("Attributes")).toObject();
+    return ContainerChange{id, unhealthy ? Kind::Unhealthy : known->second, attributes.value(QLatin1String("exitCode")).toString().toInt(),
+                           attributes.value(QLatin1String("name")).toString(), attributes.value(QLatin1String(Labels::project)).toString()};
 }
 
 // "Up 7 minutes (healthy)" without its note in brackets.
@@ -95,6 +99,10 @@ QList<Container> withChange(QList<Container> rows, const ContainerChange &change
         break;
     case Kind::Destroyed:
         rows.erase(row);
+        break;
+    case Kind::Killed:
+    case Kind::OutOfMemory:
+    case Kind::Unhealthy:
         break;
     }
     return rows;

@@ -42,4 +42,7 @@ inline const Setting<QByteArray> unreadableProjects{QStringLiteral("knownProject
 // Seconds since the epoch; zero: never.
 inline const Setting<double> toolchainLastChecked{QStringLiteral("toolchainLastChecked"), 0.0};
 inline const Setting<QStringList> dismissedToolUpdates{QStringLiteral("dismissedToolUpdates"), {}};
+// A desktop notification when a container fails, except for the muted projects.
+inline const Setting<bool> notifyOnFailure{QStringLiteral("notifyOnFailure"), true};
+inline const Setting<QStringList> mutedProjects{QStringLiteral("mutedProjects"), {}};
 }

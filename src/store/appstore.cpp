@@ -32,8 +32,9 @@ QThreadPool *AppStore::actionWorkers()
 }
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
-    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults)
+    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults), m_failures(defaults)
 {
+    connect(&m_scheduler.events(), &EngineEvents::containerChanged, &m_failures, &FailureWatch::see);
     // Another engine has not been waited for yet, nor answered: that is settled before
     // anyone hears of the change.
     connect(&m_state, &EngineState::runtimeChanged, &m_scheduler, &RefreshScheduler::forgetWaiting);
@@ -197,6 +198,9 @@ void AppStore::select(const Runtime &runtime)
 
 void AppStore::containerChanged(const ContainerChange &change)
 {
+    using Kind = ContainerChange::Kind;
+    if (change.kind == Kind::Killed || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy)
+        return;
     m_told.append({m_scheduler.count(), change});
     m_state.setLists(Docker::withChange(containers(), change), images(), volumes());
 }

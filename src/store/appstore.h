@@ -4,6 +4,7 @@
 #include "directorychecks.h"
 #include "engine.h"
 #include "enginestate.h"
+#include "failurewatch.h"
 #include "projectmemory.h"
 #include "refreshscheduler.h"
 #include "teardownplan.h"
@@ -62,6 +63,7 @@ public:
     int fetchCount() const { return m_scheduler.count(); }
     const PollTiming &timing() const { return m_scheduler.timing(); }
     EngineEvents &events() { return m_scheduler.events(); }
+    FailureWatch &failures() { return m_failures; }
     const RefreshScheduler &scheduler() const { return m_scheduler; }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
@@ -164,6 +166,7 @@ private:
     RefreshScheduler m_scheduler;
     ProjectMemory m_memory;
     DirectoryChecks m_directories;
+    FailureWatch m_failures;
     QString m_filter;
     bool m_started = false;
     // Changes the event stream told of, each with the number of listings begun before it:

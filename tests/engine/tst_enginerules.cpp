@@ -334,8 +334,16 @@ private slots:
         using Kind = ContainerChange::Kind;
         const int c = int(Listing::Containers), i = int(Listing::Images), v = int(Listing::Volumes), all = int(everyListing.toInt());
         const std::optional<ContainerChange> none;
-        QTest::newRow("container dies") << QByteArray(R"({"Type":"container","Action":"die","Actor":{"ID":"abc123","Attributes":{"exitCode":"137","name":"web"}}})")
-                                        << c << std::optional(ContainerChange{"abc123", Kind::Died, 137});
+        QTest::newRow("container dies")
+            << QByteArray(R"({"Type":"container","Action":"die","Actor":{"ID":"abc123","Attributes":{"exitCode":"137","name":"shop-web-1","com.docker.compose.project":"shop"}}})")
+            << c << std::optional(ContainerChange{"abc123", Kind::Died, 137, "shop-web-1", "shop"});
+        QTest::newRow("killed, as every stop begins") << QByteArray(R"({"Type":"container","Action":"kill","Actor":{"ID":"abc","Attributes":{"signal":"15"}}})")
+                                                      << c << std::optional(ContainerChange{"abc", Kind::Killed, 0});
+        QTest::newRow("out of memory") << QByteArray(R"({"Type":"container","Action":"oom","Actor":{"ID":"abc"}})") << c
+                                       << std::optional(ContainerChange{"abc", Kind::OutOfMemory, 0});
+        QTest::newRow("health turns bad") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy","Actor":{"ID":"abc"}})") << c
+                                          << std::optional(ContainerChange{"abc", Kind::Unhealthy, 0});
+        QTest::newRow("health turns good") << QByteArray(R"({"Type":"container","Action":"health_status: healthy","Actor":{"ID":"abc"}})") << c << none;
         QTest::newRow("older format: id at the top") << QByteArray(R"({"Type":"container","Action":"start","id":"abc123"})") << c
                                                      << std::optional(ContainerChange{"abc123", Kind::Started, 0});
         QTest::newRow("paused") << QByteArray(R"({"Type":"container","Action":"pause","Actor":{"ID":"abc"}})") << c
@@ -344,7 +352,6 @@ private slots:
                                  << std::optional(ContainerChange{"abc", Kind::Destroyed, 0});
         QTest::newRow("created: only a listing knows the row") << QByteArray(R"({"Type":"container","Action":"create","Actor":{"ID":"abc"}})") << c << none;
         QTest::newRow("dies without an id") << QByteArray(R"({"Type":"container","Action":"die"})") << c << none;
-        QTest::newRow("health turns") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy"})") << c << none;
         QTest::newRow("command inside") << QByteArray(R"({"Type":"container","Action":"exec_start: sh -c true","Actor":{"ID":"abc"}})") << 0 << none;
         QTest::newRow("image pulled") << QByteArray(R"({"Type":"image","Action":"pull"})") << i << none;
         QTest::newRow("image pushed") << QByteArray(R"({"Type":"image","Action":"push"})") << 0 << none;

@@ -3,6 +3,7 @@
 #include "listcursor.h"
 #include "listorder.h"
 #include "portlinks.h"
+#include "failurenotes.h"
 #include "docker.h"
 #include "volumemodel.h"
 #include "runtimeselection.h"
@@ -14,6 +15,9 @@
 
 #include <QLocale>
 
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 Q_DECLARE_METATYPE(std::optional<Runtime>)
@@ -56,6 +60,8 @@ private slots:
     void terminal();
     void portLinks_data();
     void portLinks();
+    void failureNotes_data();
+    void failureNotes();
     void terminalPicksTheFirstEmulatorFound();
     void toolRow_data();
     void toolRow();
@@ -330,6 +336,64 @@ void TestViewRules::portLinks()
     for (const PortLinks::Link &link : PortLinks::links(Docker::parsePorts(ports), endpoint))
         urls << link.url.toString();
     QTEST(urls, "urls");
+}
+
+// Events as the stream gives them, "verb project/name [exit code]", and what the desktop is
+// told once the burst falls quiet.
+void TestViewRules::failureNotes_data()
+{
+    QTest::addColumn<QStringList>("events");
+    QTest::addColumn<QStringList>("notes");
+    QTest::newRow("exits 3 on its own") << QStringList{"start shop/web", "die shop/web 3"}
+                                        << QStringList{"web stopped unexpectedly | Exited with code 3 · project shop"};
+    QTest::newRow("stopped: a kill came first") << QStringList{"start shop/web", "kill shop/web", "die shop/web 137"} << QStringList{};
+    QTest::newRow("a clean exit") << QStringList{"die shop/web 0"} << QStringList{};
+    QTest::newRow("restarted, then fails alone") << QStringList{"kill shop/web", "die shop/web 143", "start shop/web", "die shop/web 1"}
+                                                 << QStringList{"web stopped unexpectedly | Exited with code 1 · project shop"};
+    QTest::newRow("three of one project, folded")
+        << QStringList{"die shop/web 1", "die shop/db 2", "unhealthy other/api", "die shop/worker 3"}
+        << QStringList{"3 containers of shop stopped unexpectedly | web, db, worker", "api is unhealthy | Its health check is failing · project other"};
+    QTest::newRow("outside a project, each its own") << QStringList{"die /a 1", "die /b 2"}
+                                                     << QStringList{"a stopped unexpectedly | Exited with code 1", "b stopped unexpectedly | Exited with code 2"};
+    QTest::newRow("out of memory, its death not told again") << QStringList{"oom shop/web", "die shop/web 137"}
+                                                             << QStringList{"web ran out of memory | The out-of-memory killer stopped a process in it · project shop"};
+    QTest::newRow("a crash loop: once in five minutes") << QStringList{"die shop/web 1", "start shop/web", "die shop/web 1"}
+                                                        << QStringList{"web stopped unexpectedly | Exited with code 1 · project shop"};
+    QTest::newRow("muted project") << QStringList{"die muted/web 1"} << QStringList{};
+}
+
+void TestViewRules::failureNotes()
+{
+    QFETCH(QStringList, events);
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    QDateTime now(QDate(2026, 11, 23), QTime(9, 0), Qt::UTC);
+    FailureWatch watch(&settings, [&now] { return now; }, {std::chrono::milliseconds(0), std::chrono::seconds(300)});
+    watch.setMuted(QStringLiteral("muted"), true);
+    QSignalSpy told(&watch, &FailureWatch::failed);
+    using Kind = ContainerChange::Kind;
+    static const QMap<QString, Kind> kinds{{"start", Kind::Started}, {"die", Kind::Died}, {"kill", Kind::Killed},
+                                           {"oom", Kind::OutOfMemory}, {"unhealthy", Kind::Unhealthy}};
+    for (const QString &event : events) {
+        const QStringList parts = event.split(u' ');
+        const QString project = parts[1].section(u'/', 0, 0), name = parts[1].section(u'/', 1);
+        watch.see({name + QStringLiteral("-id"), kinds.value(parts[0]), parts.value(2).toInt(), name, project});
+        now = now.addSecs(1);
+    }
+    QCoreApplication::processEvents();
+    QStringList notes;
+    for (const QList<QVariant> &burst : told) {
+        for (const FailureNotes::Note &note : FailureNotes::notes(burst.first().value<QList<Failure>>()))
+            notes << note.summary + QStringLiteral(" | ") + note.body;
+    }
+    QTEST(notes, "notes");
+
+    // Turned off in Settings, nothing is told.
+    watch.setEnabled(false);
+    now = now.addSecs(600);
+    watch.see({QStringLiteral("x-id"), Kind::Died, 1, QStringLiteral("x"), {}});
+    QCoreApplication::processEvents();
+    QCOMPARE(told.size(), notes.isEmpty() ? 0 : 1);
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

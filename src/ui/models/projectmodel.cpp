@@ -4,13 +4,14 @@
 
 #include <QSet>
 
-void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose, const DirectoryMap &dirs)
+void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose, const DirectoryMap &dirs,
+                               const QStringList &muted)
 {
     QList<ProjectRow> rows;
     rows.reserve(projects.size());
     for (const ComposeProject &p : projects) {
         const DirectoryFacts facts = p.workingDir ? ProjectDirectory::factsOf(dirs, *p.workingDir) : DirectoryFacts{};
-        rows.append({p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile)});
+        rows.append({p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile), false, muted.contains(p.name)});
     }
     if (!loose.isEmpty())
         rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, loose, 0}, false, {}, true});
@@ -46,6 +47,8 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << RunningCountRole;
         if (a.project.containers.size() != b.project.containers.size())
             roles << TotalRole;
+        if (a.muted != b.muted)
+            roles << MutedRole;
         if (ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
             roles << DescriptionRole;
         return roles;
@@ -113,6 +116,8 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         return r.loose;
     case DescriptionRole:
         return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists);
+    case MutedRole:
+        return r.muted;
     }
     return {};
 }
@@ -123,5 +128,5 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
-            {DescriptionRole, "description"}};
+            {DescriptionRole, "description"}, {MutedRole, "muted"}};
 }

@@ -16,6 +16,7 @@ struct ProjectRow {
     bool directoryExists = false;
     CardState card;
     bool loose = false;
+    bool muted = false;   // told of no failure
 
     QString key() const { return loose ? QStringLiteral("\x01loose") : project.name; }
 
@@ -44,13 +45,16 @@ public:
         TotalRole,
         LooseRole,
         DescriptionRole,
+        MutedRole,
     };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
 
     // dirs: what the disk showed of the projects' directories. Loose containers make a last row.
-    void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {}, const DirectoryMap &dirs = {});
+    // muted: the projects told of no failure.
+    void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {}, const DirectoryMap &dirs = {},
+                     const QStringList &muted = {});
     // The same with the disk's answers given: they line up with projects.
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});

@@ -65,6 +65,12 @@ ApplicationWindow {
                 onToggled: window.settings.showMenuBar = checked
             }
             KorSwitch {
+                objectName: "notifyOnFailure"
+                text: "Notify when a container fails"
+                checked: window.settings.notifyOnFailure
+                onToggled: window.settings.notifyOnFailure = checked
+            }
+            KorSwitch {
                 objectName: "checkUpdatesAtLaunch"
                 // The check asks Homebrew, which is not there when the engines are shown.
                 visible: !window.settings.hostEnginesShown

@@ -104,6 +104,16 @@ SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *set
 
 bool SettingsController::showMenuBar() const { return Settings::showMenuBar.read(*m_settings); }
 
+bool SettingsController::notifyOnFailure() const { return Settings::notifyOnFailure.read(*m_settings); }
+
+void SettingsController::setNotifyOnFailure(bool on)
+{
+    if (on == notifyOnFailure())
+        return;
+    Settings::notifyOnFailure.write(*m_settings, on);
+    emit notifyOnFailureChanged();
+}
+
 void SettingsController::setShowMenuBar(bool show)
 {
     if (show == showMenuBar())

@@ -60,6 +60,7 @@ class SettingsController : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The application makes the settings")
     Q_PROPERTY(bool showMenuBar READ showMenuBar WRITE setShowMenuBar NOTIFY showMenuBarChanged)
+    Q_PROPERTY(bool notifyOnFailure READ notifyOnFailure WRITE setNotifyOnFailure NOTIFY notifyOnFailureChanged)
     Q_PROPERTY(bool checkUpdatesAtLaunch READ checkUpdatesAtLaunch WRITE setCheckUpdatesAtLaunch NOTIFY checkUpdatesAtLaunchChanged)
     Q_PROPERTY(bool openAtLogin READ openAtLogin NOTIFY openAtLoginChanged)
     Q_PROPERTY(QString loginError READ loginError NOTIFY openAtLoginChanged)
@@ -83,6 +84,8 @@ public:
 
     bool showMenuBar() const;
     void setShowMenuBar(bool show);
+    bool notifyOnFailure() const;
+    void setNotifyOnFailure(bool on);
     bool checkUpdatesAtLaunch() const;
     void setCheckUpdatesAtLaunch(bool check);
     bool openAtLogin() const;
@@ -119,6 +122,7 @@ public:
 
 signals:
     void showMenuBarChanged();
+    void notifyOnFailureChanged();
     void checkUpdatesAtLaunchChanged();
     void openAtLoginChanged();
     void statusChanged();

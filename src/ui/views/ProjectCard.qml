@@ -18,6 +18,7 @@ Rectangle {
     required property ContainerModel containers
     // The card of the containers that belong to no project: no compose, no directory.
     required property bool loose
+    required property bool muted
     // Its badge, counts, directory and help, for a screen reader.
     required property string description
     property bool busy: false
@@ -235,6 +236,11 @@ Rectangle {
                 text: "Stop all"
                 enabled: root.total > 0
                 onTriggered: root.projectAction(Verb.StopAll)
+            }
+            KorMenuItem {
+                text: root.muted ? "Unmute failure notifications" : "Mute failure notifications"
+                visible: !root.loose
+                onTriggered: root.projectAction(Verb.ToggleMute)
             }
             KorMenuItem {
                 text: "Reveal in File Manager"

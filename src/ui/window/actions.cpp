@@ -272,6 +272,10 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onProject([this](const ComposeProject &p) {
             emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);
         });
+    case Verb::ToggleMute: {
+        FailureWatch &failures = m_store->failures();
+        return failures.setMuted(subject, !failures.muted(subject));
+    }
     case Verb::DeleteProject:
         return onProject([this](const ComposeProject &p) { emit deletionRequested(ownedByQml(new ProjectDeletion(m_store, p))); });
     case Verb::Pull: return pull(detail);

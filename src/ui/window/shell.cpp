@@ -30,6 +30,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
+    connect(&m_store->failures(), &FailureWatch::mutedChanged, this, &Shell::updateProjects);
     const auto images = [this] { updateImages(); };
     const auto volumes = [this] { updateVolumes(); };
     const auto runtimes = [this] {
@@ -119,7 +120,8 @@ void Shell::setSortIndex(int index)
 
 void Shell::updateProjects()
 {
-    m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories());
+    m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories(),
+                           Settings::mutedProjects.read(*m_settings));
 }
 
 void Shell::updateStale()

@@ -14,7 +14,7 @@ enum Kind {
     Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit,
     OpenInBrowser,   // the detail: one of the row's links
     // On a project, by name.
-    Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject,
+    Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
     // On images and volumes.
     Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes,
 };

@@ -117,7 +117,7 @@ TestCase {
         const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store() });
         waitForRendering(view);
         const storefront = card(view, "storefront");
-        compare(menuTexts(storefront), ["Start all", "Stop all", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
+        compare(menuTexts(storefront), ["Start all", "Stop all", "Mute failure notifications", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
         // One published port is one item; two are a submenu; none, no item.
         compare(menuTexts(rowNamed(storefront, "storefront-php-1")),
                 ["Pause", "Open in Terminal", "Open in browser", "Copy container ID", "Commit to image…", "Remove"]);

@@ -1,0 +1,87 @@
+#include "failurewatch.h"
+
+#include "settings.h"
+
+FailureWatch::FailureWatch(QSettings *settings, Clock clock, Timing timing, QObject *parent)
+    : QObject(parent), m_settings(settings), m_clock(std::move(clock)), m_timing(timing)
+{
+    m_quiet.setSingleShot(true);
+    m_quiet.setInterval(m_timing.burst);
+    connect(&m_quiet, &QTimer::timeout, this, &FailureWatch::flush);
+}
+
+FailureWatch::FailureWatch(QSettings *settings, QObject *parent)
+    : FailureWatch(settings, [] { return QDateTime::currentDateTimeUtc(); }, Timing{}, parent)
+{
+}
+
+void FailureWatch::see(const ContainerChange &change)
+{
+    using Kind = ContainerChange::Kind;
+    const Failure failure{change.id, change.name, change.project, Failure::Why::Exited, change.exitCode};
+    switch (change.kind) {
+    case Kind::Started:
+        m_killed.remove(change.id);
+        return;
+    case Kind::Killed:
+        m_killed.insert(change.id);
+        return;
+    case Kind::Died:
+        if (change.exitCode != 0 && !m_killed.contains(change.id))
+            report(failure);
+        m_killed.remove(change.id);
+        return;
+    case Kind::OutOfMemory:
+        return report({failure.id, failure.name, failure.project, Failure::Why::OutOfMemory, 0});
+    case Kind::Unhealthy:
+        return report({failure.id, failure.name, failure.project, Failure::Why::Unhealthy, 0});
+    case Kind::Destroyed:
+        m_killed.remove(change.id);
+        return;
+    case Kind::Paused:
+    case Kind::Unpaused:
+        return;
+    }
+}
+
+void FailureWatch::report(Failure failure)
+{
+    if (!enabled() || muted(failure.project))
+        return;
+    const QDateTime now = m_clock();
+    const auto last = m_lastTold.constFind(failure.id);
+    if (last != m_lastTold.cend() && last->secsTo(now) < m_timing.quietPeriod.count())
+        return;
+    m_lastTold.insert(failure.id, now);
+    m_burst.append(std::move(failure));
+    m_quiet.start();
+}
+
+void FailureWatch::flush()
+{
+    if (!m_burst.isEmpty())
+        emit failed(std::exchange(m_burst, {}));
+}
+
+bool FailureWatch::enabled() const { return Settings::notifyOnFailure.read(*m_settings); }
+
+void FailureWatch::setEnabled(bool on) { Settings::notifyOnFailure.write(*m_settings, on); }
+
+bool FailureWatch::muted(const QString &project) const
+{
+    return !project.isEmpty() && Settings::mutedProjects.read(*m_settings).contains(project);
+}
+
+void FailureWatch::setMuted(const QString &project, bool muted)
+{
+    QStringList list = Settings::mutedProjects.read(*m_settings);
+    if (project.isEmpty() || list.contains(project) == muted)
+        return;
+    if (muted)
+        list.append(project);
+    else
+        list.removeAll(project);
+    list.sort();
+    Settings::mutedProjects.write(*m_settings, list);
+    emit mutedChanged();
+}

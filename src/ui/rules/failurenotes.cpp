@@ -1,0 +1,50 @@
+#include "failurenotes.h"
+
+namespace FailureNotes {
+
+namespace {
+Note single(const Failure &f)
+{
+    const QString in = f.project.isEmpty() ? QString() : QStringLiteral(" · project ") + f.project;
+    switch (f.why) {
+    case Failure::Why::Exited:
+        return {f.name + QStringLiteral(" stopped unexpectedly"), QStringLiteral("Exited with code %1").arg(f.exitCode) + in, f.id, f.project};
+    case Failure::Why::OutOfMemory:
+        return {f.name + QStringLiteral(" ran out of memory"), QStringLiteral("The out-of-memory killer stopped a process in it") + in, f.id, f.project};
+    case Failure::Why::Unhealthy:
+        return {f.name + QStringLiteral(" is unhealthy"), QStringLiteral("Its health check is failing") + in, f.id, f.project};
+    }
+    return {};
+}
+
+Note folded(const QString &project, const QList<Failure> &failures)
+{
+    const bool allUnhealthy = std::all_of(failures.cbegin(), failures.cend(), [](const Failure &f) { return f.why == Failure::Why::Unhealthy; });
+    const bool noneUnhealthy = std::none_of(failures.cbegin(), failures.cend(), [](const Failure &f) { return f.why == Failure::Why::Unhealthy; });
+    const QString what = allUnhealthy ? QStringLiteral(" are unhealthy") : noneUnhealthy ? QStringLiteral(" stopped unexpectedly") : QStringLiteral(" are failing");
+    QStringList names;
+    for (const Failure &f : failures)
+        names << f.name;
+    return {QStringLiteral("%1 containers of %2").arg(failures.size()).arg(project) + what, names.join(QStringLiteral(", ")), {}, project};
+}
+}
+
+QList<Note> notes(const QList<Failure> &failures)
+{
+    QList<Note> out;
+    QStringList projects;
+    for (const Failure &f : failures) {
+        if (f.project.isEmpty())
+            out.append(single(f));
+        else if (!projects.contains(f.project))
+            projects.append(f.project);
+    }
+    for (const QString &project : projects) {
+        QList<Failure> of;
+        std::copy_if(failures.cbegin(), failures.cend(), std::back_inserter(of), [&](const Failure &f) { return f.project == project; });
+        out.append(of.size() == 1 ? single(of.first()) : folded(project, of));
+    }
+    return out;
+}
+
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "failurewatch.h"
+
+#include <QList>
+#include <QString>
+
+// What a desktop notification says of the failures of one burst.
+namespace FailureNotes {
+
+struct Note {
+    QString summary;
+    QString body;
+    // Whose logs "Show logs" opens: the container's when one failed, else the project's.
+    QString containerId;
+    QString project;
+
+    friend bool operator==(const Note &, const Note &) = default;
+};
+
+// One note per project, its failures folded into one ("3 containers of shop stopped
+// unexpectedly"); a container outside any project has its own.
+QList<Note> notes(const QList<Failure> &failures);
+
+}
