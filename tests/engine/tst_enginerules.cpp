@@ -50,39 +50,28 @@ private slots:
         QCOMPARE(Docker::parseLabels(text), expected);
     }
 
-    void shortPorts_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("empty") << "" << "";
-        QTest::newRow("host side without colon") << "8080->80/tcp" << "";
-        QTest::newRow("tabs trimmed, no protocol") << "\t127.0.0.1:5432->5432\t" << "5432:5432";
-        QTest::newRow("empty host port") << "0.0.0.0:->80/tcp" << "";
-        QTest::newRow("real ps output") << "0.0.0.0:18080->80/tcp, [::]:18080->80/tcp, 9000/tcp" << "18080:80";
-    }
-    void shortPorts()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        QCOMPARE(Docker::shortPorts(text), expected);
-    }
-
-    void parsePorts_data()
+    // Each published port taken apart, and the short form a row shows.
+    void ports_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QList<PortBinding>>("expected");
+        QTest::addColumn<QString>("short");
         QTest::newRow("both families, one exposed only")
             << "0.0.0.0:18080->80/tcp, [::]:18080->80/tcp, 9000/tcp"
-            << QList<PortBinding>{{"0.0.0.0", 18080, 80, "tcp"}, {"::", 18080, 80, "tcp"}, {{}, 0, 9000, "tcp"}};
+            << QList<PortBinding>{{"0.0.0.0", 18080, 80, "tcp"}, {"::", 18080, 80, "tcp"}, {{}, 0, 9000, "tcp"}} << "18080:80";
         QTest::newRow("a range taken apart") << "127.0.0.1:8000-8001->7000-7001/udp"
-                                             << QList<PortBinding>{{"127.0.0.1", 8000, 7000, "udp"}, {"127.0.0.1", 8001, 7001, "udp"}};
+                                             << QList<PortBinding>{{"127.0.0.1", 8000, 7000, "udp"}, {"127.0.0.1", 8001, 7001, "udp"}}
+                                             << "8000-8001:7000-7001";
+        QTest::newRow("tabs trimmed, no protocol") << "\t127.0.0.1:5432->5432\t" << QList<PortBinding>{{"127.0.0.1", 5432, 5432, "tcp"}} << "5432:5432";
         QTest::newRow("what is no port is left out") << "0.0.0.0:->80/tcp, 8080->80/tcp, x/tcp, 70000/tcp, 9-3/tcp"
-                                                     << QList<PortBinding>{};
+                                                     << QList<PortBinding>{} << "";
+        QTest::newRow("empty") << "" << QList<PortBinding>{} << "";
     }
-    void parsePorts()
+    void ports()
     {
         QFETCH(QString, text);
         QTEST(Docker::parsePorts(text), "expected");
+        QTEST(Docker::shortPorts(text), "short");
     }
 
     // Output recorded from a real engine, replayed by the FakeEngine as tests and pictures see it.

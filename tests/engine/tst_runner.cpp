@@ -78,12 +78,6 @@ private slots:
         }
     }
 
-    void runSucceedsWithInvalidUtf8AsEmpty()
-    {
-        useLauncher("printf '\\377'");
-        QCOMPARE(Docker::run({}), QString());
-    }
-
     void captureKeepsBothStreams()
     {
         // More stderr than a pipe buffer holds must not stall the child.
