@@ -24,6 +24,8 @@ first_frame() {
 }
 
 docker ps -aq | xargs -r docker rm -f >/dev/null
+echo "== volume backup"
+"$bench" backup
 echo "== empty engine"
 "$bench" refresh
 "$bench" quiet

@@ -5,7 +5,10 @@
 #include "dockercli.h"
 #include "volumesize.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
+#include <QUuid>
 
 
 namespace {
@@ -118,6 +121,9 @@ QStringList CliEngine::arguments(const EngineAction &action)
     case Kind::PruneVolumes: return {QStringLiteral("volume"), QStringLiteral("prune"), QStringLiteral("-f")};
     case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("up"), QStringLiteral("-d")};
     case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
+    // Several children: see moveVolumeData.
+    case Kind::BackupVolume:
+    case Kind::RestoreVolume: return {};
     }
     Q_UNREACHABLE();
 }
@@ -219,7 +225,55 @@ ResolvedProject CliEngine::composeProject(const QString &dir) const
 
 void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
 {
+    if (action.kind == EngineAction::Kind::BackupVolume || action.kind == EngineAction::Kind::RestoreVolume)
+        return moveVolumeData(action, runtime);
     Docker::run(arguments(action), runtime, action.dir, Docker::Wait::untilDone());
+}
+
+// A volume's content moves through a helper container that is created, never started, with
+// the volume mounted: `docker cp` streams it as a tar archive between the engine and the
+// file, whatever the engine runs on. Any image on the engine will do for the helper, since
+// nothing in it runs. A backup is written beside its file and renamed into place when
+// whole, so a failed one leaves no partial archive under the chosen name.
+void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &runtime) const
+{
+    const bool backup = action.kind == EngineAction::Kind::BackupVolume;
+    const QString volume = action.targets.value(0), file = action.argument;
+    const QString partial = file + QStringLiteral(".part");
+    if (backup) {
+        QFile probe(partial);
+        if (!probe.open(QIODevice::WriteOnly))
+            throw DockerError(QStringLiteral("Cannot write %1: %2").arg(file, probe.errorString()));
+    } else if (!QFileInfo(file).isReadable()) {
+        throw DockerError(QStringLiteral("Cannot read %1").arg(file));
+    }
+    const QList<DockerImage> held = images(runtime);
+    if (held.isEmpty()) {
+        QFile::remove(partial);
+        throw DockerError(QStringLiteral("This engine holds no image to make the helper container from: pull any image "
+                                         "(busybox will do) and try again."));
+    }
+    const DockerImage &image = held.first();
+    const QString helper = QStringLiteral("korvat-volume-%1").arg(QUuid::createUuid().toString(QUuid::Id128).left(12));
+    const auto untilDone = Docker::Wait::untilDone();
+    try {
+        Docker::run({QStringLiteral("create"), QStringLiteral("--name"), helper, QStringLiteral("--label"), QStringLiteral("org.korvat.helper=volume-data"),
+                     QStringLiteral("-v"), volume + QStringLiteral(":/volume"), image.id, QStringLiteral("korvat-never-runs")},
+                    runtime, {}, untilDone);
+        if (backup)
+            Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial);
+        else
+            Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {});
+    } catch (const DockerError &) {
+        Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime);
+        QFile::remove(partial);
+        throw;
+    }
+    Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime);
+    if (backup && ((QFile::exists(file) && !QFile::remove(file)) || !QFile::rename(partial, file))) {
+        QFile::remove(partial);
+        throw DockerError(QStringLiteral("Cannot write %1").arg(file));
+    }
 }
 
 ExecResult CliEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const

@@ -35,6 +35,8 @@ public:
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
+    void moveVolumeData(const EngineAction &action, const OptRuntime &runtime) const;
+
     struct Listings;
     std::unique_ptr<Listings> m_last;
 };

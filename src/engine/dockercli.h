@@ -43,11 +43,15 @@ QStringList commandLine(const QStringList &args, const OptRuntime &runtime = {})
 // the wait to run out, then ends its whole group; both pipes are drained meanwhile, so a
 // chatty standard error cannot block it. Every docker child that is waited for is waited
 // for here.
-Ended runToEnd(QProcess &child, const Wait &wait);
+Ended runToEnd(QProcess &child, const Wait &wait, const QString &input = {});
 // Standard output on success; throws DockerError with the trimmed standard error, the
 // launch error or the timeout otherwise.
 QByteArray runBytes(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
 QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
+// Runs a user's action with standard input read from input and standard output written to
+// output (either may be empty: the null device, a pipe), so bulk data never passes through
+// Korvat. Throws as run does.
+void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output);
 // Never fails: status -1 with the launch error or the timeout when there is no status.
 Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
 

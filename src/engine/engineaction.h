@@ -21,6 +21,8 @@ struct EngineAction {
         PruneVolumes,
         ComposeUp,      // the project in dir, detached
         ComposeDown,    // the project in dir
+        BackupVolume,   // one volume's content into the .tar file in argument
+        RestoreVolume,  // one volume filled from the .tar file in argument
     };
 
     Kind kind = Kind::Start;
@@ -33,6 +35,7 @@ struct EngineAction {
     static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
     static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
     static EngineAction compose(Kind kind, const QString &dir) { return {kind, {}, {}, dir}; }
+    static EngineAction volumeData(Kind kind, const QString &volume, const QString &file) { return {kind, {volume}, file, std::nullopt}; }
 
     friend bool operator==(const EngineAction &, const EngineAction &) = default;
 };

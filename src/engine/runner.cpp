@@ -99,9 +99,9 @@ QString utf8(const QByteArray &bytes)
     return decoder.hasError() ? QString() : text;
 }
 
-Ended runToEnd(QProcess &child, const Wait &wait)
+Ended runToEnd(QProcess &child, const Wait &wait, const QString &input)
 {
-    child.setStandardInputFile(QProcess::nullDevice());
+    child.setStandardInputFile(input.isEmpty() ? QProcess::nullDevice() : input);
     child.start();
     if (!child.waitForStarted(-1))
         return Ended::NotStarted;
@@ -140,14 +140,14 @@ QString whyNoStatus(Ended ended, const QProcess &child, const QStringList &args,
 }
 }
 
-QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)
+namespace {
+QByteArray finish(QProcess &child, Ended ended, const QStringList &args, const Wait &wait)
 {
-    auto child = process(args, runtime, dir);
-    if (const Ended ended = runToEnd(*child, wait); ended != Ended::Exited)
-        throw DockerError(whyNoStatus(ended, *child, args, wait));
-    const QByteArray out = child->readAllStandardOutput();
-    const QByteArray err = child->readAllStandardError();
-    const int status = child->exitCode();
+    if (ended != Ended::Exited)
+        throw DockerError(whyNoStatus(ended, child, args, wait));
+    const QByteArray out = child.readAllStandardOutput();
+    const QByteArray err = child.readAllStandardError();
+    const int status = child.exitCode();
     if (status == 0)
         return out;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -155,6 +155,23 @@ QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Di
     if (decoder.hasError())
         message = QStringLiteral("docker exited %1").arg(status);
     throw DockerError(message.trimmed());
+}
+}
+
+QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)
+{
+    auto child = process(args, runtime, dir);
+    const Ended ended = runToEnd(*child, wait);
+    return finish(*child, ended, args, wait);
+}
+
+void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output)
+{
+    auto child = process(args, runtime);
+    if (!output.isEmpty())
+        child->setStandardOutputFile(output, QIODevice::Truncate);
+    const Ended ended = runToEnd(*child, Wait::untilDone(), input);
+    finish(*child, ended, args, Wait::untilDone());
 }
 
 QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)

@@ -104,6 +104,9 @@ public:
     void pruneImages();
     void remove(const DockerVolume &volume);
     void pruneVolumes();
+    // A volume's content into a .tar file, and back; nothing runs in a container.
+    void backUp(const DockerVolume &volume, const QString &file);
+    void restore(const DockerVolume &volume, const QString &file);
 
     // Coroutines take their arguments by value: a caller's object may be gone when they resume.
     QCoro::Task<> up(ComposeProject project);

@@ -28,6 +28,10 @@ QCoro::Task<> AppStore::perform(EngineAction action)
     if (!self)
         co_return;
     m_state.setError(failure);
+    if (!failure && action.kind == EngineAction::Kind::BackupVolume)
+        m_state.setNotice(QStringLiteral("Backed up %1 to %2").arg(action.targets.value(0), action.argument));
+    else if (!failure && action.kind == EngineAction::Kind::RestoreVolume)
+        m_state.setNotice(QStringLiteral("Restored %1 from %2").arg(action.targets.value(0), action.argument));
     m_state.setBusy(false);
     // The action may have half succeeded; show what is there now either way.
     co_await refresh();
@@ -46,6 +50,8 @@ void AppStore::remove(const DockerImage &image) { act(EngineAction::on(Kind::Rem
 void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
 void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
 void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
+void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
+void AppStore::restore(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::RestoreVolume, volume.name, file)); }
 
 void AppStore::commit(const Container &c, const QString &imageName)
 {

@@ -14,6 +14,7 @@
 #include <QMutex>
 #include <QProcess>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -68,6 +69,7 @@ private slots:
     void revealAsksTheFileManager();
     void loginToggleWritesTheAutostartEntry();
     void logsLeaveAsPlainText();
+    void volumeBackupAsksForItsFileFirst();
 
 private:
     QTemporaryDir m_dir;
@@ -75,6 +77,7 @@ private:
     std::unique_ptr<AppStore> m_store;
     std::unique_ptr<Actions> m_actions;
     QString m_project;
+    std::shared_ptr<FakeEngine> m_engine;
 };
 
 void TestActions::init()
@@ -93,7 +96,9 @@ void TestActions::init()
     web.labels.insert(QString::fromLatin1(Labels::project), QStringLiteral("shop"));
     web.labels.insert(QString::fromLatin1(Labels::workingDir), m_project);
     state.containers = {web};
+    state.volumes = {{QStringLiteral("shop_data"), QStringLiteral("local"), QStringLiteral("/v")}};
     engine->setHoldings(state);
+    m_engine = engine;
     QCoro::waitFor(m_store->loadContexts());
 }
 
@@ -215,6 +220,19 @@ void TestActions::logsLeaveAsPlainText()
     QTRY_VERIFY(m_store->error());
     QVERIFY(m_store->errorText().startsWith(QStringLiteral("Could not save the log to ")));
     QVERIFY(Actions::saveLocation(QStringLiteral("shop/web")).fileName().startsWith(QStringLiteral("shop-web ")));
+}
+
+// A backup or restore first asks where; given the file, the engine is asked to move the data.
+void TestActions::volumeBackupAsksForItsFileFirst()
+{
+    QSignalSpy asked(m_actions.get(), &Actions::volumeFileRequested);
+    m_actions->perform(Verb::BackupVolume, QStringLiteral("shop_data"));
+    QCOMPARE(asked.size(), 1);
+    QVERIFY(asked.first().at(2).toUrl().toLocalFile().endsWith(QStringLiteral(".tar")));
+    m_actions->perform(Verb::RestoreVolume, QStringLiteral("shop_data"), QUrl::fromLocalFile(QStringLiteral("/tmp/kept.tar")).toString());
+    QTRY_COMPARE(m_engine->performed(),
+                 QList<EngineAction>{EngineAction::volumeData(EngineAction::Kind::RestoreVolume, QStringLiteral("shop_data"), QStringLiteral("/tmp/kept.tar"))});
+    QTRY_COMPARE(m_store->noticeText(), QStringLiteral("Restored shop_data from /tmp/kept.tar"));
 }
 
 QTEST_MAIN(TestActions)

@@ -57,6 +57,24 @@ ColumnLayout {
             iconName: "externaldrive"
 
             KorButton {
+                text: "Back up…"
+                help: "Save " + row.name + "'s files to a .tar archive"
+                subject: row.title
+                tabStop: false
+                variant: "ghost"
+                enabled: !root.store.busy
+                onClicked: root.volumeAction(Verb.BackupVolume, row.name)
+            }
+            KorButton {
+                text: "Restore…"
+                help: "Fill " + row.name + " from a .tar archive made by Back up"
+                subject: row.title
+                tabStop: false
+                variant: "ghost"
+                enabled: !root.store.busy
+                onClicked: root.volumeAction(Verb.RestoreVolume, row.name)
+            }
+            KorButton {
                 text: "Remove"
                 subject: row.title
                 tabStop: false

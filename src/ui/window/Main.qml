@@ -103,6 +103,18 @@ ApplicationWindow {
                 window.actions.relocate(folderDialog.relocating, selectedFolder);
         }
     }
+    // A volume's backup is saved where the user says; a restore reads the file they pick.
+    FileDialog {
+        id: volumeDialog
+
+        property int verb: Verb.BackupVolume
+        property string volume: ""
+
+        title: volumeDialog.verb === Verb.BackupVolume ? "Back up " + volumeDialog.volume : "Restore " + volumeDialog.volume
+        fileMode: volumeDialog.verb === Verb.BackupVolume ? FileDialog.SaveFile : FileDialog.OpenFile
+        nameFilters: ["Tar archives (*.tar)", "All files (*)"]
+        onAccepted: window.actions.perform(volumeDialog.verb, volumeDialog.volume, String(volumeDialog.selectedFile))
+    }
     Sheets {
         actions: window.actions
         store: window.store
@@ -112,6 +124,13 @@ ApplicationWindow {
 
         function onLocateRequested(project: string) {
             folderDialog.ask(project);
+        }
+        function onVolumeFileRequested(verb: int, volume: string, suggested: url) {
+            volumeDialog.verb = verb;
+            volumeDialog.volume = volume;
+            if (verb === Verb.BackupVolume)
+                volumeDialog.selectedFile = suggested;
+            volumeDialog.open();
         }
     }
     Connections {

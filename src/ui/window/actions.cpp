@@ -202,6 +202,22 @@ void Actions::relocate(const QString &name, const QUrl &directory)
     }(m_store, *p, directory.toLocalFile());
 }
 
+void Actions::volumeData(Verb::Kind verb, const QString &name, const QUrl &file)
+{
+    const auto volume = std::find_if(m_store->volumes().cbegin(), m_store->volumes().cend(), [&](const DockerVolume &v) { return v.name == name; });
+    if (volume == m_store->volumes().cend())
+        return;
+    if (!file.isLocalFile()) {
+        const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral(" yyyy-MM-dd HHmm"));
+        emit volumeFileRequested(verb, name, QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + u'/' + name + stamp + QStringLiteral(".tar")));
+        return;
+    }
+    if (verb == Verb::BackupVolume)
+        m_store->backUp(*volume, file.toLocalFile());
+    else
+        m_store->restore(*volume, file.toLocalFile());
+}
+
 void Actions::reveal(const QString &name)
 {
     const auto p = project(name);
@@ -283,5 +299,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::PruneImages: emit pruneRequested(true); return;
     case Verb::RemoveVolume: return removeVolume(subject);
     case Verb::PruneVolumes: emit pruneRequested(false); return;
+    case Verb::BackupVolume:
+    case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));
     }
 }

@@ -56,6 +56,7 @@ public:
     void forget(const QString &project);
     Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
     void reveal(const QString &project);
+    void volumeData(Verb::Kind verb, const QString &volume, const QUrl &file);
 
     // A log's or transcript's text without styles: to the clipboard, or to a file (written
     // off the window's thread; a failure goes to the banner).
@@ -73,6 +74,8 @@ signals:
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);
     void downRequested(const QString &project, const QString &confirmation);
+    // A backup or restore of the volume needs its file: suggested is where a backup would go.
+    void volumeFileRequested(int verb, const QString &volume, const QUrl &suggested);
     void pruneRequested(bool images);
     // The project's directory has gone; the window asks where it went.
     void locateRequested(const QString &project);

@@ -17,6 +17,8 @@ enum Kind {
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
     // On images and volumes.
     Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes,
+    // On a volume, by name; the detail is the .tar file, asked for first when empty.
+    BackupVolume, RestoreVolume,
 };
 Q_ENUM_NS(Kind)
 }
