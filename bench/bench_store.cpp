@@ -238,29 +238,17 @@ void benchEvents(QSettings &settings, int rounds, int idleSeconds)
     }
 }
 
-double shellSeconds(const QString &script)
-{
-    QElapsedTimer t;
-    t.start();
-    QProcess sh;
-    sh.start("sh", {"-c", script});
-    sh.waitForFinished(-1);
-    if (sh.exitCode() != 0)
-        out << "failed: " << script << "\n" << sh.readAllStandardError();
-    return t.elapsed() / 1000.0;
-}
-
 // Each side three times, alternating, the best of each kept: the page cache favours neither.
 void benchBackup(const QString &image)
 {
     const QString volume = "bench-backup";
-    shellSeconds("docker volume rm -f " + volume + " >/dev/null; docker run --rm -v " + volume + ":/d " + image
+    shellMs("docker volume rm -f " + volume + " >/dev/null; docker run --rm -v " + volume + ":/d " + image
                  + " sh -c 'head -c 209715200 /dev/urandom > /d/big'");
     QTemporaryDir dir;
     double bare = 1e9, korvat = 1e9;
     const CliEngine engine;
     for (int i = 0; i < 3; ++i) {
-        bare = std::min(bare, shellSeconds("docker create --name bench-cp -v " + volume + ":/volume " + image + " true >/dev/null && docker cp bench-cp:/volume - > "
+        bare = std::min(bare, 1e-3 * shellMs("docker create --name bench-cp -v " + volume + ":/volume " + image + " true >/dev/null && docker cp bench-cp:/volume - > "
                                            + dir.filePath("bare.tar") + "; docker rm -f bench-cp >/dev/null"));
         QElapsedTimer t;
         t.start();
@@ -269,7 +257,7 @@ void benchBackup(const QString &image)
     }
     out << "backup of a 200 MB volume: " << QString::number(korvat, 'f', 2) << " s; bare docker create + cp + rm " << QString::number(bare, 'f', 2)
         << " s; ratio " << QString::number(korvat / bare, 'f', 2) << " (goal 1.5)\n";
-    shellSeconds("docker volume rm -f " + volume + " >/dev/null");
+    shellMs("docker volume rm -f " + volume + " >/dev/null");
 }
 
 } // namespace
