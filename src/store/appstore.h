@@ -107,6 +107,8 @@ public:
     // A volume's content into a .tar file, and back; nothing runs in a container.
     void backUp(const DockerVolume &volume, const QString &file);
     void restore(const DockerVolume &volume, const QString &file);
+    // One backup, awaited: what went wrong, or nothing. It leaves the banners to the caller.
+    QCoro::Task<std::optional<QString>> backUpNow(QString volume, QString file);
 
     // Coroutines take their arguments by value: a caller's object may be gone when they resume.
     QCoro::Task<> up(ComposeProject project);

@@ -51,6 +51,20 @@ void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
 void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
 void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
 void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
+QCoro::Task<std::optional<QString>> AppStore::backUpNow(QString volume, QString file)
+{
+    const std::optional<Runtime> runtime = this->runtime();
+    auto future = QtConcurrent::run(actionWorkers(), [engine = m_engine, volume, file, runtime]() -> std::optional<QString> {
+        try {
+            engine->perform(EngineAction::volumeData(EngineAction::Kind::BackupVolume, volume, file), runtime);
+            return std::nullopt;
+        } catch (const DockerError &e) {
+            return e.message();
+        }
+    });
+    co_return co_await future;
+}
+
 void AppStore::restore(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::RestoreVolume, volume.name, file)); }
 
 void AppStore::commit(const Container &c, const QString &imageName)

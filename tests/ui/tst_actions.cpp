@@ -1,5 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
+#include "projectdeletion.h"
 #include "settingscontroller.h"
 #include "toolchainstore.h"
 #include "cliengine.h"
@@ -70,6 +71,7 @@ private slots:
     void loginToggleWritesTheAutostartEntry();
     void logsLeaveAsPlainText();
     void volumeBackupAsksForItsFileFirst();
+    void deletionBacksUpEveryVolumeFirst();
 
 private:
     QTemporaryDir m_dir;
@@ -233,6 +235,40 @@ void TestActions::volumeBackupAsksForItsFileFirst()
     QTRY_COMPARE(m_engine->performed(),
                  QList<EngineAction>{EngineAction::volumeData(EngineAction::Kind::RestoreVolume, QStringLiteral("shop_data"), QStringLiteral("/tmp/kept.tar"))});
     QTRY_COMPARE(m_store->noticeText(), QStringLiteral("Restored shop_data from /tmp/kept.tar"));
+}
+
+// With a backup folder chosen, each volume the deletion would remove is backed up first; a
+// backup that fails stops it before anything is removed, and says why.
+void TestActions::deletionBacksUpEveryVolumeFirst()
+{
+    using Kind = EngineAction::Kind;
+    auto h = m_engine->holdings();
+    h.mounts = {{QStringLiteral("web-1"), {QStringLiteral("shop_data")}}};
+    h.labels = {{QStringLiteral("shop_data"), {{QString::fromLatin1(Labels::project), QStringLiteral("shop")}}}};
+    m_engine->setHoldings(h);
+    m_engine->setComposeProject(m_project, {QStringLiteral("shop"), {QStringLiteral("web")}, {QStringLiteral("shop_data")}, {}});
+    ProjectDeletion deletion(m_store.get(), *TestSupport::projectNamed(*m_store, QStringLiteral("shop")));
+    deletion.start();
+    QTRY_VERIFY(deletion.planned());
+    QTemporaryDir kept;
+    deletion.setBackupFolder(kept.path());
+
+    m_engine->failWith(FakeEngine::Call::Action, QStringLiteral("Cannot write it: Permission denied"));
+    deletion.confirm();
+    QTRY_VERIFY(deletion.backupFailed());
+    QCOMPARE(deletion.backupLine(), QStringLiteral("Nothing was removed: the backup of shop_data failed: Cannot write it: Permission denied"));
+    QCOMPARE(m_engine->performed().size(), 1);
+    QCOMPARE(m_engine->performed().first().kind, Kind::BackupVolume);
+    QVERIFY(m_engine->performed().first().argument.startsWith(kept.path() + QStringLiteral("/shop_data ")));
+
+    m_engine->failWith(FakeEngine::Call::Action, std::nullopt);
+    QSignalSpy finished(&deletion, &ProjectDeletion::finished);
+    deletion.confirm();
+    QTRY_COMPARE(finished.size(), 1);
+    QList<Kind> kinds;
+    for (const EngineAction &a : m_engine->performed())
+        kinds << a.kind;
+    QCOMPARE(kinds, (QList<Kind>{Kind::BackupVolume, Kind::BackupVolume, Kind::Remove, Kind::RemoveVolume}));
 }
 
 QTEST_MAIN(TestActions)

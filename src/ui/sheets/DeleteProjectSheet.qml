@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
+import QtQuick.Dialogs
 import QtQuick.Layouts
 import Korvat
 
@@ -22,6 +23,12 @@ Sheet {
     closePolicy: deletion && deletion.working ? Popup.NoAutoClose : Popup.CloseOnEscape
     onClosed: sheet.deletion = null
 
+    FolderDialog {
+        id: backupDialog
+
+        title: "Choose where the volumes' backups go"
+        onAccepted: sheet.deletion.setBackupFolderUrl(selectedFolder)
+    }
     Connections {
         function onFinished() {
             sheet.close();
@@ -158,6 +165,37 @@ Sheet {
                     title: modelData.name
                     trailing: modelData.trailing
                 }
+            }
+            KorButton {
+                objectName: "backUpFirst"
+                readonly property bool chosen: sheet.deletion !== null && sheet.deletion.backupFolder !== ""
+
+                variant: "ghost"
+                text: chosen ? "Back up first" : "Back up first…"
+                help: "Save each volume to a .tar archive in a folder you choose before anything is removed"
+                iconName: chosen ? "checkmark.square" : "square"
+                checkable: true
+                checked: chosen
+                enabled: sheet.deletion !== null && !sheet.deletion.working
+                Accessible.role: Accessible.CheckBox
+                Accessible.checkable: true
+                Accessible.checked: checked
+                onClicked: {
+                    if (chosen)
+                        sheet.deletion.backupFolder = "";
+                    else
+                        backupDialog.open();
+                    checked = Qt.binding(() => chosen);
+                }
+            }
+            Text {
+                objectName: "backupLine"
+                Layout.fillWidth: true
+                visible: text !== ""
+                text: sheet.deletion ? sheet.deletion.backupLine : ""
+                color: sheet.deletion && sheet.deletion.backupFailed ? Theme.danger : Theme.muted
+                font: Theme.varied("Inter", 400, 12)
+                wrapMode: Text.Wrap
             }
         }
         Section {

@@ -74,6 +74,27 @@ void ProjectDeletion::setTrashDirectory(bool trash)
     emit trashDirectoryChanged();
 }
 
+void ProjectDeletion::setBackupFolder(const QString &folder)
+{
+    if (m_backupFolder == folder)
+        return;
+    m_backupFolder = folder;
+    m_backupProblem.clear();
+    emit backupChanged();
+}
+
+QString ProjectDeletion::backupLine() const
+{
+    if (!m_backupProblem.isEmpty())
+        return QStringLiteral("Nothing was removed: ") + m_backupProblem;
+    return m_backupFolder.isEmpty() ? QString() : QStringLiteral("Each volume is saved to ") + m_backupFolder + QStringLiteral(" before anything is removed.");
+}
+
+QString ProjectDeletion::backupFile(const QString &folder, const QString &volume, const QDateTime &at)
+{
+    return folder + u'/' + volume + at.toString(QStringLiteral(" yyyy-MM-dd HHmm")) + QStringLiteral(".tar");
+}
+
 void ProjectDeletion::start()
 {
     if (m_started || m_plan || !m_store)
@@ -94,8 +115,29 @@ void ProjectDeletion::confirm()
     if (!m_plan || m_working || !m_store)
         return;
     m_working = true;
+    m_backupProblem.clear();
+    emit backupChanged();
     emit workingChanged();
-    [](QPointer<ProjectDeletion> self, QPointer<AppStore> store, TeardownPlan plan, bool trash) -> QCoro::Task<> {
+    [](QPointer<ProjectDeletion> self, QPointer<AppStore> store, TeardownPlan plan, bool trash, QString folder) -> QCoro::Task<> {
+        // Every backup first; one that fails stops the deletion before anything goes.
+        const QDateTime at = QDateTime::currentDateTime();
+        for (const VolumeUse &v : plan.removable()) {
+            if (folder.isEmpty() || !store)
+                break;
+            auto backingUp = store->backUpNow(v.name, backupFile(folder, v.name, at));
+            const std::optional<QString> problem = co_await backingUp;
+            if (!self)
+                co_return;
+            if (problem) {
+                self->m_backupProblem = QStringLiteral("the backup of %1 failed: %2").arg(v.name, *problem);
+                self->m_working = false;
+                emit self->backupChanged();
+                emit self->workingChanged();
+                co_return;
+            }
+        }
+        if (!store)
+            co_return;
         auto deleting = store->deleteProject(plan, trash);
         co_await deleting;
         if (!self)
@@ -103,5 +145,5 @@ void ProjectDeletion::confirm()
         self->m_working = false;
         emit self->workingChanged();
         emit self->finished();
-    }(this, m_store, *m_plan, m_trash);
+    }(this, m_store, *m_plan, m_trash, m_backupFolder);
 }

@@ -5,6 +5,8 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QDateTime>
+#include <QUrl>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 #include <optional>
@@ -27,6 +29,10 @@ class ProjectDeletion : public QObject {
     Q_PROPERTY(bool trashDirectory READ trashDirectory WRITE setTrashDirectory NOTIFY trashDirectoryChanged)
     Q_PROPERTY(bool working READ working NOTIFY workingChanged)
     Q_PROPERTY(QString label READ label NOTIFY labelChanged)
+    // Where the volumes are backed up before anything is removed; empty: no backup.
+    Q_PROPERTY(QString backupFolder READ backupFolder WRITE setBackupFolder NOTIFY backupChanged)
+    Q_PROPERTY(QString backupLine READ backupLine NOTIFY backupChanged)
+    Q_PROPERTY(bool backupFailed READ backupFailed NOTIFY backupChanged)
 
 public:
     ProjectDeletion(AppStore *store, const ComposeProject &project, QObject *parent = nullptr);
@@ -47,6 +53,13 @@ public:
     void setTrashDirectory(bool trash);
     bool working() const { return m_working; }
     QString label() const { return label(m_plan, m_trash); }
+    QString backupFolder() const { return m_backupFolder; }
+    void setBackupFolder(const QString &folder);
+    Q_INVOKABLE void setBackupFolderUrl(const QUrl &folder) { setBackupFolder(folder.toLocalFile()); }
+    QString backupLine() const;
+    bool backupFailed() const { return !m_backupProblem.isEmpty(); }
+    // The archive each volume goes to: "shop_data 2026-11-23 1657.tar" in the folder.
+    static QString backupFile(const QString &folder, const QString &volume, const QDateTime &at);
 
     // Works out the plan; the sheet calls it when it is shown.
     Q_INVOKABLE void start();
@@ -58,6 +71,7 @@ signals:
     void trashDirectoryChanged();
     void workingChanged();
     void labelChanged();
+    void backupChanged();
     void finished();
 
 private:
@@ -67,4 +81,6 @@ private:
     bool m_trash = false;
     bool m_working = false;
     bool m_started = false;
+    QString m_backupFolder;
+    QString m_backupProblem;
 };
