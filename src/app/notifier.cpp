@@ -29,8 +29,7 @@ void Notifier::send(const FailureNotes::Note &note)
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("Notify"));
     // Clicking the notification itself does what its one button does.
     const QStringList actions{QStringLiteral("default"), QStringLiteral("Show logs"), logsAction, QStringLiteral("Show logs")};
-    const QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral("korvat")}, {QStringLiteral("category"), QStringLiteral("device.error")},
-                            {QStringLiteral("urgency"), QVariant::fromValue(uchar(1))}};
+    const QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral("korvat")}, {QStringLiteral("urgency"), QVariant::fromValue(uchar(1))}};
     call << QStringLiteral("Korvat") << uint(0) << QStringLiteral("korvat") << note.summary << note.body << actions << hints << -1;
     auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, 5000), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, note](QDBusPendingCallWatcher *w) {
