@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QUuid>
 
 
@@ -240,6 +241,10 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
     const bool backup = action.kind == EngineAction::Kind::BackupVolume;
     const QString volume = action.targets.value(0), file = action.argument;
     const QString partial = file + QStringLiteral(".part");
+    const QList<DockerImage> held = images(runtime);
+    if (held.isEmpty())
+        throw DockerError(QStringLiteral("This engine holds no image to make the helper container from: pull any image "
+                                         "(busybox will do) and try again."));
     if (backup) {
         QFile probe(partial);
         if (!probe.open(QIODevice::WriteOnly))
@@ -247,33 +252,19 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
     } else if (!QFileInfo(file).isReadable()) {
         throw DockerError(QStringLiteral("Cannot read %1").arg(file));
     }
-    const QList<DockerImage> held = images(runtime);
-    if (held.isEmpty()) {
-        QFile::remove(partial);
-        throw DockerError(QStringLiteral("This engine holds no image to make the helper container from: pull any image "
-                                         "(busybox will do) and try again."));
-    }
-    const DockerImage &image = held.first();
+    // Whatever happens from here, no helper and no partial archive stay behind.
+    const auto leftovers = qScopeGuard([&] { QFile::remove(partial); });
     const QString helper = QStringLiteral("korvat-volume-%1").arg(QUuid::createUuid().toString(QUuid::Id128).left(12));
-    const auto untilDone = Docker::Wait::untilDone();
-    try {
-        Docker::run({QStringLiteral("create"), QStringLiteral("--name"), helper, QStringLiteral("--label"), QStringLiteral("org.korvat.helper=volume-data"),
-                     QStringLiteral("-v"), volume + QStringLiteral(":/volume"), image.id, QStringLiteral("korvat-never-runs")},
-                    runtime, {}, untilDone);
-        if (backup)
-            Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial);
-        else
-            Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {});
-    } catch (const DockerError &) {
-        Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime);
-        QFile::remove(partial);
-        throw;
-    }
-    Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime);
-    if (backup && ((QFile::exists(file) && !QFile::remove(file)) || !QFile::rename(partial, file))) {
-        QFile::remove(partial);
+    Docker::run({QStringLiteral("create"), QStringLiteral("--name"), helper, QStringLiteral("--label"), QStringLiteral("org.korvat.helper=volume-data"),
+                 QStringLiteral("-v"), volume + QStringLiteral(":/volume"), held.first().id, QStringLiteral("korvat-never-runs")},
+                runtime, {}, Docker::Wait::untilDone());
+    const auto helperGone = qScopeGuard([&] { Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime); });
+    if (backup)
+        Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial);
+    else
+        Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {});
+    if (backup && ((QFile::exists(file) && !QFile::remove(file)) || !QFile::rename(partial, file)))
         throw DockerError(QStringLiteral("Cannot write %1").arg(file));
-    }
 }
 
 ExecResult CliEngine::exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const

@@ -10,6 +10,7 @@
 #include "teardownplan.h"
 
 #include <QCoroTask>
+#include <QFuture>
 #include <QObject>
 #include <memory>
 #include <optional>
@@ -158,6 +159,7 @@ private:
     // expected name, only when the directory holds that project.
     QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
     void act(const EngineAction &action);
+    QFuture<std::optional<QString>> attempt(const EngineAction &action) const;
     QCoro::Task<> perform(EngineAction action);
     QCoro::Task<> pollOnce();
     QCoro::Task<> reread(Listings lists, bool afterHandover);

@@ -10,13 +10,10 @@ void AppStore::act(const EngineAction &action)
     perform(action);
 }
 
-QCoro::Task<> AppStore::perform(EngineAction action)
+// The action on an action worker: what went wrong, or nothing.
+QFuture<std::optional<QString>> AppStore::attempt(const EngineAction &action) const
 {
-    QPointer<AppStore> self(this);
-    const std::optional<Runtime> runtime = this->runtime();
-    m_state.setBusy(true);
-    // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-    auto future = QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime]() -> std::optional<QString> {
+    return QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime = runtime()]() -> std::optional<QString> {
         try {
             engine->perform(action, runtime);
             return std::nullopt;
@@ -24,6 +21,14 @@ QCoro::Task<> AppStore::perform(EngineAction action)
             return e.message();
         }
     });
+}
+
+QCoro::Task<> AppStore::perform(EngineAction action)
+{
+    QPointer<AppStore> self(this);
+    m_state.setBusy(true);
+    // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
+    auto future = attempt(action);
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
@@ -53,15 +58,7 @@ void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
 void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
 QCoro::Task<std::optional<QString>> AppStore::backUpNow(QString volume, QString file)
 {
-    const std::optional<Runtime> runtime = this->runtime();
-    auto future = QtConcurrent::run(actionWorkers(), [engine = m_engine, volume, file, runtime]() -> std::optional<QString> {
-        try {
-            engine->perform(EngineAction::volumeData(EngineAction::Kind::BackupVolume, volume, file), runtime);
-            return std::nullopt;
-        } catch (const DockerError &e) {
-            return e.message();
-        }
-    });
+    auto future = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file));
     co_return co_await future;
 }
 

@@ -154,12 +154,19 @@ void Actions::removeImage(const QString &id, const QString &reference)
 
 void Actions::pruneImages() { m_store->pruneImages(); }
 
+std::optional<DockerVolume> Actions::volume(const QString &name) const
+{
+    for (const DockerVolume &v : m_store->volumes()) {
+        if (v.name == name)
+            return v;
+    }
+    return std::nullopt;
+}
+
 void Actions::removeVolume(const QString &name)
 {
-    for (const DockerVolume &volume : m_store->volumes()) {
-        if (volume.name == name)
-            return m_store->remove(volume);
-    }
+    if (const auto v = volume(name))
+        m_store->remove(*v);
 }
 
 void Actions::pruneVolumes() { m_store->pruneVolumes(); }
@@ -204,8 +211,8 @@ void Actions::relocate(const QString &name, const QUrl &directory)
 
 void Actions::volumeData(Verb::Kind verb, const QString &name, const QUrl &file)
 {
-    const auto volume = std::find_if(m_store->volumes().cbegin(), m_store->volumes().cend(), [&](const DockerVolume &v) { return v.name == name; });
-    if (volume == m_store->volumes().cend())
+    const auto volume = this->volume(name);
+    if (!volume)
         return;
     if (!file.isLocalFile()) {
         const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral(" yyyy-MM-dd HHmm"));

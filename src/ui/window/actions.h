@@ -57,6 +57,7 @@ public:
     Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
     void reveal(const QString &project);
     void volumeData(Verb::Kind verb, const QString &volume, const QUrl &file);
+    std::optional<DockerVolume> volume(const QString &name) const;
 
     // A log's or transcript's text without styles: to the clipboard, or to a file (written
     // off the window's thread; a failure goes to the banner).
