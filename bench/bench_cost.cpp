@@ -2,7 +2,9 @@
 // it ran (reaped children from /proc/self/stat, live ones from their own stat), and what it
 // makes the engine do, beside the engine left alone over the same time. Then the time from
 // a `docker stop` in a shell to the changed row.
-//   bench_cost SECONDS   window shown, then hidden; then 20 stops of one running container
+//   bench_cost SECONDS         window shown, then hidden; then 20 stops of one running container
+//   bench_cost SECONDS usage   a window tall enough to show every running container's use,
+//                              then hidden, beside a bare `docker stats` of the same containers
 // Run through bench/run.sh, which starts a private engine, fills it, and exports
 // KORVAT_BENCH_ENGINE_PID (dockerd's) and KORVAT_BENCH_CONTAINER (a running one to stop).
 
@@ -99,17 +101,60 @@ QString percent(qint64 ticks, double seconds)
     return QString::number(100.0 * double(ticks) / double(sysconf(_SC_CLK_TCK)) / seconds, 'f', 2) + QStringLiteral(" %");
 }
 
-void measure(const char *label, int seconds, qint64 engineAloneTicks)
+// What Korvat and the engine spent over the span, in ticks; the whole of it, engine alone
+// subtracted, is the added cost.
+struct Spent {
+    qint64 korvat;
+    qint64 engine;
+    double seconds;
+};
+
+Spent spend(int seconds)
 {
     const qint64 korvat = korvatTicks(), engine = engineTicks();
     QElapsedTimer t;
     t.start();
     wait(seconds * 1000);
+    return {korvatTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
+}
+
+void measure(const char *label, int seconds, qint64 engineAloneTicks, const char *budget = nullptr)
+{
+    const Spent s = spend(seconds);
+    const QString ownBudget = qEnvironmentVariableIntValue("KORVAT_BENCH_SCALE") >= 1000 ? QStringLiteral("0.5") : QStringLiteral("0.3");
+    out << label << ": Korvat + children " << percent(s.korvat, s.seconds) << " of a core (budget " << (budget ? QString() : ownBudget)
+        << (budget ? QStringLiteral("whole ") + QLatin1String(budget) : QString()) << "), engine " << percent(s.engine, s.seconds)
+        << " (alone " << percent(engineAloneTicks, s.seconds) << (budget ? "" : "; added budget 0.3") << "), whole added "
+        << percent(s.korvat + s.engine - engineAloneTicks, s.seconds) << ", resident " << QString::number(residentMb(), 'f', 1) << " MB\n";
+    out.flush();
+}
+
+QStringList runningContainers()
+{
+    QProcess p;
+    p.start(QStringLiteral("docker"), {QStringLiteral("ps"), QStringLiteral("-q")});
+    p.waitForFinished(60000);
+    return QString::fromUtf8(p.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+// The floor under any reader of usage: the client's own stream of the same containers.
+void bareStats(int seconds, qint64 engineAloneTicks)
+{
+    QProcess stats;
+    stats.setStandardOutputFile(QProcess::nullDevice());
+    stats.start(QStringLiteral("docker"), QStringList{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")} + runningContainers());
+    wait(3000);
+    const qint64 child = ticks(stats.processId(), false);
+    const qint64 engine = engineTicks();
+    QElapsedTimer t;
+    t.start();
+    wait(seconds * 1000);
     const double elapsed = double(t.elapsed()) / 1000.0;
-    out << label << ": Korvat + children " << percent(korvatTicks() - korvat, elapsed) << " of a core (budget "
-        << (qEnvironmentVariableIntValue("KORVAT_BENCH_SCALE") >= 1000 ? "0.5" : "0.3") << "), engine "
-        << percent(engineTicks() - engine, elapsed) << " (alone " << percent(engineAloneTicks, elapsed) << "; added budget 0.3), resident "
-        << QString::number(residentMb(), 'f', 1) << " MB\n";
+    const qint64 client = ticks(stats.processId(), false) - child, engineSpent = engineTicks() - engine;
+    stats.kill();
+    stats.waitForFinished();
+    out << "bare docker stats of the same containers: client " << percent(client, elapsed) << ", engine " << percent(engineSpent, elapsed)
+        << ", whole added " << percent(client + engineSpent - engineAloneTicks, elapsed) << "\n";
     out.flush();
 }
 
@@ -174,6 +219,7 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     Desktop::prepareApplication();
     const int seconds = app.arguments().value(1, QStringLiteral("30")).toInt();
+    const bool usage = app.arguments().value(2) == QLatin1String("usage");
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("bench.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
@@ -187,12 +233,23 @@ int main(int argc, char **argv)
     {
         Desktop::Session session(&settings, false);
         session.store().start();
+        if (usage)
+            session.window()->resize(1080, 1900);   // every row on screen
         session.window()->show();
         wait(10000);   // lists, first frames and the event stream settle
-        measure("window shown", seconds, alone);
+        if (usage) {
+            out << "usage read for " << session.store().usage().wanted().size() << " containers\n";
+            measure("window shown with usage", seconds, alone, "2");
+        } else {
+            measure("window shown", seconds, alone);
+        }
         session.window()->hide();
         wait(2000);
         measure("window hidden", seconds, alone);
+        if (usage) {
+            bareStats(seconds, alone);
+            return 0;
+        }
         const QString running = qEnvironmentVariable("KORVAT_BENCH_CONTAINER");
         if (!running.isEmpty()) {
             session.window()->show();

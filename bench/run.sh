@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Benchmarks on a private engine: the store and window at 0 and 200 containers, then the
-# whole cost at rest at 9 and 1,000. Usage: bench/run.sh BUILD_DIR
+# Benchmarks on a private engine: the store and window at 0 and 200 containers, the use of
+# 30 running containers shown, then the whole cost at rest at 9 and 1,000.
+# Usage: bench/run.sh BUILD_DIR
 set -euo pipefail
 build=${1:-build}
 here=$(cd "$(dirname "$0")" && pwd)
@@ -48,6 +49,13 @@ KORVAT_BENCH_CONTAINERS=200 "$window" idle "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 "$window" logs
 
 # The whole cost at rest: 9 running containers, then 1,000 containers and 300 volumes.
+docker ps -aq | xargs -r docker rm -f >/dev/null
+echo "== usage shown, 30 running containers (over ${idle} s each)"
+for i in $(seq 1 30); do
+  docker run -d --name "use-$i" "$KORVAT_TEST_IMAGE" sh -c "trap 'exit 0' TERM; sleep 3600 & wait" >/dev/null
+done
+"$cost" "$idle" usage
+
 docker ps -aq | xargs -r docker rm -f >/dev/null
 echo "== cost at rest, 9 running containers (over ${idle} s each)"
 for i in $(seq 1 9); do

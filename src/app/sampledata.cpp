@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <array>
+#include <cmath>
 #include <QFile>
 
 namespace SampleData {
@@ -110,6 +111,29 @@ FakeEngine::Holdings holdings(const QString &root)
     return s;
 }
 
+QList<QList<Usage>> usage(const QList<Container> &containers)
+{
+    static const QMap<QString, std::pair<double, qint64>> load = {
+        {QStringLiteral("storefront-php-1"), {14.0, 118'000'000}}, {QStringLiteral("storefront-db-1"), {6.0, 312'000'000}},
+        {QStringLiteral("website-frontend-1"), {0.4, 9'400'000}},  {QStringLiteral("notes-notes-1"), {2.5, 86'000'000}},
+        {QStringLiteral("legacy-api-1"), {31.0, 704'000'000}},     {QStringLiteral("backup-agent"), {0.0, 1'200'000}},
+    };
+    QList<QList<Usage>> seconds;
+    for (int s = 0; s < 60; ++s) {
+        QList<Usage> readings;
+        for (const Container &c : containers) {
+            const auto [cpu, memory] = load.value(c.name);
+            if (!c.isRunning())
+                continue;
+            // Waves of different lengths, so no two lines look alike.
+            const double wave = 0.5 + 0.5 * std::sin(s / (2.0 + c.name.size() % 5) + c.name.size());
+            const double burst = (s % 17 < 3) ? 2.2 : 1.0;
+            readings << Usage{c.id, cpu * (0.45 + wave) * burst, memory + qint64(wave * memory / 20), 8'000'000'000};
+        }
+        seconds << readings;
+    }
+    return seconds;
+}
 
 QString logText()
 {

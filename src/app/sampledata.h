@@ -5,6 +5,7 @@
 #include "tool.h"
 #include "servicemanager.h"
 #include "toolchainsource.h"
+#include "usage.h"
 
 #include <atomic>
 
@@ -20,6 +21,9 @@ ProjectRegistry registry(const QString &root);
 // with a compose file, notes without one; legacy's and archive's directories stay missing.
 void layOut(const QString &root);
 QString logText();
+// A minute of readings, one a second, for the running containers: a database working in
+// bursts, a busy PHP server, the rest near idle.
+QList<QList<Usage>> usage(const QList<Container> &containers);
 // Commands typed into the exec console and what each printed.
 QList<std::pair<QString, ExecResult>> commands();
 // Tools in every state the settings show: an update, a missing one, one installed outside

@@ -16,13 +16,13 @@ namespace ChildProcess {
 
 namespace {
 // Runs in the forked child before exec: only async-signal-safe calls.
-void inChild(pid_t parent)
+void inChild(pid_t parent, int deathSignal)
 {
     ::setpgid(0, 0);
     // The signal comes when the thread that forked ends. Streams and jobs are forked on the
     // interface thread, and a worker waits for the children it forks, so either outlives
     // its children.
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    ::prctl(PR_SET_PDEATHSIG, deathSignal);
     if (::getppid() != parent)
         ::_exit(127);   // Korvat died before the signal was armed
     // Marked, not closed: QProcess reports a failed exec through one of these until exec.
@@ -41,9 +41,9 @@ void signalGroup(const QProcess &child, int signal)
 }
 }
 
-void prepare(QProcess &child)
+void prepare(QProcess &child, int deathSignal)
 {
-    child.setChildProcessModifier([parent = ::getpid()] { inChild(parent); });
+    child.setChildProcessModifier([parent = ::getpid(), deathSignal] { inChild(parent, deathSignal); });
 }
 
 namespace {

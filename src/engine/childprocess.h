@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <memory>
 
 class QProcess;
@@ -11,8 +12,9 @@ class QProcess;
 // beyond its three standard ones.
 namespace ChildProcess {
 
-// Call before start(); replaces any child modifier set earlier.
-void prepare(QProcess &child);
+// Call before start(); replaces any child modifier set earlier. The death signal is for
+// children that ignore SIGTERM.
+void prepare(QProcess &child, int deathSignal = SIGTERM);
 
 // Ends the child's whole group without waiting on this thread: SIGTERM now, SIGKILL after
 // grace, the QProcess deleted once the child has been reaped. Call on a thread with an event

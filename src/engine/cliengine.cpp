@@ -47,7 +47,8 @@ class ProcessStream : public EngineStream {
 public:
     enum class Mode { OutputOnly, Merged };
 
-    ProcessStream(std::unique_ptr<QProcess> child, Mode mode) : m_child(std::move(child))
+    ProcessStream(std::unique_ptr<QProcess> child, Mode mode, std::chrono::milliseconds grace = std::chrono::seconds(3))
+        : m_child(std::move(child)), m_grace(grace)
     {
         m_child->setStandardInputFile(QProcess::nullDevice());
         if (mode == Mode::Merged)
@@ -77,7 +78,7 @@ public:
             return;
         // A stream holds nothing worth a clean exit, but the plugin under compose is given a
         // moment to pass the signal on.
-        ChildProcess::endInBackground(std::move(m_child), std::chrono::seconds(3));
+        ChildProcess::endInBackground(std::move(m_child), m_grace);
         emit runningChanged();
     }
     bool running() const override { return m_child && m_child->state() != QProcess::NotRunning; }
@@ -86,6 +87,7 @@ public:
 
 private:
     std::unique_ptr<QProcess> m_child;
+    std::chrono::milliseconds m_grace;
 };
 
 QStringList containerArguments(const char *verb, const EngineAction &action)
@@ -303,6 +305,14 @@ std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const Opt
 {
     return std::make_unique<ProcessStream>(Docker::process(logArguments(source), runtime, source.workingDir()),
                                            ProcessStream::Mode::Merged);
+}
+
+std::unique_ptr<EngineStream> CliEngine::usage(const QStringList &containerIds, const OptRuntime &runtime) const
+{
+    auto child = Docker::process(QStringList{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")} + containerIds, runtime);
+    // `docker stats` (28) ignores SIGTERM and SIGINT; it holds nothing, so it is killed.
+    ChildProcess::prepare(*child, SIGKILL);
+    return std::make_unique<ProcessStream>(std::move(child), ProcessStream::Mode::OutputOnly, std::chrono::milliseconds(0));
 }
 
 ShellCommand CliEngine::shell(const QString &containerName, const OptRuntime &runtime) const

@@ -4,6 +4,7 @@
 #include "engine.h"
 #include "engineevent.h"
 #include "listings.h"
+#include "usage.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -89,6 +90,12 @@ ResolvedProject parseComposeConfig(const QString &json, const QString &dir);
 // and mounts change nothing listed; a line that is not an event object counts for every
 // list, so an unknown stream format errs towards refreshing.
 EngineEvent readEvent(QByteArrayView line);
+// One line of `docker stats --format json`, which redraws its table in place: the
+// cursor and erase sequences around the object are skipped. Nothing when the line holds
+// no container.
+std::optional<Usage> readUsage(QByteArrayView line);
+// "12.5MiB", "1.2GB", "0B": the client's sizes, in either unit family.
+std::optional<qint64> parseByteSize(QStringView text);
 // The rows as they stand after the change, in the client's own words ("Exited (137) Less
 // than a second ago"), so the listing that follows finds nothing to change. A change to a
 // container not listed changes nothing: its listing brings it.

@@ -189,6 +189,16 @@ QList<FakeStream *> alive(QList<QPointer<FakeStream>> &streams)
 QList<FakeStream *> FakeEngine::eventStreams() const { return alive(m_eventStreams); }
 QList<FakeStream *> FakeEngine::logStreams() const { return alive(m_logStreams); }
 
+QList<std::pair<FakeStream *, QStringList>> FakeEngine::usageStreams() const
+{
+    QMutexLocker lock(&m_mutex);
+    m_usageStreams.removeIf([](const auto &s) { return s.first.isNull(); });
+    QList<std::pair<FakeStream *, QStringList>> list;
+    for (const auto &[stream, ids] : m_usageStreams)
+        list.append({stream.data(), ids});
+    return list;
+}
+
 void FakeEngine::emitEvent(const QByteArray &line)
 {
     for (FakeStream *stream : eventStreams()) {
@@ -369,6 +379,8 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
     case Kind::Pull:
     case Kind::PruneImages:
     case Kind::PruneVolumes:
+    case Kind::BackupVolume:
+    case Kind::RestoreVolume:
         break;
     }
 }
@@ -400,6 +412,14 @@ std::unique_ptr<EngineStream> FakeEngine::logs(const LogSource &, const OptRunti
     QMutexLocker lock(&m_mutex);
     auto stream = std::make_unique<FakeStream>(m_logOutput);
     m_logStreams.append(stream.get());
+    return stream;
+}
+
+std::unique_ptr<EngineStream> FakeEngine::usage(const QStringList &containerIds, const OptRuntime &) const
+{
+    QMutexLocker lock(&m_mutex);
+    auto stream = std::make_unique<FakeStream>();
+    m_usageStreams.append({stream.get(), containerIds});
     return stream;
 }
 

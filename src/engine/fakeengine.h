@@ -79,6 +79,8 @@ public:
     // The streams made so far that still exist, newest last.
     QList<FakeStream *> eventStreams() const;
     QList<FakeStream *> logStreams() const;
+    // Each usage stream with the containers it was asked for.
+    QList<std::pair<FakeStream *, QStringList>> usageStreams() const;
     // Writes a line to every running event stream.
     void emitEvent(const QByteArray &line);
 
@@ -98,6 +100,7 @@ public:
     ToolVersion composeVersion() const override;
     std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
     std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
+    std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime) const override;
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
@@ -121,4 +124,5 @@ private:
     QByteArray m_logOutput;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
+    mutable QList<std::pair<QPointer<FakeStream>, QStringList>> m_usageStreams;
 };

@@ -32,7 +32,8 @@ QThreadPool *AppStore::actionWorkers()
 }
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
-    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults), m_failures(defaults)
+    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults), m_failures(defaults),
+      m_usage(m_engine)
 {
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, &m_failures, &FailureWatch::see);
     // Another engine has not been waited for yet, nor answered: that is settled before
@@ -72,6 +73,7 @@ void AppStore::setWindowVisible(bool visible)
     if (m_scheduler.windowVisible() == visible)
         return;
     m_scheduler.setWindowVisible(visible);
+    m_usage.setShown(visible);
     if (visible)
         lookAtDirectories();
     emit windowVisibleChanged();
@@ -145,7 +147,11 @@ void AppStore::start()
         self->m_scheduler.scheduleNextPoll();
         // The stream follows the selected runtime wherever a selection or hand-over takes it.
         self->m_scheduler.follow(self->runtime());
-        connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] { s->m_scheduler.follow(s->runtime()); });
+        self->m_usage.follow(self->runtime());
+        connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] {
+            s->m_scheduler.follow(s->runtime());
+            s->m_usage.follow(s->runtime());
+        });
     }(this);
 }
 

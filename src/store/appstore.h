@@ -8,6 +8,7 @@
 #include "projectmemory.h"
 #include "refreshscheduler.h"
 #include "teardownplan.h"
+#include "usagewatch.h"
 
 #include <QCoroTask>
 #include <QFuture>
@@ -65,6 +66,8 @@ public:
     const PollTiming &timing() const { return m_scheduler.timing(); }
     EngineEvents &events() { return m_scheduler.events(); }
     FailureWatch &failures() { return m_failures; }
+    // Machine use of the containers a view shows; the window shows, the panel does not.
+    UsageWatch &usage() { return m_usage; }
     const RefreshScheduler &scheduler() const { return m_scheduler; }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
@@ -174,6 +177,7 @@ private:
     ProjectMemory m_memory;
     DirectoryChecks m_directories;
     FailureWatch m_failures;
+    UsageWatch m_usage;
     QString m_filter;
     bool m_started = false;
     // Changes the event stream told of, each with the number of listings begun before it:

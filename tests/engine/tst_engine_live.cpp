@@ -136,6 +136,32 @@ private slots:
         QVERIFY(docker({"compose", "ps", "-aq"}, project.path()).out.trimmed().isEmpty());
     }
 
+    // The stats client ignores SIGTERM; ending the stream still ends it at once.
+    void usageIsReadAndTheReaderEnds()
+    {
+        const QString name = startContainer({"--memory", "64m"});
+        const auto stream = e.usage({name}, {});
+        std::optional<Usage> read;
+        QByteArray output;
+        connect(stream.get(), &EngineStream::readyRead, this, [&] {
+            output += stream->readAll();
+            for (const QByteArray &line : output.split('\n')) {
+                if (auto usage = Docker::readUsage(line); usage && usage->cpuPercent)
+                    read = usage;
+            }
+        });
+        stream->start();
+        QTRY_VERIFY_WITH_TIMEOUT(read.has_value(), 10000);
+        QCOMPARE(read->id, name);
+        QCOMPARE(read->memoryLimit, 64 * 1024 * 1024);
+        QVERIFY(*read->memoryBytes > 0);
+
+        const QString proc = "/proc/" + QString::number(stream->pid());
+        QVERIFY(QFileInfo::exists(proc));
+        stream->stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(proc), 2000);
+    }
+
     void composeChecks()
     {
         ComposeDir good(sleeperCompose());

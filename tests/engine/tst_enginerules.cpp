@@ -359,6 +359,40 @@ private slots:
         QCOMPARE(Docker::readEvent(line), (EngineEvent{Listings::fromInt(lists), change}));
     }
 
+    // Lines as `docker stats --format json` (28.2) draws them, redraw sequences and all.
+    void readingUsage_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<std::optional<Usage>>("usage");
+        const qint64 KiB = 1024, GiB = KiB * KiB * KiB;
+        QTest::newRow("first of a redraw")
+            << QByteArray("\x1b[H{\"BlockIO\":\"0B / 0B\",\"CPUPerc\":\"99.72%\",\"Container\":\"7dae1ef82352\",\"ID\":\"7dae1ef82352\","
+                          "\"MemPerc\":\"0.00%\",\"MemUsage\":\"548KiB / 23.54GiB\",\"Name\":\"st1\",\"NetIO\":\"486B / 0B\",\"PIDs\":\"1\"}")
+            << std::optional(Usage{"7dae1ef82352", 99.72, 548 * KiB, qint64(23.54 * GiB)});
+        QTest::newRow("named as asked, full id beside")
+            << QByteArray("{\"CPUPerc\":\"0.00%\",\"Container\":\"st2\",\"ID\":\"62df37ea9b65166a5ecf\",\"MemUsage\":\"1.5MB / 2GB\"} \x1b[K")
+            << std::optional(Usage{"st2", 0.0, 1'500'000, 2'000'000'000});
+        QTest::newRow("stopping: nothing read")
+            << QByteArray("{\"BlockIO\":\"--\",\"CPUPerc\":\"--\",\"Container\":\"st3\",\"MemUsage\":\"-- / --\"} \x1b[K")
+            << std::optional(Usage{"st3", {}, {}, {}});
+        QTest::newRow("erasing the rest of the screen") << QByteArray(" \x1b[K\x1b[J") << std::optional<Usage>();
+        QTest::newRow("not json") << QByteArray("Error response from daemon: No such container: nosuch") << std::optional<Usage>();
+    }
+    void readingUsage()
+    {
+        QFETCH(QByteArray, line);
+        QTEST(Docker::readUsage(line), "usage");
+    }
+    void byteSizes()
+    {
+        QCOMPARE(Docker::parseByteSize(u"0B"), 0);
+        QCOMPARE(Docker::parseByteSize(u"4.5MB"), 4'500'000);
+        QCOMPARE(Docker::parseByteSize(u" 12.5MiB "), 12.5 * 1024 * 1024);
+        QCOMPARE(Docker::parseByteSize(u"512kB"), 512'000);
+        QCOMPARE(Docker::parseByteSize(u"12 parsecs"), std::nullopt);
+        QCOMPARE(Docker::parseByteSize(u"-3B"), std::nullopt);
+    }
+
     // Each change leaves the row as the next listing will show it, so that listing changes nothing.
     void aChangeAppliedToTheRows_data()
     {

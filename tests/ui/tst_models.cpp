@@ -1,6 +1,7 @@
 #include "appstore.h"
 #include "storesupport.h"
 #include "containermodel.h"
+#include "fakeengine.h"
 #include "projectmodel.h"
 #include "settingscontroller.h"
 #include "shell.h"
@@ -58,6 +59,7 @@ private slots:
     void keyedSync();
     void stateChangeTouchesOneRowAndItsRoles();
     void projectCardKeepsItsRowsModel();
+    void usageIsReadForRunningRowsOnScreen();
     void unchangedPollThroughTheStoreEmitsNothing();
 };
 
@@ -151,9 +153,46 @@ void TestModels::projectCardKeepsItsRowsModel()
 
     QCOMPARE(model.containersOf(QStringLiteral("shop")), shopRows);
     QCOMPARE(cards.total(), 1);
-    QCOMPARE(cards.changed.first()[2].value<QList<int>>(), (QList<int>{ProjectModel::RunningCountRole, ProjectModel::DescriptionRole}));
+    QCOMPARE(cards.changed.first()[2].value<QList<int>>(), (QList<int>{ProjectModel::RunningCountRole, ProjectModel::UsageRole, ProjectModel::DescriptionRole}));
     QCOMPARE(shopSpies.total(), 1);
     QCOMPARE(shopSpies.changed.first()[0].toModelIndex().row(), 1);
+}
+
+void TestModels::usageIsReadForRunningRowsOnScreen()
+{
+    UsageWatch watch(std::make_shared<FakeEngine>(), [] { return qint64(5000); }, {});
+    QList<Container> containers = rows(QStringLiteral("abc"));
+    containers[1].state = QStringLiteral("exited");
+    auto model = std::make_unique<ContainerModel>();
+    QAbstractItemModelTester tester(model.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model->setContainers(containers);
+    model->setUsage(&watch);
+    QCOMPARE(watch.wanted(), QSet<QString>());
+
+    // Shown twice (the window and a card), stopped, or never on screen: read only a.
+    model->onScreen("a", true);
+    model->onScreen("a", true);
+    model->onScreen("b", true);
+    QCOMPARE(watch.wanted(), QSet<QString>({"a"}));
+    model->onScreen("a", false);
+    QCOMPARE(watch.wanted(), QSet<QString>({"a"}));
+    containers[1].state = QStringLiteral("running");
+    model->setContainers(containers);
+    QCOMPARE(watch.wanted(), QSet<QString>({"a", "b"}));
+
+    Spies spies(model.get());
+    watch.see({Usage{"b", 3.0, 48'000'000, {}}}, 5000);
+    QCOMPARE(spies.total(), 1);
+    QCOMPARE(spies.changed.first()[0].toModelIndex().row(), 1);
+    QCOMPARE(model->index(1).data(ContainerModel::UsageRole).toString(), QStringLiteral("CPU 3.0% · 48 MB"));
+    QCOMPARE(model->index(1).data(ContainerModel::TrendRole).value<QList<qreal>>().last(), 0.6);
+
+    // A stopped container's last minute says nothing about now.
+    containers[1].state = QStringLiteral("exited");
+    model->setContainers(containers);
+    QCOMPARE(model->index(1).data(ContainerModel::UsageRole).toString(), QString());
+    model.reset();
+    QCOMPARE(watch.wanted(), QSet<QString>());
 }
 
 void TestModels::unchangedPollThroughTheStoreEmitsNothing()

@@ -12,6 +12,7 @@
 #include "shell.h"
 #include "terminal.h"
 #include "toolrules.h"
+#include "usagetext.h"
 
 #include <QLocale>
 
@@ -62,6 +63,9 @@ private slots:
     void portLinks();
     void failureNotes_data();
     void failureNotes();
+    void usageTexts_data();
+    void usageTexts();
+    void usageTrend();
     void terminalPicksTheFirstEmulatorFound();
     void toolRow_data();
     void toolRow();
@@ -227,9 +231,6 @@ void TestViewRules::listOrder()
     for (const auto &i : ListOrder::sorted(images, Key::Size))
         bySize << i.repository;
     QCOMPARE(bySize, (QStringList{"big", "mid", "small", "odd"}));
-    QCOMPARE(ListOrder::bytes("0B"), 0);
-    QCOMPARE(ListOrder::bytes("4.5MB"), 4500000);
-    QCOMPARE(ListOrder::bytes("12 parsecs"), -1);
 }
 
 void TestViewRules::deleteLabel_data()
@@ -340,6 +341,44 @@ void TestViewRules::portLinks()
 
 // Events as the stream gives them, "verb project/name [exit code]", and what the desktop is
 // told once the burst falls quiet.
+void TestViewRules::usageTexts_data()
+{
+    QTest::addColumn<std::optional<double>>("cpu");
+    QTest::addColumn<std::optional<qint64>>("memory");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("spoken");
+    QTest::newRow("idle") << std::optional(0.0) << std::optional<qint64>(1'200'000) << "CPU 0% · 1.2 MB" << "CPU 0 percent, memory 1.2 MB";
+    QTest::newRow("a little") << std::optional(0.44) << std::optional<qint64>(48'400'000) << "CPU 0.4% · 48 MB" << "CPU 0.4 percent, memory 48 MB";
+    QTest::newRow("rounds up to ten") << std::optional(9.97) << std::optional<qint64>(2'000'000'000) << "CPU 10% · 2 GB" << "CPU 10 percent, memory 2 GB";
+    QTest::newRow("several cores") << std::optional(251.4) << std::optional<qint64>(999) << "CPU 251% · 999 bytes" << "CPU 251 percent, memory 999 bytes";
+    QTest::newRow("memory only") << std::optional<double>() << std::optional<qint64>(512'000) << "512 kB" << "memory 512 kB";
+    QTest::newRow("nothing read") << std::optional<double>() << std::optional<qint64>() << "" << "";
+}
+
+void TestViewRules::usageTexts()
+{
+    QFETCH(std::optional<double>, cpu);
+    QFETCH(std::optional<qint64>, memory);
+    const UsageText::Now now{cpu, memory};
+    QTEST(UsageText::line(now), "line");
+    QTEST(UsageText::spoken(now), "spoken");
+    // A card adds up what its rows read, and leaves out what they did not.
+    QCOMPARE(UsageText::sum({now, now, {}}), (UsageText::Now{cpu ? std::optional(*cpu * 2) : std::nullopt, memory ? std::optional(*memory * 2) : std::nullopt}));
+}
+
+void TestViewRules::usageTrend()
+{
+    using Point = UsageHistory::Point;
+    QCOMPARE(UsageText::trend(nullptr, 10'000, 4000, 1000), (QList<qreal>{-1, -1, -1, -1}));
+    // Against the span's peak; the newest reading in the last step; one older than the span
+    // neither drawn nor counted.
+    const UsageHistory busy{{Point{5'000, 80}, Point{7'900, 20}, Point{9'000, 40}, Point{10'000, 10}}, {}, {}};
+    QCOMPARE(UsageText::trend(&busy, 10'000, 4000, 1000), (QList<qreal>{-1, 0.5, 1, 0.25}));
+    // Below 5% is drawn against 5%: an idle container's noise stays low.
+    const UsageHistory idle{{Point{9'000, 0.1}, Point{10'000, 0.5}}, {}, {}};
+    QCOMPARE(UsageText::trend(&idle, 10'000, 2000, 1000), (QList<qreal>{0.02, 0.1}));
+}
+
 void TestViewRules::failureNotes_data()
 {
     QTest::addColumn<QStringList>("events");

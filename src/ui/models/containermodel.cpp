@@ -5,6 +5,8 @@
 #include "docker.h"
 #include "portlinks.h"
 #include "terminal.h"
+#include "usagetext.h"
+#include "usagewatch.h"
 
 void ContainerModel::setContainers(const QList<Container> &containers)
 {
@@ -15,7 +17,7 @@ void ContainerModel::setContainers(const QList<Container> &containers)
         if (a.image != b.image)
             roles << ImageRole;
         if (a.state != b.state)
-            roles << ContainerStateRole << DotRole << RunningRole << ActionLabelRole;
+            roles << ContainerStateRole << DotRole << RunningRole << ActionLabelRole << UsageRole << UsageSpokenRole << TrendRole;
         if (a.status != b.status)
             roles << StatusRole;
         if (a.state != b.state || a.status != b.status)
@@ -28,6 +30,56 @@ void ContainerModel::setContainers(const QList<Container> &containers)
             roles << DescriptionRole;
         return roles;
     });
+    askForUsage();
+}
+
+ContainerModel::~ContainerModel()
+{
+    if (m_usage)
+        m_usage->want(this, {});
+}
+
+void ContainerModel::setUsage(UsageWatch *usage)
+{
+    if (m_usage == usage)
+        return;
+    if (m_usage) {
+        m_usage->want(this, {});
+        m_usage->disconnect(this);
+    }
+    m_usage = usage;
+    if (m_usage)
+        connect(m_usage, &UsageWatch::sampled, this, &ContainerModel::usageSampled);
+    askForUsage();
+}
+
+void ContainerModel::onScreen(const QString &containerId, bool shown)
+{
+    int &count = m_onScreen[containerId];
+    count += shown ? 1 : -1;
+    if (count <= 0)
+        m_onScreen.remove(containerId);
+    askForUsage();
+}
+
+void ContainerModel::askForUsage()
+{
+    if (!m_usage)
+        return;
+    QSet<QString> ids;
+    for (const Container &c : std::as_const(m_rows)) {
+        if (c.isRunning() && m_onScreen.contains(c.id))
+            ids << c.id;
+    }
+    m_usage->want(this, ids);
+}
+
+void ContainerModel::usageSampled(const QSet<QString> &containerIds)
+{
+    for (int i = 0; i < m_rows.size(); ++i) {
+        if (containerIds.contains(m_rows[i].id))
+            emit dataChanged(index(i), index(i), {UsageRole, UsageSpokenRole, TrendRole});
+    }
 }
 
 void ContainerModel::setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint)
@@ -91,6 +143,18 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
             links.append(QVariantMap{{QStringLiteral("label"), link.label}, {QStringLiteral("url"), link.url.toString()}});
         return links;
     }
+    case UsageRole:
+    case UsageSpokenRole:
+    case TrendRole: {
+        // A stopped container's last minute says nothing about now.
+        const UsageHistory *history = m_usage && c.isRunning() ? m_usage->history(c.id) : nullptr;
+        if (role == TrendRole) {
+            const auto &timing = m_usage ? m_usage->timing() : UsageWatch::Timing{};
+            return QVariant::fromValue(UsageText::trend(history, m_usage ? m_usage->now() : 0, timing.span.count(), timing.step.count()));
+        }
+        const UsageText::Now now = UsageText::latest(history);
+        return role == UsageRole ? UsageText::line(now) : UsageText::spoken(now);
+    }
     }
     return {};
 }
@@ -103,5 +167,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
+        {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"},
     };
 }

@@ -4,7 +4,11 @@
 #include "keyedlistmodel.h"
 #include "runtime.h"
 
+#include <QHash>
+#include <QPointer>
 #include <optional>
+
+class UsageWatch;
 
 #include <QtQml/qqmlregistration.h>
 
@@ -33,6 +37,10 @@ public:
         TerminalCommandRole,
         DescriptionRole,
         LinksRole,
+        // Machine use, while the row is on screen and its container runs.
+        UsageRole,
+        UsageSpokenRole,
+        TrendRole,
     };
     Q_ENUM(Role)
 
@@ -43,16 +51,27 @@ public:
     // where the rows' ports are reached.
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     const QList<Container> &containers() const { return m_rows; }
+    // Where the rows' machine use is read; rows ask for it through onScreen().
+    void setUsage(UsageWatch *usage);
+    // A row's view came or went. Only what is on screen is read, and only while it runs.
+    Q_INVOKABLE void onScreen(const QString &containerId, bool shown);
 
     // "running", "paused", "exited" or "other": which colour the status dot takes.
     static QString dot(const Container &c);
 
     QHash<int, QByteArray> roleNames() const override;
+    ~ContainerModel() override;
 
 protected:
     QVariant roleData(const Container &row, int role) const override;
 
 private:
+    void askForUsage();
+    void usageSampled(const QSet<QString> &containerIds);
+
     std::optional<Runtime> m_runtime;
+    QPointer<UsageWatch> m_usage;
+    // Rows on screen, by id: a row can be shown by two views at once.
+    QHash<QString, int> m_onScreen;
     QString m_endpoint;
 };

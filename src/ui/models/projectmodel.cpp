@@ -1,6 +1,7 @@
 #include "projectmodel.h"
 
 #include "docker.h"
+#include "usagetext.h"
 
 #include <QSet>
 
@@ -28,6 +29,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
         if (!child) {
             child = new ContainerModel(this);
             child->setRuntime(m_runtime, m_endpoint);
+            child->setUsage(m_usage);
         }
         child->setContainers(r.project.containers);
     }
@@ -44,7 +46,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
         if (a.card.composeEnabled != b.card.composeEnabled)
             roles << ComposeEnabledRole;
         if (a.project.runningCount() != b.project.runningCount())
-            roles << RunningCountRole;
+            roles << RunningCountRole << UsageRole;
         if (a.project.containers.size() != b.project.containers.size())
             roles << TotalRole;
         if (a.muted != b.muted)
@@ -87,6 +89,26 @@ void ProjectModel::setRuntime(const std::optional<Runtime> &runtime, const QStri
         child->setRuntime(runtime, endpoint);
 }
 
+void ProjectModel::setUsage(UsageWatch *usage)
+{
+    if (m_usage)
+        m_usage->disconnect(this);
+    m_usage = usage;
+    if (m_usage)
+        connect(m_usage, &UsageWatch::sampled, this, &ProjectModel::usageSampled);
+    for (ContainerModel *child : std::as_const(m_children))
+        child->setUsage(usage);
+}
+
+void ProjectModel::usageSampled(const QSet<QString> &containerIds)
+{
+    for (int i = 0; i < m_rows.size(); ++i) {
+        const auto &containers = m_rows[i].project.containers;
+        if (std::any_of(containers.cbegin(), containers.cend(), [&](const Container &c) { return containerIds.contains(c.id); }))
+            emit dataChanged(index(i), index(i), {UsageRole});
+    }
+}
+
 QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
 {
     const ComposeProject &p = r.project;
@@ -118,6 +140,14 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists);
     case MutedRole:
         return r.muted;
+    case UsageRole: {
+        QList<UsageText::Now> parts;
+        for (const Container &c : p.containers) {
+            if (m_usage && c.isRunning())
+                parts << UsageText::latest(m_usage->history(c.id));
+        }
+        return UsageText::line(UsageText::sum(parts));
+    }
     }
     return {};
 }
@@ -128,5 +158,5 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
-            {DescriptionRole, "description"}, {MutedRole, "muted"}};
+            {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}};
 }

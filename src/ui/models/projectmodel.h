@@ -46,6 +46,8 @@ public:
         LooseRole,
         DescriptionRole,
         MutedRole,
+        // Its running containers' machine use added up, as far as their rows read it.
+        UsageRole,
     };
     Q_ENUM(Role)
 
@@ -58,6 +60,7 @@ public:
     // The same with the disk's answers given: they line up with projects.
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
+    void setUsage(UsageWatch *usage);
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
@@ -70,7 +73,10 @@ protected:
     QVariant roleData(const ProjectRow &row, int role) const override;
 
 private:
+    void usageSampled(const QSet<QString> &containerIds);
+
     QHash<QString, ContainerModel *> m_children;
+    QPointer<UsageWatch> m_usage;
     std::optional<Runtime> m_runtime;
     QString m_endpoint;
 };

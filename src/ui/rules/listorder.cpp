@@ -1,5 +1,7 @@
 #include "listorder.h"
 
+#include "docker.h"
+
 #include <QCollator>
 #include <algorithm>
 
@@ -86,7 +88,6 @@ QList<T> stable(QList<T> rows, Less less)
     std::stable_sort(rows.begin(), rows.end(), less);
     return rows;
 }
-
 }
 
 QList<Container> sorted(QList<Container> rows, Key k)
@@ -116,8 +117,11 @@ QList<DockerImage> sorted(QList<DockerImage> rows, Key k)
         });
     case Key::Created:
         return stable(std::move(rows), [](const DockerImage &a, const DockerImage &b) { return newer(a.created, b.created); });
-    case Key::Size:
-        return stable(std::move(rows), [](const DockerImage &a, const DockerImage &b) { return bytes(a.size) > bytes(b.size); });
+    case Key::Size: {
+        // What reads as no size goes last.
+        const auto bytes = [](const DockerImage &i) { return Docker::parseByteSize(i.size).value_or(-1); };
+        return stable(std::move(rows), [&](const DockerImage &a, const DockerImage &b) { return bytes(a) > bytes(b); });
+    }
     case Key::Listed:
     case Key::State: break;
     }
@@ -129,23 +133,6 @@ QList<DockerVolume> sorted(QList<DockerVolume> rows, Key k)
     if (k == Key::Name)
         return stable(std::move(rows), [](const DockerVolume &a, const DockerVolume &b) { return collator().compare(a.name, b.name) < 0; });
     return rows;
-}
-
-qint64 bytes(const QString &size)
-{
-    // The CLI counts in powers of 1000, as its own help says.
-    static const QList<std::pair<QString, double>> units{{QStringLiteral("TB"), 1e12}, {QStringLiteral("GB"), 1e9},
-                                                         {QStringLiteral("MB"), 1e6},  {QStringLiteral("kB"), 1e3},
-                                                         {QStringLiteral("B"), 1}};
-    const QString text = size.trimmed();
-    for (const auto &[unit, factor] : units) {
-        if (!text.endsWith(unit))
-            continue;
-        bool ok = false;
-        const double value = text.chopped(unit.size()).toDouble(&ok);
-        return ok && value >= 0 ? qint64(value * factor) : -1;
-    }
-    return -1;
 }
 
 }

@@ -27,7 +27,4 @@ QList<Container> sorted(QList<Container> rows, Key k);
 QList<DockerImage> sorted(QList<DockerImage> rows, Key k);
 QList<DockerVolume> sorted(QList<DockerVolume> rows, Key k);
 
-// The CLI's size text ("188MB", "1.2GB", "512kB", "0B") in bytes; -1 when it reads otherwise.
-qint64 bytes(const QString &size);
-
 }

@@ -26,6 +26,15 @@ Rectangle {
     required property string description
     // Where a browser reaches its published TCP ports: {label, url} each.
     required property var links
+    // Its machine use ("CPU 12% · 48 MB") and the last minute of its CPU, while it runs.
+    required property string usage
+    required property string usageSpoken
+    required property list<real> trend
+    // The model the row comes from, told while the row shows its use: only what someone
+    // sees is read.
+    property ContainerModel shownIn: null
+    // A card adds its rows' use up in its header, shown or not in the rows themselves.
+    property bool readsUsage: usageBlock.visible
     property bool showProject: false
     property bool busy: false
     // The open menu, while one is open.
@@ -43,6 +52,12 @@ Rectangle {
     function openMenu() {
         root.menu = menuComponent.createObject(root, {everything: true}) as KorMenu;
         root.menu.popup(root, 40, root.height);
+    }
+
+    UsageTicket {
+        model: root.shownIn
+        containerId: root.containerId
+        active: root.readsUsage
     }
 
     implicitHeight: 52
@@ -129,6 +144,37 @@ Rectangle {
             font: Theme.varied("JetBrains Mono", 400, 11)
             horizontalAlignment: Text.AlignRight
             elide: Text.ElideRight
+        }
+        // Its room is kept on rows that read nothing, so the statuses stay in one column; it
+        // steps back in a narrow window, as the project badge does.
+        RowLayout {
+            id: usageBlock
+
+            visible: root.width >= 640
+            spacing: 6
+
+            Sparkline {
+                implicitWidth: 44
+                implicitHeight: 16
+                values: root.trend
+                color: Theme.ion
+            }
+            // As wide as the widest it reads, so the columns stay put as numbers change.
+            TextMetrics {
+                id: usageWidth
+
+                font: usageText.font
+                text: "CPU 100% · 999 MB"
+            }
+            Text {
+                id: usageText
+
+                Layout.preferredWidth: Math.ceil(usageWidth.advanceWidth)
+                text: root.usage
+                color: Theme.muted
+                font: Theme.varied("JetBrains Mono", 400, 11)
+                Accessible.name: root.usageSpoken
+            }
         }
         KorButton {
             id: primaryButton

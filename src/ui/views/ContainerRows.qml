@@ -45,6 +45,9 @@ ColumnLayout {
             required property bool failed
             required property string description
             required property var links
+            required property string usage
+            required property string usageSpoken
+            required property list<real> trend
 
             Layout.fillWidth: true
             spacing: 0
@@ -74,6 +77,11 @@ ColumnLayout {
                 description: entry.description
                 terminalHelp: entry.terminalCommand
                 links: entry.links
+                usage: entry.usage
+                usageSpoken: entry.usageSpoken
+                trend: entry.trend
+                shownIn: root.model
+                readsUsage: true
                 busy: root.busy
                 onAction: (verb, detail) => root.action(verb, entry.containerId, detail)
             }

@@ -23,6 +23,7 @@ KorListView {
 
         width: list.rowWidth
         showProject: true
+        shownIn: list.shell.containers
         busy: list.store.busy
         terminalHelp: terminalCommand
         onAction: (verb, detail) => list.containerAction(verb, row.containerId, detail)

@@ -21,6 +21,8 @@ Rectangle {
     required property bool muted
     // Its badge, counts, directory and help, for a screen reader.
     required property string description
+    // Its running containers' machine use added up.
+    required property string usage
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -108,6 +110,12 @@ Rectangle {
                     Text {
                         visible: root.total > 0
                         text: root.loose ? String(root.total) : root.runningCount + "/" + root.total + " running"
+                        color: Theme.muted
+                        font: Theme.varied("JetBrains Mono", 400, 11)
+                    }
+                    Text {
+                        visible: root.usage !== ""
+                        text: root.usage
                         color: Theme.muted
                         font: Theme.varied("JetBrains Mono", 400, 11)
                     }

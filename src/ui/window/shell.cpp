@@ -27,6 +27,8 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
             m_sort.insert(c, *key);
     }
 
+    m_containers.setUsage(&m_store->usage());
+    m_projects.setUsage(&m_store->usage());
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);

@@ -1,0 +1,170 @@
+#include "usagewatch.h"
+
+#include "docker.h"
+
+#include <QElapsedTimer>
+#include <algorithm>
+
+namespace {
+qint64 steadyNow()
+{
+    static QElapsedTimer started = [] {
+        QElapsedTimer t;
+        t.start();
+        return t;
+    }();
+    return started.elapsed();
+}
+}
+
+UsageWatch::UsageWatch(std::shared_ptr<Engine> engine, Clock clock, Timing timing, QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_clock(std::move(clock)), m_timing(timing)
+{
+    m_settle.setSingleShot(true);
+    connect(&m_settle, &QTimer::timeout, this, &UsageWatch::relaunch);
+}
+
+UsageWatch::UsageWatch(std::shared_ptr<Engine> engine, QObject *parent) : UsageWatch(std::move(engine), steadyNow, {}, parent) {}
+
+UsageWatch::~UsageWatch() { endChild(); }
+
+void UsageWatch::follow(const std::optional<Runtime> &runtime)
+{
+    if (m_following && runtime == m_runtime)
+        return;
+    m_following = true;
+    m_runtime = runtime;
+    m_histories.clear();
+    endChild();
+    m_settle.start(m_timing.settle);
+}
+
+void UsageWatch::setShown(bool shown)
+{
+    if (m_shown == shown)
+        return;
+    m_shown = shown;
+    m_settle.start(m_timing.settle);
+}
+
+void UsageWatch::want(const void *viewer, const QSet<QString> &containerIds)
+{
+    if (containerIds.isEmpty())
+        m_viewers.remove(viewer);
+    else
+        m_viewers.insert(viewer, containerIds);
+    QSet<QString> wanted;
+    for (const auto &ids : std::as_const(m_viewers))
+        wanted |= ids;
+    if (wanted == m_wanted)
+        return;
+    m_wanted = wanted;
+    m_settle.start(m_timing.settle);
+}
+
+const UsageHistory *UsageWatch::history(const QString &containerId) const
+{
+    const auto found = m_histories.constFind(containerId);
+    return found == m_histories.cend() ? nullptr : &*found;
+}
+
+qint64 UsageWatch::childPid() const { return m_child ? m_child->pid() : 0; }
+
+void UsageWatch::relaunch()
+{
+    const bool needed = m_following && m_shown && !m_wanted.isEmpty();
+    if (m_child && needed && m_streaming == m_wanted)
+        return;
+    endChild();
+    if (!needed)
+        return;
+    QStringList ids(m_wanted.cbegin(), m_wanted.cend());
+    ids.sort();
+    m_streaming = m_wanted;
+    m_child = m_engine->usage(ids, m_runtime).release();
+    m_child->setParent(this);
+    connect(m_child, &EngineStream::readyRead, this, &UsageWatch::read);
+    connect(m_child, &EngineStream::finished, this, &UsageWatch::ended);
+    m_child->start();
+}
+
+void UsageWatch::endChild()
+{
+    m_partial.clear();
+    m_streaming.clear();
+    if (!m_child)
+        return;
+    EngineStream *child = std::exchange(m_child, nullptr);
+    child->disconnect(this);
+    child->stop();
+    delete child;
+}
+
+void UsageWatch::ended()
+{
+    if (!m_child)
+        return;
+    // Deleted later: this runs inside the child's own signal.
+    m_child->disconnect(this);
+    m_child->deleteLater();
+    m_child = nullptr;
+    m_streaming.clear();
+    m_settle.start(m_timing.retry);
+}
+
+void UsageWatch::read()
+{
+    if (!m_child)
+        return;
+    m_partial += m_child->readAll();
+    QList<Usage> readings;
+    qsizetype start = 0;
+    for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1) {
+        if (auto usage = Docker::readUsage(QByteArrayView(m_partial).sliced(start, end - start)))
+            readings << *usage;
+    }
+    m_partial.remove(0, start);
+    if (m_partial.size() > 1 << 20)
+        m_partial.clear();
+    if (!readings.isEmpty())
+        see(readings, m_clock());
+}
+
+void UsageWatch::see(const QList<Usage> &readings, qint64 at)
+{
+    QSet<QString> changed;
+    QSet<QString> seen;
+    for (const Usage &reading : readings) {
+        seen << reading.id;
+        UsageHistory &history = m_histories[reading.id];
+        const UsageHistory before = history;
+        history.memoryBytes = reading.memoryBytes;
+        history.memoryLimit = reading.memoryLimit;
+        if (reading.cpuPercent) {
+            // The client redraws several times a second; the engine reads once a second.
+            if (!history.cpu.isEmpty() && at - history.cpu.last().at < m_timing.step.count())
+                history.cpu.last().cpuPercent = *reading.cpuPercent;
+            else
+                history.cpu.append({at, *reading.cpuPercent});
+        }
+        if (history != before)
+            changed << reading.id;
+    }
+    // Nothing is kept that the last minute does not show.
+    const qint64 oldest = at - m_timing.span.count();
+    for (auto it = m_histories.begin(); it != m_histories.end();) {
+        auto &points = it->cpu;
+        const auto firstKept = std::find_if(points.begin(), points.end(), [oldest](const auto &p) { return p.at >= oldest; });
+        if (firstKept != points.begin()) {
+            points.erase(points.begin(), firstKept);
+            changed << it.key();
+        }
+        if (points.isEmpty() && !seen.contains(it.key())) {
+            it = m_histories.erase(it);
+            continue;
+        }
+        ++it;
+    }
+    if (!changed.isEmpty())
+        emit sampled(changed);
+}
