@@ -5,6 +5,7 @@
 #include "dockercli.h"
 #include "volumesize.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -89,6 +90,32 @@ private:
     std::unique_ptr<QProcess> m_child;
     std::chrono::milliseconds m_grace;
 };
+
+// Whether the helper's mounted volume holds anything, from the head of its archive alone:
+// the volume's own directory comes first, and right after it either an entry or the end.
+bool volumeEmpty(const QString &helper, const OptRuntime &runtime)
+{
+    constexpr int block = 512;
+    auto child = Docker::process({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime);
+    child->setStandardInputFile(QProcess::nullDevice());
+    child->start();
+    QByteArray head;
+    QDeadlineTimer deadline(Docker::Wait::query().deadline.value_or(std::chrono::seconds(60)));
+    while (head.size() < 2 * block && !deadline.hasExpired()) {
+        if (!child->waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1))))
+            break;
+        head += child->readAllStandardOutput();
+    }
+    const bool finished = child->state() == QProcess::NotRunning;
+    ChildProcess::kill(*child);
+    if (head.size() < 2 * block) {
+        if (finished && child->exitCode() != 0)
+            throw DockerError(QString::fromUtf8(child->readAllStandardError()).trimmed());
+        throw DockerError(QStringLiteral("Could not look into the volume: the engine did not answer"));
+    }
+    const QByteArray second = head.mid(block, block);
+    return std::all_of(second.cbegin(), second.cend(), [](char c) { return c == 0; });
+}
 
 QStringList containerArguments(const char *verb, const EngineAction &action)
 {
@@ -261,6 +288,10 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
                  QStringLiteral("-v"), volume + QStringLiteral(":/volume"), held.first().id, QStringLiteral("korvat-never-runs")},
                 runtime, {}, Docker::Wait::untilDone());
     const auto helperGone = qScopeGuard([&] { Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime); });
+    // Nothing a volume holds is overwritten: a restore fills only a new or empty one.
+    if (!backup && !volumeEmpty(helper, runtime))
+        throw DockerError(QStringLiteral("%1 already holds files, and a restore fills only an empty volume, so that nothing is "
+                                         "overwritten. Restore into a new or empty volume.").arg(volume));
     if (backup)
         Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial);
     else

@@ -79,6 +79,11 @@ private slots:
         QCOMPARE(docker({"volume", "create", into}).status, 0);
         e.perform(EngineAction::volumeData(Kind::RestoreVolume, into, file), {});
         QCOMPARE(inVolume(into, survey).out, before);
+        // Once it holds files, nothing in it is overwritten.
+        QCOMPARE(inVolume(into, "echo changed > /d/sub/a.txt").status, 0);
+        const QString changed = inVolume(into, survey).out;
+        QVERIFY_THROWS_EXCEPTION(DockerError, e.perform(EngineAction::volumeData(Kind::RestoreVolume, into, file), {}));
+        QCOMPARE(inVolume(into, survey).out, changed);
 
         // Where the file cannot be written, the backup says so and leaves nothing behind.
         try {
