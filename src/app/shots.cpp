@@ -187,6 +187,9 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-down"), Category::Projects, [](Stage &stage) {
              stage.actions().perform(Verb::Down, QStringLiteral("storefront"));
          }},
+        {QStringLiteral("sheet-remove-volume"), Category::Volumes, [](Stage &stage) {
+             stage.actions().perform(Verb::RemoveVolume, QStringLiteral("notes_data"));
+         }},
         {QStringLiteral("tray-panel"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, {}, Target::Panel},
         {QStringLiteral("tray-panel-stale"), Category::Projects, stale, {}, Target::Panel},
         {QStringLiteral("tray-panel-empty"), Category::Projects, [](Stage &stage) {

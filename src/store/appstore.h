@@ -111,6 +111,8 @@ public:
     // A volume's content into a .tar file, and back; nothing runs in a container.
     void backUp(const DockerVolume &volume, const QString &file);
     void restore(const DockerVolume &volume, const QString &file);
+    // A backup, then the volume's removal only when the backup is whole.
+    QCoro::Task<> backUpAndRemove(QString volume, QString file);
     // One backup, awaited: what went wrong, or nothing. It leaves the banners to the caller.
     QCoro::Task<std::optional<QString>> backUpNow(QString volume, QString file);
 

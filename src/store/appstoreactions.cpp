@@ -62,6 +62,29 @@ QCoro::Task<std::optional<QString>> AppStore::backUpNow(QString volume, QString 
     co_return co_await future;
 }
 
+QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
+{
+    QPointer<AppStore> self(this);
+    m_state.setBusy(true);
+    auto backup = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file));
+    const std::optional<QString> backupFailure = co_await backup;
+    if (!self)
+        co_return;
+    if (backupFailure) {
+        m_state.setError(QStringLiteral("Nothing was removed: the backup of %1 failed: %2").arg(volume, *backupFailure));
+    } else {
+        auto removal = attempt(EngineAction::on(Kind::RemoveVolume, {volume}));
+        const std::optional<QString> removalFailure = co_await removal;
+        if (!self)
+            co_return;
+        m_state.setError(removalFailure);
+        m_state.setNotice(removalFailure ? QStringLiteral("Backed up %1 to %2").arg(volume, file)
+                                         : QStringLiteral("Backed up %1 to %2 and removed it").arg(volume, file));
+    }
+    m_state.setBusy(false);
+    co_await refresh();
+}
+
 void AppStore::restore(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::RestoreVolume, volume.name, file)); }
 
 void AppStore::commit(const Container &c, const QString &imageName)

@@ -71,6 +71,7 @@ private slots:
     void loginToggleWritesTheAutostartEntry();
     void logsLeaveAsPlainText();
     void volumeBackupAsksForItsFileFirst();
+    void volumeRemovalAsksAndCanBackUpFirst();
     void deletionBacksUpEveryVolumeFirst();
 
 private:
@@ -235,6 +236,33 @@ void TestActions::volumeBackupAsksForItsFileFirst()
     QTRY_COMPARE(m_engine->performed(),
                  QList<EngineAction>{EngineAction::volumeData(EngineAction::Kind::RestoreVolume, QStringLiteral("shop_data"), QStringLiteral("/tmp/kept.tar"))});
     QTRY_COMPARE(m_store->noticeText(), QStringLiteral("Restored shop_data from /tmp/kept.tar"));
+}
+
+// A volume goes only once the user says so; backed up first, only once its archive is whole.
+void TestActions::volumeRemovalAsksAndCanBackUpFirst()
+{
+    using Kind = EngineAction::Kind;
+    QSignalSpy confirming(m_actions.get(), &Actions::volumeRemovalRequested);
+    QSignalSpy asked(m_actions.get(), &Actions::volumeFileRequested);
+    m_actions->perform(Verb::RemoveVolume, QStringLiteral("shop_data"));
+    QCOMPARE(confirming.size(), 1);
+    QVERIFY(m_engine->performed().isEmpty());
+    m_actions->backUpFirst(QStringLiteral("shop_data"));
+    QCOMPARE(asked.size(), 1);
+    QCOMPARE(asked.first().at(0).toInt(), int(Verb::RemoveVolume));
+
+    const QString file = QUrl::fromLocalFile(QStringLiteral("/tmp/kept.tar")).toString();
+    m_engine->failWith(FakeEngine::Call::Action, QStringLiteral("Cannot write /tmp/kept.tar: Permission denied"));
+    m_actions->perform(Verb::RemoveVolume, QStringLiteral("shop_data"), file);
+    QTRY_COMPARE(m_store->errorText(), QStringLiteral("Nothing was removed: the backup of shop_data failed: Cannot write /tmp/kept.tar: Permission denied"));
+    QCOMPARE(m_engine->performed().size(), 1);
+
+    m_engine->failWith(FakeEngine::Call::Action, std::nullopt);
+    m_actions->perform(Verb::RemoveVolume, QStringLiteral("shop_data"), file);
+    QTRY_COMPARE(m_store->noticeText(), QStringLiteral("Backed up shop_data to /tmp/kept.tar and removed it"));
+    QCOMPARE(m_engine->performed().mid(1), (QList<EngineAction>{EngineAction::volumeData(Kind::BackupVolume, QStringLiteral("shop_data"), QStringLiteral("/tmp/kept.tar")),
+                                                                EngineAction::on(Kind::RemoveVolume, {QStringLiteral("shop_data")})}));
+    QCOMPARE(m_store->errorText(), QString());
 }
 
 // With a backup folder chosen, each volume the deletion would remove is backed up first; a

@@ -9,8 +9,11 @@ Sheet {
     property string title: ""
     property string message: ""
     property string confirmText: ""
+    // A second way through, such as keeping a copy first; none when empty.
+    property string alternativeText: ""
 
     signal confirmed()
+    signal alternative()
 
     width: 440
 
@@ -40,6 +43,15 @@ Sheet {
             Layout.topMargin: 4
             spacing: 8
 
+            KorButton {
+                objectName: "alternative"
+                visible: sheet.alternativeText !== ""
+                text: sheet.alternativeText
+                onClicked: {
+                    sheet.close();
+                    sheet.alternative();
+                }
+            }
             Item {
                 Layout.fillWidth: true
             }

@@ -28,6 +28,11 @@ Item {
             confirmDown.message = confirmation;
             confirmDown.open();
         }
+        function onVolumeRemovalRequested(volume: string, message: string) {
+            confirmVolume.volume = volume;
+            confirmVolume.message = message;
+            confirmVolume.open();
+        }
         function onPruneRequested(images: bool) {
             confirmPrune.images = images;
             confirmPrune.open();
@@ -62,6 +67,18 @@ Item {
         title: "Take " + project + " down?"
         confirmText: "Down"
         onConfirmed: root.actions.down(confirmDown.project)
+    }
+    ConfirmSheet {
+        id: confirmVolume
+
+        property string volume: ""
+
+        objectName: "confirmVolume"
+        title: "Remove " + volume + "?"
+        confirmText: "Remove"
+        alternativeText: "Back up first…"
+        onConfirmed: root.actions.removeVolume(confirmVolume.volume)
+        onAlternative: root.actions.backUpFirst(confirmVolume.volume)
     }
     ConfirmSheet {
         id: confirmPrune

@@ -75,7 +75,7 @@ ColumnLayout {
                 onClicked: root.volumeAction(Verb.RestoreVolume, row.name)
             }
             KorButton {
-                text: "Remove"
+                text: "Remove…"
                 subject: row.title
                 tabStop: false
                 variant: "ghost"

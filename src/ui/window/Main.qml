@@ -103,15 +103,18 @@ ApplicationWindow {
                 window.actions.relocate(folderDialog.relocating, selectedFolder);
         }
     }
-    // A volume's backup is saved where the user says; a restore reads the file they pick.
+    // A volume's backup is saved where the user says (before its removal, when that is what
+    // was asked); a restore reads the file they pick.
     FileDialog {
         id: volumeDialog
 
         property int verb: Verb.BackupVolume
         property string volume: ""
 
-        title: volumeDialog.verb === Verb.BackupVolume ? "Back up " + volumeDialog.volume : "Restore " + volumeDialog.volume
-        fileMode: volumeDialog.verb === Verb.BackupVolume ? FileDialog.SaveFile : FileDialog.OpenFile
+        title: volumeDialog.verb === Verb.RestoreVolume ? "Restore " + volumeDialog.volume
+             : volumeDialog.verb === Verb.RemoveVolume ? "Back up " + volumeDialog.volume + " before removing it"
+             : "Back up " + volumeDialog.volume
+        fileMode: volumeDialog.verb === Verb.RestoreVolume ? FileDialog.OpenFile : FileDialog.SaveFile
         nameFilters: ["Tar archives (*.tar)", "All files (*)"]
         onAccepted: window.actions.perform(volumeDialog.verb, volumeDialog.volume, String(volumeDialog.selectedFile))
     }
@@ -128,7 +131,7 @@ ApplicationWindow {
         function onVolumeFileRequested(verb: int, volume: string, suggested: url) {
             volumeDialog.verb = verb;
             volumeDialog.volume = volume;
-            if (verb === Verb.BackupVolume)
+            if (verb !== Verb.RestoreVolume)
                 volumeDialog.selectedFile = suggested;
             volumeDialog.open();
         }

@@ -169,6 +169,8 @@ void Actions::removeVolume(const QString &name)
         m_store->remove(*v);
 }
 
+void Actions::backUpFirst(const QString &volume) { volumeData(Verb::RemoveVolume, volume, {}); }
+
 void Actions::pruneVolumes() { m_store->pruneVolumes(); }
 
 void Actions::up(const QString &name)
@@ -221,6 +223,8 @@ void Actions::volumeData(Verb::Kind verb, const QString &name, const QUrl &file)
     }
     if (verb == Verb::BackupVolume)
         m_store->backUp(*volume, file.toLocalFile());
+    else if (verb == Verb::RemoveVolume)
+        m_store->backUpAndRemove(name, file.toLocalFile());
     else
         m_store->restore(*volume, file.toLocalFile());
 }
@@ -304,7 +308,14 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
     case Verb::PruneImages: emit pruneRequested(true); return;
-    case Verb::RemoveVolume: return removeVolume(subject);
+    case Verb::RemoveVolume:
+        if (!detail.isEmpty())
+            return volumeData(verb, subject, QUrl(detail));
+        if (volume(subject))
+            emit volumeRemovalRequested(subject, QStringLiteral("%1 and every file in it are deleted, and cannot be brought back. "
+                                                                "Back up first saves its files to a .tar archive you choose, and "
+                                                                "removes the volume only once the archive is whole.").arg(subject));
+        return;
     case Verb::PruneVolumes: emit pruneRequested(false); return;
     case Verb::BackupVolume:
     case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));

@@ -45,7 +45,10 @@ public:
     void pull(const QString &reference);
     void removeImage(const QString &id, const QString &reference);
     Q_INVOKABLE void pruneImages();
-    void removeVolume(const QString &name);
+    // At once: the sheet that asked has been answered.
+    Q_INVOKABLE void removeVolume(const QString &name);
+    // A removal whose volume is first saved to a file the user picks.
+    Q_INVOKABLE void backUpFirst(const QString &volume);
     Q_INVOKABLE void pruneVolumes();
 
     // Projects, by name.
@@ -75,7 +78,10 @@ signals:
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);
     void downRequested(const QString &project, const QString &confirmation);
+    // A volume's removal waits for the user's word, or for a backup first.
+    void volumeRemovalRequested(const QString &volume, const QString &message);
     // A backup or restore of the volume needs its file: suggested is where a backup would go.
+    // A removal (verb RemoveVolume) asks for the file its backup first goes to.
     void volumeFileRequested(int verb, const QString &volume, const QUrl &suggested);
     void pruneRequested(bool images);
     // The project's directory has gone; the window asks where it went.
