@@ -123,21 +123,12 @@ private slots:
         }
     }
 
-    void timeoutMessages_data()
-    {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("ms");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("listing") << QStringList{"ps", "-a", "--format", "json"} << 60000 << "docker ps did not answer within 60 s";
-        QTest::newRow("object and verb") << QStringList{"volume", "ls", "--format", "json"} << 60000 << "docker volume ls did not answer within 60 s";
-        QTest::newRow("names after the verb") << QStringList{"inspect", "web-1", "--format", "x"} << 60000 << "docker inspect did not answer within 60 s";
-        QTest::newRow("compose, under a second") << QStringList{"compose", "config", "-q"} << 250 << "docker compose config did not answer within 0.25 s";
-    }
     void timeoutMessages()
     {
-        QFETCH(QStringList, args);
-        QFETCH(int, ms);
-        QTEST(Docker::timeoutMessage(args, std::chrono::milliseconds(ms)), "message");
+        const auto message = [](const QStringList &args, int ms) { return Docker::timeoutMessage(args, std::chrono::milliseconds(ms)); };
+        QCOMPARE(message({"volume", "ls", "--format", "json"}, 60000), "docker volume ls did not answer within 60 s");
+        QCOMPARE(message({"inspect", "web-1", "--format", "x"}, 60000), "docker inspect did not answer within 60 s");
+        QCOMPARE(message({"compose", "config", "-q"}, 250), "docker compose config did not answer within 0.25 s");
     }
 
     // A client that never answers: a query ends at its deadline and takes its child with it;

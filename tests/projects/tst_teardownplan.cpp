@@ -1,5 +1,4 @@
 #include "cliengine.h"
-#include "volumesize.h"
 #include "teardownplan.h"
 #include "testsupport.h"
 #include "volumesize.h"
@@ -108,18 +107,6 @@ private slots:
         QVERIFY(labels.value("bare").isEmpty());
     }
 
-    void workingDirOnlyWhenItExists()
-    {
-        QTemporaryDir dir;
-        ComposeProject project{"p", dir.path(), {}, 0};
-        QCOMPARE(Teardown::plan(project, {}, {}, {}, {}).workingDir, dir.path());
-        project.workingDir = "/nope/gone";
-        QCOMPARE(Teardown::plan(project, {}, {}, {}, {}).workingDir, std::nullopt);
-        project.workingDir.reset();
-        const auto empty = Teardown::plan(project, {}, {}, {}, {});
-        QVERIFY(empty.containers.isEmpty() && empty.volumes.isEmpty() && !empty.workingDir);
-    }
-
     void allocatedSize()
     {
         QTemporaryDir dir;
@@ -135,21 +122,6 @@ private slots:
         const auto sizes = Teardown::volumeSizes(CliEngine(), volumes, {"data", "gone"});
         QCOMPARE(sizes.keys(), QStringList({"data"}));
         QCOMPARE(sizes.value("data"), VolumeSize::format(*bytes));
-    }
-
-    void sizeFormat_data()
-    {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("kB") << qint64(4096) << "4 kB";
-        QTest::newRow("MB") << qint64(113000000) << "113 MB";
-        QTest::newRow("GB") << qint64(1000000000) << "1 GB";
-        QTest::newRow("bytes") << qint64(512) << "512 bytes";
-    }
-    void sizeFormat()
-    {
-        QFETCH(qint64, bytes);
-        QTEST(VolumeSize::format(bytes), "text");
     }
 };
 

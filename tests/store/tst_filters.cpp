@@ -28,18 +28,11 @@ class FiltersTest : public QObject {
                                         c("Ümlaut-db", "postgres:16-alpine"), c("running-job", "busybox")};
 
 private slots:
-    void query()
-    {
-        QCOMPARE(Filters::query("  \tSTORE\t "), "store");
-        QCOMPARE(Filters::query(" \n x"), "\n x");   // line breaks are not trimmed
-        QCOMPARE(Filters::query("   "), "");
-    }
-
     void containers_data()
     {
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("blank shows all") << "   " << QStringList{"web", "cache", "Ümlaut-db", "running-job"};
+        QTest::newRow("blank shows all") << " \t " << QStringList{"web", "cache", "Ümlaut-db", "running-job"};
         QTest::newRow("image, any case") << "NGINX" << QStringList{"web"};
         QTest::newRow("project label") << "atlas" << QStringList{"cache"};
         QTest::newRow("non-ascii lower-cased") << "ümlaut" << QStringList{"Ümlaut-db"};

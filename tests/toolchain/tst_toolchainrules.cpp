@@ -108,13 +108,6 @@ private slots:
         QTEST(Toolchain::isOlder(a, b), "older");
     }
 
-    void components()
-    {
-        QCOMPARE(Toolchain::components("1.4.1_2"), (QList<qint64>{1, 4, 1, 2}));
-        QCOMPARE(Toolchain::components("2026-05-14"), (QList<qint64>{2026, 5, 14}));
-        QCOMPARE(Toolchain::components("..1..x"), (QList<qint64>{1, 0}));
-    }
-
     void newest()
     {
         QCOMPARE(Toolchain::newest({"1.2.0", "1.10.0", "1.9.9"}), "1.10.0");
@@ -224,19 +217,6 @@ private slots:
         QTEST(job.id(), "id");
         QTEST(job.title(), "title");
         QTEST(job.banner(), "banner");
-    }
-
-    void catalogue()
-    {
-        QStringList formulae;
-        for (const auto &t : Toolchain::all()) {
-            formulae << t.formula;
-            QVERIFY(t.homepage.startsWith("https://"));
-        }
-        QCOMPARE(formulae, QStringList({"container", "socktainer", "docker", "docker-compose"}));
-        QCOMPARE(Toolchain::all()[3].versionArgs, QStringList({"compose", "version"}));
-        QCOMPARE(Toolchain::runtimeFormulae(), QSet<QString>({"container", "socktainer"}));
-        QCOMPARE(Toolchain::pluginFormulae(), QSet<QString>({"docker-compose"}));
     }
 };
 

@@ -58,7 +58,6 @@ private slots:
     void cleanupTestCase();
     void init();
     void cleanup();
-    void firstLaunchGeometry();
     void everyControlHasAName();
     void tabReachesEveryControlInReadingOrder();
     void shortcuts();
@@ -147,14 +146,6 @@ QList<QQuickItem *> TestMainWindow::controls() const
             focusable.append(item);
     }
     return focusable;
-}
-
-void TestMainWindow::firstLaunchGeometry()
-{
-    QCOMPARE(m_window->title(), QStringLiteral("Korvat"));
-    QCOMPARE(m_window->size(), QSize(1080, 700));
-    QCOMPARE(m_window->minimumSize(), QSize(920, 480));
-    QVERIFY(m_store->windowVisible());
 }
 
 void TestMainWindow::everyControlHasAName()
