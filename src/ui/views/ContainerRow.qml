@@ -33,7 +33,7 @@ Rectangle {
     // The model the row comes from, told while the row shows its use: only what someone
     // sees is read.
     property ContainerModel shownIn: null
-    // A card adds its rows' use up in its header, shown or not in the rows themselves.
+    // Whether its use is read: while it shows it, or while its card adds it up.
     property bool readsUsage: usageBlock.visible
     property bool showProject: false
     property bool busy: false

@@ -9,6 +9,8 @@ ColumnLayout {
 
     required property ContainerModel model
     property bool busy: false
+    // The card adds its rows' use up, shown or not in the rows themselves.
+    property bool readsUsage: true
 
     signal action(int verb, string id, string detail)
 
@@ -81,7 +83,7 @@ ColumnLayout {
                 usageSpoken: entry.usageSpoken
                 trend: entry.trend
                 shownIn: root.model
-                readsUsage: true
+                readsUsage: root.readsUsage
                 busy: root.busy
                 onAction: (verb, detail) => root.action(verb, entry.containerId, detail)
             }

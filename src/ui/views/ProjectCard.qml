@@ -28,6 +28,8 @@ Rectangle {
     property KorMenu menu: null
 
     readonly property list<Item> keyButtons: [upButton, downButton, logsButton, more]
+    // Its use added up fits beside the counts only in a wide card; a narrow one reads none.
+    readonly property bool roomForUsage: width >= 720
 
     signal projectAction(int verb)
     signal containerAction(int verb, string id, string detail)
@@ -114,7 +116,7 @@ Rectangle {
                         font: Theme.varied("JetBrains Mono", 400, 11)
                     }
                     Text {
-                        visible: root.usage !== ""
+                        visible: root.roomForUsage && root.usage !== ""
                         text: root.usage
                         color: Theme.muted
                         font: Theme.varied("JetBrains Mono", 400, 11)
@@ -199,6 +201,7 @@ Rectangle {
             Layout.fillWidth: true
             model: root.containers
             busy: root.busy
+            readsUsage: root.roomForUsage
             onAction: (verb, id, detail) => root.containerAction(verb, id, detail)
         }
     }
