@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <utility>
 
 // A long-running engine output read as it comes: the event stream, a followed log. Made
 // on the UI thread and read there; nothing runs before start().
@@ -18,6 +19,26 @@ public:
     virtual QByteArray readAll() = 0;
     // The producing process, or 0 when there is none.
     virtual qint64 pid() const { return 0; }
+
+    // For a holder: ends the held stream now and forgets it; nothing it sends reaches the
+    // listener after this.
+    static void end(EngineStream *&stream, QObject *listener)
+    {
+        if (!stream)
+            return;
+        EngineStream *held = std::exchange(stream, nullptr);
+        held->disconnect(listener);
+        held->stop();
+        delete held;
+    }
+    // Forgets a stream that ended by itself. Called from its own finished signal, so it is
+    // deleted later.
+    static void letGo(EngineStream *&stream, QObject *listener)
+    {
+        EngineStream *held = std::exchange(stream, nullptr);
+        held->disconnect(listener);
+        held->deleteLater();
+    }
 
 signals:
     void readyRead();

@@ -62,15 +62,7 @@ void EngineEvents::launch()
     m_settled.start(m_timing.settled);
 }
 
-void EngineEvents::endChild()
-{
-    if (!m_child)
-        return;
-    EngineStream *child = std::exchange(m_child, nullptr);
-    child->disconnect(this);
-    child->stop();
-    delete child;
-}
+void EngineEvents::endChild() { EngineStream::end(m_child, this); }
 
 void EngineEvents::readLines()
 {
@@ -131,10 +123,7 @@ void EngineEvents::ended()
 {
     if (!m_child)
         return;
-    // Deleted later: this runs inside the child's own signal.
-    m_child->disconnect(this);
-    m_child->deleteLater();
-    m_child = nullptr;
+    EngineStream::letGo(m_child, this);
     m_settled.stop();
     setHealthy(false);
     if (!m_following)

@@ -92,22 +92,14 @@ void UsageWatch::endChild()
 {
     m_partial.clear();
     m_streaming.clear();
-    if (!m_child)
-        return;
-    EngineStream *child = std::exchange(m_child, nullptr);
-    child->disconnect(this);
-    child->stop();
-    delete child;
+    EngineStream::end(m_child, this);
 }
 
 void UsageWatch::ended()
 {
     if (!m_child)
         return;
-    // Deleted later: this runs inside the child's own signal.
-    m_child->disconnect(this);
-    m_child->deleteLater();
-    m_child = nullptr;
+    EngineStream::letGo(m_child, this);
     m_streaming.clear();
     m_settle.start(m_timing.retry);
 }
