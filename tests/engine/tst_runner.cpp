@@ -50,13 +50,6 @@ private slots:
         qputenv("PATH", "/usr/bin:/bin");
     }
 
-    void argumentsReachTheChild()
-    {
-        useLauncher("printf '%s|' \"$@\"; printf '%s' \"$PWD\"");
-        QCOMPARE(Docker::run({"a b", "--format", "{{.Name}}"}, std::nullopt, m_dir.path()),
-                 "docker|a b|--format|{{.Name}}|" + m_dir.path());
-    }
-
     void runFailures_data()
     {
         QTest::addColumn<QByteArray>("script");

@@ -147,11 +147,11 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
     case UsageSpokenRole:
     case TrendRole: {
         // A stopped container's last minute says nothing about now.
-        const UsageHistory *history = m_usage && c.isRunning() ? m_usage->history(c.id) : nullptr;
-        if (role == TrendRole) {
-            const auto &timing = m_usage ? m_usage->timing() : UsageWatch::Timing{};
-            return QVariant::fromValue(UsageText::trend(history, m_usage ? m_usage->now() : 0, timing.span.count(), timing.step.count()));
-        }
+        if (!m_usage || !c.isRunning())
+            return role == TrendRole ? QVariant::fromValue(QList<qreal>()) : QVariant(QString());
+        const UsageHistory *history = m_usage->history(c.id);
+        if (role == TrendRole)
+            return QVariant::fromValue(UsageText::trend(history, m_usage->now(), m_usage->timing().span.count(), m_usage->timing().step.count()));
         const UsageText::Now now = UsageText::latest(history);
         return role == UsageRole ? UsageText::line(now) : UsageText::spoken(now);
     }
