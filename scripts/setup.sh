@@ -20,6 +20,8 @@ packages=(
   dbus-daemon
   # the private engine the tests drive
   docker.io iptables busybox-static ca-certificates
+  # a local registry the pull-progress tests push to and pull from
+  docker-registry
   # a real X server for the tray and window tests, and a screen reader's view of the window:
   # AT-SPI read from outside, and Orca itself
   xvfb xauth at-spi2-core python3-pyatspi orca

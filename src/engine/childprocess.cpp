@@ -16,9 +16,11 @@ namespace ChildProcess {
 
 namespace {
 // Runs in the forked child before exec: only async-signal-safe calls.
-void inChild(pid_t parent, int deathSignal)
+void inChild(pid_t parent, int deathSignal, int standardOutput)
 {
     ::setpgid(0, 0);
+    if (standardOutput >= 0)
+        ::dup2(standardOutput, STDOUT_FILENO);
     // The signal comes when the thread that forked ends. Streams and jobs are forked on the
     // interface thread, and a worker waits for the children it forks, so either outlives
     // its children.
@@ -41,9 +43,9 @@ void signalGroup(const QProcess &child, int signal)
 }
 }
 
-void prepare(QProcess &child, int deathSignal)
+void prepare(QProcess &child, int deathSignal, int standardOutput)
 {
-    child.setChildProcessModifier([parent = ::getpid(), deathSignal] { inChild(parent, deathSignal); });
+    child.setChildProcessModifier([parent = ::getpid(), deathSignal, standardOutput] { inChild(parent, deathSignal, standardOutput); });
 }
 
 namespace {

@@ -149,7 +149,8 @@ QStringList CliEngine::arguments(const EngineAction &action)
     case Kind::PruneImages: return {QStringLiteral("image"), QStringLiteral("prune"), QStringLiteral("-f")};
     case Kind::RemoveVolume: return QStringList{QStringLiteral("volume"), QStringLiteral("rm")} + action.targets;
     case Kind::PruneVolumes: return {QStringLiteral("volume"), QStringLiteral("prune"), QStringLiteral("-f")};
-    case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("up"), QStringLiteral("-d")};
+    // Plain progress: one line per step, as compose prints for a log.
+    case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("--progress"), QStringLiteral("plain"), QStringLiteral("up"), QStringLiteral("-d")};
     case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
     // Several children: see moveVolumeData.
     case Kind::BackupVolume:
@@ -253,11 +254,24 @@ ResolvedProject CliEngine::composeProject(const QString &dir) const
     return Docker::parseComposeConfig(Docker::run({"compose", "config", "--format", "json"}, std::nullopt, dir), dir);
 }
 
-void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
+void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const
 {
-    if (action.kind == EngineAction::Kind::BackupVolume || action.kind == EngineAction::Kind::RestoreVolume)
-        return moveVolumeData(action, runtime);
-    Docker::run(arguments(action), runtime, action.dir, Docker::Wait::untilDone());
+    using Kind = EngineAction::Kind;
+    switch (action.kind) {
+    case Kind::BackupVolume:
+    case Kind::RestoreVolume:
+        return moveVolumeData(action, runtime, watch);
+    // A pull draws its byte counts only on a terminal; on a pipe it tells layers alone.
+    case Kind::Pull:
+        return Docker::follow(arguments(action), runtime, action.dir, watch, true, [](QStringView) { return false; });
+    // Compose writes its progress and its failure to standard error alike.
+    case Kind::ComposeUp:
+        return Docker::follow(arguments(action), runtime, action.dir, watch, false, [project = ComposeProgress()](QStringView line) mutable {
+            return Docker::readCompose(project, line, QString());
+        });
+    default:
+        Docker::run(arguments(action), runtime, action.dir, Docker::Wait{std::nullopt, watch.cancel, {}});
+    }
 }
 
 // A volume's content moves through a helper container that is created, never started, with
@@ -265,7 +279,7 @@ void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime) c
 // file, whatever the engine runs on. Any image on the engine will do for the helper, since
 // nothing in it runs. A backup is written beside its file and renamed into place when
 // whole, so a failed one leaves no partial archive under the chosen name.
-void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &runtime) const
+void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const
 {
     const bool backup = action.kind == EngineAction::Kind::BackupVolume;
     const QString volume = action.targets.value(0), file = action.argument;
@@ -292,10 +306,18 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
     if (!backup && !volumeEmpty(helper, runtime))
         throw DockerError(QStringLiteral("%1 already holds files, and a restore fills only an empty volume, so that nothing is "
                                          "overwritten. Restore into a new or empty volume.").arg(volume));
-    if (backup)
-        Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial);
-    else
-        Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {});
+    if (backup) {
+        // The archive is a little larger than the data; the size is what there is to tell.
+        qint64 size = 0;
+        for (const DockerVolume &v : volumes(runtime)) {
+            if (v.name == volume)
+                size = volumeSize(v).value_or(0);
+        }
+        Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial, watch, size);
+    } else {
+        Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {},
+                         watch, QFileInfo(file).size());
+    }
     if (backup && ((QFile::exists(file) && !QFile::remove(file)) || !QFile::rename(partial, file)))
         throw DockerError(QStringLiteral("Cannot write %1").arg(file));
 }

@@ -26,7 +26,8 @@ public:
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
-    void perform(const EngineAction &action, const OptRuntime &runtime) const override;
+    using Engine::perform;
+    void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const override;
     ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;
     ToolVersion clientVersion() const override;
     ToolVersion composeVersion() const override;
@@ -36,7 +37,7 @@ public:
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
-    void moveVolumeData(const EngineAction &action, const OptRuntime &runtime) const;
+    void moveVolumeData(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const;
 
     struct Listings;
     std::unique_ptr<Listings> m_last;

@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 
 class QProcess;
@@ -27,6 +28,8 @@ using Dir = std::optional<QString>;
 struct Wait {
     std::optional<std::chrono::milliseconds> deadline;
     std::shared_ptr<const std::atomic_bool> cancelled;
+    // Called every tenth of a second while the child runs.
+    std::function<void()> tick;
     static Wait query();
     static Wait untilDone() { return {}; }
 };
@@ -50,8 +53,15 @@ QByteArray runBytes(const QStringList &args, const OptRuntime &runtime = {}, con
 QString run(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
 // Runs a user's action with standard input read from input and standard output written to
 // output (either may be empty: the null device, a pipe), so bulk data never passes through
-// Korvat. Throws as run does.
-void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output);
+// Korvat; the bytes moved of total are told to watch.moved as they go. Throws as run does.
+void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output,
+              const Watch &watch = {}, qint64 total = 0);
+// Runs a user's action and hands each line its output draws to watch.line as it comes,
+// until it ends or watch.cancel is set. With a terminal, standard output is a
+// pseudo-terminal: the client then draws byte counts, as it does for a person. Throws as
+// run does, with the lines of standard error that isProgress does not claim as the message.
+void follow(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Watch &watch, bool terminal,
+            const std::function<bool(QStringView)> &isProgress);
 // Never fails: status -1 with the launch error or the timeout when there is no status.
 Captured capture(const QStringList &args, const OptRuntime &runtime = {}, const Dir &dir = {}, const Wait &wait = Wait::query());
 

@@ -7,18 +7,32 @@
 #include "engineaction.h"
 #include "enginestream.h"
 #include "logsource.h"
+#include "progress.h"
 #include "runtime.h"
 
 #include <QList>
 #include <QMap>
 #include <QProcessEnvironment>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
 using OptRuntime = std::optional<Runtime>;
 // Set by the caller to end a long operation early; what it started is ended with it.
 using Cancel = std::shared_ptr<const std::atomic_bool>;
+
+// How a long action tells how far it got, and how it is stopped. The callbacks run on the
+// action's own worker thread as soon as the CLI prints.
+struct Watch {
+    // Ends the action's child; what it had done stays done. The action then fails with
+    // "cancelled".
+    Cancel cancel;
+    // Each line of the CLI's progress output: a pull's, compose up's.
+    std::function<void(const QString &line)> line;
+    // A volume's data moved so far, a few times a second.
+    std::function<void(const Transferred &moved)> moved;
+};
 
 struct RuntimeList {
     QList<RuntimeEntry> list;
@@ -92,7 +106,8 @@ public:
 
     // Queries (every call but perform and exec) end after a deadline, failing with a message
     // that says so; perform and exec run until they finish or, for exec, are cancelled.
-    virtual void perform(const EngineAction &action, const OptRuntime &runtime) const = 0;
+    virtual void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const = 0;
+    void perform(const EngineAction &action, const OptRuntime &runtime) const { perform(action, runtime, Watch{}); }
     virtual ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const = 0;
 
     virtual ToolVersion clientVersion() const = 0;

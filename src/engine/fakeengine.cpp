@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTimer>
 
+#include <climits>
+
 // ---- FakeStream ----------------------------------------------------------------------------
 
 void FakeStream::start()
@@ -213,11 +215,14 @@ QString FakeEngine::keyOf(const OptRuntime &runtime) const
     return m_holdings.contains(name) ? name : QString();
 }
 
-void FakeEngine::enter(Call call, const OptRuntime &runtime) const
+void FakeEngine::enter(Call call, const OptRuntime &runtime, const Cancel &cancel) const
 {
     ++m_calls[call];
-    while (m_held.contains(int(call)))
-        m_released.wait(&m_mutex);
+    while (m_held.contains(int(call))) {
+        if (cancel && *cancel)
+            throw DockerError(QStringLiteral("cancelled"));
+        m_released.wait(&m_mutex, cancel ? 10 : ULONG_MAX);
+    }
     const auto failure = m_failures.constFind({call, runtime ? runtime->name : QStringLiteral("*")});
     if (failure != m_failures.cend())
         throw DockerError(*failure);
@@ -323,11 +328,28 @@ ResolvedProject FakeEngine::composeProject(const QString &dir) const
     return *it;
 }
 
-void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime) const
+void FakeEngine::setProgress(EngineAction::Kind kind, const QStringList &lines)
+{
+    QMutexLocker lock(&m_mutex);
+    m_progress.insert(kind, lines);
+}
+
+void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const
 {
     QMutexLocker lock(&m_mutex);
     m_performed.append(action);
-    enter(Call::Action, runtime);
+    // Told before a held action waits, as a real child prints before it is stopped.
+    const QStringList lines = m_progress.value(action.kind);
+    const qint64 size = m_holdings[keyOf(runtime)].sizes.value(action.targets.value(0));
+    lock.unlock();
+    if (watch.line) {
+        for (const QString &line : lines)
+            watch.line(line);
+    }
+    if (watch.moved && (action.kind == EngineAction::Kind::BackupVolume || action.kind == EngineAction::Kind::RestoreVolume))
+        watch.moved({size / 2, size});
+    lock.relock();
+    enter(Call::Action, runtime, watch.cancel);
     apply(action, m_holdings[keyOf(runtime)]);
 }
 

@@ -73,6 +73,9 @@ public:
     void setExec(std::function<ExecResult(const QString &containerId, const QString &command)> answer);
     // What every log stream made from now on has written when it starts.
     void setLogOutput(const QByteArray &output);
+    // The progress lines an action of the kind prints before it is held or carried out; a
+    // backup or restore tells half its volume's size moved.
+    void setProgress(EngineAction::Kind kind, const QStringList &lines);
 
     int calls(Call call) const;
     QList<EngineAction> performed() const;
@@ -94,7 +97,8 @@ public:
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
-    void perform(const EngineAction &action, const OptRuntime &runtime) const override;
+    using Engine::perform;
+    void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const override;
     ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;
     ToolVersion clientVersion() const override;
     ToolVersion composeVersion() const override;
@@ -105,7 +109,8 @@ public:
 
 private:
     // Counts the call, waits while it is held, throws its failure. Locks m_mutex.
-    void enter(Call call, const OptRuntime &runtime) const;
+    // A held call given a cancel flag fails with "cancelled" once it is set.
+    void enter(Call call, const OptRuntime &runtime, const Cancel &cancel = {}) const;
     QString keyOf(const OptRuntime &runtime) const;
     void apply(const EngineAction &action, Holdings &holdings) const;
 
@@ -122,6 +127,7 @@ private:
     mutable QList<EngineAction> m_performed;
     std::function<ExecResult(const QString &, const QString &)> m_exec;
     QByteArray m_logOutput;
+    QMap<EngineAction::Kind, QStringList> m_progress;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
     mutable QList<std::pair<QPointer<FakeStream>, QStringList>> m_usageStreams;

@@ -9,6 +9,14 @@
 #include <QDeadlineTimer>
 #include <QStringDecoder>
 
+#include <QFile>
+#include <QFileInfo>
+#include <QScopeGuard>
+
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
 #include <unistd.h>
 
 namespace Docker {
@@ -108,13 +116,15 @@ Ended runToEnd(QProcess &child, const Wait &wait, const QString &input)
     QDeadlineTimer deadline = wait.deadline ? QDeadlineTimer(*wait.deadline) : QDeadlineTimer(QDeadlineTimer::Forever);
     // A cancellable wait looks at its flag a few times a second; others sleep to the deadline.
     while (child.state() != QProcess::NotRunning) {
-        qint64 slice = wait.cancelled ? 100 : -1;
+        qint64 slice = wait.cancelled || wait.tick ? 100 : -1;
         if (!deadline.isForever()) {
             const qint64 left = std::max<qint64>(deadline.remainingTime(), 1);
             slice = slice < 0 ? left : std::min(slice, left);
         }
         if (child.waitForFinished(int(slice)))
             break;
+        if (wait.tick)
+            wait.tick();
         if (wait.cancelled && *wait.cancelled) {
             ChildProcess::kill(child);
             return Ended::Cancelled;
@@ -165,13 +175,113 @@ QByteArray runBytes(const QStringList &args, const OptRuntime &runtime, const Di
     return finish(*child, ended, args, wait);
 }
 
-void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output)
+namespace {
+// How far the child has read its standard input: the kernel keeps the file's offset.
+qint64 inputOffset(const QProcess &child)
+{
+    QFile info(QStringLiteral("/proc/%1/fdinfo/0").arg(child.processId()));
+    if (!info.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray text = info.readAll();
+    const qsizetype at = text.indexOf("pos:");
+    return at < 0 ? 0 : text.mid(at + 4, text.indexOf('\n', at) - at - 4).trimmed().toLongLong();
+}
+}
+
+void transfer(const QStringList &args, const OptRuntime &runtime, const QString &input, const QString &output,
+              const Watch &watch, qint64 total)
 {
     auto child = process(args, runtime);
     if (!output.isEmpty())
         child->setStandardOutputFile(output, QIODevice::Truncate);
-    const Ended ended = runToEnd(*child, Wait::untilDone(), input);
-    finish(*child, ended, args, Wait::untilDone());
+    Wait wait{std::nullopt, watch.cancel, {}};
+    const auto moved = [&] {
+        return output.isEmpty() ? inputOffset(*child) : QFileInfo(output).size();
+    };
+    if (watch.moved)
+        wait.tick = [&] { watch.moved({moved(), total}); };
+    const Ended ended = runToEnd(*child, wait, input);
+    finish(*child, ended, args, wait);
+    if (watch.moved)
+        watch.moved({output.isEmpty() ? QFileInfo(input).size() : QFileInfo(output).size(), total});
+}
+
+void follow(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Watch &watch, bool terminal,
+            const std::function<bool(QStringView)> &isProgress)
+{
+    auto child = process(args, runtime, dir);
+    child->setStandardInputFile(QProcess::nullDevice());
+    int master = -1;
+    int slave = -1;
+    if (terminal) {
+        // Wide enough that no progress line wraps.
+        winsize size{50, 200, 0, 0};
+        if (::openpty(&master, &slave, nullptr, nullptr, &size) != 0)
+            throw DockerError(QStringLiteral("Could not open a terminal for docker: %1").arg(QString::fromLocal8Bit(std::strerror(errno))));
+        ::fcntl(master, F_SETFL, ::fcntl(master, F_GETFL) | O_NONBLOCK);
+        ::fcntl(master, F_SETFD, FD_CLOEXEC);
+        child->setStandardOutputFile(QProcess::nullDevice());
+        ChildProcess::prepare(*child, SIGTERM, slave);
+    }
+    const auto closeMaster = qScopeGuard([&] {
+        if (master >= 0)
+            ::close(master);
+        if (slave >= 0)
+            ::close(slave);
+    });
+    DrawnLines out, err;
+    QStringList message;
+    const auto hand = [&](const QStringList &lines, bool fromError) {
+        for (const QString &line : lines) {
+            if (watch.line)
+                watch.line(line);
+            if (fromError && !isProgress(line))
+                message << line.trimmed();
+        }
+    };
+    const auto readMaster = [&] {
+        char buffer[4096];
+        for (;;) {
+            const ssize_t n = ::read(master, buffer, sizeof buffer);
+            if (n <= 0)
+                return;
+            hand(out.feed(QByteArrayView(buffer, n)), false);
+        }
+    };
+    child->start();
+    if (!child->waitForStarted(-1))
+        throw DockerError(child->errorString());
+    if (slave >= 0) {
+        ::close(slave);
+        slave = -1;
+    }
+    while (child->state() != QProcess::NotRunning) {
+        if (terminal) {
+            pollfd ready{master, POLLIN, 0};
+            ::poll(&ready, 1, 40);
+            readMaster();
+            child->waitForFinished(0);
+        } else {
+            child->waitForFinished(40);
+            hand(out.feed(child->readAllStandardOutput()), false);
+        }
+        hand(err.feed(child->readAllStandardError()), true);
+        if (watch.cancel && *watch.cancel) {
+            ChildProcess::kill(*child);
+            throw DockerError(QStringLiteral("cancelled"));
+        }
+    }
+    if (terminal)
+        readMaster();
+    else
+        hand(out.feed(child->readAllStandardOutput()), false);
+    hand(out.finish(), false);
+    hand(err.feed(child->readAllStandardError()), true);
+    hand(err.finish(), true);
+    if (child->exitCode() != 0) {
+        message.removeAll(QString());
+        throw DockerError(message.isEmpty() ? QStringLiteral("docker exited %1").arg(child->exitCode()) : message.join(u'\n'));
+    }
 }
 
 QString run(const QStringList &args, const OptRuntime &runtime, const Dir &dir, const Wait &wait)

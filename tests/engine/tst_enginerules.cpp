@@ -4,6 +4,7 @@
 #include "docker.h"
 #include "testsupport.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -391,6 +392,72 @@ private slots:
         QCOMPARE(Docker::parseByteSize(u"512kB"), 512'000);
         QCOMPARE(Docker::parseByteSize(u"12 parsecs"), std::nullopt);
         QCOMPARE(Docker::parseByteSize(u"-3B"), std::nullopt);
+    }
+
+    // Pulls as the 28.2 client printed them from a local registry: on a pipe, on a terminal
+    // (fed in small pieces, so redraw sequences arrive cut), and through compose 2.26.
+    void pullProgress_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<int>("toFetch");
+        QTest::addColumn<int>("done");
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<bool>("upToDate");
+        const qint64 layer = 3'147'000;
+        QTest::newRow("fresh layers, on a pipe") << "pull-fresh.txt" << 4 << 4 << qint64(0) << false;
+        QTest::newRow("layers already present") << "pull-partial.txt" << 2 << 2 << qint64(0) << false;
+        QTest::newRow("on a terminal, with bytes") << "pull-terminal.txt" << 4 << 4 << 4 * layer << false;
+        QTest::newRow("image up to date") << "pull-present.txt" << 0 << 0 << qint64(0) << true;
+        QTest::newRow("missing tag") << "pull-missing.txt" << 0 << 0 << qint64(0) << false;
+        QTest::newRow("inside compose up") << "up.txt" << 4 << 4 << 4 * layer << false;
+    }
+    void pullProgress()
+    {
+        QFETCH(QString, file);
+        QFile f(QStringLiteral(KORVAT_FIXTURES "/progress/") + file);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray output = f.readAll();
+        Docker::DrawnLines drawn;
+        PullProgress progress;
+        QStringList lines;
+        for (qsizetype at = 0; at < output.size(); at += 7)
+            lines << drawn.feed(QByteArrayView(output).sliced(at, std::min<qsizetype>(7, output.size() - at)));
+        lines << drawn.finish();
+        for (const QString &line : lines) {
+            const PullProgress before = progress;
+            Docker::readPull(progress, line);
+            QVERIFY2(progress.done() >= before.done() && progress.fraction() >= before.fraction(), qPrintable(line));
+        }
+        QTEST(progress.toFetch(), "toFetch");
+        QTEST(progress.done(), "done");
+        QTEST(progress.bytesTotal(), "bytes");
+        QTEST(progress.upToDate, "upToDate");
+        QCOMPARE(progress.bytesDone(), progress.bytesTotal());
+        QCOMPARE(progress.fraction(), progress.toFetch() > 0 || progress.upToDate ? 1.0 : 0.0);
+    }
+    void composeProgress()
+    {
+        using Phase = ServiceProgress::Phase;
+        const auto read = [](const QString &file, QStringList *unread) {
+            QFile f(QStringLiteral(KORVAT_FIXTURES "/progress/") + file);
+            f.open(QIODevice::ReadOnly);
+            ComposeProgress progress;
+            for (const QString &line : Docker::utf8(f.readAll()).split(u'\n', Qt::SkipEmptyParts)) {
+                if (!Docker::readCompose(progress, line, QStringLiteral("cproj")))
+                    *unread << line;
+            }
+            return progress;
+        };
+        QStringList unread;
+        const ComposeProgress up = read(QStringLiteral("up.txt"), &unread);
+        QCOMPARE(up.services, (QList<ServiceProgress>{{"web", Phase::Started, {}}, {"db", Phase::Started, {}}}));
+        QCOMPARE(unread, QStringList());
+        const ComposeProgress failing = read(QStringLiteral("up-failing.txt"), &unread);
+        QCOMPARE(failing.services, (QList<ServiceProgress>{
+                                       {"worker", Phase::Failed, "manifest for 127.0.0.1:5055/layers:nope not found: manifest unknown: manifest unknown"}}));
+        // What is left is the failure compose ends with.
+        QCOMPARE(unread.size(), 1);
+        QVERIFY(unread[0].startsWith(QLatin1String("Error response from daemon")));
     }
 
     // Each change leaves the row as the next listing will show it, so that listing changes nothing.
