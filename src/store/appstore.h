@@ -5,6 +5,7 @@
 #include "engine.h"
 #include "enginestate.h"
 #include "failurewatch.h"
+#include "longwork.h"
 #include "projectmemory.h"
 #include "refreshscheduler.h"
 #include "teardownplan.h"
@@ -68,6 +69,8 @@ public:
     FailureWatch &failures() { return m_failures; }
     // Machine use of the containers a view shows; the window shows, the panel does not.
     UsageWatch &usage() { return m_usage; }
+    // The long actions under way: pulls, compose up, deletions, backups and restores.
+    LongWork &work() { return m_work; }
     const RefreshScheduler &scheduler() const { return m_scheduler; }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
@@ -113,8 +116,6 @@ public:
     void restore(const DockerVolume &volume, const QString &file);
     // A backup, then the volume's removal only when the backup is whole.
     QCoro::Task<> backUpAndRemove(QString volume, QString file);
-    // One backup, awaited: what went wrong, or nothing. It leaves the banners to the caller.
-    QCoro::Task<std::optional<QString>> backUpNow(QString volume, QString file);
 
     // Coroutines take their arguments by value: a caller's object may be gone when they resume.
     QCoro::Task<> up(ComposeProject project);
@@ -126,7 +127,15 @@ public:
     QCoro::Task<std::optional<QString>> relocate(ComposeProject project, QString dir);
 
     QCoro::Task<TeardownPlan> teardownPlan(ComposeProject project);
-    QCoro::Task<> deleteProject(TeardownPlan plan, bool trashDirectory);
+    // Runs the plan's steps under the work id, a Deletion begun by the caller: with a backup
+    // folder, every removable volume is backed up first, and a failed backup removes
+    // nothing. Stopped, it ends after the step under way. Returns the failed backup's
+    // message, if one failed.
+    QCoro::Task<std::optional<QString>> deleteProject(TeardownPlan plan, bool trashDirectory, QString backupFolder = {}, int workId = 0);
+    // The steps deleteProject runs for the plan.
+    static QList<DeletionStep> deletionSteps(const TeardownPlan &plan, bool trashDirectory, const QString &backupFolder);
+    // The archive each volume goes to: "shop_data 2026-11-23 1657.tar" in the folder.
+    static QString backupFile(const QString &folder, const QString &volume, const QDateTime &at);
 
     // Docker children mostly wait, so they get a pool wider than the cores. Everything on it
     // ends at a deadline.
@@ -164,8 +173,11 @@ private:
     // expected name, only when the directory holds that project.
     QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
     void act(const EngineAction &action);
-    QFuture<std::optional<QString>> attempt(const EngineAction &action) const;
-    QCoro::Task<> perform(EngineAction action);
+    QFuture<std::optional<QString>> attempt(const EngineAction &action, Watch watch = {}) const;
+    // A compose action names its project, for what its progress says.
+    QCoro::Task<> perform(EngineAction action, QString project = {});
+    // The services the project was last seen with, where it is known.
+    QStringList servicesOf(const QString &project) const;
     QCoro::Task<> pollOnce();
     QCoro::Task<> reread(Listings lists, bool afterHandover);
     QCoro::Task<> fetchAndApply(Listings lists, bool afterHandover);
@@ -180,6 +192,7 @@ private:
     DirectoryChecks m_directories;
     FailureWatch m_failures;
     UsageWatch m_usage;
+    LongWork m_work;
     QString m_filter;
     bool m_started = false;
     // Changes the event stream told of, each with the number of listings begun before it:

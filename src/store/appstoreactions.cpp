@@ -1,5 +1,7 @@
 #include "appstore.h"
 
+#include "worktext.h"
+
 #include <QCoroFuture>
 #include <QtConcurrent>
 
@@ -11,11 +13,11 @@ void AppStore::act(const EngineAction &action)
 }
 
 // The action on an action worker: what went wrong, or nothing.
-QFuture<std::optional<QString>> AppStore::attempt(const EngineAction &action) const
+QFuture<std::optional<QString>> AppStore::attempt(const EngineAction &action, Watch watch) const
 {
-    return QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime = runtime()]() -> std::optional<QString> {
+    return QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime = runtime(), watch]() -> std::optional<QString> {
         try {
-            engine->perform(action, runtime);
+            engine->perform(action, runtime, watch);
             return std::nullopt;
         } catch (const DockerError &e) {
             return e.message();
@@ -23,17 +25,49 @@ QFuture<std::optional<QString>> AppStore::attempt(const EngineAction &action) co
     });
 }
 
-QCoro::Task<> AppStore::perform(EngineAction action)
+namespace {
+std::optional<Work::Kind> longWork(EngineAction::Kind kind)
+{
+    switch (kind) {
+    case EngineAction::Kind::Pull: return Work::Kind::Pull;
+    case EngineAction::Kind::ComposeUp: return Work::Kind::Up;
+    case EngineAction::Kind::BackupVolume: return Work::Kind::Backup;
+    case EngineAction::Kind::RestoreVolume: return Work::Kind::Restore;
+    default: return std::nullopt;
+    }
+}
+
+QString subjectOf(const EngineAction &action, const QString &project)
+{
+    if (action.kind == EngineAction::Kind::Pull)
+        return action.argument;
+    return action.dir ? project : action.targets.value(0);
+}
+}
+
+QCoro::Task<> AppStore::perform(EngineAction action, QString project)
 {
     QPointer<AppStore> self(this);
     m_state.setBusy(true);
+    // Long actions show how far they got and can be stopped.
+    const auto kind = longWork(action.kind);
+    const int id = kind ? m_work.begin(*kind, subjectOf(action, project)) : 0;
+    const Watch watch = kind ? m_work.watch(id, action.dir ? project : QString()) : Watch{};
     // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-    auto future = attempt(action);
+    auto future = attempt(action, watch);
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
-    m_state.setError(failure);
-    if (!failure && action.kind == EngineAction::Kind::BackupVolume)
+    const bool stopped = id && m_work.stopped(id);
+    if (id) {
+        if (stopped)
+            m_state.setNotice(WorkText::stopped(*m_work.find(id), servicesOf(project)));
+        m_work.end(id);
+    }
+    m_state.setError(stopped ? std::nullopt : failure);
+    if (stopped) {
+        // Said above.
+    } else if (!failure && action.kind == EngineAction::Kind::BackupVolume)
         m_state.setNotice(QStringLiteral("Backed up %1 to %2").arg(action.targets.value(0), action.argument));
     else if (!failure && action.kind == EngineAction::Kind::RestoreVolume)
         m_state.setNotice(QStringLiteral("Restored %1 from %2").arg(action.targets.value(0), action.argument));
@@ -56,21 +90,22 @@ void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
 void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
 void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
 void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
-QCoro::Task<std::optional<QString>> AppStore::backUpNow(QString volume, QString file)
-{
-    auto future = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file));
-    co_return co_await future;
-}
-
 QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
 {
     QPointer<AppStore> self(this);
     m_state.setBusy(true);
-    auto backup = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file));
+    const int id = m_work.begin(Work::Kind::Backup, volume);
+    auto backup = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file), m_work.watch(id));
     const std::optional<QString> backupFailure = co_await backup;
     if (!self)
         co_return;
-    if (backupFailure) {
+    const bool stopped = m_work.stopped(id);
+    if (stopped)
+        m_state.setNotice(WorkText::stopped(*m_work.find(id)) + QStringLiteral(", and nothing was removed"));
+    m_work.end(id);
+    if (stopped) {
+        // Said above.
+    } else if (backupFailure) {
         m_state.setError(QStringLiteral("Nothing was removed: the backup of %1 failed: %2").arg(volume, *backupFailure));
     } else {
         auto removal = attempt(EngineAction::on(Kind::RemoveVolume, {volume}));
@@ -118,7 +153,7 @@ QCoro::Task<> AppStore::up(ComposeProject project)
         co_return;
     }
     m_state.setNotice(check.warning);
-    co_await perform(EngineAction::compose(Kind::ComposeUp, dir));
+    co_await perform(EngineAction::compose(Kind::ComposeUp, dir), project.name);
 }
 
 QCoro::Task<> AppStore::down(ComposeProject project)
@@ -140,6 +175,15 @@ QStringList ids(const ComposeProject &project)
 
 void AppStore::startAll(const ComposeProject &project) { act(EngineAction::on(Kind::Start, ids(project))); }
 void AppStore::stopAll(const ComposeProject &project) { act(EngineAction::on(Kind::Stop, ids(project))); }
+
+QStringList AppStore::servicesOf(const QString &project) const
+{
+    for (const KnownProject &known : registry().projects(runtimeKey())) {
+        if (known.name == project)
+            return known.services;
+    }
+    return {};
+}
 
 void AppStore::forget(const ComposeProject &project)
 {

@@ -2,6 +2,7 @@
 #include "cliengine.h"
 #include "docker.h"
 #include "storesupport.h"
+#include "worktext.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -209,6 +210,46 @@ private slots:
         QCoro::waitFor(st->down(shop));
         QCOMPARE(busy.size(), 0);
         QCOMPARE(m_engine->performed().size(), 2);
+    }
+
+    // A long action's progress reaches the work list as the CLI prints it; stopped, the
+    // child ends and the banner says how far it got, not that it failed.
+    void longWorkReportsAndStops_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QStringList>("lines");
+        QTest::addColumn<QString>("detail");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("pull") << int(Kind::Pull)
+                              << QStringList{"1: Pulling from layers", "36ddaf6ec3db: Already exists", "d6dbecfd0472: Pulling fs layer",
+                                             "12ce55c3dd3c: Downloading [=>   ]  1.5MB/3MB", "d6dbecfd0472: Pull complete"}
+                              << "1 of 2 layers · 1.5 MB of 3.0 MB" << "Stopped after 1 of 2 layers";
+        QTest::newRow("compose up") << int(Kind::ComposeUp)
+                                    << QStringList{" worker Pulling", " Container shop-web-1  Started", " Container shop-db-1  Created"}
+                                    << "1 of 3 started" << "Up stopped: web started, db created, worker not created";
+    }
+    void longWorkReportsAndStops()
+    {
+        QFETCH(int, kind);
+        QFETCH(QStringList, lines);
+        auto st = store();
+        const QString dir = composeDir("shop");
+        m_engine->setComposeCheck(dir, ComposeCheck::makeValid({}));
+        m_engine->setProgress(Kind(kind), lines);
+        m_engine->hold(Call::Action);
+        if (Kind(kind) == Kind::Pull)
+            st->pull("127.0.0.1:5055/layers:1");
+        else
+            st->up({"shop", dir, {}, 0});
+        QTRY_COMPARE(st->work().list().size(), 1);
+        QFETCH(QString, detail);
+        QTRY_COMPARE(WorkText::detail(st->work().list().first()), detail);
+        st->work().stop(st->work().list().first().id);
+        QTRY_VERIFY(st->work().list().isEmpty());
+        QTEST(st->noticeText(), "said");
+        QCOMPARE(st->error(), std::nullopt);
+        m_engine->release(Call::Action);
+        QVERIFY(settle(*st));
     }
 
     // The disk is read on a thread of its own; the store keeps what it said and reads again
@@ -495,6 +536,28 @@ private slots:
                                       + m_tmp.filePath("vanished") + " to the trash: it no longer exists.");
         QCOMPARE(m_engine->performed(), (QList<EngineAction>{EngineAction::on(Kind::Remove, {"gone-web-1"}),
                                                               EngineAction::on(Kind::RemoveVolume, {"gone_data"})}));
+    }
+
+    // Stopped while the containers go, the deletion ends after them: the volumes stay, the
+    // directory stays, and the project is still known.
+    void aDeletionStopsBetweenSteps()
+    {
+        const QString dir = composeDir("shop");
+        auto st = store();
+        QCoro::waitFor(st->addProject(dir));
+        m_engine->hold(Call::Action);
+        const TeardownPlan plan{"shop", {"shop-web-1"}, {{"shop_data", {}, std::nullopt, {}}, {"shop_cache", {}, std::nullopt, {}}}, std::nullopt};
+        const int id = st->work().begin(Work::Kind::Deletion, "shop");
+        auto deletion = st->deleteProject(plan, false, {}, id);
+        QTRY_COMPARE(m_engine->performed().size(), 1);
+        st->work().stop(id);
+        m_engine->release(Call::Action);
+        QCOMPARE(QCoro::waitFor(deletion), std::nullopt);
+        QCOMPARE(m_engine->performed(), QList<EngineAction>{EngineAction::on(Kind::Remove, {"shop-web-1"})});
+        QCOMPARE(st->noticeText(), "Deletion stopped after 1 of 3 steps");
+        QCOMPARE(st->error(), std::nullopt);
+        QVERIFY(st->registry().knows("shop", "default"));
+        QVERIFY(st->work().list().isEmpty());
     }
 };
 

@@ -100,6 +100,19 @@ void ProjectModel::setUsage(UsageWatch *usage)
         child->setUsage(usage);
 }
 
+void ProjectModel::setWork(WorkModel *ups)
+{
+    m_ups = ups;
+    // A handful of cards: each is told, and only the one whose up changed redraws.
+    const auto changed = [this] {
+        if (!m_rows.isEmpty())
+            emit dataChanged(index(0), index(int(m_rows.size()) - 1), {WorkRole});
+    };
+    connect(ups, &QAbstractItemModel::dataChanged, this, changed);
+    connect(ups, &QAbstractItemModel::rowsInserted, this, changed);
+    connect(ups, &QAbstractItemModel::rowsRemoved, this, changed);
+}
+
 void ProjectModel::usageSampled(const QSet<QString> &containerIds)
 {
     for (int i = 0; i < m_rows.size(); ++i) {
@@ -148,6 +161,8 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         }
         return UsageText::line(UsageText::sum(parts));
     }
+    case WorkRole:
+        return m_ups && !r.loose ? m_ups->of(p.name) : QVariantMap();
     }
     return {};
 }
@@ -158,5 +173,5 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
-            {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}};
+            {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"}};
 }

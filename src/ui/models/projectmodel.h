@@ -3,6 +3,7 @@
 #include "composeproject.h"
 #include "containermodel.h"
 #include "keyedlistmodel.h"
+#include "workmodel.h"
 #include "projectcard.h"
 #include "projectdirectory.h"
 
@@ -48,6 +49,8 @@ public:
         MutedRole,
         // Its running containers' machine use added up, as far as their rows read it.
         UsageRole,
+        // Its compose up under way: the WorkModel row, empty when none is.
+        WorkRole,
     };
     Q_ENUM(Role)
 
@@ -61,6 +64,7 @@ public:
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     void setUsage(UsageWatch *usage);
+    void setWork(WorkModel *ups);
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
@@ -77,6 +81,7 @@ private:
 
     QHash<QString, ContainerModel *> m_children;
     QPointer<UsageWatch> m_usage;
+    QPointer<WorkModel> m_ups;
     std::optional<Runtime> m_runtime;
     QString m_endpoint;
 };

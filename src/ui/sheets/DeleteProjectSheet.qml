@@ -241,9 +241,35 @@ Sheet {
                 onClicked: sheet.deletion.trashDirectory = !sheet.deletion.trashDirectory
             }
         }
+        Section {
+            objectName: "stepsSection"
+            visible: sheet.deletion !== null && sheet.deletion.steps.length > 0
+            title: "Progress"
+            detail: sheet.deletion ? sheet.deletion.progress : ""
+
+            Repeater {
+                model: sheet.deletion ? sheet.deletion.steps : []
+
+                Row {
+                    required property var modelData
+                    readonly property var tints: ({
+                            "pending": Theme.muted,
+                            "running": Theme.ion,
+                            "done": Theme.success,
+                            "failed": Theme.danger,
+                            "skipped": Theme.muted
+                        })
+
+                    icon: modelData.icon
+                    tint: tints[modelData.state]
+                    title: modelData.text
+                    trailing: modelData.failure
+                }
+            }
+        }
         Text {
             Layout.fillWidth: true
-            visible: sheet.deletion !== null && sheet.deletion.planned
+            visible: sheet.deletion !== null && sheet.deletion.planned && sheet.deletion.steps.length === 0
             text: "Bind-mounted directories and images are not touched."
             color: Theme.muted
             font: Theme.varied("Inter", 400, 12)
@@ -265,9 +291,13 @@ Sheet {
                 Layout.fillWidth: true
             }
             KorButton {
-                text: "Cancel"
-                enabled: sheet.deletion === null || !sheet.deletion.working
-                onClicked: sheet.close()
+                objectName: "cancelOrStop"
+                readonly property bool working: sheet.deletion !== null && sheet.deletion.working
+
+                text: working ? "Stop" : "Cancel"
+                detail: working ? "Ends the deletion once the step under way is done" : ""
+                enabled: !working || !sheet.deletion.stopping
+                onClicked: working ? sheet.deletion.stop() : sheet.close()
             }
             KorButton {
                 objectName: "deleteButton"

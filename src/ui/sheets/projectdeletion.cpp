@@ -1,6 +1,7 @@
 #include "projectdeletion.h"
 
 #include "appstore.h"
+#include "worktext.h"
 
 #include <QVariantMap>
 
@@ -90,9 +91,35 @@ QString ProjectDeletion::backupLine() const
     return m_backupFolder.isEmpty() ? QString() : QStringLiteral("Each volume is saved to ") + m_backupFolder + QStringLiteral(" before anything is removed.");
 }
 
-QString ProjectDeletion::backupFile(const QString &folder, const QString &volume, const QDateTime &at)
+QVariantList ProjectDeletion::steps() const
 {
-    return folder + u'/' + volume + at.toString(QStringLiteral(" yyyy-MM-dd HHmm")) + QStringLiteral(".tar");
+    static const char *const states[] = {"pending", "running", "done", "failed", "skipped"};
+    static const char *const icons[] = {"circle", "arrow.triangle.2.circlepath", "checkmark", "exclamationmark.circle", "minus.circle"};
+    QVariantList list;
+    if (!m_work)
+        return list;
+    for (const DeletionStep &step : m_work->steps) {
+        list.append(QVariantMap{{QStringLiteral("text"), WorkText::stepText(step)},
+                                {QStringLiteral("state"), QString::fromLatin1(states[int(step.state)])},
+                                {QStringLiteral("icon"), QString::fromLatin1(icons[int(step.state)])},
+                                {QStringLiteral("failure"), step.failure}});
+    }
+    return list;
+}
+
+QString ProjectDeletion::progress() const
+{
+    if (!m_work)
+        return {};
+    return m_work->stopping ? QStringLiteral("Stopping after this step…") : WorkText::detail(*m_work);
+}
+
+bool ProjectDeletion::stopping() const { return m_work && m_work->stopping; }
+
+void ProjectDeletion::stop()
+{
+    if (m_store && m_workId)
+        m_store->work().stop(m_workId);
 }
 
 void ProjectDeletion::start()
@@ -116,34 +143,32 @@ void ProjectDeletion::confirm()
         return;
     m_working = true;
     m_backupProblem.clear();
+    LongWork &work = m_store->work();
+    m_workId = work.begin(Work::Kind::Deletion, m_project.name);
+    connect(&work, &LongWork::changed, this, [this](int id) {
+        if (id != m_workId || !m_store)
+            return;
+        m_work = *m_store->work().find(id);
+        emit stepsChanged();
+    });
     emit backupChanged();
     emit workingChanged();
-    [](QPointer<ProjectDeletion> self, QPointer<AppStore> store, TeardownPlan plan, bool trash, QString folder) -> QCoro::Task<> {
-        // Every backup first; one that fails stops the deletion before anything goes.
-        const QDateTime at = QDateTime::currentDateTime();
-        for (const VolumeUse &v : plan.removable()) {
-            if (folder.isEmpty() || !store)
-                break;
-            auto backingUp = store->backUpNow(v.name, backupFile(folder, v.name, at));
-            const std::optional<QString> problem = co_await backingUp;
-            if (!self)
-                co_return;
-            if (problem) {
-                self->m_backupProblem = QStringLiteral("the backup of %1 failed: %2").arg(v.name, *problem);
-                self->m_working = false;
-                emit self->backupChanged();
-                emit self->workingChanged();
-                co_return;
-            }
-        }
-        if (!store)
-            co_return;
-        auto deleting = store->deleteProject(plan, trash);
-        co_await deleting;
+    [](QPointer<ProjectDeletion> self, QPointer<AppStore> store, TeardownPlan plan, bool trash, QString folder, int id) -> QCoro::Task<> {
+        auto deleting = store->deleteProject(plan, trash, folder, id);
+        const std::optional<QString> backupProblem = co_await deleting;
         if (!self)
             co_return;
         self->m_working = false;
+        self->m_workId = 0;
         emit self->workingChanged();
+        if (backupProblem) {
+            // Nothing was removed; the sheet stays for another choice.
+            self->m_backupProblem = *backupProblem;
+            self->m_work.reset();
+            emit self->backupChanged();
+            emit self->stepsChanged();
+            co_return;
+        }
         emit self->finished();
-    }(this, m_store, *m_plan, m_trash, m_backupFolder);
+    }(this, m_store, *m_plan, m_trash, m_backupFolder, m_workId);
 }

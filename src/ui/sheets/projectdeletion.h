@@ -1,6 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
+#include "longwork.h"
 #include "teardownplan.h"
 
 #include <QObject>
@@ -33,6 +34,11 @@ class ProjectDeletion : public QObject {
     Q_PROPERTY(QString backupFolder READ backupFolder WRITE setBackupFolder NOTIFY backupChanged)
     Q_PROPERTY(QString backupLine READ backupLine NOTIFY backupChanged)
     Q_PROPERTY(bool backupFailed READ backupFailed NOTIFY backupChanged)
+    // The deletion's steps as they run: text, state ("pending", "running", "done", "failed",
+    // "skipped") and failure of each.
+    Q_PROPERTY(QVariantList steps READ steps NOTIFY stepsChanged)
+    Q_PROPERTY(QString progress READ progress NOTIFY stepsChanged)
+    Q_PROPERTY(bool stopping READ stopping NOTIFY stepsChanged)
 
 public:
     ProjectDeletion(AppStore *store, const ComposeProject &project, QObject *parent = nullptr);
@@ -58,13 +64,16 @@ public:
     Q_INVOKABLE void setBackupFolderUrl(const QUrl &folder) { setBackupFolder(folder.toLocalFile()); }
     QString backupLine() const;
     bool backupFailed() const { return !m_backupProblem.isEmpty(); }
-    // The archive each volume goes to: "shop_data 2026-11-23 1657.tar" in the folder.
-    static QString backupFile(const QString &folder, const QString &volume, const QDateTime &at);
+    QVariantList steps() const;
+    QString progress() const;
+    bool stopping() const;
 
     // Works out the plan; the sheet calls it when it is shown.
     Q_INVOKABLE void start();
     // Runs the deletion; finished follows when it is done.
     Q_INVOKABLE void confirm();
+    // Ends the deletion once the step under way is done.
+    Q_INVOKABLE void stop();
 
 signals:
     void planChanged();
@@ -72,6 +81,7 @@ signals:
     void workingChanged();
     void labelChanged();
     void backupChanged();
+    void stepsChanged();
     void finished();
 
 private:
@@ -83,4 +93,7 @@ private:
     bool m_started = false;
     QString m_backupFolder;
     QString m_backupProblem;
+    int m_workId = 0;
+    // Kept when the work ends, so the sheet shows the last of it while it closes.
+    std::optional<Work> m_work;
 };

@@ -112,6 +112,31 @@ Window {
                 }
             }
         }
+        // Long work under way, in one line: "Pulling nginx:1.27 — 40%".
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: 14
+            Layout.rightMargin: 12
+            Layout.bottomMargin: 6
+            visible: panel.shell.work.line !== ""
+            spacing: 6
+
+            KorIcon {
+                name: "arrow.triangle.2.circlepath"
+                tint: Theme.ion
+                size: 14
+            }
+            Text {
+                objectName: "workLine"
+                Layout.fillWidth: true
+                text: panel.shell.work.line
+                color: Theme.ink
+                font: Theme.varied("Inter", 500, 12)
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
         Rectangle {
             Layout.fillWidth: true
             implicitHeight: 1

@@ -63,6 +63,21 @@ ColumnLayout {
             onClicked: root.imageAction(Verb.PruneImages, "", "")
         }
     }
+    // The pulls under way, each with its bar, between the field and the list.
+    Repeater {
+        model: root.shell.pulls
+
+        WorkBar {
+            required property int workId
+
+            Layout.fillWidth: true
+            Layout.leftMargin: 16
+            Layout.rightMargin: 16
+            Layout.bottomMargin: 8
+            objectName: "pullProgress"
+            onStop: root.shell.pulls.stop(workId)
+        }
+    }
     KorListView {
         id: list
 

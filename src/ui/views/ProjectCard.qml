@@ -23,6 +23,8 @@ Rectangle {
     required property string description
     // Its running containers' machine use added up.
     required property string usage
+    // Its compose up under way, as the work model shows it; empty when none is.
+    required property var work
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -33,6 +35,7 @@ Rectangle {
 
     signal projectAction(int verb)
     signal containerAction(int verb, string id, string detail)
+    signal stopWork(int id)
 
     function rowAt(i: int): Item {
         return rows.rowAt(i);
@@ -194,6 +197,54 @@ Rectangle {
             color: Theme.muted
             font: Theme.varied("Inter", 400, 12)
             wrapMode: Text.Wrap
+        }
+        // Compose up under way: its bar, then what compose says of each service.
+        ColumnLayout {
+            objectName: "upProgress"
+            Layout.fillWidth: true
+            Layout.leftMargin: 50
+            Layout.rightMargin: 14
+            Layout.bottomMargin: 10
+            visible: root.work.workId !== undefined
+            spacing: 3
+
+            WorkBar {
+                Layout.fillWidth: true
+                title: root.work.title ?? ""
+                detail: root.work.detail ?? ""
+                fraction: root.work.fraction ?? -1
+                stopping: root.work.stopping ?? false
+                spoken: root.work.spoken ?? ""
+                subject: root.name
+                onStop: root.stopWork(root.work.workId)
+            }
+            Repeater {
+                model: root.work.services ?? []
+
+                RowLayout {
+                    id: serviceLine
+
+                    required property var modelData
+
+                    Layout.fillWidth: true
+                    spacing: 8
+
+                    Text {
+                        Layout.preferredWidth: 120
+                        text: serviceLine.modelData.service
+                        color: Theme.ink
+                        font: Theme.varied("JetBrains Mono", 400, 11)
+                        elide: Text.ElideRight
+                    }
+                    Text {
+                        Layout.fillWidth: true
+                        text: serviceLine.modelData.state
+                        color: serviceLine.modelData.failed ? Theme.errInk : Theme.muted
+                        font: Theme.varied("JetBrains Mono", 400, 11)
+                        elide: Text.ElideRight
+                    }
+                }
+            }
         }
         ContainerRows {
             id: rows

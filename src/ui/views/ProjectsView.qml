@@ -29,5 +29,6 @@ KorListView {
         busy: list.store.busy
         onProjectAction: verb => list.projectAction(verb, card.name)
         onContainerAction: (verb, id, detail) => list.containerAction(verb, id, detail)
+        onStopWork: id => list.shell.work.stop(id)
     }
 }

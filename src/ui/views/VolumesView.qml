@@ -30,6 +30,21 @@ ColumnLayout {
             onClicked: root.volumeAction(Verb.PruneVolumes, "")
         }
     }
+    // Backups and restores under way, each with its bar.
+    Repeater {
+        model: root.shell.transfers
+
+        WorkBar {
+            required property int workId
+
+            Layout.fillWidth: true
+            Layout.leftMargin: 16
+            Layout.rightMargin: 16
+            Layout.bottomMargin: 8
+            objectName: "transferProgress"
+            onStop: root.shell.transfers.stop(workId)
+        }
+    }
     KorListView {
         id: list
 

@@ -7,6 +7,7 @@
 #include "projectmodel.h"
 #include "runtimemodel.h"
 #include "volumemodel.h"
+#include "workmodel.h"
 
 #include <QDateTime>
 #include <QLocale>
@@ -32,6 +33,11 @@ class Shell : public QObject {
     Q_PROPERTY(ImageModel *images READ images CONSTANT)
     Q_PROPERTY(VolumeModel *volumes READ volumes CONSTANT)
     Q_PROPERTY(RuntimeModel *runtimes READ runtimes CONSTANT)
+    // Long work under way: the pulls for the images view, the backups and restores for the
+    // volumes view, all of it for the tray panel's line. Compose up shows on its card.
+    Q_PROPERTY(WorkModel *pulls READ pulls CONSTANT)
+    Q_PROPERTY(WorkModel *transfers READ transfers CONSTANT)
+    Q_PROPERTY(WorkModel *work READ work CONSTANT)
     Q_PROPERTY(QVariantList categories READ categories CONSTANT)
     Q_PROPERTY(int category READ category WRITE setCategory NOTIFY categoryChanged)
     Q_PROPERTY(QString categoryLabel READ categoryLabel NOTIFY categoryChanged)
@@ -64,6 +70,9 @@ public:
     ImageModel *images() { return &m_images; }
     VolumeModel *volumes() { return &m_volumes; }
     RuntimeModel *runtimes() { return &m_runtimes; }
+    WorkModel *pulls() { return m_pulls; }
+    WorkModel *transfers() { return m_transfers; }
+    WorkModel *work() { return m_work; }
 
     QVariantList categories() const;
     int category() const { return int(m_category); }
@@ -128,6 +137,10 @@ private:
     ImageModel m_images;
     VolumeModel m_volumes;
     RuntimeModel m_runtimes;
+    WorkModel *m_pulls;
+    WorkModel *m_transfers;
+    WorkModel *m_ups;
+    WorkModel *m_work;
     QString m_staleText;
     QMap<Category, ListOrder::Key> m_sort;
     // Ticks only while the engine keeps us waiting, to count the seconds.

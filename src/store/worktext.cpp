@@ -1,0 +1,188 @@
+#include "worktext.h"
+
+#include <QLocale>
+
+namespace WorkText {
+
+namespace {
+using Phase = ServiceProgress::Phase;
+using Step = DeletionStep;
+
+QString layers(const PullProgress &pull)
+{
+    return QStringLiteral("%1 of %2 layers").arg(pull.done()).arg(pull.toFetch());
+}
+
+// "1.5 MB": work in progress moves by less than a whole unit at a time.
+QString size(qint64 bytes)
+{
+    return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+QString bytes(qint64 done, qint64 total)
+{
+    if (total <= 0)
+        return done > 0 ? size(done) : QString();
+    return size(std::min(done, total)) + QStringLiteral(" of ") + size(total);
+}
+
+QString pullDetail(const PullProgress &pull)
+{
+    if (pull.toFetch() == 0)
+        return {};
+    QStringList parts{layers(pull)};
+    if (const QString b = bytes(pull.bytesDone(), pull.bytesTotal()); !b.isEmpty() && pull.bytesTotal() > 0)
+        parts << b;
+    return parts.join(QStringLiteral(" · "));
+}
+
+int finishedSteps(const Work &work)
+{
+    return int(std::count_if(work.steps.cbegin(), work.steps.cend(),
+                             [](const Step &s) { return s.state == Step::State::Done || s.state == Step::State::Failed; }));
+}
+}
+
+QString title(const Work &work)
+{
+    switch (work.kind) {
+    case Work::Kind::Pull: return QStringLiteral("Pulling ") + work.subject;
+    case Work::Kind::Up: return QStringLiteral("Bringing up ") + work.subject;
+    case Work::Kind::Deletion: return QStringLiteral("Deleting ") + work.subject;
+    case Work::Kind::Backup: return QStringLiteral("Backing up ") + work.subject;
+    case Work::Kind::Restore: return QStringLiteral("Restoring ") + work.subject;
+    }
+    return {};
+}
+
+QString detail(const Work &work)
+{
+    switch (work.kind) {
+    case Work::Kind::Pull: return pullDetail(work.pull);
+    case Work::Kind::Up: {
+        const QString pulls = pullDetail(work.compose.pulls);
+        const auto started = std::count_if(work.compose.services.cbegin(), work.compose.services.cend(),
+                                           [](const ServiceProgress &s) { return s.phase == Phase::Started; });
+        if (started > 0 || pulls.isEmpty())
+            return work.compose.services.isEmpty() ? QString() : QStringLiteral("%1 of %2 started").arg(started).arg(work.compose.services.size());
+        return pulls;
+    }
+    case Work::Kind::Deletion: return QStringLiteral("%1 of %2 steps").arg(finishedSteps(work)).arg(work.steps.size());
+    case Work::Kind::Backup:
+    case Work::Kind::Restore: return bytes(work.moved.bytes, work.moved.total);
+    }
+    return {};
+}
+
+double fraction(const Work &work)
+{
+    switch (work.kind) {
+    case Work::Kind::Pull: return work.pull.toFetch() > 0 ? work.pull.fraction() : -1;
+    case Work::Kind::Up: {
+        const auto &services = work.compose.services;
+        const bool pulling = std::any_of(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase == Phase::Pulling; });
+        return pulling && work.compose.pulls.toFetch() > 0 ? work.compose.pulls.fraction() : -1;
+    }
+    case Work::Kind::Deletion: return work.steps.isEmpty() ? -1 : double(finishedSteps(work)) / double(work.steps.size());
+    case Work::Kind::Backup:
+    case Work::Kind::Restore:
+        // The archive outgrows the data a little; the bar waits at its end rather than overrun.
+        return work.moved.total > 0 ? std::min(0.99, double(work.moved.bytes) / double(work.moved.total)) : -1;
+    }
+    return -1;
+}
+
+bool shown(const Work &work, const QDateTime &now)
+{
+    if (work.kind != Work::Kind::Pull)
+        return true;
+    return work.pull.toFetch() > 0 || work.startedAt.msecsTo(now) >= 1000;
+}
+
+QString line(const Work &work)
+{
+    const double f = fraction(work);
+    return f < 0 ? title(work) : QStringLiteral("%1 — %2%").arg(title(work)).arg(int(f * 100));
+}
+
+QString serviceState(const ServiceProgress &service)
+{
+    switch (service.phase) {
+    case Phase::Pulling: return QStringLiteral("Pulling");
+    case Phase::Pulled: return QStringLiteral("Pulled");
+    case Phase::Creating: return QStringLiteral("Creating");
+    case Phase::Created: return QStringLiteral("Created");
+    case Phase::Starting: return QStringLiteral("Starting");
+    case Phase::Started: return QStringLiteral("Started");
+    case Phase::Failed: return service.error.isEmpty() ? QStringLiteral("Failed") : service.error;
+    }
+    return {};
+}
+
+QString stepText(const DeletionStep &step)
+{
+    switch (step.kind) {
+    case Step::Kind::Backup: return QStringLiteral("Back up ") + step.subject;
+    case Step::Kind::Containers: return QStringLiteral("Remove the containers");
+    case Step::Kind::Volume: return QStringLiteral("Remove ") + step.subject;
+    case Step::Kind::Directory: return QStringLiteral("Move ") + step.subject + QStringLiteral(" to the Trash");
+    }
+    return {};
+}
+
+QString listed(const QStringList &names)
+{
+    if (names.size() < 2)
+        return names.value(0);
+    return names.first(names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
+}
+
+QString stopped(const Work &work, const QStringList &services)
+{
+    switch (work.kind) {
+    case Work::Kind::Pull:
+        return work.pull.toFetch() > 0 ? QStringLiteral("Stopped after ") + layers(work.pull)
+                                        : QStringLiteral("Stopped before any layer came");
+    case Work::Kind::Up: {
+        QStringList started, created, notCreated;
+        QStringList all = services;
+        for (const ServiceProgress &s : work.compose.services) {
+            if (!all.contains(s.service))
+                all << s.service;
+        }
+        for (const QString &name : all) {
+            const ServiceProgress *s = work.compose.service(name);
+            if (s && s->phase == Phase::Started)
+                started << name;
+            else if (s && (s->phase == Phase::Created || s->phase == Phase::Starting))
+                created << name;
+            else
+                notCreated << name;
+        }
+        QStringList parts;
+        if (!started.isEmpty())
+            parts << listed(started) + QStringLiteral(" started");
+        if (!created.isEmpty())
+            parts << listed(created) + QStringLiteral(" created");
+        if (!notCreated.isEmpty())
+            parts << listed(notCreated) + QStringLiteral(" not created");
+        return parts.isEmpty() ? QStringLiteral("Up stopped") : QStringLiteral("Up stopped: ") + parts.join(QStringLiteral(", "));
+    }
+    case Work::Kind::Deletion: {
+        QStringList done;
+        for (const DeletionStep &s : work.steps) {
+            if (s.state == Step::State::Done)
+                done << stepText(s).toLower();
+        }
+        return done.isEmpty() ? QStringLiteral("Deletion stopped: nothing was removed")
+                              : QStringLiteral("Deletion stopped after %1 of %2 steps").arg(done.size()).arg(work.steps.size());
+    }
+    case Work::Kind::Backup: return QStringLiteral("Backup of %1 stopped; no file was written").arg(work.subject);
+    case Work::Kind::Restore:
+        return QStringLiteral("Restore into %1 stopped after %2; the volume holds part of the archive")
+            .arg(work.subject, size(work.moved.bytes));
+    }
+    return {};
+}
+
+}
