@@ -6,10 +6,64 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QTimer>
+#include <QtConcurrent>
 #include <QTest>
 
 using namespace TestSupport;
+
+namespace {
+int freePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+bool answers(int port)
+{
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, quint16(port));
+    return socket.waitForConnected(200);
+}
+
+// Forwards to a local port, the answers at about 4 MB/s: a registry on loopback is too
+// fast to stop in the middle of anything.
+class SlowProxy : public QObject {
+public:
+    explicit SlowProxy(int upstream) : m_upstream(upstream)
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *client = m_server.nextPendingConnection()) {
+                auto *server = new QTcpSocket(client);
+                server->connectToHost(QHostAddress::LocalHost, quint16(m_upstream));
+                connect(client, &QTcpSocket::readyRead, server, [client, server] { server->write(client->readAll()); });
+                connect(client, &QTcpSocket::disconnected, client, &QObject::deleteLater);
+                auto *tick = new QTimer(client);
+                connect(tick, &QTimer::timeout, client, [client, server] {
+                    if (server->bytesAvailable() > 0)
+                        client->write(server->read(40 * 1024));
+                    else if (server->state() == QAbstractSocket::UnconnectedState)
+                        client->disconnectFromHost();
+                });
+                tick->start(10);
+            }
+        });
+    }
+    int port() const { return m_server.serverPort(); }
+
+private:
+    QTcpServer m_server;
+    int m_upstream;
+};
+}
 
 // The engine layer against the private engine, on objects each case makes and removes.
 class EngineLive : public QObject {
@@ -139,6 +193,90 @@ private slots:
         QVERIFY(!docker({"compose", "ps", "-q"}, project.path()).out.trimmed().isEmpty());
         e.perform(EngineAction::compose(Kind::ComposeDown, project.path()), {});
         QVERIFY(docker({"compose", "ps", "-aq"}, project.path()).out.trimmed().isEmpty());
+    }
+
+    // An image of four fresh layers, pushed to a local registry and removed here, pulled
+    // through a proxy slow enough that stopping after the first layer is stopping midway.
+    void pullProgressFromALocalRegistry()
+    {
+        QTemporaryDir storage;
+        QFile config(storage.filePath("config.yml"));
+        const int port = freePort();
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write(QStringLiteral("version: 0.1\nstorage:\n  filesystem:\n    rootdirectory: %1/data\nhttp:\n  addr: 127.0.0.1:%2\n")
+                         .arg(storage.path()).arg(port).toUtf8());
+        config.close();
+        QProcess registry;
+        registry.setStandardOutputFile(QProcess::nullDevice());
+        registry.setStandardErrorFile(QProcess::nullDevice());
+        registry.start("docker-registry", {"serve", config.fileName()});
+        QVERIFY2(registry.waitForStarted(), "docker-registry is not installed (scripts/setup.sh installs it)");
+        const auto stopRegistry = qScopeGuard([&] {
+            registry.kill();
+            registry.waitForFinished();
+        });
+        QTRY_VERIFY(answers(port));
+
+        QString previous = engineImage();
+        QStringList made;
+        for (int i = 0; i < 4; ++i) {
+            const QString box = uniqueName("kt-layer-");
+            QCOMPARE(docker({"run", "--name", box, previous, "/bin/busybox", "dd", "if=/dev/urandom", "of=/blob" + QString::number(i), "bs=1M", "count=3"}).status, 0);
+            previous = uniqueName("kt-layers-") + ":1";
+            QCOMPARE(docker({"commit", box, previous}).status, 0);
+            docker({"rm", box});
+            made << previous;
+        }
+        const QString pushed = QStringLiteral("127.0.0.1:%1/kt-layers:1").arg(port);
+        QCOMPARE(docker({"tag", previous, pushed}).status, 0);
+        QCOMPARE(docker({"push", pushed}).status, 0);
+        QCOMPARE(docker(QStringList{"rmi", pushed} + made).status, 0);
+
+        SlowProxy proxy(port);
+        const QString reference = QStringLiteral("127.0.0.1:%1/kt-layers:1").arg(proxy.port());
+        const auto stopped = std::make_shared<std::atomic_bool>(false);
+        const auto pull = [&](const std::shared_ptr<std::atomic_bool> &stopAfterALayer) {
+            auto seen = std::make_shared<QList<PullProgress>>();
+            auto mutex = std::make_shared<QMutex>();
+            Watch watch;
+            watch.cancel = stopAfterALayer;
+            watch.line = [seen, mutex, stopAfterALayer, progress = PullProgress()](const QString &line) mutable {
+                Docker::readPull(progress, line);
+                QMutexLocker lock(mutex.get());
+                seen->append(progress);
+                if (stopAfterALayer && progress.done() >= 1)
+                    *stopAfterALayer = true;
+            };
+            auto future = QtConcurrent::run([&, watch]() -> QString {
+                try {
+                    e.perform(EngineAction::pull(reference), {}, watch);
+                    return {};
+                } catch (const DockerError &error) {
+                    return error.message();
+                }
+            });
+            // The proxy lives on this thread's event loop.
+            while (!future.isFinished())
+                QTest::qWait(20);
+            QMutexLocker lock(mutex.get());
+            return std::pair(future.result(), *seen);
+        };
+
+        const auto [stopMessage, partly] = pull(stopped);
+        QCOMPARE(stopMessage, "cancelled");
+        QVERIFY(!partly.isEmpty());
+        QCOMPARE(partly.last().toFetch(), 4);
+        QVERIFY2(partly.last().done() < 4, "the pull ended before it could be stopped");
+        QVERIFY(docker({"image", "inspect", reference}).status != 0);
+
+        const auto [message, whole] = pull(nullptr);
+        QCOMPARE(message, QString());
+        for (qsizetype i = 1; i < whole.size(); ++i)
+            QVERIFY(whole[i].done() >= whole[i - 1].done() && whole[i].fraction() >= whole[i - 1].fraction());
+        QCOMPARE(whole.last().done(), whole.last().toFetch());
+        QVERIFY(whole.last().bytesTotal() > 0);   // drawn on a terminal, so with byte counts
+        QCOMPARE(docker({"image", "inspect", reference}).status, 0);
+        docker({"rmi", reference});
     }
 
     // The stats client ignores SIGTERM; ending the stream still ends it at once.
