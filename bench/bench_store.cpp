@@ -5,6 +5,7 @@
 //   events       a `docker run -d` to the store's changed list, with engine events and with
 //                polling alone; the events child's memory and its CPU over an idle minute
 //   backup       a 200 MB volume's backup to a .tar file vs a bare `docker cp` of it
+//   pull REF     a pull through the store vs a bare `docker pull`, and the progress latency
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
@@ -16,6 +17,8 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMutex>
+#include <QtConcurrent>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
@@ -260,6 +263,65 @@ void benchBackup(const QString &image)
     shellMs("docker volume rm -f " + volume + " >/dev/null");
 }
 
+// A pull through the store (its progress read and handed to the UI thread) against a bare
+// `docker pull` of the same image from the same registry, alternating, the best of five
+// kept; and how long a progress line takes from the CLI to the UI thread.
+void benchPull(AppStore &store, const QString &reference)
+{
+    double bare = 1e9, korvat = 1e9;
+    QList<qint64> delays;
+    for (int i = 0; i < 5; ++i) {
+        shellMs("docker rmi -f " + reference + " >/dev/null 2>&1");
+        bare = std::min(bare, 1e-3 * shellMs("docker pull " + reference + " >/dev/null"));
+        shellMs("docker rmi -f " + reference + " >/dev/null 2>&1");
+        QElapsedTimer t;
+        t.start();
+        store.pull(reference);
+        while (store.work().list().isEmpty() && t.elapsed() < 1000)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        while (!store.work().list().isEmpty())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        korvat = std::min(korvat, t.elapsed() / 1000.0);
+    }
+    // The hand-over alone: each line stamped on the worker, each change timed on arrival.
+    shellMs("docker rmi -f " + reference + " >/dev/null 2>&1");
+    LongWork work;
+    const int id = work.begin(Work::Kind::Pull, reference);
+    Watch watch = work.watch(id);
+    auto pending = std::make_shared<QList<qint64>>();
+    auto mutex = std::make_shared<QMutex>();
+    QElapsedTimer clock;
+    clock.start();
+    const auto line = watch.line;
+    watch.line = [=, &clock](const QString &text) {
+        {
+            QMutexLocker lock(mutex.get());
+            pending->append(clock.elapsed());
+        }
+        line(text);
+    };
+    QObject::connect(&work, &LongWork::changed, [&] {
+        QMutexLocker lock(mutex.get());
+        if (!pending->isEmpty())
+            delays << clock.elapsed() - pending->first();
+        pending->clear();
+    });
+    QElapsedTimer alone;
+    alone.start();
+    auto future = QtConcurrent::run([&] { CliEngine().perform(EngineAction::pull(reference), {}, watch); });
+    while (!future.isFinished())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    out << "the engine's pull alone, progress read: " << QString::number(alone.elapsed() / 1000.0, 'f', 2) << " s\n";
+    QCoreApplication::processEvents();
+    std::sort(delays.begin(), delays.end());
+    out << "pull of " << reference << ": through Korvat " << QString::number(korvat, 'f', 2) << " s; bare docker pull "
+        << QString::number(bare, 'f', 2) << " s; ratio " << QString::number(korvat / bare, 'f', 3) << " (goal 1.05)\n";
+    if (!delays.isEmpty())
+        out << "progress from the CLI to the UI thread: median " << delays[delays.size() / 2] << " ms, worst " << delays.last()
+            << " ms of " << delays.size() << " changes (goal 200, drawing adds a frame)\n";
+    shellMs("docker rmi -f " + reference + " >/dev/null 2>&1");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -277,6 +339,11 @@ int main(int argc, char **argv)
         benchQuietPoll(store, 100);
     if (mode == "backup") {
         benchBackup(qEnvironmentVariable("KORVAT_TEST_IMAGE"));
+        out.flush();
+        return 0;
+    }
+    if (mode == "pull") {
+        benchPull(store, args.value(2));
         out.flush();
         return 0;
     }

@@ -27,6 +27,25 @@ first_frame() {
 docker ps -aq | xargs -r docker rm -f >/dev/null
 echo "== volume backup"
 "$bench" backup
+echo "== pull from a local registry"
+registry=$(mktemp -d)
+port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+printf 'version: 0.1\nstorage:\n  filesystem:\n    rootdirectory: %s/data\nhttp:\n  addr: 127.0.0.1:%s\n' "$registry" "$port" >"$registry/config.yml"
+docker-registry serve "$registry/config.yml" >/dev/null 2>&1 &
+registry_pid=$!
+until curl -sf "http://127.0.0.1:$port/v2/" >/dev/null; do sleep 0.2; done
+# Five fresh layers of 16 MB each.
+previous=$KORVAT_TEST_IMAGE
+for i in 1 2 3 4 5; do
+  docker run --name "layer-$i" "$previous" /bin/busybox dd if=/dev/urandom of="/blob$i" bs=1M count=16 2>/dev/null
+  docker commit "layer-$i" "bench-layers:$i" >/dev/null && docker rm "layer-$i" >/dev/null
+  previous=bench-layers:$i
+done
+docker tag bench-layers:5 "127.0.0.1:$port/bench-layers:1"
+docker push -q "127.0.0.1:$port/bench-layers:1" >/dev/null
+docker rmi "127.0.0.1:$port/bench-layers:1" bench-layers:1 bench-layers:2 bench-layers:3 bench-layers:4 bench-layers:5 >/dev/null
+"$bench" pull "127.0.0.1:$port/bench-layers:1"
+kill "$registry_pid"; rm -rf "$registry"
 echo "== empty engine"
 "$bench" refresh
 "$bench" quiet
