@@ -249,7 +249,8 @@ void follow(const QStringList &args, const OptRuntime &runtime, const Dir &dir, 
         }
     };
     child->start();
-    if (!child->waitForStarted(-1))
+    // A launch either succeeds or fails at once; a minute is only a bound.
+    if (!child->waitForStarted(60000))
         throw DockerError(child->errorString());
     if (slave >= 0) {
         ::close(slave);
