@@ -111,6 +111,39 @@ FakeEngine::Holdings holdings(const QString &root)
     return s;
 }
 
+QStringList pullProgress()
+{
+    // As a terminal draws it, each layer's lines in the order they changed.
+    return {
+        QStringLiteral("1.27: Pulling from library/nginx"),
+        QStringLiteral("a2318d6c47ec: Downloading [==================================================>]  29.1MB/29.1MB"),
+        QStringLiteral("a2318d6c47ec: Pull complete"),
+        QStringLiteral("095d327c79ae: Downloading [==================================================>]  41.9MB/41.9MB"),
+        QStringLiteral("095d327c79ae: Pull complete"),
+        QStringLiteral("bbfaa25db775: Downloading [==================================================>]     628B/628B"),
+        QStringLiteral("bbfaa25db775: Pull complete"),
+        QStringLiteral("7bb6fb0cfb2b: Downloading [================>                                  ]  9.93MB/28.2MB"),
+        QStringLiteral("0723edc10c17: Downloading [==================================================>]     956B/956B"),
+        QStringLiteral("0723edc10c17: Download complete"),
+        QStringLiteral("24b3fdc4d1e3: Waiting"),
+        QStringLiteral("3122471704d5: Waiting"),
+    };
+}
+
+QStringList upProgress()
+{
+    return {
+        QStringLiteral(" php Pulling "),
+        QStringLiteral(" 4f4fb700ef54 Already exists "),
+        QStringLiteral(" 9c2b1d6e0a47 Pull complete "),
+        QStringLiteral(" 5e8a3f1c7d20 Downloading [==========>                                        ]  12.5MB/58.3MB"),
+        QStringLiteral(" 1d7f0b9e4c63 Waiting "),
+        QStringLiteral(" worker Pulling "),
+        QStringLiteral(" worker Error pull access denied for example/queue-worker, repository does not exist or may require 'docker login'"),
+        QStringLiteral(" Container storefront-db-1  Running"),
+    };
+}
+
 QList<QList<Usage>> usage(const QList<Container> &containers)
 {
     static const QMap<QString, std::pair<double, qint64>> load = {

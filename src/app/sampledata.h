@@ -24,6 +24,10 @@ QString logText();
 // A minute of readings, one a second, for the running containers: a database working in
 // bursts, a busy PHP server, the rest near idle.
 QList<QList<Usage>> usage(const QList<Container> &containers);
+// What the CLI has printed part way through a pull of nginx:1.27 (three of seven layers in,
+// one downloading) and an up of storefront (php's image pulling, db running, worker's failed).
+QStringList pullProgress();
+QStringList upProgress();
 // Commands typed into the exec console and what each printed.
 QList<std::pair<QString, ExecResult>> commands();
 // Tools in every state the settings show: an update, a missing one, one installed outside

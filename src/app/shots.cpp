@@ -67,9 +67,12 @@ struct Stage {
 
     ~Stage()
     {
-        // A listing held for a picture ends before the store that waits for it.
-        if (engine)
+        // A listing or action held for a picture ends before the store that waits for it.
+        if (engine) {
             engine->release(FakeEngine::Call::Listing);
+            engine->release(FakeEngine::Call::Action);
+            engine->release(EngineAction::Kind::RemoveVolume);
+        }
     }
 
     AppStore &store() { return session->store(); }
@@ -113,6 +116,26 @@ void stale(Stage &stage)
     stage.store().refresh();
     *stage.now = stage.listed.addSecs(12);
     waitUntil([&] { return stage.store().stale(); });
+}
+
+// Work part way: the engine prints what it has done so far, then waits.
+void pulling(Stage &stage)
+{
+    stage.engine->setProgress(EngineAction::Kind::Pull, SampleData::pullProgress());
+    stage.engine->hold(FakeEngine::Call::Action);
+    stage.store().pull(QStringLiteral("nginx:1.27"));
+    waitUntil([&] { return !stage.store().work().list().value(0).pull.layers.isEmpty(); });
+}
+
+void upping(Stage &stage)
+{
+    stage.engine->setProgress(EngineAction::Kind::ComposeUp, SampleData::upProgress());
+    stage.engine->hold(FakeEngine::Call::Action);
+    stage.actions().perform(Verb::Up, QStringLiteral("storefront"));
+    waitUntil([&] {
+        const auto &all = stage.store().work().list();
+        return std::any_of(all.cbegin(), all.cend(), [](const Work &w) { return w.compose.services.size() >= 2; });
+    });
 }
 
 const QList<Scene> &scenes()
@@ -190,6 +213,33 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-remove-volume"), Category::Volumes, [](Stage &stage) {
              stage.actions().perform(Verb::RemoveVolume, QStringLiteral("notes_data"));
          }},
+        {QStringLiteral("work-pull"), Category::Images, pulling},
+        {QStringLiteral("work-up"), Category::Projects, [](Stage &stage) {
+             upping(stage);
+             // storefront's card is near the end of the list.
+             stage.store().setFilter(QStringLiteral("storefront"));
+         }},
+        {QStringLiteral("work-backup"), Category::Volumes, [](Stage &stage) {
+             stage.engine->hold(FakeEngine::Call::Action);
+             const auto &volumes = stage.store().volumes();
+             stage.store().backUp(*std::find_if(volumes.cbegin(), volumes.cend(), [](const DockerVolume &v) { return v.name == QLatin1String("website_assets"); }),
+                                  QDir::home().filePath(QStringLiteral("website_assets.tar")));
+             waitUntil([&] { return stage.store().work().list().value(0).moved.bytes > 0; });
+         }},
+        {QStringLiteral("work-delete"), Category::Projects, [](Stage &stage) {
+             auto *deletion = caught<ProjectDeletion>(stage.actions(), &Actions::deletionRequested,
+                                                      [&] { stage.actions().perform(Verb::DeleteProject, website); });
+             deletion->setTrashDirectory(true);
+             waitUntil([&] { return deletion->planned(); });
+             // The containers go; the first volume's removal is under way.
+             stage.engine->hold(EngineAction::Kind::RemoveVolume);
+             deletion->confirm();
+             waitUntil([&] { return stage.engine->calls(FakeEngine::Call::Action) >= 2; });
+         }},
+        {QStringLiteral("tray-panel-work"), Category::Projects, [](Stage &stage) {
+             pulling(stage);
+             upping(stage);
+         }, {}, Target::Panel},
         {QStringLiteral("tray-panel"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, {}, Target::Panel},
         {QStringLiteral("tray-panel-stale"), Category::Projects, stale, {}, Target::Panel},
         {QStringLiteral("tray-panel-empty"), Category::Projects, [](Stage &stage) {

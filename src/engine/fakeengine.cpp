@@ -153,6 +153,19 @@ void FakeEngine::release(Call call)
     m_released.wakeAll();
 }
 
+void FakeEngine::hold(EngineAction::Kind action)
+{
+    QMutexLocker lock(&m_mutex);
+    m_heldActions.insert(int(action));
+}
+
+void FakeEngine::release(EngineAction::Kind action)
+{
+    QMutexLocker lock(&m_mutex);
+    m_heldActions.remove(int(action));
+    m_released.wakeAll();
+}
+
 void FakeEngine::setExec(std::function<ExecResult(const QString &, const QString &)> answer)
 {
     QMutexLocker lock(&m_mutex);
@@ -215,14 +228,19 @@ QString FakeEngine::keyOf(const OptRuntime &runtime) const
     return m_holdings.contains(name) ? name : QString();
 }
 
-void FakeEngine::enter(Call call, const OptRuntime &runtime, const Cancel &cancel) const
+void FakeEngine::waitWhile(const std::function<bool()> &held, const Cancel &cancel) const
 {
-    ++m_calls[call];
-    while (m_held.contains(int(call))) {
+    while (held()) {
         if (cancel && *cancel)
             throw DockerError(QStringLiteral("cancelled"));
         m_released.wait(&m_mutex, cancel ? 10 : ULONG_MAX);
     }
+}
+
+void FakeEngine::enter(Call call, const OptRuntime &runtime, const Cancel &cancel) const
+{
+    ++m_calls[call];
+    waitWhile([&] { return m_held.contains(int(call)); }, cancel);
     const auto failure = m_failures.constFind({call, runtime ? runtime->name : QStringLiteral("*")});
     if (failure != m_failures.cend())
         throw DockerError(*failure);
@@ -350,6 +368,7 @@ void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime, 
         watch.moved({size / 2, size});
     lock.relock();
     enter(Call::Action, runtime, watch.cancel);
+    waitWhile([&] { return m_heldActions.contains(int(action.kind)); }, watch.cancel);
     apply(action, m_holdings[keyOf(runtime)]);
 }
 

@@ -70,6 +70,9 @@ public:
     // Calls of the kind wait until released.
     void hold(Call call);
     void release(Call call);
+    // Only actions of this kind wait, so that the ones before them go through.
+    void hold(EngineAction::Kind action);
+    void release(EngineAction::Kind action);
     void setExec(std::function<ExecResult(const QString &containerId, const QString &command)> answer);
     // What every log stream made from now on has written when it starts.
     void setLogOutput(const QByteArray &output);
@@ -108,8 +111,9 @@ public:
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
+    // With m_mutex locked; given a cancel flag, fails with "cancelled" once it is set.
+    void waitWhile(const std::function<bool()> &held, const Cancel &cancel) const;
     // Counts the call, waits while it is held, throws its failure. Locks m_mutex.
-    // A held call given a cancel flag fails with "cancelled" once it is set.
     void enter(Call call, const OptRuntime &runtime, const Cancel &cancel = {}) const;
     QString keyOf(const OptRuntime &runtime) const;
     void apply(const EngineAction &action, Holdings &holdings) const;
@@ -123,6 +127,7 @@ private:
     QMap<QString, ComposeCheck> m_checks;
     QMap<std::pair<Call, QString>, QString> m_failures;
     QSet<int> m_held;
+    QSet<int> m_heldActions;
     mutable QMap<Call, int> m_calls;
     mutable QList<EngineAction> m_performed;
     std::function<ExecResult(const QString &, const QString &)> m_exec;

@@ -231,16 +231,21 @@ Rectangle {
 
                     Text {
                         Layout.preferredWidth: 120
+                        Layout.alignment: Qt.AlignTop
                         text: serviceLine.modelData.service
                         color: Theme.ink
                         font: Theme.varied("JetBrains Mono", 400, 11)
                         elide: Text.ElideRight
                     }
+                    // A failure is read whole: compose's message wraps, to three lines at most.
                     Text {
                         Layout.fillWidth: true
+                        Layout.alignment: Qt.AlignTop
                         text: serviceLine.modelData.state
                         color: serviceLine.modelData.failed ? Theme.errInk : Theme.muted
                         font: Theme.varied("JetBrains Mono", 400, 11)
+                        wrapMode: Text.Wrap
+                        maximumLineCount: 3
                         elide: Text.ElideRight
                     }
                 }
