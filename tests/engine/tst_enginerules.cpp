@@ -394,8 +394,9 @@ private slots:
         QCOMPARE(Docker::parseByteSize(u"-3B"), std::nullopt);
     }
 
-    // Pulls as the 28.2 client printed them from a local registry: on a pipe, on a terminal
-    // (fed in small pieces, so redraw sequences arrive cut), and through compose 2.26.
+    // Pulls as the 28.2 client printed them from a local registry (scripts/record-progress.sh):
+    // on a pipe, on a terminal (fed in small pieces, so redraw sequences arrive cut), and
+    // through compose 2.26.
     void pullProgress_data()
     {
         QTest::addColumn<QString>("file");
@@ -409,6 +410,8 @@ private slots:
         QTest::newRow("on a terminal, with bytes") << "pull-terminal.txt" << 4 << 4 << 4 * layer << false;
         QTest::newRow("image up to date") << "pull-present.txt" << 0 << 0 << qint64(0) << true;
         QTest::newRow("missing tag") << "pull-missing.txt" << 0 << 0 << qint64(0) << false;
+        // A blob the registry serves corrupted: the pull ends at its checksum, nothing extracted.
+        QTest::newRow("failing layer") << "pull-failing-layer.txt" << 2 << 0 << 2 * layer << false;
         QTest::newRow("inside compose up") << "up.txt" << 4 << 4 << 4 * layer << false;
     }
     void pullProgress()
@@ -432,8 +435,13 @@ private slots:
         QTEST(progress.done(), "done");
         QTEST(progress.bytesTotal(), "bytes");
         QTEST(progress.upToDate, "upToDate");
-        QCOMPARE(progress.bytesDone(), progress.bytesTotal());
-        QCOMPARE(progress.fraction(), progress.toFetch() > 0 || progress.upToDate ? 1.0 : 0.0);
+        if (progress.done() < progress.toFetch()) {
+            QVERIFY(progress.bytesDone() < progress.bytesTotal());
+            QVERIFY(progress.fraction() > 0 && progress.fraction() < 1);
+        } else {
+            QCOMPARE(progress.bytesDone(), progress.bytesTotal());
+            QCOMPARE(progress.fraction(), progress.toFetch() > 0 || progress.upToDate ? 1.0 : 0.0);
+        }
     }
     void composeProgress()
     {
