@@ -94,7 +94,7 @@ double PullProgress::fraction() const
         sum += share(l);
         ++counted;
     }
-    return counted == 0 ? (upToDate ? 1.0 : 0.0) : sum / counted;
+    return counted == 0 ? (upToDate() ? 1.0 : 0.0) : sum / counted;
 }
 
 const ServiceProgress *ComposeProgress::service(const QString &name) const
@@ -114,8 +114,8 @@ bool readPull(PullProgress &progress, QStringView line)
     static const QRegularExpression layerLine(QStringLiteral(R"(^([0-9a-f]{12}):?\s+(.*?)\s*$)"));
     static const QRegularExpression amounts(QStringLiteral(R"(\]?\s+([0-9.]+\s*[kMGT]?i?B)/([0-9.]+\s*[kMGT]?i?B)\s*$)"));
     line = line.trimmed();
-    if (line.startsWith(QLatin1String("Status: Image is up to date"))) {
-        progress.upToDate = true;
+    if (line.startsWith(QLatin1String("Status: "))) {
+        progress.status = line.sliced(8).toString();
         return true;
     }
     const auto match = layerLine.match(line);

@@ -19,8 +19,12 @@ struct LayerProgress {
 struct PullProgress {
     // In the order first seen.
     QList<LayerProgress> layers;
-    // "Status: Image is up to date": there was nothing to fetch.
-    bool upToDate = false;
+    // The client's last word, after "Status: ": "Downloaded newer image for nginx:1.27",
+    // "Image is up to date for nginx:1.27".
+    QString status;
+
+    // There was nothing to fetch.
+    bool upToDate() const { return status.startsWith(QLatin1String("Image is up to date")); }
 
     // Layers the engine did not already have.
     int toFetch() const;

@@ -62,10 +62,12 @@ QCoro::Task<> AppStore::perform(EngineAction action, QString project)
     if (id) {
         if (stopped)
             m_state.setNotice(WorkText::stopped(*m_work.find(id), servicesOf(project)));
+        else if (!failure && action.kind == EngineAction::Kind::Pull)
+            m_state.setNotice(WorkText::pulled(*m_work.find(id)));
         m_work.end(id);
     }
     m_state.setError(stopped ? std::nullopt : failure);
-    if (stopped) {
+    if (stopped || action.kind == EngineAction::Kind::Pull) {
         // Said above.
     } else if (!failure && action.kind == EngineAction::Kind::BackupVolume)
         m_state.setNotice(QStringLiteral("Backed up %1 to %2").arg(action.targets.value(0), action.argument));

@@ -137,6 +137,11 @@ QString listed(const QStringList &names)
     return names.first(names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
 }
 
+QString pulled(const Work &work)
+{
+    return work.pull.status.isEmpty() ? QStringLiteral("Pulled ") + work.subject : work.pull.status;
+}
+
 QString stopped(const Work &work, const QStringList &services)
 {
     switch (work.kind) {

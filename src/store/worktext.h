@@ -24,6 +24,8 @@ QString stepText(const DeletionStep &step);
 // What is said once it was stopped: "Stopped after 3 of 7 layers", "Up stopped: web and db
 // started, worker not created". Services are the project's, where known.
 QString stopped(const Work &work, const QStringList &services = {});
+// A pull's end in the client's words: "Downloaded newer image for nginx:1.27".
+QString pulled(const Work &work);
 // "a", "a and b", "a, b and c"
 QString listed(const QStringList &names);
 }
