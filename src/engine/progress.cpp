@@ -2,6 +2,7 @@
 
 #include "docker.h"
 
+#include <algorithm>
 #include <QRegularExpression>
 
 namespace {
@@ -82,6 +83,13 @@ qint64 PullProgress::bytesTotal() const
             sum += l.total;
     }
     return sum;
+}
+
+bool PullProgress::totalKnown() const
+{
+    return std::all_of(layers.cbegin(), layers.cend(), [](const LayerProgress &l) {
+        return l.total > 0 || (l.phase != Phase::Waiting && l.phase != Phase::Downloading);
+    });
 }
 
 double PullProgress::fraction() const

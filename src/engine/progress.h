@@ -32,6 +32,10 @@ struct PullProgress {
     // Of the layers whose size the client has told; a layer not yet begun counts nothing.
     qint64 bytesDone() const;
     qint64 bytesTotal() const;
+    // Whether bytesTotal is the whole: every layer to fetch has told its size or is past its
+    // download (one too small to draw a line for counts nothing). Until then the total grows
+    // as layers begin.
+    bool totalKnown() const;
     // 0 to 1: each layer to fetch counts half for its download and half for its extraction.
     double fraction() const;
     friend bool operator==(const PullProgress &, const PullProgress &) = default;

@@ -31,7 +31,8 @@ QString pullDetail(const PullProgress &pull)
     if (pull.toFetch() == 0)
         return {};
     QStringList parts{layers(pull)};
-    if (const QString b = bytes(pull.bytesDone(), pull.bytesTotal()); !b.isEmpty() && pull.bytesTotal() > 0)
+    // A total that grows as layers begin would only mislead: until it is whole, what came so far.
+    if (const QString b = bytes(pull.bytesDone(), pull.totalKnown() ? pull.bytesTotal() : 0); !b.isEmpty() && pull.bytesTotal() > 0)
         parts << b;
     return parts.join(QStringLiteral(" · "));
 }

@@ -430,6 +430,9 @@ private slots:
             const PullProgress before = progress;
             Docker::readPull(progress, line);
             QVERIFY2(progress.done() >= before.done() && progress.fraction() >= before.fraction(), qPrintable(line));
+            // A total said to be whole stays what it was.
+            if (before.totalKnown() && before.bytesTotal() > 0)
+                QCOMPARE(progress.bytesTotal(), before.bytesTotal());
         }
         QTEST(progress.toFetch(), "toFetch");
         QTEST(progress.done(), "done");
