@@ -187,8 +187,14 @@ private slots:
         // No registry answers here, so a pull fails with the engine's own words.
         QVERIFY_THROWS_EXCEPTION(DockerError, e.perform(EngineAction::pull("korvat-test/nothing-here:1"), {}));
 
-        ComposeDir project(sleeperCompose());
-        e.perform(EngineAction::compose(Kind::ComposeUp, project.path()), {});
+        // Up tells, service by service, what compose is doing.
+        const QString projectName = uniqueName("ktup");
+        ComposeDir project("name: " + projectName.toUtf8() + "\n" + sleeperCompose());
+        ComposeProgress told;
+        Watch watch;
+        watch.line = [&](const QString &line) { Docker::readCompose(told, line, projectName); };
+        e.perform(EngineAction::compose(Kind::ComposeUp, project.path()), {}, watch);
+        QCOMPARE(told.services, (QList<ServiceProgress>{{"app", ServiceProgress::Phase::Started, {}}}));
         QCOMPARE(docker({"compose", "ps", "-q"}, project.path()).out.trimmed().count('\n'), 0);
         QVERIFY(!docker({"compose", "ps", "-q"}, project.path()).out.trimmed().isEmpty());
         e.perform(EngineAction::compose(Kind::ComposeDown, project.path()), {});
