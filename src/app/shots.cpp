@@ -67,12 +67,9 @@ struct Stage {
 
     ~Stage()
     {
-        // A listing or action held for a picture ends before the store that waits for it.
-        if (engine) {
-            engine->release(FakeEngine::Call::Listing);
-            engine->release(FakeEngine::Call::Action);
-            engine->release(EngineAction::Kind::RemoveVolume);
-        }
+        // Whatever a picture held ends before the store that waits for it.
+        if (engine)
+            engine->releaseAll();
     }
 
     AppStore &store() { return session->store(); }

@@ -166,6 +166,14 @@ void FakeEngine::release(EngineAction::Kind action)
     m_released.wakeAll();
 }
 
+void FakeEngine::releaseAll()
+{
+    QMutexLocker lock(&m_mutex);
+    m_held.clear();
+    m_heldActions.clear();
+    m_released.wakeAll();
+}
+
 void FakeEngine::setExec(std::function<ExecResult(const QString &, const QString &)> answer)
 {
     QMutexLocker lock(&m_mutex);

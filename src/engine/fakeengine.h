@@ -73,6 +73,8 @@ public:
     // Only actions of this kind wait, so that the ones before them go through.
     void hold(EngineAction::Kind action);
     void release(EngineAction::Kind action);
+    // Every held call and action goes on.
+    void releaseAll();
     void setExec(std::function<ExecResult(const QString &containerId, const QString &command)> answer);
     // What every log stream made from now on has written when it starts.
     void setLogOutput(const QByteArray &output);
