@@ -360,9 +360,12 @@ std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const Opt
                                            ProcessStream::Mode::Merged);
 }
 
-std::unique_ptr<EngineStream> CliEngine::usage(const QStringList &containerIds, const OptRuntime &runtime) const
+std::unique_ptr<EngineStream> CliEngine::usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const
 {
-    auto child = Docker::process(QStringList{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")} + containerIds, runtime);
+    QStringList arguments{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")};
+    if (read == UsageRead::Once)
+        arguments << QStringLiteral("--no-stream");
+    auto child = Docker::process(arguments + containerIds, runtime);
     // `docker stats` (28) ignores SIGTERM and SIGINT; it holds nothing, so it is killed.
     ChildProcess::prepare(*child, SIGKILL);
     return std::make_unique<ProcessStream>(std::move(child), ProcessStream::Mode::OutputOnly, std::chrono::milliseconds(0));

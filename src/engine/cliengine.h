@@ -33,7 +33,7 @@ public:
     ToolVersion composeVersion() const override;
     std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
     std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
-    std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime) const override;
+    std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const override;
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:

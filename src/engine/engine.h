@@ -9,6 +9,7 @@
 #include "logsource.h"
 #include "progress.h"
 #include "runtime.h"
+#include "usage.h"
 
 #include <QList>
 #include <QMap>
@@ -116,9 +117,9 @@ public:
     // Made on the UI thread, not yet started.
     virtual std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const = 0;
     virtual std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const = 0;
-    // Readings of these containers' use of the machine, about once a second each; lines for
-    // Docker::readUsage. A container it cannot find ends the stream.
-    virtual std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime) const = 0;
+    // Readings of these containers' use of the machine, about once a second each or once in
+    // all; lines for Docker::readUsage. A container it cannot find ends the stream.
+    virtual std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const = 0;
 
     virtual ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const = 0;
 };

@@ -212,13 +212,13 @@ QList<FakeStream *> alive(QList<QPointer<FakeStream>> &streams)
 QList<FakeStream *> FakeEngine::eventStreams() const { return alive(m_eventStreams); }
 QList<FakeStream *> FakeEngine::logStreams() const { return alive(m_logStreams); }
 
-QList<std::pair<FakeStream *, QStringList>> FakeEngine::usageStreams() const
+QList<FakeEngine::UsageAsked> FakeEngine::usageStreams() const
 {
     QMutexLocker lock(&m_mutex);
-    m_usageStreams.removeIf([](const auto &s) { return s.first.isNull(); });
-    QList<std::pair<FakeStream *, QStringList>> list;
-    for (const auto &[stream, ids] : m_usageStreams)
-        list.append({stream.data(), ids});
+    m_usageStreams.removeIf([](const auto &s) { return std::get<0>(s).isNull(); });
+    QList<UsageAsked> list;
+    for (const auto &[stream, ids, read] : m_usageStreams)
+        list.append({stream.data(), ids, read});
     return list;
 }
 
@@ -464,11 +464,11 @@ std::unique_ptr<EngineStream> FakeEngine::logs(const LogSource &, const OptRunti
     return stream;
 }
 
-std::unique_ptr<EngineStream> FakeEngine::usage(const QStringList &containerIds, const OptRuntime &) const
+std::unique_ptr<EngineStream> FakeEngine::usage(const QStringList &containerIds, const OptRuntime &, UsageRead read) const
 {
     QMutexLocker lock(&m_mutex);
     auto stream = std::make_unique<FakeStream>();
-    m_usageStreams.append({stream.get(), containerIds});
+    m_usageStreams.append({stream.get(), containerIds, read});
     return stream;
 }
 

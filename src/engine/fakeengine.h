@@ -88,7 +88,12 @@ public:
     QList<FakeStream *> eventStreams() const;
     QList<FakeStream *> logStreams() const;
     // Each usage stream with the containers it was asked for.
-    QList<std::pair<FakeStream *, QStringList>> usageStreams() const;
+    struct UsageAsked {
+        FakeStream *stream;
+        QStringList ids;
+        UsageRead read;
+    };
+    QList<UsageAsked> usageStreams() const;
     // Writes a line to every running event stream.
     void emitEvent(const QByteArray &line);
 
@@ -109,7 +114,7 @@ public:
     ToolVersion composeVersion() const override;
     std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
     std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
-    std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime) const override;
+    std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const override;
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
@@ -137,5 +142,5 @@ private:
     QMap<EngineAction::Kind, QStringList> m_progress;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
-    mutable QList<std::pair<QPointer<FakeStream>, QStringList>> m_usageStreams;
+    mutable QList<std::tuple<QPointer<FakeStream>, QStringList, UsageRead>> m_usageStreams;
 };

@@ -14,3 +14,9 @@ struct Usage {
     std::optional<qint64> memoryLimit;
     friend bool operator==(const Usage &, const Usage &) = default;
 };
+
+// How the client is asked: a stream that redraws about once a second until it is ended, or
+// one reading of each container, after which it ends by itself. The engine reads a container
+// twice for one reading (the CPU share is a difference), so a reading alone costs about two
+// seconds of streaming, and a client started for every reading costs its start-up.
+enum class UsageRead { Streaming, Once };

@@ -3,6 +3,7 @@
 #include "engine.h"
 #include "usage.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QSet>
@@ -23,11 +24,21 @@ struct UsageHistory {
     friend bool operator==(const UsageHistory &, const UsageHistory &) = default;
 };
 
+// How often the engine is asked about this many containers: a stream while that stays cheap,
+// else one reading of them all at a time, spaced so the engine's work stays about the same
+// however many are shown.
+struct UsagePace {
+    UsageRead read = UsageRead::Streaming;
+    std::chrono::milliseconds every{1000};
+    friend bool operator==(const UsagePace &, const UsagePace &) = default;
+};
+UsagePace usagePace(qsizetype containers);
+
 // Reads the machine use of the containers some view shows, with one `docker stats` child
 // for all of them, and only while the window is on screen: the engine does real work for
 // every container watched, so nothing is watched that nobody sees. Views say what they show
 // (each under its own key); the child is replaced, once the asking settles, when that set
-// changes. A child that ends by itself (a container gone before the listing said so) is
+// changes. A stream that ends by itself (a container gone before the listing said so) is
 // started again after a pause, by which time the views ask for what is really there.
 class UsageWatch : public QObject {
     Q_OBJECT
@@ -41,6 +52,10 @@ public:
         std::chrono::milliseconds retry{2000};
         std::chrono::milliseconds span{60000};
         std::chrono::milliseconds step{1000};
+        // Rows scrolled into view are read this long after the last reading at the soonest,
+        // not a whole pace later.
+        std::chrono::milliseconds soonest{3000};
+        std::function<UsagePace(qsizetype)> pace = usagePace;
     };
 
     UsageWatch(std::shared_ptr<Engine> engine, Clock clock, Timing timing, QObject *parent = nullptr);
@@ -60,6 +75,8 @@ public:
     void see(const QList<Usage> &readings, qint64 at);
     qint64 now() const { return m_clock(); }
     const Timing &timing() const { return m_timing; }
+    // How far apart readings of what is wanted now come.
+    std::chrono::milliseconds cadence() const;
     // The running child's process id, or 0.
     qint64 childPid() const;
 
@@ -69,6 +86,7 @@ signals:
 
 private:
     void relaunch();
+    void launch(UsageRead read);
     void endChild();
     void read();
     void ended();
@@ -85,6 +103,10 @@ private:
     QSet<QString> m_streaming;
     QHash<QString, UsageHistory> m_histories;
     EngineStream *m_child = nullptr;
+    UsageRead m_childRead = UsageRead::Streaming;
+    // Since the last one-off reading began, and what it asked for.
+    QElapsedTimer m_sinceReading;
+    QSet<QString> m_lastAsked;
     QByteArray m_partial;
     QTimer m_settle;
 };

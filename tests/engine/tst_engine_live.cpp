@@ -9,6 +9,7 @@
 #include <QMutex>
 #include <QProcess>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -285,30 +286,38 @@ private slots:
         docker({"rmi", reference});
     }
 
-    // The stats client ignores SIGTERM; ending the stream still ends it at once.
+    // One reading ends by itself; the stats client ignores SIGTERM, yet ending a stream still
+    // ends it at once.
     void usageIsReadAndTheReaderEnds()
     {
         const QString name = startContainer({"--memory", "64m"});
-        const auto stream = e.usage({name}, {});
-        std::optional<Usage> read;
-        QByteArray output;
-        connect(stream.get(), &EngineStream::readyRead, this, [&] {
-            output += stream->readAll();
-            for (const QByteArray &line : output.split('\n')) {
-                if (auto usage = Docker::readUsage(line); usage && usage->cpuPercent)
-                    read = usage;
-            }
-        });
-        stream->start();
-        QTRY_VERIFY_WITH_TIMEOUT(read.has_value(), 10000);
-        QCOMPARE(read->id, name);
-        QCOMPARE(read->memoryLimit, 64 * 1024 * 1024);
-        QVERIFY(*read->memoryBytes > 0);
+        for (const UsageRead how : {UsageRead::Once, UsageRead::Streaming}) {
+            const auto stream = e.usage({name}, {}, how);
+            std::optional<Usage> read;
+            QByteArray output;
+            connect(stream.get(), &EngineStream::readyRead, this, [&] {
+                output += stream->readAll();
+                for (const QByteArray &line : output.split('\n')) {
+                    if (auto usage = Docker::readUsage(line); usage && usage->cpuPercent)
+                        read = usage;
+                }
+            });
+            QSignalSpy finished(stream.get(), &EngineStream::finished);
+            stream->start();
+            QTRY_VERIFY_WITH_TIMEOUT(read.has_value(), 10000);
+            QCOMPARE(read->id, name);
+            QCOMPARE(read->memoryLimit, 64 * 1024 * 1024);
+            QVERIFY(*read->memoryBytes > 0);
 
-        const QString proc = "/proc/" + QString::number(stream->pid());
-        QVERIFY(QFileInfo::exists(proc));
-        stream->stop();
-        QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(proc), 2000);
+            if (how == UsageRead::Once) {
+                QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 10000);
+                continue;
+            }
+            const QString proc = "/proc/" + QString::number(stream->pid());
+            QVERIFY(QFileInfo::exists(proc));
+            stream->stop();
+            QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(proc), 2000);
+        }
     }
 
     void composeChecks()

@@ -2,6 +2,8 @@
 #include "usagewatch.h"
 
 #include <QSignalSpy>
+
+Q_DECLARE_METATYPE(UsagePace)
 #include <QTest>
 
 namespace {
@@ -18,13 +20,13 @@ QByteArray line(const QString &id, const char *cpu, const char *memory, bool fir
          + " \x1b[K\n";
 }
 
+// The children running, as "a,b" for a stream and "once a,b" for a one-off reading.
 QStringList streamed(const FakeEngine &engine)
 {
-    const auto streams = engine.usageStreams();
     QStringList running;
-    for (const auto &[stream, ids] : streams) {
-        if (stream->running())
-            running << ids.join(u',');
+    for (const auto &asked : engine.usageStreams()) {
+        if (asked.stream->running())
+            running << (asked.read == UsageRead::Once ? QStringLiteral("once ") : QString()) + asked.ids.join(u',');
     }
     return running;
 }
@@ -79,7 +81,7 @@ private slots:
         m_watch->setShown(true);
         m_watch->want(&m_viewerA, {"a", "b"});
         QTRY_COMPARE(streamed(*m_engine), QStringList({"a,b"}));
-        FakeStream *stream = m_engine->usageStreams().constLast().first;
+        FakeStream *stream = m_engine->usageStreams().constLast().stream;
         QSignalSpy sampled(m_watch.get(), &UsageWatch::sampled);
 
         // Split anywhere, as a pipe splits it.
@@ -114,6 +116,64 @@ private slots:
         QTRY_COMPARE(streamed(*m_engine), QStringList({"a,b"}));
     }
 
+    void paceHoldsTheEnginesWork_data()
+    {
+        QTest::addColumn<int>("containers");
+        QTest::addColumn<UsagePace>("pace");
+        const auto once = [](int seconds) { return UsagePace{UsageRead::Once, std::chrono::seconds(seconds)}; };
+        QTest::newRow("one") << 1 << UsagePace{};
+        QTest::newRow("three streamed") << 3 << UsagePace{};
+        QTest::newRow("four read apart") << 4 << once(6);
+        QTest::newRow("nine") << 9 << once(8);
+        QTest::newRow("thirty") << 30 << once(18);
+        QTest::newRow("never rarer than twice a minute") << 200 << once(30);
+    }
+    void paceHoldsTheEnginesWork()
+    {
+        QFETCH(int, containers);
+        QFETCH(UsagePace, pace);
+        QCOMPARE(usagePace(containers), pace);
+    }
+
+    // Past a few containers each reading is a child of its own, the next after the pace; rows
+    // scrolled into view are read without waiting for it.
+    void manyAreReadOneReadingAtATime()
+    {
+        UsageWatch::Timing timing{std::chrono::milliseconds(0), std::chrono::milliseconds(20)};
+        timing.soonest = std::chrono::milliseconds(0);
+        timing.pace = [](qsizetype n) { return n < 2 ? UsagePace{} : UsagePace{UsageRead::Once, std::chrono::minutes(1)}; };
+        m_watch = std::make_unique<UsageWatch>(m_engine, [this] { return m_now; }, timing);
+        m_watch->follow(def);
+        m_watch->setShown(true);
+        m_watch->want(&m_viewerA, {"a"});
+        QTRY_COMPARE(streamed(*m_engine), QStringList({"a"}));
+        QCOMPARE(m_watch->cadence(), std::chrono::milliseconds(1000));
+
+        m_watch->want(&m_viewerA, {"a", "b"});
+        QTRY_COMPARE(streamed(*m_engine), QStringList({"once a,b"}));
+        QCOMPARE(m_watch->cadence(), std::chrono::minutes(1));
+        FakeStream *reading = m_engine->usageStreams().constLast().stream;
+        reading->write(line("a", "1.00%", "8MiB / 1GiB") + line("b", "2.00%", "8MiB / 1GiB"));
+        reading->end();
+        QVERIFY(m_watch->history("a") && m_watch->history("b"));
+        QTest::qWait(50);
+        QCOMPARE(streamed(*m_engine), QStringList());   // the next waits for the pace
+
+        m_watch->want(&m_viewerB, {"c"});
+        QTRY_COMPARE(streamed(*m_engine), QStringList({"once a,b,c"}));
+        m_engine->usageStreams().constLast().stream->end();   // "c" is gone: it is not asked again
+        QTest::qWait(50);
+        QCOMPARE(streamed(*m_engine), QStringList());
+        m_watch->want(&m_viewerB, {});
+        QTest::qWait(50);
+        QCOMPARE(streamed(*m_engine), QStringList());   // all of these were read
+
+        m_watch->setShown(false);
+        m_watch->want(&m_viewerB, {"d"});
+        QTest::qWait(50);
+        QCOMPARE(streamed(*m_engine), QStringList());
+    }
+
     // A container gone before the listing said so ends the client; it starts again.
     void childThatEndsStartsAgain()
     {
@@ -121,7 +181,7 @@ private slots:
         m_watch->setShown(true);
         m_watch->want(&m_viewerA, {"gone"});
         QTRY_COMPARE(m_engine->usageStreams().size(), 1);
-        m_engine->usageStreams().constLast().first->end();
+        m_engine->usageStreams().constLast().stream->end();
         QCOMPARE(streamed(*m_engine), QStringList());
         m_watch->want(&m_viewerA, {"there"});
         QTRY_COMPARE(streamed(*m_engine), QStringList({"there"}));
