@@ -321,10 +321,12 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         waitUntil([&] { return stage.store().runtime().has_value(); });
         QCoro::waitFor(stage.store().refresh());
         stage.showTools(false);
-        // The minute of machine use the rows would have read while the window was open.
+        // The minute of machine use the rows would have read while the window was open, at
+        // the pace it reads as many containers as these.
         UsageWatch &usage = stage.store().usage();
         const auto minute = SampleData::usage(stage.store().containers());
-        for (int s = 0; s < minute.size(); ++s)
+        const qsizetype every = std::max<qsizetype>(1, usage.cadence() / usage.timing().step);
+        for (qsizetype s = (minute.size() - 1) % every; s < minute.size(); s += every)
             usage.see(minute[s], usage.now() - (minute.size() - 1 - s) * usage.timing().step.count());
 
         QQuickWindow *drawn = window;
