@@ -24,40 +24,58 @@ RefreshScheduler::RefreshScheduler(std::shared_ptr<Engine> engine, PollTiming ti
 
 RefreshScheduler::~RefreshScheduler() = default;
 
+std::chrono::milliseconds RefreshScheduler::interval() const
+{
+    if (eventsHealthy())
+        return shown() ? m_timing.safetyVisible : m_timing.safetyHidden;
+    return shown() ? m_timing.visiblePoll : m_timing.hiddenPoll;
+}
+
 void RefreshScheduler::scheduleNextPoll()
 {
     m_looping = true;
-    if (eventsHealthy())
-        m_pollTimer.start(shown() ? m_timing.safetyVisible : m_timing.safetyHidden);
-    else
-        m_pollTimer.start(shown() ? m_timing.visiblePoll : m_timing.hiddenPoll);
+    m_interval = interval();
+    m_waiting.start();
+    m_pollTimer.start(m_interval);
 }
 
 void RefreshScheduler::pollSoon()
 {
-    if (m_looping)
-        m_pollTimer.start(0);
+    if (!m_looping)
+        return;
+    m_interval = std::chrono::milliseconds(0);
+    m_pollTimer.start(0);
 }
 
 void RefreshScheduler::setWindowVisible(bool visible)
 {
     const bool wasShown = shown();
     m_windowVisible = visible;
-    if (!wasShown && shown())
-        pollSoon();
+    shownChanged(wasShown);
 }
 
 void RefreshScheduler::setPanelVisible(bool visible)
 {
     const bool wasShown = shown();
     m_panelVisible = visible;
-    if (!wasShown && shown())
+    shownChanged(wasShown);
+}
+
+void RefreshScheduler::shownChanged(bool wasShown)
+{
+    if (!wasShown && shown()) {
         pollSoon();
+    } else if (wasShown && !shown() && m_pollTimer.isActive() && m_interval > std::chrono::milliseconds(0)) {
+        // The poll a shown window was waiting for steps back to the hidden interval, counted
+        // from when the wait began: hiding the window must not leave one shown-rate listing.
+        m_interval = interval();
+        m_pollTimer.start(std::max(std::chrono::milliseconds(0), m_interval - std::chrono::milliseconds(m_waiting.elapsed())));
+    }
 }
 
 std::chrono::milliseconds RefreshScheduler::nextPollIn() const
 {
-    return m_pollTimer.isActive() ? m_pollTimer.intervalAsDuration() : std::chrono::milliseconds(0);
+    return m_pollTimer.isActive() ? m_interval : std::chrono::milliseconds(0);
 }
 
 void RefreshScheduler::follow(const std::optional<Runtime> &runtime)

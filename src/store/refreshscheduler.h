@@ -4,6 +4,7 @@
 #include "engineevents.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QFuture>
 #include <QObject>
 #include <QTimer>
@@ -93,10 +94,15 @@ signals:
 private:
     void setStale(bool stale);
     void pollSoon();
+    void shownChanged(bool wasShown);
+    // How long the poll waits now, counted from when it began to.
+    std::chrono::milliseconds interval() const;
     bool shown() const { return m_windowVisible || m_panelVisible; }
 
     PollTiming m_timing;
     QTimer m_pollTimer;
+    QElapsedTimer m_waiting;
+    std::chrono::milliseconds m_interval{0};
     bool m_windowVisible = false;
     bool m_panelVisible = false;
     bool m_looping = false;

@@ -429,6 +429,13 @@ private slots:
         QTRY_VERIFY(m_engine->eventStreams().constLast() != before);
         QVERIFY(m_engine->eventStreams().constLast()->running());
         QCOMPARE(m_engine->eventStreams().size(), 1);
+
+        // Hidden, the safety listing a shown window waits for steps back at once.
+        QTRY_VERIFY(st->scheduler().eventsHealthy());
+        st->setWindowVisible(true);
+        QTRY_COMPARE(st->scheduler().nextPollIn(), timing.safetyVisible);
+        st->setWindowVisible(false);
+        QCOMPARE(st->scheduler().nextPollIn(), timing.safetyHidden);
     }
 
     void aHungEngineNeitherBlocksNorPilesUp()
