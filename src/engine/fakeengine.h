@@ -87,7 +87,7 @@ public:
     // The streams made so far that still exist, newest last.
     QList<FakeStream *> eventStreams() const;
     QList<FakeStream *> logStreams() const;
-    // Each usage stream with the containers it was asked for.
+    // Each usage stream with the containers it was asked for, and how.
     struct UsageAsked {
         FakeStream *stream;
         QStringList ids;
