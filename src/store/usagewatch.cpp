@@ -188,7 +188,7 @@ void UsageWatch::see(const QList<Usage> &readings, qint64 at)
             if (!history.cpu.isEmpty() && at - history.cpu.last().at < m_timing.step.count())
                 history.cpu.last().cpuPercent = *reading.cpuPercent;
             else
-                history.cpu.append({at, *reading.cpuPercent});
+                history.cpu.append({at, *reading.cpuPercent, cadence().count()});
         }
         if (history != before)
             changed << reading.id;

@@ -16,6 +16,8 @@ struct UsageHistory {
     struct Point {
         qint64 at;   // milliseconds on the watch's clock
         double cpuPercent;
+        // How soon the next reading was due when this one came.
+        qint64 every = 1000;
         friend bool operator==(const Point &, const Point &) = default;
     };
     QList<Point> cpu;

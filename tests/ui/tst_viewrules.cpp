@@ -369,18 +369,19 @@ void TestViewRules::usageTexts()
 void TestViewRules::usageTrend()
 {
     using Point = UsageHistory::Point;
-    QCOMPARE(UsageText::trend(nullptr, 10'000, 4000, 1000, 1000), (QList<qreal>{-1, -1, -1, -1}));
+    QCOMPARE(UsageText::trend(nullptr, 10'000, 4000, 1000), (QList<qreal>{-1, -1, -1, -1}));
     // Against the span's peak; the newest reading in the last step; one older than the span
     // neither drawn nor counted.
     const UsageHistory busy{{Point{5'000, 80}, Point{7'900, 20}, Point{9'000, 40}, Point{10'000, 10}}, {}, {}};
-    QCOMPARE(UsageText::trend(&busy, 10'000, 4000, 1000, 1000), (QList<qreal>{-1, 0.5, 1, 0.25}));
+    QCOMPARE(UsageText::trend(&busy, 10'000, 4000, 1000), (QList<qreal>{-1, 0.5, 1, 0.25}));
     // Below 5% is drawn against 5%: an idle container's noise stays low.
     const UsageHistory idle{{Point{9'000, 0.1}, Point{10'000, 0.5}}, {}, {}};
-    QCOMPARE(UsageText::trend(&idle, 10'000, 2000, 1000, 1000), (QList<qreal>{0.02, 0.1}));
-    // Readings seconds apart are joined across the steps between; a reading missed leaves a gap.
-    const UsageHistory spaced{{Point{2'000, 10}, Point{6'000, 30}, Point{14'000, 20}}, {}, {}};
-    QCOMPARE(UsageText::trend(&spaced, 14'000, 13'000, 1000, 4000),
-             (QList<qreal>{10. / 30, 15. / 30, 20. / 30, 25. / 30, 1, -1, -1, -1, -1, -1, -1, -1, 20. / 30}));
+    QCOMPARE(UsageText::trend(&idle, 10'000, 2000, 1000), (QList<qreal>{0.02, 0.1}));
+    // Readings due seconds apart are joined across the steps between; one missed leaves a gap,
+    // and the pace each was read at holds for it, whatever came after.
+    const UsageHistory spaced{{Point{1'000, 10, 1000}, Point{2'000, 10, 4000}, Point{6'000, 30, 4000}, Point{14'000, 20, 1000}}, {}, {}};
+    QCOMPARE(UsageText::trend(&spaced, 14'000, 14'000, 1000),
+             (QList<qreal>{10. / 30, 10. / 30, 15. / 30, 20. / 30, 25. / 30, 1, -1, -1, -1, -1, -1, -1, -1, 20. / 30}));
 }
 
 void TestViewRules::failureNotes_data()

@@ -151,8 +151,7 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
             return role == TrendRole ? QVariant::fromValue(QList<qreal>()) : QVariant(QString());
         const UsageHistory *history = m_usage->history(c.id);
         if (role == TrendRole)
-            return QVariant::fromValue(UsageText::trend(history, m_usage->now(), m_usage->timing().span.count(), m_usage->timing().step.count(),
-                                                             m_usage->cadence().count()));
+            return QVariant::fromValue(UsageText::trend(history, m_usage->now(), m_usage->timing().span.count(), m_usage->timing().step.count()));
         const UsageText::Now now = UsageText::latest(history);
         return role == UsageRole ? UsageText::line(now) : UsageText::spoken(now);
     }

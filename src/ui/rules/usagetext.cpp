@@ -62,7 +62,7 @@ QString spoken(const Now &now)
     return parts.join(QStringLiteral(", "));
 }
 
-QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 step, qint64 cadence)
+QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 step)
 {
     const qsizetype count = qsizetype(span / step);
     QList<qreal> values(count, -1);
@@ -72,7 +72,7 @@ QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 
     // noise stays flat along the bottom.
     double peak = 5;
     qsizetype lastSlot = -1;
-    qint64 lastAt = 0;
+    const UsageHistory::Point *last = nullptr;
     for (const auto &point : history->cpu) {
         // Steps counted back from now: the newest reading takes the last slot.
         const qint64 back = (now - point.at) / step;
@@ -81,13 +81,13 @@ QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 
         const qsizetype slot = count - 1 - back;
         values[slot] = point.cpuPercent;
         peak = std::max(peak, point.cpuPercent);
-        if (lastSlot >= 0 && point.at - lastAt <= cadence * 3 / 2) {
+        if (last && point.at - last->at <= last->every * 3 / 2) {
             const qreal from = values[lastSlot];
             for (qsizetype between = lastSlot + 1; between < slot; ++between)
                 values[between] = from + (point.cpuPercent - from) * qreal(between - lastSlot) / qreal(slot - lastSlot);
         }
         lastSlot = slot;
-        lastAt = point.at;
+        last = &point;
     }
     for (qreal &value : values) {
         if (value >= 0)

@@ -29,8 +29,9 @@ QString line(const Now &now);
 QString spoken(const Now &now);
 
 // The last span, one value per step, oldest first: each step's reading as a share of the
-// span's peak (5% at least), or -1 where there is none. Readings taken a cadence apart (and
-// a half, for lateness) are joined: the steps between them go from one to the other.
-QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 step, qint64 cadence);
+// span's peak (5% at least), or -1 where there is none. A reading that came when it was due
+// (or up to half as late again) is joined to the one before: the steps between go from one
+// to the other.
+QList<qreal> trend(const UsageHistory *history, qint64 now, qint64 span, qint64 step);
 
 } // namespace UsageText
