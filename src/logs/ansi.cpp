@@ -6,75 +6,103 @@ QList<Line> Parser::feed(QStringView chunk)
 {
     QList<Line> done;
     for (const QChar c : chunk) {
-        const char16_t u = c.unicode();
-        switch (m_state) {
-        case State::Text:
-            if (m_return && u != u'\n' && u != u'\r') {
-                // A bare carriage return: what follows overwrites the line, as a progress bar redraws.
-                m_line = {};
-            }
-            m_return = false;
-            if (u == 0x1b) {
-                m_state = State::Escape;
-            } else if (u == 0x9b) {
-                m_params.clear();
-                m_state = State::Csi;
-            } else if (u == u'\n') {
-                endLine(done);
-            } else if (u == u'\r') {
-                m_return = true;
-            } else if (u == u'\b') {
-                if (!m_line.text.isEmpty()) {
-                    m_line.text.chop(1);
-                    if (!m_line.spans.isEmpty() && m_line.spans.last().start + m_line.spans.last().length > m_line.text.size()
-                        && --m_line.spans.last().length == 0)
-                        m_line.spans.removeLast();
-                }
-            } else if (u == u'\t' || (u >= 0x20 && u != 0x7f && !(u >= 0x80 && u < 0xa0))) {
-                put(c);
-                if (m_line.text.size() >= longestLine)
-                    endLine(done);
-            }
-            break;
-        case State::Escape:
-            if (u == u'[') {
-                m_params.clear();
-                m_state = State::Csi;
-            } else if (u == u']' || u == u'P' || u == u'X' || u == u'^' || u == u'_') {
-                m_state = State::String;   // OSC, DCS, SOS, PM, APC: all end at ST or BEL
-            } else if (u >= 0x20 && u <= 0x2f) {
-                m_state = State::EscapeIntermediate;   // ESC ( B and friends: one more byte
-            } else {
-                m_state = State::Text;   // ESC 7, ESC M, …: nothing to show
-            }
-            break;
-        case State::EscapeIntermediate:
-            if (u < 0x20 || u > 0x2f)
-                m_state = State::Text;
-            break;
-        case State::Csi:
-            if (u >= 0x40 && u <= 0x7e) {
-                csi(c);
-                m_state = State::Text;
-            } else if (u >= 0x20 && u < 0x40) {
-                if (m_params.size() < 256)
-                    m_params.append(c);
-            } else {
-                m_state = State::Text;   // malformed: give up on it, lose no text after it
-            }
-            break;
-        case State::String:
-            if (u == 0x07)
-                m_state = State::Text;
-            else if (u == 0x1b)
-                m_state = State::StringEscape;
-            break;
-        case State::StringEscape:
-            m_state = u == u'\\' ? State::Text : State::String;
-            break;
+        // A control character that breaks off a sequence is read again as text, so a line
+        // break inside a title or a cut-off colour still ends its line.
+        while (!step(c, done)) {
         }
     }
     return done;
+}
+
+bool Parser::step(QChar c, QList<Line> &done)
+{
+    const char16_t u = c.unicode();
+    // A line break ends any sequence still open: in a log, a sequence never outlives its line.
+    const bool lineBreak = u == u'\n' || u == u'\r';
+    switch (m_state) {
+    case State::Text:
+        if (m_return && !lineBreak) {
+            // A bare carriage return: what follows overwrites the line, as a progress bar redraws.
+            m_line = {};
+        }
+        m_return = false;
+        if (u == 0x1b) {
+            m_state = State::Escape;
+        } else if (u == 0x9b) {
+            m_params.clear();
+            m_state = State::Csi;
+        } else if (u == u'\n') {
+            endLine(done);
+        } else if (u == u'\r') {
+            m_return = true;
+        } else if (u == u'\b') {
+            if (!m_line.text.isEmpty()) {
+                m_line.text.chop(1);
+                if (!m_line.spans.isEmpty() && m_line.spans.last().start + m_line.spans.last().length > m_line.text.size()
+                    && --m_line.spans.last().length == 0)
+                    m_line.spans.removeLast();
+            }
+        } else if (u == u'\t' || (u >= 0x20 && u != 0x7f && !(u >= 0x80 && u < 0xa0))) {
+            put(c);
+            if (m_line.text.size() >= longestLine)
+                endLine(done);
+        }
+        return true;
+    case State::Escape:
+        if (u < 0x20)
+            return abandon();
+        if (u == u'[') {
+            m_params.clear();
+            m_state = State::Csi;
+        } else if (u == u']' || u == u'P' || u == u'X' || u == u'^' || u == u'_') {
+            m_state = State::String;   // OSC, DCS, SOS, PM, APC: all end at ST or BEL
+        } else if (u >= 0x20 && u <= 0x2f) {
+            m_state = State::EscapeIntermediate;   // ESC ( B and friends: one more byte
+        } else {
+            m_state = State::Text;   // ESC 7, ESC M, …: nothing to show
+        }
+        return true;
+    case State::EscapeIntermediate:
+        if (u < 0x20)
+            return abandon();
+        if (u > 0x2f)
+            m_state = State::Text;
+        return true;
+    case State::Csi:
+        if (u >= 0x40 && u <= 0x7e) {
+            csi(c);
+            m_state = State::Text;
+        } else if (u >= 0x20 && u < 0x40) {
+            if (m_params.size() < 256)
+                m_params.append(c);
+        } else {
+            return abandon();   // malformed: give up on it, lose nothing after it
+        }
+        return true;
+    case State::String:
+        if (u == 0x07)
+            m_state = State::Text;
+        else if (u == 0x1b)
+            m_state = State::StringEscape;
+        else if (lineBreak)
+            return abandon();
+        return true;
+    case State::StringEscape:
+        if (u == u'\\') {
+            m_state = State::Text;
+            return true;
+        }
+        // Any other byte after ESC begins a sequence of its own, as a terminal reads it.
+        m_state = State::Escape;
+        return false;
+    }
+    return true;
+}
+
+bool Parser::abandon()
+{
+    m_state = State::Text;
+    return false;
 }
 
 void Parser::put(QChar c)

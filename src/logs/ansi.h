@@ -63,6 +63,9 @@ public:
 
 private:
     enum class State : std::uint8_t { Text, Escape, EscapeIntermediate, Csi, String, StringEscape };
+    // Reads one character; false when it broke off a sequence and must be read again.
+    bool step(QChar c, QList<Line> &done);
+    bool abandon();
     void put(QChar c);
     void endLine(QList<Line> &done);
     void csi(QChar final);

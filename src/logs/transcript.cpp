@@ -50,7 +50,8 @@ void Transcript::append(const QList<LogLine> &lines)
     bool newService = false;
     for (const LogLine &line : lines) {
         Entry e{line, m_finder.matchesIn(line.body.text)};
-        m_matchCount += e.matches.size();
+        if (inService(e))
+            m_matchCount += e.matches.size();
         m_chars += line.body.text.size() + 1;
         if (!line.service.isEmpty() && !m_services.contains(line.service)) {
             m_services.append(line.service);
@@ -86,7 +87,8 @@ void Transcript::trim()
     qsizetype drop = 0;
     while (drop < m_lines.size() && m_chars > keep) {
         m_chars -= m_lines[drop].line.body.text.size() + 1;
-        m_matchCount -= m_lines[drop].matches.size();
+        if (inService(m_lines[drop]))
+            m_matchCount -= m_lines[drop].matches.size();
         ++drop;
     }
     const qint64 newFirst = m_first + drop;
@@ -136,10 +138,17 @@ void Transcript::setPalette(const TranscriptPalette &palette)
         emit dataChanged(index(0), index(int(m_rows.size() - 1)), {StyledRole, ServiceColorRole});
 }
 
+bool Transcript::inService(const Entry &e) const
+{
+    return m_service.isEmpty() || e.line.service == m_service;
+}
+
 bool Transcript::shows(const Entry &e) const
 {
-    if (!m_service.isEmpty() && e.line.service != m_service)
+    if (!inService(e))
         return false;
+    // A line with a match always shows while it is in the service shown, so find counts and
+    // moves among exactly the lines of that service.
     return !m_filtering || m_finder.isEmpty() || findInvalid() || !e.matches.isEmpty();
 }
 
@@ -165,19 +174,29 @@ void Transcript::rebuildRows()
 void Transcript::refind()
 {
     m_finder = Finder(m_findText, m_regex);
-    m_matchCount = 0;
-    for (Entry &e : m_lines) {
+    for (Entry &e : m_lines)
         e.matches = m_finder.matchesIn(e.line.body.text);
-        m_matchCount += e.matches.size();
+    m_current = {};
+    recount();
+    rebuildRows();
+    emit findChanged();
+}
+
+void Transcript::recount()
+{
+    m_matchCount = 0;
+    for (const Entry &e : m_lines) {
+        if (inService(e))
+            m_matchCount += e.matches.size();
     }
+    if (m_current.line >= 0 && inService(entry(m_current.line)))
+        return;
     m_current = {};
     // Readers are at the end of a log: the newest match is the one they want first.
     for (qsizetype i = m_lines.size() - 1; i >= 0 && m_current.line < 0; --i) {
         if (!m_lines[i].matches.isEmpty() && shows(m_lines[i]))
             m_current = {m_first + i, int(m_lines[i].matches.size() - 1)};
     }
-    rebuildRows();
-    emit findChanged();
 }
 
 void Transcript::setFindText(const QString &text)
@@ -211,6 +230,7 @@ void Transcript::setService(const QString &service)
     if (m_service == service)
         return;
     m_service = service;
+    recount();
     rebuildRows();
     emit filterChanged();
     emit findChanged();
@@ -226,8 +246,10 @@ QString Transcript::findStatus() const
         return QStringLiteral("No matches");
     qsizetype ordinal = 0;
     if (m_current.line >= 0) {
-        for (qsizetype i = 0; i < qsizetype(m_current.line - m_first); ++i)
-            ordinal += m_lines[i].matches.size();
+        for (qsizetype i = 0; i < qsizetype(m_current.line - m_first); ++i) {
+            if (inService(m_lines[i]))
+                ordinal += m_lines[i].matches.size();
+        }
         ordinal += m_current.index + 1;
     }
     const QLocale locale;

@@ -145,7 +145,11 @@ private:
     };
 
     const Entry &entry(qint64 line) const { return m_lines[qsizetype(line - m_first)]; }
+    bool inService(const Entry &e) const;
     bool shows(const Entry &e) const;
+    // The matches counted anew for the service shown; the current one moves to the newest
+    // shown when its line is hidden.
+    void recount();
     void rebuildRows();
     void refind();
     void trim();

@@ -60,6 +60,10 @@ private slots:
         QTest::newRow("a sequence split across reads") << QStringList{e, "[3", "1mred"} << QStringList{"{fg1}red{}"};
         QTest::newRow("charset selection") << QStringList{e + "(Bx"} << QStringList{"x"};
         QTest::newRow("backspace, bell, tab") << QStringList{"ab\bc\x07\td"} << QStringList{"ac\td"};
+        QTest::newRow("unterminated title ends with its line") << QStringList{"before\n" + e + "]0;title\nafter\nlast\n"} << QStringList{"before", "", "after", "last"};
+        QTest::newRow("unterminated DCS, then a carriage return") << QStringList{"a" + e + "Pq#0\r\nb"} << QStringList{"a", "b"};
+        QTest::newRow("a sequence cut by a line break") << QStringList{"a" + e + "[31\nb" + e + "\nc" + e + "(\nd"} << QStringList{"a", "b", "c", "d"};
+        QTest::newRow("ESC inside a title starts a sequence") << QStringList{e + "]0;t" + e + "[32mg"} << QStringList{"{fg2}g{}"};
         QTest::newRow("malformed: a control inside a sequence") << QStringList{"a" + e + "[3\x01" "b"} << QStringList{"ab"};
         QTest::newRow("out-of-range colour numbers clamp") << QStringList{e + "[38;5;999mx" + e + "[38;2mY"} << QStringList{"{fg255}x{}{fg#000000}Y{}"};
     }
@@ -161,10 +165,20 @@ private slots:
         t.setService("web");   // a service chooser that hides every line hides the current match too
         QCOMPARE(t.count(), 0);
         QCOMPARE(t.currentRow(), -1);
+        QCOMPARE(t.findStatus(), "No matches");   // hidden lines' matches are not counted
         t.append(plain({"web says a"}, "web"));
-        QCOMPARE(t.services(), QStringList{"web"});
+        t.append(plain({"db says a"}, "db"));
+        QCOMPARE(t.services(), (QStringList{"db", "web"}));
         QCOMPARE(t.count(), 1);
-        QCOMPARE(t.shownText(), "Showing 1 of 4 lines");
+        QCOMPARE(t.shownText(), "Showing 1 of 5 lines");
+        QCOMPARE(t.findStatus(), "1 of 2");   // "says a": only the web line's two count
+        t.next();
+        t.next();   // around, never onto a hidden line
+        QCOMPARE(t.findStatus(), "1 of 2");
+        QCOMPARE(t.currentRow(), 0);
+        t.setService("db");
+        QCOMPARE(t.findStatus(), "2 of 2");
+        QCOMPARE(t.currentRow(), 0);
     }
 
     void boundedInLargeSteps()
