@@ -14,6 +14,8 @@ packages=(
   qml6-module-qtquick-templates qml6-module-qttest qml6-module-qtquick-shapes
   qml6-module-qtqml qml6-module-qtqml-models qml6-module-qt-labs-folderlistmodel
   qt6-svg-dev libqt6svg6 qt6-wayland
+  # a volume backup's entries are read before a restore
+  libarchive-dev
   # fonts and icons are fetched from the npm registry at build time
   openssl
   # a private session bus for the appearance and desktop-service tests

@@ -1,5 +1,6 @@
 #include "cliengine.h"
 
+#include "backuparchive.h"
 #include "childprocess.h"
 #include "docker.h"
 #include "dockercli.h"
@@ -295,12 +296,17 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
     } else if (!QFileInfo(file).isReadable()) {
         throw DockerError(QStringLiteral("Cannot read %1").arg(file));
     }
+    // An archive is read before anything changes: one whose entries would land beside the
+    // volume rather than in it is refused, not reported as restored.
+    const Archive::Placement placement = backup ? Archive::Placement{Archive::Placement::Kind::Root, {}} : Archive::place(Archive::entries(file));
+    if (placement.kind == Archive::Placement::Kind::Refused)
+        throw DockerError(QStringLiteral("Cannot restore from %1: %2.").arg(QFileInfo(file).fileName(), placement.reason));
     // Whatever happens from here, no helper and no partial archive stay behind.
     const auto leftovers = qScopeGuard([&] { QFile::remove(partial); });
     const QString helper = QStringLiteral("korvat-volume-%1").arg(QUuid::createUuid().toString(QUuid::Id128).left(12));
     Docker::run({QStringLiteral("create"), QStringLiteral("--name"), helper, QStringLiteral("--label"), QStringLiteral("org.korvat.helper=volume-data"),
                  QStringLiteral("-v"), volume + QStringLiteral(":/volume"), held.first().id, QStringLiteral("korvat-never-runs")},
-                runtime, {}, Docker::Wait::untilDone());
+                runtime, {}, Docker::Wait::query());
     const auto helperGone = qScopeGuard([&] { Docker::capture({QStringLiteral("rm"), QStringLiteral("-f"), helper}, runtime); });
     // Nothing a volume holds is overwritten: a restore fills only a new or empty one.
     if (!backup && !volumeEmpty(helper, runtime))
@@ -309,14 +315,25 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
     if (backup) {
         // The archive is a little larger than the data; the size is what there is to tell.
         qint64 size = 0;
+        QStringList leftOut;
         for (const DockerVolume &v : volumes(runtime)) {
-            if (v.name == volume)
+            if (v.name == volume && !v.mountpoint.isEmpty()) {
                 size = volumeSize(v).value_or(0);
+                leftOut = VolumeSize::unarchivable(v.mountpoint);
+            }
         }
-        Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial, watch, size);
+        Watch told = watch;
+        if (watch.moved && !leftOut.isEmpty())
+            told.moved = [&](Transferred moved) {
+                moved.leftOut = leftOut;
+                watch.moved(moved);
+            };
+        Docker::transfer({QStringLiteral("cp"), helper + QStringLiteral(":/volume"), QStringLiteral("-")}, runtime, {}, partial, told, size);
     } else {
-        Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), helper + QStringLiteral(":/")}, runtime, file, {},
-                         watch, QFileInfo(file).size());
+        const QString into = helper + (placement.kind == Archive::Placement::Kind::Root ? QStringLiteral(":/") : QStringLiteral(":/volume"));
+        Docker::transfer({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("-"), into}, runtime, file, {}, watch, QFileInfo(file).size());
+        if (volumeEmpty(helper, runtime))
+            throw DockerError(QStringLiteral("The engine took %1 but %2 is still empty.").arg(QFileInfo(file).fileName(), volume));
     }
     if (backup && ((QFile::exists(file) && !QFile::remove(file)) || !QFile::rename(partial, file)))
         throw DockerError(QStringLiteral("Cannot write %1").arg(file));

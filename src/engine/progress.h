@@ -67,6 +67,9 @@ struct ComposeProgress {
 struct Transferred {
     qint64 bytes = 0;
     qint64 total = 0;
+    // What a backup could not hold (sockets), relative to the volume: the engine passes over
+    // them without a word, so they are found beforehand.
+    QStringList leftOut;
     friend bool operator==(const Transferred &, const Transferred &) = default;
 };
 

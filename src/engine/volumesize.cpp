@@ -3,6 +3,7 @@
 #include <QLocale>
 
 #include <cerrno>
+#include <functional>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,8 +12,11 @@
 namespace VolumeSize {
 
 namespace {
-// Walks with directory descriptors, so a tree of any depth costs no path strings.
-bool sumTree(int dirFd, qint64 &total)
+// Walks with directory descriptors, so a tree of any depth costs no path strings but for
+// what the visitor asks to name.
+using Visit = std::function<void(const struct stat &, const QString &relative)>;
+
+bool walk(int dirFd, const Visit &visit, const QString &prefix, bool namePaths)
 {
     DIR *dir = fdopendir(dirFd);
     if (!dir) {
@@ -30,35 +34,53 @@ bool sumTree(int dirFd, qint64 &total)
             ok = false;
             break;
         }
-        total += qint64(st.st_blocks) * 512;
+        const QString path = namePaths ? prefix + QString::fromLocal8Bit(name) : QString();
+        visit(st, path);
         if (S_ISDIR(st.st_mode)) {
             const int child = openat(dirfd(dir), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (child < 0 || !sumTree(child, total)) {
+            if (child < 0 || !walk(child, visit, namePaths ? path + u'/' : QString(), namePaths)) {
                 ok = false;
                 break;
             }
         }
+        errno = 0;
     }
     if (errno != 0)
         ok = false;
     closedir(dir);
     return ok;
 }
+
+bool walkFrom(const QString &path, struct stat &top, const Visit &visit, bool namePaths)
+{
+    const QByteArray native = path.toLocal8Bit();
+    if (lstat(native.constData(), &top) != 0)
+        return false;
+    if (!S_ISDIR(top.st_mode))
+        return true;
+    const int fd = open(native.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    return fd >= 0 && walk(fd, visit, QString(), namePaths);
+}
 }
 
 std::optional<qint64> allocatedBytes(const QString &path)
 {
-    const QByteArray native = path.toLocal8Bit();
-    struct stat st {};
-    if (lstat(native.constData(), &st) != 0)
+    struct stat top {};
+    qint64 total = 0;
+    if (!walkFrom(path, top, [&](const struct stat &st, const QString &) { total += qint64(st.st_blocks) * 512; }, false))
         return std::nullopt;
-    qint64 total = qint64(st.st_blocks) * 512;
-    if (S_ISDIR(st.st_mode)) {
-        const int fd = open(native.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (fd < 0 || !sumTree(fd, total))
-            return std::nullopt;
-    }
-    return total;
+    return total + qint64(top.st_blocks) * 512;
+}
+
+QStringList unarchivable(const QString &path)
+{
+    QStringList found;
+    struct stat top {};
+    walkFrom(path, top, [&](const struct stat &st, const QString &relative) {
+        if (S_ISSOCK(st.st_mode))
+            found << relative;
+    }, true);
+    return found;
 }
 
 QString format(qint64 bytes)

@@ -59,6 +59,7 @@ QCoro::Task<> AppStore::perform(EngineAction action, QString project)
     if (!self)
         co_return;
     const bool stopped = id && m_work.stopped(id);
+    const Work done = id ? *m_work.find(id) : Work{};
     if (id) {
         if (stopped)
             m_state.setNotice(WorkText::stopped(*m_work.find(id), servicesOf(project)));
@@ -70,7 +71,7 @@ QCoro::Task<> AppStore::perform(EngineAction action, QString project)
     if (stopped || action.kind == EngineAction::Kind::Pull) {
         // Said above.
     } else if (!failure && action.kind == EngineAction::Kind::BackupVolume)
-        m_state.setNotice(QStringLiteral("Backed up %1 to %2").arg(action.targets.value(0), action.argument));
+        m_state.setNotice(WorkText::backedUp(done, action.argument));
     else if (!failure && action.kind == EngineAction::Kind::RestoreVolume)
         m_state.setNotice(QStringLiteral("Restored %1 from %2").arg(action.targets.value(0), action.argument));
     m_state.setBusy(false);
@@ -102,8 +103,9 @@ QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
     if (!self)
         co_return;
     const bool stopped = m_work.stopped(id);
+    const Work done = *m_work.find(id);
     if (stopped)
-        m_state.setNotice(WorkText::stopped(*m_work.find(id)) + QStringLiteral(", and nothing was removed"));
+        m_state.setNotice(WorkText::stopped(done) + QStringLiteral(", and nothing was removed"));
     m_work.end(id);
     if (stopped) {
         // Said above.
@@ -115,8 +117,10 @@ QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
         if (!self)
             co_return;
         m_state.setError(removalFailure);
-        m_state.setNotice(removalFailure ? QStringLiteral("Backed up %1 to %2").arg(volume, file)
-                                         : QStringLiteral("Backed up %1 to %2 and removed it").arg(volume, file));
+        const QString backedUp = WorkText::backedUp(done, file);
+        m_state.setNotice(removalFailure                   ? backedUp
+                          : done.moved.leftOut.isEmpty() ? backedUp + QStringLiteral(" and removed it")
+                                                         : backedUp + QStringLiteral("; %1 was removed").arg(volume));
     }
     m_state.setBusy(false);
     co_await refresh();

@@ -191,4 +191,18 @@ QString stopped(const Work &work, const QStringList &services)
     return {};
 }
 
+QString backedUp(const Work &work, const QString &file)
+{
+    const QString done = QStringLiteral("Backed up %1 to %2").arg(work.subject, file);
+    const QStringList &out = work.moved.leftOut;
+    if (out.isEmpty())
+        return done;
+    constexpr qsizetype named = 3;
+    QStringList shown = out.mid(0, named);
+    if (out.size() > named)
+        shown << QStringLiteral("%1 more").arg(out.size() - named);
+    return done + QStringLiteral(", without %1: %2").arg(listed(shown), out.size() == 1 ? QStringLiteral("a socket cannot be archived")
+                                                                                       : QStringLiteral("sockets cannot be archived"));
+}
+
 }

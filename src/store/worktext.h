@@ -26,6 +26,9 @@ QString stepText(const DeletionStep &step);
 QString stopped(const Work &work, const QStringList &services = {});
 // A pull's end in the client's words: "Downloaded newer image for nginx:1.27".
 QString pulled(const Work &work);
+// "Backed up data to ~/data.tar", with what the engine left out: "…, without run/app.sock:
+// a socket cannot be archived".
+QString backedUp(const Work &work, const QString &file);
 // "a", "a and b", "a, b and c"
 QString listed(const QStringList &names);
 }

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocalServer>
 #include <QMutex>
 #include <QProcess>
 #include <QScopeGuard>
@@ -148,6 +149,50 @@ private slots:
             QVERIFY2(error.message().startsWith("Cannot write /proc/kt-nope/x.tar"), qPrintable(error.message()));
         }
         QCOMPARE(docker({"ps", "-a", "--filter", "label=org.korvat.helper", "-q"}).out.trimmed(), QString());
+    }
+
+    // Archives made elsewhere: one of a folder's contents lands in the volume, not beside it;
+    // one reaching outside its folder is refused with nothing changed. A socket, which the
+    // engine leaves out of an archive without a word, is named.
+    void foreignArchivesAndSockets()
+    {
+        using Kind = EngineAction::Kind;
+        const QString plain = uniqueName("kt-vp-"), refused = uniqueName("kt-vx-"), sockets = uniqueName("kt-vs-");
+        m_made.volumes << plain << refused << sockets;
+        for (const QString &v : {plain, refused, sockets})
+            QCOMPARE(docker({"volume", "create", v}).status, 0);
+        QTemporaryDir dir;
+        QDir(dir.path()).mkpath("tree/sub");
+        const auto write = [&](const QString &name, const QByteArray &text) {
+            QFile f(dir.filePath(name));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(text);
+        };
+        write("tree/a.txt", "alpha\n");
+        write("tree/sub/b.txt", "beta\n");
+        write("outside.txt", "no\n");
+        const auto tar = [&](const QStringList &args) { return QProcess::execute("tar", args) == 0; };
+        QVERIFY(tar({"-C", dir.filePath("tree"), "-cf", dir.filePath("plain.tar"), "."}));
+        QVERIFY(tar({"-C", dir.filePath("tree"), "-cPf", dir.filePath("escape.tar"), "a.txt", "../outside.txt"}));
+
+        e.perform(EngineAction::volumeData(Kind::RestoreVolume, plain, dir.filePath("plain.tar")), {});
+        QCOMPARE(docker({"run", "--rm", "-v", plain + ":/d", engineImage(), "cat", "/d/a.txt", "/d/sub/b.txt"}).out, "alpha\nbeta\n");
+        try {
+            e.perform(EngineAction::volumeData(Kind::RestoreVolume, refused, dir.filePath("escape.tar")), {});
+            QFAIL("an archive reaching outside its folder was restored");
+        } catch (const DockerError &error) {
+            QVERIFY2(error.message().contains("../outside.txt, a path outside its own folder"), qPrintable(error.message()));
+        }
+        QCOMPARE(docker({"run", "--rm", "-v", refused + ":/d", engineImage(), "ls", "-A", "/d"}).out, QString());
+
+        const QString mountpoint = docker({"volume", "inspect", "--format", "{{.Mountpoint}}", sockets}).out.trimmed();
+        QLocalServer listening;
+        QVERIFY2(listening.listen(mountpoint + "/app.sock"), qPrintable(listening.errorString()));
+        QStringList leftOut;
+        Watch watch;
+        watch.moved = [&](const Transferred &moved) { leftOut = moved.leftOut; };
+        e.perform(EngineAction::volumeData(Kind::BackupVolume, sockets, dir.filePath("sockets.tar")), {}, watch);
+        QCOMPARE(leftOut, QStringList{"app.sock"});
     }
 
     // Every kind of action on real objects, each seen to take effect through the listings.

@@ -81,6 +81,16 @@ private slots:
         // cache is the project's, though compose had not reached it.
         QTEST(WorkText::stopped(work, {"web", "db", "worker", "cache"}), "stopped");
     }
+
+    void namesWhatABackupLeftOut()
+    {
+        Work work = moving(Work::Kind::Backup, 1, 1);
+        QCOMPARE(WorkText::backedUp(work, "/b.tar"), "Backed up shop_data to /b.tar");
+        work.moved.leftOut = {"run/a.sock"};
+        QCOMPARE(WorkText::backedUp(work, "/b.tar"), "Backed up shop_data to /b.tar, without run/a.sock: a socket cannot be archived");
+        work.moved.leftOut = {"a", "b", "c", "d", "e"};
+        QCOMPARE(WorkText::backedUp(work, "/b.tar"), "Backed up shop_data to /b.tar, without a, b, c and 2 more: sockets cannot be archived");
+    }
 };
 
 QTEST_APPLESS_MAIN(WorkTextTest)
