@@ -8,15 +8,17 @@
 // A container's state as one event settles it, before any listing confirms it: the event
 // stream tells of a stop before a `ps` child could have started.
 struct ContainerChange {
-    // Killed, OutOfMemory and Unhealthy change no row: they tell why a container stops or
-    // how it fares. A kill is what every stop, restart and compose down sends first.
-    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, OutOfMemory, Unhealthy };
+    // Killed, Stopped, OutOfMemory and Unhealthy change no row: they tell why a container
+    // stops or how it fares. A kill is what every stop, restart and compose down sends
+    // first; Stopped comes after the death a stop asked for.
+    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, Stopped, OutOfMemory, Unhealthy };
     // The engine's full id; listings show a prefix of it.
     QString id;
     Kind kind = Kind::Started;
     int exitCode = 0;
     QString name;
     QString project;   // its compose project, when it has one
+    int signal = 0;    // what a kill sent; 0 when the engine did not say
     friend bool operator==(const ContainerChange &, const ContainerChange &) = default;
 };
 

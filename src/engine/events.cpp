@@ -14,7 +14,7 @@ std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObje
         {QLatin1String("start"), Kind::Started},   {QLatin1String("die"), Kind::Died},
         {QLatin1String("pause"), Kind::Paused},    {QLatin1String("unpause"), Kind::Unpaused},
         {QLatin1String("destroy"), Kind::Destroyed}, {QLatin1String("kill"), Kind::Killed},
-        {QLatin1String("oom"), Kind::OutOfMemory},
+        {QLatin1String("oom"), Kind::OutOfMemory}, {QLatin1String("stop"), Kind::Stopped},
     };
     const auto known = std::find_if(kinds.cbegin(), kinds.cend(), [verb](const auto &k) { return verb == k.first; });
     const QJsonObject actor = event.value(QLatin1String("Actor")).toObject();
@@ -27,7 +27,8 @@ std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObje
         return std::nullopt;
     const QJsonObject attributes = actor.value(QLatin1String("Attributes")).toObject();
     return ContainerChange{id, unhealthy ? Kind::Unhealthy : known->second, attributes.value(QLatin1String("exitCode")).toString().toInt(),
-                           attributes.value(QLatin1String("name")).toString(), attributes.value(QLatin1String(Labels::project)).toString()};
+                           attributes.value(QLatin1String("name")).toString(), attributes.value(QLatin1String(Labels::project)).toString(),
+                           attributes.value(QLatin1String("signal")).toString().toInt()};
 }
 
 // "Up 7 minutes (healthy)" without its note in brackets.
@@ -101,6 +102,7 @@ QList<Container> withChange(QList<Container> rows, const ContainerChange &change
         rows.erase(row);
         break;
     case Kind::Killed:
+    case Kind::Stopped:
     case Kind::OutOfMemory:
     case Kind::Unhealthy:
         break;

@@ -52,7 +52,14 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
     connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
-    connect(&m_state, &EngineState::runtimeChanged, this, [this] { m_told.clear(); });
+    connect(&m_state, &EngineState::runtimeChanged, this, [this] {
+        m_told.clear();
+        m_failures.forgetListing();
+    });
+    connect(&m_scheduler.events(), &EngineEvents::healthyChanged, this, [this] {
+        if (!m_scheduler.events().healthy())
+            m_streamGap = true;
+    });
 
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
@@ -205,7 +212,7 @@ void AppStore::select(const Runtime &runtime)
 void AppStore::containerChanged(const ContainerChange &change)
 {
     using Kind = ContainerChange::Kind;
-    if (change.kind == Kind::Killed || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy)
+    if (change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy)
         return;
     m_told.append({m_scheduler.count(), change});
     m_state.setLists(Docker::withChange(containers(), change), images(), volumes());
@@ -278,6 +285,7 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
 {
     QPointer<AppStore> self(this);
     const std::optional<Runtime> snapshot = runtime();
+    const auto began = std::chrono::steady_clock::now();
     const int id = m_scheduler.begin(snapshot);
     auto future = QtConcurrent::run(workers(), fetch, m_engine, snapshot, lists, Fetched{containers(), images(), volumes(), runtimes(), {}});
     const Fetched fetched = co_await future;
@@ -300,6 +308,12 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
         }
         m_told.removeIf([id](const Told &told) { return told.listingsBefore <= id; });
         m_state.setLists(rows, fetched.images, fetched.volumes);
+        if (lists & Listing::Containers) {
+            // Deaths the stream could not tell of are found by comparing listings across its gap.
+            const bool gap = std::exchange(m_streamGap, !m_scheduler.eventsHealthy()) || !m_scheduler.eventsHealthy();
+            m_failures.listed(rows, gap);
+            m_scheduler.events().listed(began);
+        }
         if (m_state.errorSource() == ErrorSource::Refresh)
             m_state.setError(std::nullopt, ErrorSource::Refresh);
         if (lists & Listing::Containers)

@@ -202,4 +202,6 @@ private:
         ContainerChange change;
     };
     QList<Told> m_told;
+    // The event stream was down at some time since the last listing of the containers.
+    bool m_streamGap = true;
 };

@@ -7,18 +7,27 @@ EngineEvents::EngineEvents(std::shared_ptr<Engine> engine, Timing timing, QObjec
 {
     m_quiet.setSingleShot(true);
     m_restart.setSingleShot(true);
-    m_settled.setSingleShot(true);
     connect(&m_quiet, &QTimer::timeout, this, &EngineEvents::burstTick);
     connect(&m_restart, &QTimer::timeout, this, [this] {
         m_restarted = true;
         launch();
     });
-    connect(&m_settled, &QTimer::timeout, this, [this] {
-        m_retry = m_timing.firstRetry;
-        setHealthy(true);
-        if (std::exchange(m_restarted, false))
-            emit changed(everyListing);
-    });
+}
+
+void EngineEvents::connected()
+{
+    if (m_healthy)
+        return;
+    m_retry = m_timing.firstRetry;
+    setHealthy(true);
+    if (std::exchange(m_restarted, false))
+        emit changed(everyListing);
+}
+
+void EngineEvents::listed(std::chrono::steady_clock::time_point began)
+{
+    if (m_child && m_child->running() && began >= m_launchedAt)
+        connected();
 }
 
 EngineEvents::~EngineEvents() { endChild(); }
@@ -37,7 +46,6 @@ void EngineEvents::stop()
     m_restarted = false;
     m_retry = m_timing.firstRetry;
     m_restart.stop();
-    m_settled.stop();
     m_quiet.stop();
     m_pending = {};
     endChild();
@@ -58,8 +66,8 @@ void EngineEvents::launch()
     connect(m_child, &EngineStream::readyRead, this, &EngineEvents::readLines);
     connect(m_child, &EngineStream::finished, this, &EngineEvents::ended);
     m_partial.clear();
+    m_launchedAt = std::chrono::steady_clock::now();
     m_child->start();
-    m_settled.start(m_timing.settled);
 }
 
 void EngineEvents::endChild() { EngineStream::end(m_child, this); }
@@ -68,7 +76,11 @@ void EngineEvents::readLines()
 {
     if (!m_child)
         return;
-    m_partial += m_child->readAll();
+    const QByteArray read = m_child->readAll();
+    if (read.isEmpty())
+        return;
+    m_partial += read;
+    connected();
     qsizetype start = 0;
     Listings seen;
     for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1) {
@@ -124,7 +136,6 @@ void EngineEvents::ended()
     if (!m_child)
         return;
     EngineStream::letGo(m_child, this);
-    m_settled.stop();
     setHealthy(false);
     if (!m_following)
         return;

@@ -17,8 +17,6 @@ struct EventTiming {
     std::chrono::milliseconds longest{1000};
     std::chrono::milliseconds firstRetry{1000};
     std::chrono::milliseconds lastRetry{60000};
-    // A child alive this long has reached its engine.
-    std::chrono::milliseconds settled{1000};
 };
 
 // Follows one runtime's event stream with a single long-lived `docker events` child and
@@ -27,7 +25,10 @@ struct EventTiming {
 // it falls quiet, so a project of ten containers coming up costs two refreshes. A child that
 // ends is started again after a pause that doubles up to a minute; an engine or client
 // without events therefore costs one child a minute and leaves the poll loop to do the work.
-// The stream is healthy once its child has run for a while without ending.
+// The stream is healthy once it is known to be connected: it delivered an event, or a
+// listing begun after its child started succeeded while the child still runs. A child that
+// merely stays alive proves nothing: one stuck connecting to a hung engine or an ssh host
+// that does not answer stays alive too.
 class EngineEvents : public QObject {
     Q_OBJECT
 
@@ -45,6 +46,9 @@ public:
     qint64 childPid() const;
     bool healthy() const { return m_healthy; }
     std::chrono::milliseconds nextRetry() const { return m_retry; }
+    // A listing begun at this time succeeded: the engine answers, so a child started before
+    // it and still running has reached it too.
+    void listed(std::chrono::steady_clock::time_point began);
 
 signals:
     // These lists may differ from the last listing.
@@ -61,6 +65,7 @@ private:
     void burstTick();
     void endChild();
     void setHealthy(bool healthy);
+    void connected();
 
     std::shared_ptr<Engine> m_engine;
     Timing m_timing;
@@ -76,6 +81,6 @@ private:
     Listings m_pending;
     QTimer m_quiet;
     QTimer m_restart;
-    QTimer m_settled;
+    std::chrono::steady_clock::time_point m_launchedAt;
     QElapsedTimer m_burst;
 };

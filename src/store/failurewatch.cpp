@@ -2,6 +2,9 @@
 
 #include "settings.h"
 
+#include <QRegularExpression>
+#include <csignal>
+
 FailureWatch::FailureWatch(QSettings *settings, Clock clock, Timing timing, QObject *parent)
     : QObject(parent), m_settings(settings), m_clock(std::move(clock)), m_timing(timing)
 {
@@ -24,7 +27,11 @@ void FailureWatch::see(const ContainerChange &change)
         m_killed.remove(change.id);
         return;
     case Kind::Killed:
-        m_killed.insert(change.id);
+        if (ends(change.signal))
+            m_killed.insert(change.id);
+        return;
+    case Kind::Stopped:
+        retract(change.id);
         return;
     case Kind::Died:
         if (change.exitCode != 0 && !m_killed.contains(change.id))
@@ -55,6 +62,47 @@ void FailureWatch::report(Failure failure)
     m_lastTold.insert(failure.id, now);
     m_burst.append(std::move(failure));
     m_quiet.start();
+}
+
+void FailureWatch::retract(const QString &id)
+{
+    if (m_burst.removeIf([&](const Failure &f) { return f.id == id && f.why == Failure::Why::Exited; }) > 0)
+        m_lastTold.remove(id);
+}
+
+bool FailureWatch::ends(int signal)
+{
+    return signal == 0 || signal == SIGINT || signal == SIGKILL || signal == SIGTERM;
+}
+
+std::optional<int> FailureWatch::exitCode(const Container &container)
+{
+    static const QRegularExpression exited(QStringLiteral("^Exited \\((-?\\d+)\\)"));
+    const QRegularExpressionMatch match = exited.match(container.status);
+    if (container.state != QLatin1String("exited") || !match.hasMatch())
+        return std::nullopt;
+    return match.captured(1).toInt();
+}
+
+void FailureWatch::listed(const QList<Container> &containers, bool afterGap)
+{
+    QSet<QString> running;
+    for (const Container &c : containers) {
+        if (c.isRunning())
+            running.insert(c.id);
+        if (!afterGap || !m_running || !m_running->contains(c.id))
+            continue;
+        const std::optional<int> code = exitCode(c);
+        // 128 + the signal: what a stop leaves when the program did not exit by itself.
+        if (code && *code != 0 && !(*code > 128 && ends(*code - 128)))
+            report({c.id, c.name, c.project().value_or(QString()), Failure::Why::Exited, *code});
+    }
+    m_running = std::move(running);
+}
+
+void FailureWatch::forgetListing()
+{
+    m_running.reset();
 }
 
 void FailureWatch::flush()

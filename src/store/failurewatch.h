@@ -1,5 +1,6 @@
 #pragma once
 
+#include "container.h"
 #include "engineevent.h"
 
 #include <QDateTime>
@@ -9,6 +10,7 @@
 #include <QTimer>
 #include <chrono>
 #include <functional>
+#include <optional>
 
 class QSettings;
 
@@ -25,11 +27,14 @@ struct Failure {
 };
 
 // Reads the event stream for failures worth a desktop notification: a container that dies
-// with a non-zero exit code when no kill came since it started (every stop, restart and
-// compose down sends one, Korvat's own included), one the out-of-memory killer hits, one
-// whose health check turns unhealthy. One per container per quietPeriod at most; failures
-// that come together are told together once the burst falls quiet; muted projects and a
-// setting turned off are told nothing.
+// with a non-zero exit code when nothing asked it to (a kill with a signal that ends it, as
+// every stop, restart, removal and compose down sends, Korvat's own included; or a stop
+// the engine tells of after the death, whatever its signal), one the out-of-memory killer
+// hits, one whose health check turns unhealthy. A signal that does not end a container (a
+// reload's SIGHUP) excuses nothing. While the stream is down, a listing finds what died
+// meanwhile. One per container per quietPeriod at most; failures that come together are
+// told together once the burst falls quiet; muted projects and a setting turned off are
+// told nothing.
 class FailureWatch : public QObject {
     Q_OBJECT
 
@@ -45,6 +50,16 @@ public:
     explicit FailureWatch(QSettings *settings, QObject *parent = nullptr);
 
     void see(const ContainerChange &change);
+    // A listing of every container. After a gap in the event stream, a container that was
+    // running at the listing before and has exited since with a code no stop gives is a
+    // failure; the first listing of a runtime only sets what later ones are compared with.
+    void listed(const QList<Container> &containers, bool afterGap);
+    // Another runtime: its containers are new.
+    void forgetListing();
+    // The signals a stop sends to end a container: SIGINT, SIGKILL, SIGTERM; 0 (not said).
+    static bool ends(int signal);
+    // The exit code of an exited container, from the client's words: "Exited (3) 2 min ago".
+    static std::optional<int> exitCode(const Container &container);
 
     bool enabled() const;
     void setEnabled(bool on);
@@ -58,6 +73,8 @@ signals:
 
 private:
     void report(Failure failure);
+    // A death a stop asked for after all: taken back while its burst is still gathering.
+    void retract(const QString &id);
     void flush();
 
     QSettings *m_settings;
@@ -66,6 +83,8 @@ private:
     // Containers a kill was sent to since they last started.
     QSet<QString> m_killed;
     QHash<QString, QDateTime> m_lastTold;
+    // Full ids of the containers running at the last listing; none before the first.
+    std::optional<QSet<QString>> m_running;
     QList<Failure> m_burst;
     QTimer m_quiet;
 };

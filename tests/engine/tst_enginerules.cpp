@@ -1,3 +1,4 @@
+#include "backuparchive.h"
 #include "cliengine.h"
 #include "fakeengine.h"
 #include "dockercli.h"
@@ -328,7 +329,9 @@ private slots:
             << QByteArray(R"({"Type":"container","Action":"die","Actor":{"ID":"abc123","Attributes":{"exitCode":"137","name":"shop-web-1","com.docker.compose.project":"shop"}}})")
             << c << std::optional(ContainerChange{"abc123", Kind::Died, 137, "shop-web-1", "shop"});
         QTest::newRow("killed, as every stop begins") << QByteArray(R"({"Type":"container","Action":"kill","Actor":{"ID":"abc","Attributes":{"signal":"15"}}})")
-                                                      << c << std::optional(ContainerChange{"abc", Kind::Killed, 0});
+                                                      << c << std::optional(ContainerChange{"abc", Kind::Killed, 0, {}, {}, 15});
+        QTest::newRow("stopped, after its death") << QByteArray(R"({"Type":"container","Action":"stop","Actor":{"ID":"abc"}})") << c
+                                                  << std::optional(ContainerChange{"abc", Kind::Stopped, 0});
         QTest::newRow("out of memory") << QByteArray(R"({"Type":"container","Action":"oom","Actor":{"ID":"abc"}})") << c
                                        << std::optional(ContainerChange{"abc", Kind::OutOfMemory, 0});
         QTest::newRow("health turns bad") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy","Actor":{"ID":"abc"}})") << c
@@ -472,6 +475,30 @@ private slots:
     }
 
     // Each change leaves the row as the next listing will show it, so that listing changes nothing.
+    void archivePlacement_data()
+    {
+        using Kind = Archive::Placement::Kind;
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("a backup of Korvat's") << QStringList{"volume/", "volume/a", "volume/sub/b"} << int(Kind::Root) << "";
+        QTest::newRow("a folder's contents") << QStringList{"./", "./a", "./sub/", "./sub/b"} << int(Kind::Volume) << "";
+        QTest::newRow("files at the top") << QStringList{"a", "volume/b"} << int(Kind::Volume) << "";
+        QTest::newRow("up and out") << QStringList{"./a", "../etc/passwd"} << int(Kind::Refused)
+                                    << "it holds ../etc/passwd, a path outside its own folder, so nothing was restored";
+        QTest::newRow("out through a middle") << QStringList{"a/../../b"} << int(Kind::Refused)
+                                              << "it holds a/../../b, a path outside its own folder, so nothing was restored";
+        QTest::newRow("absolute") << QStringList{"/etc/x"} << int(Kind::Refused) << "it holds /etc/x, a path outside its own folder, so nothing was restored";
+        QTest::newRow("only its own folder") << QStringList{"./", "."} << int(Kind::Refused) << "it holds no files, so nothing was restored";
+    }
+    void archivePlacement()
+    {
+        QFETCH(QStringList, entries);
+        const Archive::Placement placed = Archive::place(entries);
+        QTEST(int(placed.kind), "kind");
+        QTEST(placed.reason, "reason");
+    }
+
     void aChangeAppliedToTheRows_data()
     {
         QTest::addColumn<QString>("status");

@@ -63,6 +63,7 @@ private slots:
     void portLinks();
     void failureNotes_data();
     void failureNotes();
+    void failuresFoundAcrossAGap();
     void usageTexts_data();
     void usageTexts();
     void usageTrend();
@@ -390,9 +391,9 @@ void TestViewRules::failureNotes_data()
     QTest::addColumn<QStringList>("notes");
     QTest::newRow("exits 3 on its own") << QStringList{"start shop/web", "die shop/web 3"}
                                         << QStringList{"web stopped unexpectedly | Exited with code 3 · project shop"};
-    QTest::newRow("stopped: a kill came first") << QStringList{"start shop/web", "kill shop/web", "die shop/web 137"} << QStringList{};
+    QTest::newRow("stopped: a kill came first") << QStringList{"start shop/web", "kill shop/web 15", "die shop/web 137"} << QStringList{};
     QTest::newRow("a clean exit") << QStringList{"die shop/web 0"} << QStringList{};
-    QTest::newRow("restarted, then fails alone") << QStringList{"kill shop/web", "die shop/web 143", "start shop/web", "die shop/web 1"}
+    QTest::newRow("restarted, then fails alone") << QStringList{"kill shop/web 9", "die shop/web 143", "start shop/web", "die shop/web 1"}
                                                  << QStringList{"web stopped unexpectedly | Exited with code 1 · project shop"};
     QTest::newRow("three of one project, folded")
         << QStringList{"die shop/web 1", "die shop/db 2", "unhealthy other/api", "die shop/worker 3"}
@@ -404,6 +405,12 @@ void TestViewRules::failureNotes_data()
     QTest::newRow("a crash loop: once in five minutes") << QStringList{"die shop/web 1", "start shop/web", "die shop/web 1"}
                                                         << QStringList{"web stopped unexpectedly | Exited with code 1 · project shop"};
     QTest::newRow("muted project") << QStringList{"die muted/web 1"} << QStringList{};
+    QTest::newRow("a reload's hangup excuses nothing") << QStringList{"kill shop/web 1", "die shop/web 1"}
+                                                       << QStringList{"web stopped unexpectedly | Exited with code 1 · project shop"};
+    QTest::newRow("a stop by its own signal, told after") << QStringList{"kill shop/web 3", "die shop/web 131", "stop shop/web"} << QStringList{};
+    QTest::newRow("many at once: one note")
+        << QStringList{"die /a 1", "die /b 1", "die /c 1", "die /d 1", "die /e 1", "die /f 1", "die shop/web 1"}
+        << QStringList{"7 containers stopped unexpectedly | a, b, c, d, e, and 2 more"};
 }
 
 void TestViewRules::failureNotes()
@@ -417,11 +424,14 @@ void TestViewRules::failureNotes()
     QSignalSpy told(&watch, &FailureWatch::failed);
     using Kind = ContainerChange::Kind;
     static const QMap<QString, Kind> kinds{{"start", Kind::Started}, {"die", Kind::Died}, {"kill", Kind::Killed},
-                                           {"oom", Kind::OutOfMemory}, {"unhealthy", Kind::Unhealthy}};
+                                           {"oom", Kind::OutOfMemory}, {"unhealthy", Kind::Unhealthy}, {"stop", Kind::Stopped}};
     for (const QString &event : events) {
         const QStringList parts = event.split(u' ');
         const QString project = parts[1].section(u'/', 0, 0), name = parts[1].section(u'/', 1);
-        watch.see({name + QStringLiteral("-id"), kinds.value(parts[0]), parts.value(2).toInt(), name, project});
+        // A kill's number is the signal it sent, a death's its exit code.
+        const int number = parts.value(2).toInt();
+        const Kind kind = kinds.value(parts[0]);
+        watch.see({name + QStringLiteral("-id"), kind, kind == Kind::Killed ? 0 : number, name, project, kind == Kind::Killed ? number : 0});
         now = now.addSecs(1);
     }
     QCoreApplication::processEvents();
@@ -438,6 +448,35 @@ void TestViewRules::failureNotes()
     watch.see({QStringLiteral("x-id"), Kind::Died, 1, QStringLiteral("x"), {}});
     QCoreApplication::processEvents();
     QCOMPARE(told.size(), notes.isEmpty() ? 0 : 1);
+}
+
+// What died while the event stream was down is found by the listing after it, once.
+void TestViewRules::failuresFoundAcrossAGap()
+{
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
+    FailureWatch watch(&settings, [] { return QDateTime::currentDateTimeUtc(); }, {std::chrono::milliseconds(0), std::chrono::seconds(300)});
+    QSignalSpy told(&watch, &FailureWatch::failed);
+    const auto row = [](const QString &name, const QString &status) {
+        return Container{name + QStringLiteral("-id"), name, {}, status.startsWith(u'U') ? QStringLiteral("running") : QStringLiteral("exited"), status};
+    };
+    const QList<Container> before{row("crash", "Up 1 hour"), row("stopped", "Up 1 hour"), row("done", "Up 1 hour"), row("old", "Exited (1) 2 days ago")};
+    const QList<Container> after{row("crash", "Exited (2) 5 seconds ago"), row("stopped", "Exited (143) 4 seconds ago"),
+                                 row("done", "Exited (0) 3 seconds ago"), row("old", "Exited (1) 2 days ago")};
+    watch.listed(after, true);   // the first listing only sets what later ones are compared with
+    watch.listed(before, true);
+    watch.listed(after, false);   // the stream was up: it told of each death itself
+    QCoreApplication::processEvents();
+    QCOMPARE(told.size(), 0);
+    watch.listed(before, true);
+    watch.listed(after, true);
+    watch.listed(after, true);
+    QCoreApplication::processEvents();
+    QCOMPARE(told.size(), 1);
+    const auto failures = told.first().first().value<QList<Failure>>();
+    QCOMPARE(failures.size(), 1);
+    QCOMPARE(failures.first().name, QStringLiteral("crash"));
+    QCOMPARE(failures.first().exitCode, 2);
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

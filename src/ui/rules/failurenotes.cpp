@@ -17,15 +17,25 @@ Note single(const Failure &f)
     return {};
 }
 
+QString named(const QList<Failure> &failures)
+{
+    constexpr qsizetype shown = 5;
+    QStringList names;
+    for (const Failure &f : failures.mid(0, shown))
+        names << f.name;
+    if (failures.size() > shown)
+        names << QStringLiteral("and %1 more").arg(failures.size() - shown);
+    return names.join(QStringLiteral(", "));
+}
+
 Note folded(const QString &project, const QList<Failure> &failures)
 {
     const bool allUnhealthy = std::all_of(failures.cbegin(), failures.cend(), [](const Failure &f) { return f.why == Failure::Why::Unhealthy; });
     const bool noneUnhealthy = std::none_of(failures.cbegin(), failures.cend(), [](const Failure &f) { return f.why == Failure::Why::Unhealthy; });
     const QString what = allUnhealthy ? QStringLiteral(" are unhealthy") : noneUnhealthy ? QStringLiteral(" stopped unexpectedly") : QStringLiteral(" are failing");
-    QStringList names;
-    for (const Failure &f : failures)
-        names << f.name;
-    return {QStringLiteral("%1 containers of %2").arg(failures.size()).arg(project) + what, names.join(QStringLiteral(", ")), {}, project};
+    const QString whose = project.isEmpty() ? QStringLiteral("%1 containers").arg(failures.size())
+                                            : QStringLiteral("%1 containers of %2").arg(failures.size()).arg(project);
+    return {whose + what, named(failures), {}, project};
 }
 }
 
@@ -44,6 +54,9 @@ QList<Note> notes(const QList<Failure> &failures)
         std::copy_if(failures.cbegin(), failures.cend(), std::back_inserter(of), [&](const Failure &f) { return f.project == project; });
         out.append(of.size() == 1 ? single(of.first()) : folded(project, of));
     }
+    // A desktop flooded with notes tells less than one that says how many.
+    if (out.size() > maxNotes)
+        return {folded({}, failures)};
     return out;
 }
 

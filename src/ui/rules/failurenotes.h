@@ -19,7 +19,9 @@ struct Note {
 };
 
 // One note per project, its failures folded into one ("3 containers of shop stopped
-// unexpectedly"); a container outside any project has its own.
+// unexpectedly"); a container outside any project has its own. More than maxNotes fold
+// into one for the whole burst ("30 containers stopped unexpectedly").
+constexpr qsizetype maxNotes = 3;
 QList<Note> notes(const QList<Failure> &failures);
 
 }
