@@ -6,7 +6,8 @@
 //   bench_cost SECONDS usage   a window tall enough to show every running container's use,
 //                              then hidden, beside a bare `docker stats` of the same containers
 // Run through bench/run.sh, which starts a private engine, fills it, and exports
-// KORVAT_BENCH_ENGINE_PID (dockerd's), KORVAT_ENGINE_EXEC (its exec root, which names its shims)
+// KORVAT_BENCH_ENGINE_PID (dockerd's, checked), KORVAT_ENGINE_EXEC (its exec root, where its
+// own containerd listens unless it names the system's)
 // and KORVAT_BENCH_CONTAINER (a running one to stop).
 
 #include "appstore.h"
@@ -26,7 +27,10 @@
 #include <QTextStream>
 #include <QTimer>
 
+#include <QSet>
+
 #include <algorithm>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace {
@@ -78,22 +82,73 @@ qint64 korvatTicks()
     return sum;
 }
 
+QStringList runningContainers(bool whole = false);
+
+QList<QByteArray> arguments(qint64 pid)
+{
+    return readProc(QStringLiteral("/proc/%1/cmdline").arg(pid)).split('\0');
+}
+
+// The engine's process, checked: a wrong id would read as an engine that costs nothing.
+qint64 enginePid()
+{
+    static const qint64 pid = [] {
+        const qint64 given = qEnvironmentVariableIntValue("KORVAT_BENCH_ENGINE_PID");
+        if (given <= 0 || !arguments(given).value(0).endsWith("dockerd")) {
+            out << "bench_cost: KORVAT_BENCH_ENGINE_PID (" << qgetenv("KORVAT_BENCH_ENGINE_PID") << ") is not a running dockerd\n";
+            out.flush();
+            std::exit(1);
+        }
+        return given;
+    }();
+    return pid;
+}
+
+// Where the engine's containerd listens: its --containerd when it uses the system's, or the
+// one it runs itself under its exec root.
+QByteArray containerdAddress()
+{
+    for (const QByteArray &arg : arguments(enginePid())) {
+        if (arg.startsWith("--containerd="))
+            return arg.mid(13);
+    }
+    const QList<QByteArray> args = arguments(enginePid());
+    const qsizetype flag = args.indexOf("--containerd");
+    if (flag >= 0 && flag + 1 < args.size())
+        return args[flag + 1];
+    return qgetenv("KORVAT_ENGINE_EXEC") + "/containerd/containerd.sock";
+}
+
 // The shims containerd started for this engine's containers: they leave containerd's tree
-// at once, and they do much of the work of reading a container's use.
+// at once, and they do much of the work of reading a container's use. Found by the address
+// they serve, they must account for every running container, or the figure is wrong.
 QList<qint64> shims()
 {
-    const QByteArray root = qgetenv("KORVAT_ENGINE_EXEC");
+    static const QByteArray address = containerdAddress();
     QList<qint64> found;
-    if (root.isEmpty())
-        return found;
+    QSet<QByteArray> ids;
     for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool number = false;
         const qint64 pid = entry.toLongLong(&number);
         if (!number)
             continue;
-        const QByteArray command = readProc(QStringLiteral("/proc/%1/cmdline").arg(pid));
-        if (command.contains("containerd-shim") && command.contains(root + "/containerd/"))
-            found << pid << descendants(pid);
+        const QList<QByteArray> args = arguments(pid);
+        if (!args.value(0).contains("containerd-shim") || !args.contains(address))
+            continue;
+        found << pid << descendants(pid);
+        const qsizetype id = args.indexOf("-id");
+        if (id >= 0)
+            ids.insert(args.value(id + 1));
+    }
+    static bool checked = false;
+    if (!std::exchange(checked, true)) {
+        for (const QString &running : runningContainers(true)) {
+            if (!ids.contains(running.toUtf8())) {
+                out << "bench_cost: no shim at " << address << " runs container " << running << "\n";
+                out.flush();
+                std::exit(1);
+            }
+        }
     }
     return found;
 }
@@ -101,7 +156,7 @@ QList<qint64> shims()
 // dockerd and what runs under it: containerd, the shims, the containers.
 qint64 engineTicks()
 {
-    const qint64 dockerd = qEnvironmentVariableIntValue("KORVAT_BENCH_ENGINE_PID");
+    const qint64 dockerd = enginePid();
     qint64 sum = ticks(dockerd, true);
     for (const qint64 pid : descendants(dockerd) + shims())
         sum += ticks(pid, true);
@@ -150,10 +205,11 @@ void measure(const char *label, int seconds, qint64 engineAloneTicks, const char
     out.flush();
 }
 
-QStringList runningContainers()
+QStringList runningContainers(bool whole)
 {
     QProcess p;
-    p.start(QStringLiteral("docker"), {QStringLiteral("ps"), QStringLiteral("-q")});
+    p.start(QStringLiteral("docker"), whole ? QStringList{QStringLiteral("ps"), QStringLiteral("-q"), QStringLiteral("--no-trunc")}
+                                            : QStringList{QStringLiteral("ps"), QStringLiteral("-q")});
     p.waitForFinished(60000);
     return QString::fromUtf8(p.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
 }

@@ -5,6 +5,7 @@
 #include "cliengine.h"
 #include "colorscheme.h"
 #include "fonts.h"
+#include "childprocess.h"
 #include "quitsignals.h"
 #include "settingscontroller.h"
 #include "shell.h"
@@ -122,6 +123,12 @@ int run(int &argc, char **argv)
     }
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/korvat/app/korvat.svg")));
     Tray tray(session);
+    // Settings first, so a second signal cannot lose them; then no wait for a child, however
+    // hung, holds the quit. The tray icon goes with the tray, the children with the session.
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, [&settings] {
+        settings.sync();
+        ChildProcess::quitting();
+    });
     session.showWindow();
     return app.exec();
 }

@@ -1,5 +1,7 @@
 #include "childprocess.h"
 
+#include <QDeadlineTimer>
+
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTimer>
@@ -88,6 +90,43 @@ void kill(QProcess &child)
     signalGroup(child, SIGKILL);
     child.kill();
     child.waitForFinished(5000);
+}
+
+namespace {
+std::atomic_bool quit{false};
+}
+
+void quitting()
+{
+    quit = true;
+}
+
+Ended runToEnd(QProcess &child, std::optional<std::chrono::milliseconds> deadline, const std::shared_ptr<const std::atomic_bool> &cancelled,
+               const std::function<void()> &tick)
+{
+    if (quit)
+        return Ended::Cancelled;
+    child.start();
+    if (!child.waitForStarted(-1))
+        return Ended::NotStarted;
+    const QDeadlineTimer end = deadline ? QDeadlineTimer(*deadline) : QDeadlineTimer(QDeadlineTimer::Forever);
+    // Looks at its flags a few times a second, so a quit is never waited out.
+    while (child.state() != QProcess::NotRunning) {
+        const qint64 slice = end.isForever() ? 100 : std::clamp<qint64>(end.remainingTime(), 1, 100);
+        if (child.waitForFinished(int(slice)))
+            break;
+        if (tick)
+            tick();
+        if ((cancelled && *cancelled) || quit) {
+            kill(child);
+            return Ended::Cancelled;
+        }
+        if (end.hasExpired()) {
+            kill(child);
+            return Ended::TimedOut;
+        }
+    }
+    return Ended::Exited;
 }
 
 } // namespace ChildProcess

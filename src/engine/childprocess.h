@@ -1,8 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <memory>
+#include <optional>
 
 class QProcess;
 
@@ -24,5 +27,17 @@ void endInBackground(std::unique_ptr<QProcess> child, std::chrono::milliseconds 
 
 // Ends the child's whole group at once and reaps it: for workers that own the child.
 void kill(QProcess &child);
+
+enum class Ended { Exited, NotStarted, TimedOut, Cancelled };
+
+// Starts a prepared child and waits on this (worker) thread for its end: until deadline
+// (none: no end but a cancel), or until cancelled is set, or until Korvat begins to quit;
+// the child's group is then killed. tick runs every tenth of a second while it waits.
+Ended runToEnd(QProcess &child, std::optional<std::chrono::milliseconds> deadline,
+               const std::shared_ptr<const std::atomic_bool> &cancelled = nullptr, const std::function<void()> &tick = {});
+
+// Called once as Korvat begins to quit: every wait in runToEnd ends within a tenth of a
+// second, so no child, however hung, holds the quit.
+void quitting();
 
 } // namespace ChildProcess

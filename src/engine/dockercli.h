@@ -1,5 +1,6 @@
 #pragma once
 
+#include "childprocess.h"
 #include "engine.h"
 
 #include <QStringList>
@@ -34,7 +35,7 @@ struct Wait {
     static Wait untilDone() { return {}; }
 };
 
-enum class Ended { Exited, NotStarted, TimedOut, Cancelled };
+using Ended = ChildProcess::Ended;
 
 // "docker ps did not answer within 60 s"
 QString timeoutMessage(const QStringList &args, std::chrono::milliseconds deadline);

@@ -110,31 +110,7 @@ QString utf8(const QByteArray &bytes)
 Ended runToEnd(QProcess &child, const Wait &wait, const QString &input)
 {
     child.setStandardInputFile(input.isEmpty() ? QProcess::nullDevice() : input);
-    child.start();
-    if (!child.waitForStarted(-1))
-        return Ended::NotStarted;
-    QDeadlineTimer deadline = wait.deadline ? QDeadlineTimer(*wait.deadline) : QDeadlineTimer(QDeadlineTimer::Forever);
-    // A cancellable wait looks at its flag a few times a second; others sleep to the deadline.
-    while (child.state() != QProcess::NotRunning) {
-        qint64 slice = wait.cancelled || wait.tick ? 100 : -1;
-        if (!deadline.isForever()) {
-            const qint64 left = std::max<qint64>(deadline.remainingTime(), 1);
-            slice = slice < 0 ? left : std::min(slice, left);
-        }
-        if (child.waitForFinished(int(slice)))
-            break;
-        if (wait.tick)
-            wait.tick();
-        if (wait.cancelled && *wait.cancelled) {
-            ChildProcess::kill(child);
-            return Ended::Cancelled;
-        }
-        if (deadline.hasExpired()) {
-            ChildProcess::kill(child);
-            return Ended::TimedOut;
-        }
-    }
-    return Ended::Exited;
+    return ChildProcess::runToEnd(child, wait.deadline, wait.cancelled, wait.tick);
 }
 
 namespace {

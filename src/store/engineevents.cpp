@@ -20,8 +20,6 @@ void EngineEvents::connected()
         return;
     m_retry = m_timing.firstRetry;
     setHealthy(true);
-    if (std::exchange(m_restarted, false))
-        emit changed(everyListing);
 }
 
 void EngineEvents::listed(std::chrono::steady_clock::time_point began)
@@ -68,6 +66,10 @@ void EngineEvents::launch()
     m_partial.clear();
     m_launchedAt = std::chrono::steady_clock::now();
     m_child->start();
+    // A listing begun now proves the stream once it succeeds, so a quiet engine's stream is
+    // known healthy without waiting for an event; a child started again may also have missed
+    // events meanwhile, so that one reads every list.
+    emit changed(std::exchange(m_restarted, false) ? everyListing : Listings(Listing::Containers));
 }
 
 void EngineEvents::endChild() { EngineStream::end(m_child, this); }

@@ -26,7 +26,8 @@ struct EventTiming {
 // ends is started again after a pause that doubles up to a minute; an engine or client
 // without events therefore costs one child a minute and leaves the poll loop to do the work.
 // The stream is healthy once it is known to be connected: it delivered an event, or a
-// listing begun after its child started succeeded while the child still runs. A child that
+// listing begun after its child started (each start asks for one) succeeded while the child
+// still runs. A child that
 // merely stays alive proves nothing: one stuck connecting to a hung engine or an ssh host
 // that does not answer stays alive too.
 class EngineEvents : public QObject {
@@ -46,6 +47,8 @@ public:
     qint64 childPid() const;
     bool healthy() const { return m_healthy; }
     std::chrono::milliseconds nextRetry() const { return m_retry; }
+    // A burst is under way: more of it may still be told.
+    bool gathering() const { return m_quiet.isActive(); }
     // A listing begun at this time succeeded: the engine answers, so a child started before
     // it and still running has reached it too.
     void listed(std::chrono::steady_clock::time_point began);

@@ -61,6 +61,8 @@ public:
     // The exit code of an exited container, from the client's words: "Exited (3) 2 min ago".
     static std::optional<int> exitCode(const Container &container);
 
+    // Failures are being gathered into a burst not yet told.
+    bool gathering() const { return m_quiet.isActive(); }
     bool enabled() const;
     void setEnabled(bool on);
     bool muted(const QString &project) const;

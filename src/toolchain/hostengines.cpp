@@ -1,6 +1,8 @@
 #include "hostengine.h"
 #include "toolchain.h"
 
+#include "childprocess.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -19,14 +21,12 @@ QString output(const QString &program, const QStringList &args)
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     child.setProcessEnvironment(env);
-    child.start(program, args);
-    if (!child.waitForStarted(5000))
+    child.setProgram(program);
+    child.setArguments(args);
+    child.setStandardInputFile(QProcess::nullDevice());
+    ChildProcess::prepare(child);
+    if (ChildProcess::runToEnd(child, std::chrono::seconds(10)) != ChildProcess::Ended::Exited)
         return {};
-    if (!child.waitForFinished(10000)) {
-        child.kill();
-        child.waitForFinished(1000);
-        return {};
-    }
     return QString::fromUtf8(child.readAllStandardOutput());
 }
 

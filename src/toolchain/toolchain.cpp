@@ -81,14 +81,17 @@ std::unique_ptr<QProcess> process(const QStringList &args)
     return child;
 }
 
-Captured capture(const QStringList &args)
+Captured capture(const QStringList &args, std::chrono::milliseconds deadline)
 {
     auto child = process(args);
-    child->start();
-    if (!child->waitForStarted(-1))
-        return {-1, {}, child->errorString()};
     // Both pipes are drained while waiting, so neither can fill up and stall the child.
-    child->waitForFinished(-1);
+    switch (ChildProcess::runToEnd(*child, deadline)) {
+    case ChildProcess::Ended::NotStarted: return {-1, {}, child->errorString()};
+    case ChildProcess::Ended::TimedOut:
+        return {-1, {}, QStringLiteral("%1 did not answer within %2 s").arg(args.value(0)).arg(std::chrono::duration_cast<std::chrono::seconds>(deadline).count())};
+    case ChildProcess::Ended::Cancelled: return {-1, {}, QStringLiteral("stopped: Korvat is quitting")};
+    case ChildProcess::Ended::Exited: break;
+    }
     return {child->exitCode(), QString::fromUtf8(child->readAllStandardOutput()), QString::fromUtf8(child->readAllStandardError())};
 }
 
@@ -106,7 +109,7 @@ std::optional<QString> refreshIndex()
 {
     if (!brewPath())
         return QStringLiteral("Homebrew not found.");
-    const auto r = capture({"brew", "update", "--quiet"});
+    const auto r = capture({"brew", "update", "--quiet"}, brewDeadline);
     if (r.status == 0)
         return std::nullopt;
     const QString text = (r.err.isEmpty() ? r.out : r.err).trimmed();
@@ -149,7 +152,7 @@ QMap<QString, QString> brewLatest()
 {
     if (!brewPath())
         return {};
-    return parseBrewInfo(capture(QStringList{"brew", "info", "--json=v2"} + catalogueFormulae()).out);
+    return parseBrewInfo(capture(QStringList{"brew", "info", "--json=v2"} + catalogueFormulae(), brewDeadline).out);
 }
 
 QList<Tool> survey()

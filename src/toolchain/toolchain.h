@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "tool.h"
 
 #include <QList>
@@ -42,7 +44,12 @@ struct Captured {
     QString err;
 };
 std::unique_ptr<QProcess> process(const QStringList &args);
-Captured capture(const QStringList &args);
+// How long a child may run: a probe (a version, a status, a listing) answers in seconds;
+// Homebrew's own work (update, info over the network) may take minutes.
+inline constexpr std::chrono::seconds probeDeadline{20};
+inline constexpr std::chrono::minutes brewDeadline{15};
+// Status -1 with the reason when it could not start, did not end in time, or Korvat quit.
+Captured capture(const QStringList &args, std::chrono::milliseconds deadline = probeDeadline);
 
 std::optional<QString> brewPath();
 std::optional<QString> refreshIndex();

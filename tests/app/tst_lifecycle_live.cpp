@@ -112,9 +112,8 @@ private slots:
             QCOMPARE(korvat->exitCode(), 0);
             QVERIFY(QFileInfo::exists(m_home.filePath("config/Korvat/Korvat.conf")));   // settings written
         }
-        QTest::qWait(1000);
         for (const qint64 child : children)
-            QVERIFY2(!alive(child), qPrintable(procText(child, "cmdline")));
+            QTRY_VERIFY2_WITH_TIMEOUT(!alive(child), qPrintable(procText(child, "cmdline")), 5000);
     }
 };
 

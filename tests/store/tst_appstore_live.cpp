@@ -65,7 +65,9 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return st.events().childPid() > 0 && !st.images().isEmpty(); }, 20000));
         const qint64 contextChild = st.events().childPid();
         QTRY_VERIFY(childLine(contextChild, "cmdline").contains("--context " + engineContext() + " events --format json"));
-        QTest::qWait(500);   // the child has reached the engine
+        // A listing begun after the child started proves it reached the engine.
+        QCoro::waitFor(st.refresh());
+        QTRY_VERIFY(st.events().healthy());
 
         const QString one = uniqueName("kt-ev-");
         m_made.containers << one;
@@ -73,7 +75,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(find(st, one), 2000);
 
         // Twenty creations at once cost a few listings, not twenty.
-        QTest::qWait(300);
+        const auto settled = [&] { return !st.events().gathering() && !st.scheduler().listing(st.runtime()); };
+        QTRY_VERIFY(settled());
         const int before = st.fetchCount();
         QStringList burst;
         for (int i = 0; i < 20; ++i)
@@ -81,7 +84,7 @@ private slots:
         m_made.containers << burst;
         QVERIFY(shell("for n in " + burst.join(' ') + "; do docker create --name $n " + engineImage() + " true >/dev/null & done; wait"));
         QTRY_VERIFY_WITH_TIMEOUT(std::all_of(burst.cbegin(), burst.cend(), [&](const QString &n) { return find(st, n).has_value(); }), 5000);
-        QTest::qWait(500);
+        QTRY_VERIFY(settled());
         QVERIFY2(st.fetchCount() - before <= 3, qPrintable(QString::number(st.fetchCount() - before)));
 
         // Another runtime, another child, pointed at it.

@@ -1,10 +1,17 @@
+#include "childprocess.h"
 #include "hostenginestore.h"
 
 #include <QCoroTask>
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusObjectPath>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QtConcurrent>
+
+#include <csignal>
 
 namespace {
 const QString systemd = QStringLiteral("org.freedesktop.systemd1");
@@ -138,6 +145,31 @@ private slots:
         QCoro::waitFor(store.survey());
         QVERIFY(store.engines().first().units.isEmpty());
         QCOMPARE(store.engines().first().servicesNote, "systemd does not answer on this machine.");
+    }
+
+    // Last: a quit cannot be taken back in this process. A package probe that never answers
+    // is ended with its group as Korvat quits, and the probe returns at once.
+    void aHungProbeNeverHoldsTheQuit()
+    {
+        QTemporaryDir bin;
+        const QString started = bin.filePath("started");
+        for (const char *tool : {"dpkg-query", "apt-cache", "dockerd", "podman"}) {
+            QFile f(bin.filePath(tool));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(QStringLiteral("#!/bin/sh\necho $$ > %1\nexec sleep 300\n").arg(started).toUtf8());
+            f.setPermissions(f.permissions() | QFileDevice::ExeOwner);
+        }
+        qputenv("PATH", bin.path().toUtf8() + ":" + qgetenv("PATH"));
+        QFuture<QList<HostEngine>> probe = QtConcurrent::run(&HostEngines::probe);
+        QTRY_VERIFY(QFile::exists(started) && QFile(started).size() > 0);
+        QFile pidFile(started);
+        QVERIFY(pidFile.open(QIODevice::ReadOnly));
+        const qint64 pid = pidFile.readAll().trimmed().toLongLong();
+        ChildProcess::quitting();
+        QDeadlineTimer bound(2000);
+        QVERIFY(QTest::qWaitFor([&] { return probe.isFinished(); }, 2000));
+        QVERIFY(!bound.hasExpired());
+        QTRY_VERIFY(::kill(pid_t(pid), 0) != 0);   // the stand-in went with it
     }
 };
 
