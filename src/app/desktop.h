@@ -7,8 +7,11 @@
 #include "hostenginestore.h"
 #include "toolchainstore.h"
 
+#include <QMap>
 #include <QString>
+#include <functional>
 #include <memory>
+#include <optional>
 
 class QQuickWindow;
 class Actions;
@@ -65,4 +68,11 @@ private:
 };
 
 int run(int &argc, char **argv);
+
+// Whether a local display socket answers; replaced in tests.
+using SocketAnswers = std::function<bool(const QString &path)>;
+// Why the window could not open in this environment (no DISPLAY nor WAYLAND_DISPLAY, or
+// nothing answers on the one named), or nothing when it can, or Qt is asked for a platform
+// that needs no display.
+std::optional<QString> missingDisplay(const QMap<QString, QString> &env, const SocketAnswers &answers = {});
 }

@@ -9,8 +9,20 @@
 #include "toolsreport.h"
 
 #include <QCoreApplication>
+#include <QProcessEnvironment>
 #include <QJsonDocument>
 #include <QTextStream>
+
+namespace {
+QMap<QString, QString> qEnvironment()
+{
+    QMap<QString, QString> env;
+    const QProcessEnvironment system = QProcessEnvironment::systemEnvironment();
+    for (const QString &key : system.keys())
+        env.insert(key, system.value(key));
+    return env;
+}
+}
 
 int KorvatApp::exec(int argc, char **argv)
 {
@@ -18,8 +30,28 @@ int KorvatApp::exec(int argc, char **argv)
     for (int i = 0; i < argc; ++i)
         args << QString::fromLocal8Bit(argv[i]);
     const Invocation invocation = dispatch(args);
-    if (invocation.mode == Invocation::Mode::Window)
+    using Mode = Invocation::Mode;
+    switch (invocation.mode) {
+    case Mode::Help:
+        QTextStream(stdout) << usage();
+        return 0;
+    case Mode::Version:
+        QTextStream(stdout) << "korvat " << KORVAT_VERSION << '\n';
+        return 0;
+    case Mode::Misused:
+        QTextStream(stderr) << invocation.value << "\n\n" << usage();
+        return Invocation::misusedStatus;
+    default: break;
+    }
+    if (invocation.mode == Mode::Window) {
+        // Qt aborts when it finds no display; a person is told what to do instead.
+        if (const std::optional<QString> missing = Desktop::missingDisplay(qEnvironment())) {
+            QTextStream(stderr) << "korvat: " << *missing
+                                << "; the window cannot open. The reports need no display: korvat --help lists them.\n";
+            return 1;
+        }
         return Desktop::run(argc, argv);
+    }
     if (invocation.mode == Invocation::Mode::Shot)
         return Shots::shoot(argc, argv, invocation.value, invocation.scale);
 
@@ -60,6 +92,9 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         break;
     case Mode::Shot:
     case Mode::Window:
+    case Mode::Help:
+    case Mode::Version:
+    case Mode::Misused:
         break;
     }
     out.flush();
