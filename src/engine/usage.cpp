@@ -50,8 +50,9 @@ std::optional<qint64> parseByteSize(QStringView text)
         if (!text.endsWith(unit))
             continue;
         bool ok = false;
-        const double value = text.chopped(unit.size()).trimmed().toDouble(&ok);
-        return ok && value >= 0 ? std::optional(qint64(value * factor)) : std::nullopt;
+        const double bytes = text.chopped(unit.size()).trimmed().toDouble(&ok) * factor;
+        // "inf", "nan" and sizes past any disk read as nothing rather than overflow.
+        return ok && bytes >= 0 && bytes < 9e18 ? std::optional(qint64(bytes)) : std::nullopt;
     }
     return std::nullopt;
 }

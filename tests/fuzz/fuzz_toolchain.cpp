@@ -17,7 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     // Two versions from the input's halves: never each older than the other, never
     // older than itself, and the newest of a list is older than none of it.
-    const QString a = text.left(text.size() / 2), b = text.mid(text.size() / 2);
+    // Versions are short: the halves of the input's head, not of a whole listing.
+    const QString head = text.left(256);
+    const QString a = head.left(head.size() / 2), b = head.mid(head.size() / 2);
     FUZZ_PROMISE(!(Toolchain::isOlder(a, b) && Toolchain::isOlder(b, a)));
     FUZZ_PROMISE(!Toolchain::isOlder(a, a));
     const QStringList words = text.split(u' ', Qt::SkipEmptyParts).mid(0, 64);
