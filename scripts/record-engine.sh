@@ -2,7 +2,8 @@
 # Records what a real engine prints for the queries Korvat makes, for the FakeEngine to
 # replay in tests and fuzzing seeds: a compose project (cp1, one service publishing a port
 # and mounting a volume, with a variable left unset), a loose container sharing that
-# volume, one only created, and one that exited with an error.
+# volume, one only created, and one that exited with an error; then the details behind
+# the inspect views (see below).
 #   record-engine.sh [DIR]   writes the recordings into DIR (default tests/fixtures)
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -40,6 +41,37 @@ docker inspect $(docker ps -aq) --format '{{.Name}}|{{range .Mounts}}{{if eq .Ty
 docker volume inspect --format '{{json .}}' $(docker volume ls -q) >"$out/volume-labels.jsonl"
 (cd "$project" && docker compose config --format json 2>/dev/null) >"$out/compose-config.json"
 (cd "$project" && docker compose config -q 2>&1 >/dev/null) >"$out/compose-warning.txt"
+
+# What the details of a container, an image and a network are read from: containers in
+# every state a person asks "why" about, an image of several layers, a network with two.
+mkdir -p "$out/inspect"
+docker run -d --name d-running --restart unless-stopped -e API_TOKEN=s3cret -e LANG=C.UTF-8 -w /srv -u 1000 \
+  -v cp1_data:/data:ro --health-cmd 'true' --health-interval 1s "$image" sleep 3600 >/dev/null
+docker run --name d-exited "$image" sh -c 'exit 3' >/dev/null || true
+docker run --name d-oom -m 8m --memory-swap 8m "$image" sh -c 'x=a; while true; do x=$x$x; done' >/dev/null 2>&1 || true
+docker run -d --name d-unhealthy --health-cmd 'echo probe failed; exit 1' --health-interval 1s --health-retries 3 \
+  "$image" sleep 3600 >/dev/null
+docker run -d --name d-restarting --restart always "$image" sh -c 'sleep 1; exit 1' >/dev/null
+docker run -d --name d-paused "$image" sleep 3600 >/dev/null && docker pause d-paused >/dev/null
+docker create --name d-created "$image" true >/dev/null
+docker network create --subnet 172.31.250.0/24 d-net >/dev/null
+docker run -d --name d-net-a --network d-net --network-alias api "$image" sleep 3600 >/dev/null
+docker run -d --name d-net-b --network d-net "$image" sleep 3600 >/dev/null
+build=$(mktemp -d)
+printf 'FROM %s\nRUN echo one > /one\nRUN echo two > /two\nENV MODE=test\nRUN sh -c "for i in 1 2 3; do echo \\$i; done > /three"\nCMD ["sleep", "3600"]\n' "$image" >"$build/Dockerfile"
+DOCKER_BUILDKIT=0 docker build -q -t korvat/layers:1 "$build" >/dev/null
+rm -rf "$build"
+sleep 5   # three failed probes, a restart or two
+for c in d-running d-exited d-oom d-unhealthy d-restarting d-paused d-created; do
+  docker inspect "$c" >"$out/inspect/$c.json"
+done
+docker image inspect korvat/layers:1 >"$out/inspect/image.json"
+docker history --no-trunc --format json korvat/layers:1 >"$out/inspect/history.jsonl"
+docker network inspect d-net >"$out/inspect/network.json"
+docker network ls --format json >"$out/inspect/networks.jsonl"
+docker rm -f d-running d-exited d-oom d-unhealthy d-restarting d-paused d-created d-net-a d-net-b >/dev/null
+docker network rm d-net >/dev/null
+docker rmi korvat/layers:1 >/dev/null
 
 (cd "$project" && docker compose down -v -t 0 >/dev/null 2>&1)
 docker rm -f loose-one made-only exited-bad >/dev/null

@@ -1,5 +1,6 @@
 #include "backuparchive.h"
 #include "cliengine.h"
+#include "containerdetails.h"
 #include "fakeengine.h"
 #include "dockercli.h"
 #include "docker.h"
@@ -497,6 +498,89 @@ private slots:
         const Archive::Placement placed = Archive::place(entries);
         QTEST(int(placed.kind), "kind");
         QTEST(placed.reason, "reason");
+    }
+
+    void containerDetails_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("meaning");
+        QTest::addColumn<QString>("health");
+        QTest::addColumn<int>("probes");
+        QTest::newRow("running, healthy") << "d-running" << "running" << "exited normally" << "healthy 0" << 5;
+        QTest::newRow("exited 3") << "d-exited" << "exited" << "failed (its program's own code)" << "" << 0;
+        QTest::newRow("out of memory") << "d-oom" << "exited" << "Killed: out of memory" << "" << 0;
+        QTest::newRow("unhealthy") << "d-unhealthy" << "running" << "exited normally" << "unhealthy 7" << 5;
+        QTest::newRow("paused") << "d-paused" << "paused" << "exited normally" << "" << 0;
+        QTest::newRow("created") << "d-created" << "created" << "exited normally" << "" << 0;
+    }
+    void containerDetails()
+    {
+        QFETCH(QString, name);
+        const auto d = Docker::parseContainerDetails(fixture("inspect/" + name + ".json").toUtf8());
+        QVERIFY(d);
+        QCOMPARE(d->name, name);
+        QTEST(d->state, "state");
+        QTEST(Docker::exitMeaning(d->exitCode, d->outOfMemory), "meaning");
+        QTEST(d->health ? d->health->status + " " + QString::number(d->health->failingStreak) : QString(), "health");
+        QTEST(d->health ? int(d->health->probes.size()) : 0, "probes");
+        if (d->health && d->health->probes.size() > 1)
+            QVERIFY(d->health->probes.first().start > d->health->probes.last().start);   // newest first
+        QCOMPARE(d->startedAt.isValid(), name != "d-created");
+    }
+
+    void containerConfiguration()
+    {
+        const auto d = Docker::parseContainerDetails(fixture("inspect/d-running.json").toUtf8());
+        QVERIFY(d);
+        QCOMPARE(d->image, engineImage());
+        QVERIFY(d->imageId.startsWith("sha256:"));
+        QCOMPARE(d->command, (QStringList{"sleep", "3600"}));
+        QCOMPARE(d->workingDir, "/srv");
+        QCOMPARE(d->user, "1000");
+        QCOMPARE(d->restartPolicy, "unless-stopped");
+        QCOMPARE(d->environment.first(), std::pair(QString("API_TOKEN"), QString("s3cret")));
+        QCOMPARE(d->mounts.size(), 1);
+        QCOMPARE(d->mounts.first(), (ContainerDetails::Mount{"volume", d->mounts.first().source, "/data", true, "cp1_data"}));
+        QCOMPARE(d->networks.size(), 1);
+        QCOMPARE(d->networks.first().name, "bridge");
+        QVERIFY(!d->networks.first().address.isEmpty());
+        QCOMPARE(d->health->test, (QStringList{"CMD-SHELL", "true"}));
+        QCOMPARE(d->health->intervalSeconds, 1);
+        QCOMPARE(d->health->probes.first().exitCode, 0);
+        QVERIFY(!Docker::parseContainerDetails("[]"));
+        QVERIFY(!Docker::parseContainerDetails("not json"));
+    }
+
+    void exitMeanings_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<bool>("oom");
+        QTest::addColumn<QString>("meaning");
+        QTest::newRow("0") << 0 << false << "exited normally";
+        QTest::newRow("1") << 1 << false << "failed (its program's own code)";
+        QTest::newRow("125") << 125 << false << "the engine could not run it";
+        QTest::newRow("126") << 126 << false << "its command could not be run (not executable)";
+        QTest::newRow("127") << 127 << false << "command not found";
+        QTest::newRow("137") << 137 << false << "killed (SIGKILL)";
+        QTest::newRow("139") << 139 << false << "crashed (segmentation fault)";
+        QTest::newRow("143") << 143 << false << "stopped (SIGTERM)";
+        QTest::newRow("another signal") << 128 + 10 << false << "ended by signal 10";
+        QTest::newRow("out of memory, whatever the code") << 0 << true << "Killed: out of memory";
+    }
+    void exitMeanings()
+    {
+        QFETCH(int, code);
+        QFETCH(bool, oom);
+        QTEST(Docker::exitMeaning(code, oom), "meaning");
+    }
+
+    void secretNames()
+    {
+        for (const char *secret : {"API_TOKEN", "db_password", "MYSQL_ROOT_PASSWD", "aws_secret_access_key", "SSH_KEY", "GIT_CREDENTIALS", "AuthHeader"})
+            QVERIFY2(Docker::looksSecret(QString::fromLatin1(secret)), secret);
+        for (const char *plain : {"PATH", "LANG", "HOME", "TZ", "DB_HOST"})
+            QVERIFY2(!Docker::looksSecret(QString::fromLatin1(plain)), plain);
     }
 
     void aChangeAppliedToTheRows_data()
