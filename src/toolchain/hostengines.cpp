@@ -60,7 +60,7 @@ QMap<QString, QString> parsePackages(const QString &dpkgQuery)
         const QStringList fields = line.split(u'\t');
         // Removed packages whose configuration stays are "config-files"; half-installed
         // ones are no engine either.
-        if (fields.size() == 3 && !fields[1].isEmpty() && fields[2].trimmed() == QLatin1String("installed"))
+        if (fields.size() == 3 && !fields[0].isEmpty() && !fields[1].isEmpty() && fields[2].trimmed() == QLatin1String("installed"))
             installed.insert(fields[0], fields[1]);
     }
     return installed;
