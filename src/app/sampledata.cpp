@@ -47,6 +47,7 @@ std::shared_ptr<FakeEngine> engine(const QString &root)
         {Runtime::context(QStringLiteral("staging")), QStringLiteral("ssh://deploy@staging"), false},
     }, Runtime::context(QStringLiteral("default"))});
     engine->setHoldings(holdings(root));
+    engine->setDetails(details(QDateTime::currentDateTimeUtc()));
     // The website project resolves to itself, so its declared volumes count as its own.
     engine->setComposeProject(root + QStringLiteral("/website"),
                               {QStringLiteral("website"), {QStringLiteral("cache"), QStringLiteral("frontend")},
@@ -109,6 +110,72 @@ FakeEngine::Holdings holdings(const QString &root)
             c.mounts.append(volume.size() > 15 ? volume.left(14) + QChar(0x2026) : volume);
     }
     return s;
+}
+
+QList<ContainerDetails> details(const QDateTime &now)
+{
+    using D = ContainerDetails;
+    const auto compose = [](const QString &project, const QString &service) {
+        return QMap<QString, QString>{{QStringLiteral("com.docker.compose.project"), project},
+                                      {QStringLiteral("com.docker.compose.service"), service},
+                                      {QStringLiteral("com.docker.compose.project.config_files"), sampleRoot + u'/' + project + QStringLiteral("/compose.yaml")},
+                                      {QStringLiteral("com.docker.compose.project.working_dir"), sampleRoot + u'/' + project},
+                                      {QStringLiteral("com.docker.compose.container-number"), QStringLiteral("1")},
+                                      {QStringLiteral("com.docker.compose.version"), QStringLiteral("2.26.1")}};
+    };
+    D db;
+    db.id = QStringLiteral("8c2d4e6f1a22d1c0b5e4f3a2b1c0d9e8f7a6b5c4d3e2f1a0b9c8d7e6f5a4b3c2");
+    db.name = QStringLiteral("storefront-db-1");
+    db.image = QStringLiteral("postgres:16");
+    db.imageId = QStringLiteral("sha256:5e2f1c3a9b7d4e6f8a0c2e4b6d8f0a1c3e5b7d9f1a3c5e7b9d1f3a5c7e9b1d3f");
+    db.state = QStringLiteral("running");
+    db.created = now.addSecs(-3 * 3600 - 40);
+    db.startedAt = now.addSecs(-3 * 3600);
+    db.restartPolicy = QStringLiteral("unless-stopped");
+    D::Health health{QStringLiteral("unhealthy"), 4, {}, {QStringLiteral("CMD-SHELL"), QStringLiteral("pg_isready -U shop -d shop")}, 10};
+    for (int i = 0; i < 5; ++i)
+        health.probes.append({now.addSecs(-8 - 10 * i), i < 4 ? 2 : 0,
+                              i < 4 ? QStringLiteral("/var/run/postgresql:5432 - no response") : QStringLiteral("/var/run/postgresql:5432 - accepting connections")});
+    db.health = health;
+    db.entrypoint = {QStringLiteral("docker-entrypoint.sh")};
+    db.command = {QStringLiteral("postgres"), QStringLiteral("-c"), QStringLiteral("max_connections=200")};
+    db.workingDir = {};
+    db.user = QStringLiteral("postgres");
+    db.environment = {{QStringLiteral("POSTGRES_USER"), QStringLiteral("shop")},
+                      {QStringLiteral("POSTGRES_PASSWORD"), QStringLiteral("correct-horse-battery")},
+                      {QStringLiteral("POSTGRES_DB"), QStringLiteral("shop")},
+                      {QStringLiteral("PGDATA"), QStringLiteral("/var/lib/postgresql/data/pgdata")},
+                      {QStringLiteral("PATH"), QStringLiteral("/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin")}};
+    db.mounts = {{QStringLiteral("volume"), QStringLiteral("/var/lib/docker/volumes/storefront_pgdata/_data"), QStringLiteral("/var/lib/postgresql/data"), false,
+                  QStringLiteral("storefront_pgdata")},
+                 {QStringLiteral("bind"), sampleRoot + QStringLiteral("/storefront/init.sql"), QStringLiteral("/docker-entrypoint-initdb.d/init.sql"), true, {}}};
+    db.networks = {{QStringLiteral("storefront_default"), QStringLiteral("172.20.0.3"), QStringLiteral("172.20.0.1"), {QStringLiteral("db"), QStringLiteral("storefront-db-1")}}};
+    db.labels = compose(QStringLiteral("storefront"), QStringLiteral("db"));
+    db.labels.insert(QStringLiteral("org.opencontainers.image.version"), QStringLiteral("16.3"));
+    db.document = QStringLiteral("[\n    {\n        \"Id\": \"%1\",\n        \"Name\": \"/storefront-db-1\",\n        \"State\": {\n            \"Status\": \"running\",\n"
+                                 "            \"Health\": { \"Status\": \"unhealthy\", \"FailingStreak\": 4 }\n        }\n    }\n]\n").arg(db.id);
+
+    D worker;
+    worker.id = QStringLiteral("1b7e3d9a5c33f2e1d0c9b8a7f6e5d4c3b2a1f0e9d8c7b6a5f4e3d2c1b0a9f8e7");
+    worker.name = QStringLiteral("storefront-worker-1");
+    worker.image = QStringLiteral("php:8.3-cli");
+    worker.imageId = QStringLiteral("sha256:9a8b7c6d5e4f3a2b1c0d9e8f7a6b5c4d3e2f1a0b9c8d7e6f5a4b3c2d1e0f9a8b");
+    worker.state = QStringLiteral("exited");
+    worker.exitCode = 137;
+    worker.outOfMemory = true;
+    worker.created = now.addSecs(-3 * 3600 - 40);
+    worker.startedAt = now.addSecs(-13 * 60);
+    worker.finishedAt = now.addSecs(-12 * 60);
+    worker.restartPolicy = QStringLiteral("on-failure");
+    worker.restartCount = 3;
+    worker.command = {QStringLiteral("php"), QStringLiteral("artisan"), QStringLiteral("queue:work"), QStringLiteral("--memory=512")};
+    worker.workingDir = QStringLiteral("/var/www");
+    worker.user = QStringLiteral("www-data");
+    worker.environment = {{QStringLiteral("APP_ENV"), QStringLiteral("production")}, {QStringLiteral("APP_KEY"), QStringLiteral("base64:8f3kQ…")},
+                          {QStringLiteral("QUEUE_CONNECTION"), QStringLiteral("redis")}};
+    worker.networks = {{QStringLiteral("storefront_default"), {}, {}, {QStringLiteral("worker")}}};
+    worker.labels = compose(QStringLiteral("storefront"), QStringLiteral("worker"));
+    return {db, worker};
 }
 
 QStringList pullProgress()

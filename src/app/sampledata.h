@@ -15,6 +15,9 @@ namespace SampleData {
 // An engine holding the samples; project directories live under root.
 std::shared_ptr<FakeEngine> engine(const QString &root);
 FakeEngine::Holdings holdings(const QString &root);
+// What the details sheet shows of two containers: one whose health check fails, one the
+// out-of-memory killer stopped. Times count back from now.
+QList<ContainerDetails> details(const QDateTime &now);
 // Projects added by hand that run nothing: billing, and archive whose directory is gone.
 ProjectRegistry registry(const QString &root);
 // Creates the sample projects' directories under root: storefront, website, billing and docs

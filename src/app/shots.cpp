@@ -195,6 +195,18 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-exec-empty"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::Console, stage.container(websiteFrontend).id);
          }},
+        {QStringLiteral("sheet-details"), Category::Containers, [](Stage &stage) {
+             auto *inspection = caught<ContainerInspection>(stage.actions(), &Actions::detailsRequested, [&] {
+                 stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-db-1")).id);
+             });
+             waitUntil([&] { return inspection->loaded(); });
+         }},
+        {QStringLiteral("sheet-details-oom"), Category::Containers, [](Stage &stage) {
+             auto *inspection = caught<ContainerInspection>(stage.actions(), &Actions::detailsRequested, [&] {
+                 stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-worker-1")).id);
+             });
+             waitUntil([&] { return inspection->loaded(); });
+         }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::Commit, stage.container(websiteFrontend).id);
          }},

@@ -232,6 +232,17 @@ std::optional<qint64> CliEngine::volumeSize(const DockerVolume &volume) const
     return VolumeSize::allocatedBytes(volume.mountpoint);
 }
 
+std::optional<ContainerDetails> CliEngine::containerDetails(const QString &id, const OptRuntime &runtime) const
+{
+    const auto inspected = Docker::capture({QStringLiteral("inspect"), QStringLiteral("--type"), QStringLiteral("container"), id}, runtime);
+    if (inspected.status == 0)
+        return Docker::parseContainerDetails(inspected.out.toUtf8());
+    // "Error: No such container: …": gone, which is an answer, not a failure.
+    if (inspected.status > 0 && inspected.err.contains(QLatin1String("No such")))
+        return std::nullopt;
+    throw DockerError(inspected.err.trimmed());
+}
+
 ComposeCheck CliEngine::checkCompose(const QString &dir) const
 {
     if (!Docker::composeFile(dir))

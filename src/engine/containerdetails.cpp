@@ -90,6 +90,7 @@ std::optional<ContainerDetails> parseContainerDetails(const QByteArray &json)
     const QJsonObject labels = config.value(QLatin1String("Labels")).toObject();
     for (auto it = labels.constBegin(); it != labels.constEnd(); ++it)
         d.labels.insert(it.key(), it->toString());
+    d.document = QString::fromUtf8(QJsonDocument(c).toJson(QJsonDocument::Indented));
     return d;
 }
 

@@ -64,6 +64,8 @@ struct ContainerDetails {
     QList<Mount> mounts;
     QList<Network> networks;
     QMap<QString, QString> labels;
+    // The whole description as the engine gave it, indented.
+    QString document;
 
     friend bool operator==(const ContainerDetails &, const ContainerDetails &) = default;
 };

@@ -2,6 +2,7 @@
 
 #include "composecheck.h"
 #include "container.h"
+#include "containerdetails.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
 #include "engineaction.h"
@@ -100,6 +101,9 @@ public:
     virtual VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const = 0;
     // Bytes the volume's data takes on disk; none when it cannot be read from here.
     virtual std::optional<qint64> volumeSize(const DockerVolume &volume) const = 0;
+    // One container as `docker inspect` describes it; none when the engine has no such
+    // container. A query: it fails at the deadline.
+    virtual std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const = 0;
 
     // Never fails: an unusable configuration is an invalid check.
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;

@@ -306,6 +306,35 @@ MountMap FakeEngine::volumeMounts(const QStringList &containerNames, const OptRu
     return mounts;
 }
 
+std::optional<ContainerDetails> FakeEngine::containerDetails(const QString &id, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    const auto row = std::find_if(h.containers.cbegin(), h.containers.cend(),
+                                  [&](const Container &c) { return matches(c, id) || (!c.id.isEmpty() && id.startsWith(c.id)); });
+    if (row == h.containers.cend())
+        return std::nullopt;
+    for (const ContainerDetails &d : m_details) {
+        if (d.id.startsWith(row->id) || d.name == row->name)
+            return d;
+    }
+    ContainerDetails made;
+    made.id = row->id;
+    made.name = row->name;
+    made.image = row->image;
+    made.state = row->state;
+    made.labels = row->labels;
+    made.created = row->created;
+    return made;
+}
+
+void FakeEngine::setDetails(const QList<ContainerDetails> &details)
+{
+    QMutexLocker lock(&m_mutex);
+    m_details = details;
+}
+
 VolumeLabels FakeEngine::volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);

@@ -105,6 +105,10 @@ public:
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
+    // What setDetails gave for the id (or a prefix of it), else details made from the listed
+    // row; none for a container the holdings do not list.
+    std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
+    void setDetails(const QList<ContainerDetails> &details);
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;
@@ -140,6 +144,7 @@ private:
     std::function<ExecResult(const QString &, const QString &)> m_exec;
     QByteArray m_logOutput;
     QMap<EngineAction::Kind, QStringList> m_progress;
+    QList<ContainerDetails> m_details;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
     mutable QList<std::tuple<QPointer<FakeStream>, QStringList, UsageRead>> m_usageStreams;

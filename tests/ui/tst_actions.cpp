@@ -1,5 +1,7 @@
 #include "actions.h"
 #include "appstore.h"
+#include "containerinspection.h"
+#include "detailstext.h"
 #include "projectdeletion.h"
 #include "settingscontroller.h"
 #include "toolchainstore.h"
@@ -72,6 +74,7 @@ private slots:
     void logsLeaveAsPlainText();
     void volumeDataAsksForItsFileFirst();
     void deletionBacksUpEveryVolumeFirst();
+    void detailsAreReadOnlyWhileOpen();
 
 private:
     QTemporaryDir m_dir;
@@ -285,6 +288,55 @@ void TestActions::deletionBacksUpEveryVolumeFirst()
     for (const EngineAction &a : m_engine->performed())
         kinds << a.kind;
     QCOMPARE(kinds, (QList<Kind>{Kind::BackupVolume, Kind::BackupVolume, Kind::Remove, Kind::RemoveVolume}));
+}
+
+// One inspect when the sheet opens, one more per event of that container while it is open,
+// none after; secrets masked, for a screen reader too, until shown; a removal keeps what was
+// shown and says so.
+void TestActions::detailsAreReadOnlyWhileOpen()
+{
+    using Kind = ContainerChange::Kind;
+    ContainerDetails d;
+    d.id = QStringLiteral("3f1a9c2e7b11") + QString(52, u'0');
+    d.name = QStringLiteral("web-1");
+    d.state = QStringLiteral("running");
+    d.environment = {{QStringLiteral("API_TOKEN"), QStringLiteral("s3cret")}, {QStringLiteral("LANG"), QStringLiteral("C")}};
+    m_engine->setDetails({d});
+    QSignalSpy asked(m_actions.get(), &Actions::detailsRequested);
+    m_actions->perform(Verb::Details, QStringLiteral("3f1a9c2e7b11"));
+    QCOMPARE(asked.size(), 1);
+    // The sheet owns it; here, the test.
+    const std::unique_ptr<ContainerInspection> owned(asked.first().first().value<ContainerInspection *>());
+    ContainerInspection *inspection = owned.get();
+    QCOMPARE(inspection->reads(), 0);   // nothing until the sheet opens
+    inspection->start();
+    QTRY_VERIFY(inspection->loaded());
+    const auto environment = [&] {
+        for (const QVariant &section : inspection->sections()) {
+            if (section.toMap().value(QStringLiteral("title")) == QLatin1String("Environment"))
+                return section.toMap().value(QStringLiteral("rows")).toList();
+        }
+        return QVariantList();
+    };
+    const QVariantMap token = environment().first().toMap();
+    QCOMPARE(token.value(QStringLiteral("value")).toString(), QString::fromUtf16(DetailsText::maskedValue));
+    QCOMPARE(token.value(QStringLiteral("spoken")).toString(), QStringLiteral("hidden value"));
+    QVERIFY(!inspection->environmentText().contains(QStringLiteral("s3cret")));
+    inspection->setShowSecrets(true);
+    QCOMPARE(environment().first().toMap().value(QStringLiteral("spoken")).toString(), QStringLiteral("s3cret"));
+    QCOMPARE(inspection->environmentText(), QStringLiteral("API_TOKEN=s3cret\nLANG=C\n"));
+    QVERIFY(inspection->document()->total() > 0 || d.document.isEmpty());
+
+    emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});
+    emit m_store->events().containerChanged({d.id, Kind::Died, 1});
+    QTRY_COMPARE(inspection->reads(), 2);
+    emit m_store->events().containerChanged({d.id, Kind::Destroyed});
+    QVERIFY(inspection->gone());
+    QVERIFY(inspection->loaded());
+    inspection->stop();
+    emit m_store->events().containerChanged({d.id, Kind::Started});
+    QTest::qWait(50);
+    QCOMPARE(inspection->reads(), 2);
 }
 
 QTEST_MAIN(TestActions)

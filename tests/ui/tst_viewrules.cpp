@@ -3,6 +3,7 @@
 #include "listcursor.h"
 #include "listorder.h"
 #include "portlinks.h"
+#include "detailstext.h"
 #include "failurenotes.h"
 #include "docker.h"
 #include "volumemodel.h"
@@ -64,6 +65,7 @@ private slots:
     void failureNotes_data();
     void failureNotes();
     void failuresFoundAcrossAGap();
+    void detailsTexts();
     void usageTexts_data();
     void usageTexts();
     void usageTrend();
@@ -477,6 +479,32 @@ void TestViewRules::failuresFoundAcrossAGap()
     QCOMPARE(failures.size(), 1);
     QCOMPARE(failures.first().name, QStringLiteral("crash"));
     QCOMPARE(failures.first().exitCode, 2);
+}
+
+void TestViewRules::detailsTexts()
+{
+    const QDateTime now(QDate(2026, 11, 24), QTime(18, 0), Qt::UTC);
+    QCOMPARE(DetailsText::ago(now.addSecs(-3), now), "just now");
+    QCOMPARE(DetailsText::ago(now.addSecs(-90), now), "1 minute ago");
+    QCOMPARE(DetailsText::ago(now.addSecs(7200), now), "in 2 hours");
+    QCOMPARE(DetailsText::ago(now.addDays(-3), now), "3 days ago");
+    QCOMPARE(DetailsText::when(QDateTime(), now), "never");
+    QCOMPARE(DetailsText::command({"sh", "-c", "echo hi"}), "sh -c \"echo hi\"");
+
+    ContainerDetails d;
+    d.state = "exited";
+    d.exitCode = 137;
+    d.outOfMemory = true;
+    d.labels = {{"com.docker.compose.project", "shop"}, {"com.docker.compose.service", "db"}, {"tier", "data"}};
+    const auto sections = DetailsText::container(d, now);
+    QStringList titles;
+    for (const auto &s : sections)
+        titles << s.title;
+    QCOMPARE(titles, (QStringList{"State", "Configuration", "Environment", "Mounts", "Networks", "Labels"}));
+    QCOMPARE(sections[0].rows[0], (DetailsText::Row{"State", "exited (137) · Killed: out of memory", false, {}, true}));
+    QCOMPARE(sections.last().rows.first(), (DetailsText::Row{"Compose", "2 labels of compose's own"}));
+    QCOMPARE(sections.last().rows.size(), 2);
+    QCOMPARE(sections[2].note, "No variables are set.");
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

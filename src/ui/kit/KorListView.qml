@@ -142,6 +142,14 @@ ListView {
         case Qt.Key_Tab: list.leave(true); break;
         case Qt.Key_Backtab: list.leave(false); break;
         case Qt.Key_Menu: list.openMenu(); break;
+        case Qt.Key_I: {
+            // Ctrl+I: the details of the focused row, where it has any.
+            const target = list.stopItem(list.stop);
+            if ((event.modifiers & Qt.ControlModifier) === 0 || target === null || !target.details)
+                return;
+            target.details();
+            break;
+        }
         case Qt.Key_F10:
             if (!shift)
                 return;

@@ -14,6 +14,9 @@ Item {
         function onLogsRequested(source: LogFollower, title: string) {
             logs.show(source, title);
         }
+        function onDetailsRequested(target: ContainerInspection) {
+            details.show(target);
+        }
         function onConsoleRequested(target: ExecConsole) {
             exec.show(target);
         }
@@ -41,6 +44,11 @@ Item {
 
     LogsSheet {
         id: logs
+
+        actions: root.actions
+    }
+    ContainerDetailsSheet {
+        id: details
 
         actions: root.actions
     }

@@ -48,6 +48,9 @@ Rectangle {
     function press() {
         root.action(Verb.Primary, "");
     }
+    function details() {
+        root.action(Verb.Details, "");
+    }
     // From the keyboard: every action of the row, its buttons' first.
     function openMenu() {
         root.menu = menuComponent.createObject(root, {everything: true}) as KorMenu;
@@ -71,6 +74,10 @@ Rectangle {
 
     HoverHandler {
         id: hover
+    }
+    TapHandler {
+        acceptedButtons: Qt.LeftButton
+        onDoubleTapped: root.details()
     }
     RowLayout {
         anchors.fill: parent
@@ -311,6 +318,11 @@ Rectangle {
                     onObjectAdded: (index, item) => linksMenu.insertItem(index, item)
                     onObjectRemoved: (index, item) => linksMenu.removeItem(item)
                 }
+            }
+            KorMenuItem {
+                text: "Details"
+                help: "Ctrl+I"
+                onTriggered: root.action(Verb.Details, "")
             }
             KorMenuItem {
                 text: "Copy container ID"

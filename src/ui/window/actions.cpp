@@ -1,5 +1,7 @@
 #include "actions.h"
 
+#include "containerinspection.h"
+
 #include "appstore.h"
 #include "containerrules.h"
 #include "execconsole.h"
@@ -90,6 +92,11 @@ void Actions::copyText(Transcript *transcript)
 {
     if (transcript)
         QGuiApplication::clipboard()->setText(transcript->plainText());
+}
+
+void Actions::copyString(const QString &text)
+{
+    QGuiApplication::clipboard()->setText(text);
 }
 
 QUrl Actions::saveLocation(const QString &subject)
@@ -274,6 +281,8 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onContainer([this](const Container &c) {
             emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtime())), c.name);
         });
+    case Verb::Details:
+        return onContainer([this](const Container &c) { emit detailsRequested(ownedByQml(new ContainerInspection(m_store, c))); });
     case Verb::Console:
         return onContainer([this](const Container &c) {
             emit consoleRequested(ownedByQml(new ExecConsole(m_store->engine(), c, m_store->runtime())));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
+#include "containerinspection.h"
 #include "container.h"
 #include "execconsole.h"
 #include "logfollower.h"
@@ -65,6 +66,7 @@ public:
     // A log's or transcript's text without styles: to the clipboard, or to a file (written
     // off the window's thread; a failure goes to the banner).
     Q_INVOKABLE void copyText(Transcript *transcript);
+    Q_INVOKABLE static void copyString(const QString &text);
     Q_INVOKABLE void saveText(Transcript *transcript, const QUrl &file);
     // Where the save dialog proposes to write: the documents folder, the subject and the
     // time, "shop-web-1 2026-11-23 1657.log".
@@ -74,6 +76,7 @@ signals:
     // The sheets a verb opens, with the state each shows; a sheet owns what it is given and
     // lets it go when it closes.
     void logsRequested(LogFollower *source, const QString &title);
+    void detailsRequested(ContainerInspection *inspection);
     void consoleRequested(ExecConsole *target);
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);

@@ -11,7 +11,7 @@ QML_ELEMENT
 
 enum Kind {
     // On a container, by id.
-    Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit,
+    Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit, Details,
     OpenInBrowser,   // the detail: one of the row's links
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,

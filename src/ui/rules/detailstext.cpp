@@ -1,0 +1,166 @@
+#include "detailstext.h"
+
+#include <QLocale>
+
+namespace DetailsText {
+
+namespace {
+const QString composePrefix = QStringLiteral("com.docker.compose.");
+
+QString plural(qint64 n, const char *unit)
+{
+    return QStringLiteral("%1 %2%3").arg(n).arg(QLatin1String(unit)).arg(n == 1 ? QString() : QStringLiteral("s"));
+}
+}
+
+QString ago(const QDateTime &at, const QDateTime &now)
+{
+    const qint64 seconds = at.secsTo(now);
+    const qint64 span = std::abs(seconds);
+    if (span < 5)
+        return QStringLiteral("just now");
+    QString amount;
+    if (span < 60)
+        amount = plural(span, "second");
+    else if (span < 3600)
+        amount = plural(span / 60, "minute");
+    else if (span < 86400)
+        amount = plural(span / 3600, "hour");
+    else
+        amount = plural(span / 86400, "day");
+    return seconds >= 0 ? amount + QStringLiteral(" ago") : QStringLiteral("in ") + amount;
+}
+
+QString when(const QDateTime &at, const QDateTime &now)
+{
+    if (!at.isValid())
+        return QStringLiteral("never");
+    return QLocale().toString(at.toLocalTime(), QStringLiteral("d MMM yyyy, HH:mm:ss")) + QStringLiteral(" · ") + ago(at, now);
+}
+
+QString state(const ContainerDetails &d)
+{
+    if (d.outOfMemory || d.state == QLatin1String("exited") || d.state == QLatin1String("dead"))
+        return QStringLiteral("%1 (%2) · %3").arg(d.state).arg(d.exitCode).arg(Docker::exitMeaning(d.exitCode, d.outOfMemory));
+    return d.state;
+}
+
+QString command(const QStringList &words)
+{
+    QStringList quoted;
+    for (const QString &w : words)
+        quoted << (w.isEmpty() || w.contains(u' ') || w.contains(u'"') ? u'"' + QString(w).replace(u'"', QStringLiteral("\\\"")) + u'"' : w);
+    return quoted.join(u' ');
+}
+
+QList<Section> container(const ContainerDetails &d, const QDateTime &now)
+{
+    QList<Section> sections;
+
+    const bool failed = d.outOfMemory || ((d.state == QLatin1String("exited") || d.state == QLatin1String("dead")) && d.exitCode != 0);
+    Section state{QStringLiteral("State"), {{QStringLiteral("State"), DetailsText::state(d), false, {}, failed}}, {}};
+    if (d.startedAt.isValid())
+        state.rows.append({QStringLiteral("Started"), when(d.startedAt, now)});
+    if (d.finishedAt.isValid() && d.state != QLatin1String("running") && d.state != QLatin1String("paused"))
+        state.rows.append({QStringLiteral("Finished"), when(d.finishedAt, now)});
+    const QString policy = d.restartPolicy.isEmpty() ? QStringLiteral("no") : d.restartPolicy;
+    state.rows.append({QStringLiteral("Restart policy"), policy});
+    state.rows.append({QStringLiteral("Restarts"), QString::number(d.restartCount)});
+    if (!d.error.isEmpty())
+        state.rows.append({QStringLiteral("Engine says"), d.error, false, {}, true});
+    sections.append(state);
+
+    if (d.health) {
+        const auto &h = *d.health;
+        Section health{QStringLiteral("Health"), {{QStringLiteral("Status"), h.status, false, {}, h.status == QLatin1String("unhealthy")}}, {}};
+        if (h.failingStreak > 0)
+            health.rows.append({QStringLiteral("Failing"), h.failingStreak == 1 ? QStringLiteral("the last probe")
+                                                                                : QStringLiteral("the last %1 probes").arg(h.failingStreak)});
+        // "CMD-SHELL" runs its one string through a shell; "CMD" is the words as they are.
+        const QStringList test = h.test.mid(h.test.value(0).startsWith(QLatin1String("CMD")) ? 1 : 0);
+        health.rows.append({QStringLiteral("Check"), h.test.value(0) == QLatin1String("CMD-SHELL") ? test.join(u' ') : command(test)});
+        health.rows.append({QStringLiteral("Every"), plural(h.intervalSeconds, "second")});
+        for (const auto &probe : h.probes) {
+            const QString output = probe.output.trimmed();
+            health.rows.append({ago(probe.start, now), QStringLiteral("exit %1").arg(probe.exitCode) + (output.isEmpty() ? QString() : QStringLiteral(" · ") + output),
+                                false, {}, probe.exitCode != 0});
+        }
+        sections.append(health);
+    }
+
+    Section config{QStringLiteral("Configuration"), {}, {}};
+    config.rows.append({QStringLiteral("Image"), d.image});
+    if (!d.imageId.isEmpty())
+        config.rows.append({QStringLiteral("Image ID"), d.imageId.section(u':', -1).left(12)});
+    if (!d.entrypoint.isEmpty())
+        config.rows.append({QStringLiteral("Entrypoint"), command(d.entrypoint)});
+    if (!d.command.isEmpty())
+        config.rows.append({QStringLiteral("Command"), command(d.command)});
+    config.rows.append({QStringLiteral("Working directory"), d.workingDir.isEmpty() ? QStringLiteral("/") : d.workingDir});
+    config.rows.append({QStringLiteral("User"), d.user.isEmpty() ? QStringLiteral("root (the image's default)") : d.user});
+    if (d.created.isValid())
+        config.rows.append({QStringLiteral("Created"), when(d.created, now)});
+    if (const QString project = d.labels.value(composePrefix + QStringLiteral("project")); !project.isEmpty()) {
+        config.rows.append({QStringLiteral("Project"), project});
+        config.rows.append({QStringLiteral("Service"), d.labels.value(composePrefix + QStringLiteral("service"))});
+        config.rows.append({QStringLiteral("Compose files"), d.labels.value(composePrefix + QStringLiteral("project.config_files")).split(u',').join(QStringLiteral(", "))});
+    }
+    sections.append(config);
+
+    Section env{QStringLiteral("Environment"), {}, {}};
+    for (const auto &[name, value] : d.environment)
+        env.rows.append({name, value, Docker::looksSecret(name)});
+    if (env.rows.isEmpty())
+        env.note = QStringLiteral("No variables are set.");
+    sections.append(env);
+
+    Section mounts{QStringLiteral("Mounts"), {}, {}};
+    for (const auto &m : d.mounts) {
+        const QString access = m.readOnly ? QStringLiteral(" · read-only") : QString();
+        const QString from = m.type == QLatin1String("volume") && !m.volume.isEmpty() ? m.volume : m.source;
+        mounts.rows.append({m.type, from + QStringLiteral(" → ") + m.destination + access, false, m.type == QLatin1String("volume") ? m.volume : QString()});
+    }
+    if (mounts.rows.isEmpty())
+        mounts.note = QStringLiteral("Nothing is mounted.");
+    sections.append(mounts);
+
+    Section networks{QStringLiteral("Networks"), {}, {}};
+    for (const auto &n : d.networks) {
+        QStringList parts;
+        parts << (n.address.isEmpty() ? QStringLiteral("no address") : n.address);
+        if (!n.gateway.isEmpty())
+            parts << QStringLiteral("gateway ") + n.gateway;
+        if (!n.aliases.isEmpty())
+            parts << QStringLiteral("also ") + n.aliases.join(QStringLiteral(", "));
+        networks.rows.append({n.name, parts.join(QStringLiteral(" · "))});
+    }
+    if (networks.rows.isEmpty())
+        networks.note = QStringLiteral("Not attached to any network.");
+    sections.append(networks);
+
+    // Compose's own labels say what the Configuration already shows: folded into one line.
+    Section labels{QStringLiteral("Labels"), {}, {}};
+    int compose = 0;
+    for (auto it = d.labels.cbegin(); it != d.labels.cend(); ++it) {
+        if (it.key().startsWith(composePrefix))
+            ++compose;
+        else
+            labels.rows.append({it.key(), it.value()});
+    }
+    if (compose > 0)
+        labels.rows.prepend({QStringLiteral("Compose"), QStringLiteral("%1 of compose's own").arg(plural(compose, "label"))});
+    if (labels.rows.isEmpty())
+        labels.note = QStringLiteral("No labels.");
+    sections.append(labels);
+    return sections;
+}
+
+QString environment(const ContainerDetails &d, bool showSecrets)
+{
+    QString text;
+    for (const auto &[name, value] : d.environment)
+        text += name + u'=' + (showSecrets || !Docker::looksSecret(name) ? value : QString::fromUtf16(maskedValue)) + u'\n';
+    return text;
+}
+
+}

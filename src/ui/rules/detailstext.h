@@ -1,0 +1,51 @@
+#pragma once
+
+#include "containerdetails.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+// What a container's details sheet says, section by section: every text composed here, so
+// the sheet only lays it out.
+namespace DetailsText {
+
+struct Row {
+    QString label;
+    QString value;
+    // Masked until the reader asks for the values: a screen reader hears "hidden value".
+    bool secret = false;
+    // A volume's name, which the row can show in Volumes.
+    QString volume;
+    // What went wrong: a failed exit, a failing check; drawn in the danger colour.
+    bool alarm = false;
+    friend bool operator==(const Row &, const Row &) = default;
+};
+
+struct Section {
+    QString title;
+    QList<Row> rows;
+    // Said under the heading when there are no rows, or beside them.
+    QString note;
+    friend bool operator==(const Section &, const Section &) = default;
+};
+
+// "24 Nov 2026, 18:22 · 3 minutes ago" in local time; "never" for an invalid time.
+QString when(const QDateTime &at, const QDateTime &now);
+// "3 minutes ago", "in 1 second", "just now".
+QString ago(const QDateTime &at, const QDateTime &now);
+// "exited (3) · failed (its program's own code)", "running", "exited (137) · Killed: out of memory".
+QString state(const ContainerDetails &d);
+// A command as a shell would take it: words with spaces quoted.
+QString command(const QStringList &words);
+
+// State, Health (with a check), Configuration, Environment, Mounts, Networks, Labels.
+QList<Section> container(const ContainerDetails &d, const QDateTime &now);
+
+// What a masked value shows, and what a screen reader hears for it.
+inline constexpr char16_t maskedValue[] = u"••••••••";
+inline constexpr char16_t hiddenValue[] = u"hidden value";
+
+// The environment as Copy gives it, one NAME=value a line, secret values as shown.
+QString environment(const ContainerDetails &d, bool showSecrets);
+}

@@ -1,0 +1,214 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Korvat
+
+// Why a container is the way it is: its state, health, configuration, environment, mounts,
+// networks and labels, and the whole inspect document. Read when it opens and on the
+// container's events while open; closing stops that.
+Sheet {
+    id: sheet
+
+    property ContainerInspection inspection: null
+    property Actions actions: null
+    // 0: the sections, 1: the inspect document.
+    property int page: 0
+
+    function show(target: ContainerInspection) {
+        sheet.inspection = target;
+        sheet.page = 0;
+        sheet.open();
+        target.start();
+    }
+
+    objectName: "detailsSheet"
+    width: Math.min(860, parent ? parent.width - 60 : 860)
+    height: Math.min(680, parent ? parent.height - 60 : 680)
+    closePolicy: document.findOpen ? Popup.NoAutoClose : Popup.CloseOnEscape
+    onClosed: {
+        if (sheet.inspection)
+            sheet.inspection.stop();
+        sheet.inspection = null;
+    }
+
+    FileDialog {
+        id: saveDialog
+
+        title: "Save inspect document"
+        fileMode: FileDialog.SaveFile
+        nameFilters: ["JSON files (*.json)", "All files (*)"]
+        onAccepted: sheet.actions.saveText(sheet.inspection.document, saveDialog.selectedFile)
+    }
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 12
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+
+            Text {
+                Layout.fillWidth: true
+                elide: Text.ElideRight
+                text: sheet.inspection ? sheet.inspection.title : ""
+                color: Theme.ink
+                font: Theme.varied("Space Grotesk", 600, 15)
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+            KorButton {
+                objectName: "detailsPage"
+                variant: sheet.page === 0 ? "quiet" : "ghost"
+                text: "Details"
+                checkable: true
+                checked: sheet.page === 0
+                Accessible.checkable: true
+                Accessible.checked: checked
+                onClicked: sheet.page = 0
+            }
+            KorButton {
+                objectName: "inspectPage"
+                variant: sheet.page === 1 ? "quiet" : "ghost"
+                text: "Inspect"
+                help: "The whole docker inspect document"
+                checkable: true
+                checked: sheet.page === 1
+                Accessible.checkable: true
+                Accessible.checked: checked
+                onClicked: sheet.page = 1
+            }
+            KorButton {
+                objectName: "showValues"
+                visible: sheet.page === 0 && sheet.inspection !== null && sheet.inspection.hasSecrets
+                text: sheet.inspection && sheet.inspection.showSecrets ? "Hide values" : "Show values"
+                iconName: sheet.inspection && sheet.inspection.showSecrets ? "eye.slash" : "eye"
+                help: "Values whose names look secret are hidden until shown"
+                onClicked: sheet.inspection.showSecrets = !sheet.inspection.showSecrets
+            }
+            KorButton {
+                visible: sheet.page === 1
+                variant: "ghost"
+                iconName: "magnifyingglass"
+                help: "Find (Ctrl+F)"
+                onClicked: document.openFind()
+            }
+            KorButton {
+                text: "Copy"
+                iconName: "doc.on.doc"
+                help: sheet.page === 0 ? "Copy the environment as shown" : "Copy the inspect document"
+                enabled: sheet.inspection !== null && sheet.inspection.loaded
+                onClicked: sheet.page === 0 ? sheet.actions.copyString(sheet.inspection.environmentText())
+                                            : sheet.actions.copyText(sheet.inspection.document)
+            }
+            KorButton {
+                visible: sheet.page === 1
+                text: "Save…"
+                iconName: "square.and.arrow.down"
+                enabled: sheet.inspection !== null && sheet.inspection.loaded
+                onClicked: {
+                    saveDialog.selectedFile = sheet.actions.saveLocation(sheet.inspection.title);
+                    saveDialog.open();
+                }
+            }
+            KorButton {
+                text: "Close"
+                onClicked: sheet.close()
+            }
+        }
+        Banner {
+            Layout.fillWidth: true
+            objectName: "detailsGone"
+            visible: sheet.inspection !== null && (sheet.inspection.gone || sheet.inspection.problem !== "")
+            text: sheet.inspection ? (sheet.inspection.gone ? "This container no longer exists" : sheet.inspection.problem) : ""
+        }
+        ScrollView {
+            id: scroller
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: sheet.page === 0
+            contentWidth: availableWidth
+            clip: true
+
+            ColumnLayout {
+                width: scroller.availableWidth
+                spacing: 18
+
+                Text {
+                    visible: sheet.inspection !== null && !sheet.inspection.loaded && sheet.inspection.problem === ""
+                    text: "Reading…"
+                    color: Theme.muted
+                    font: Theme.varied("Inter", 400, 13)
+                }
+                Repeater {
+                    model: sheet.inspection ? sheet.inspection.sections : []
+
+                    delegate: ColumnLayout {
+                        id: section
+
+                        required property var modelData
+
+                        Layout.fillWidth: true
+                        spacing: 6
+
+                        SectionCaption {
+                            caption: section.modelData.title
+                        }
+                        Text {
+                            visible: section.modelData.note !== ""
+                            text: section.modelData.note
+                            color: Theme.muted
+                            font: Theme.varied("Inter", 400, 13)
+                        }
+                        Repeater {
+                            model: section.modelData.rows
+
+                            delegate: RowLayout {
+                                id: row
+
+                                required property var modelData
+
+                                Layout.fillWidth: true
+                                spacing: 14
+
+                                Text {
+                                    Layout.preferredWidth: 170
+                                    Layout.alignment: Qt.AlignTop
+                                    text: row.modelData.label
+                                    color: Theme.muted
+                                    font: Theme.varied("Inter", 500, 13)
+                                    elide: Text.ElideRight
+                                }
+                                TextEdit {
+                                    Layout.fillWidth: true
+                                    text: row.modelData.value
+                                    color: row.modelData.alarm ? Theme.danger : Theme.ink
+                                    font: row.modelData.secret ? Theme.varied("JetBrains Mono", 400, 12) : Theme.varied("Inter", 400, 13)
+                                    wrapMode: TextEdit.Wrap
+                                    readOnly: true
+                                    selectByMouse: true
+                                    activeFocusOnTab: false
+                                    Accessible.role: Accessible.StaticText
+                                    Accessible.name: row.modelData.label + ": " + row.modelData.spoken
+                                }
+                            }
+                        }
+                    }
+                }
+            }
+        }
+        TranscriptView {
+            id: document
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: sheet.page === 1
+            transcript: sheet.inspection ? sheet.inspection.document : null
+            accessibleName: "Inspect document"
+            findName: "Find in the document"
+            emptyText: "reading…"
+        }
+    }
+}
