@@ -1,4 +1,6 @@
+#include "actions.h"
 #include "appstore.h"
+#include "containerinspection.h"
 #include "desktop.h"
 #include "sampledata.h"
 #include "storesupport.h"
@@ -9,6 +11,7 @@
 #include <QFile>
 #include <QKeyEvent>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QScopeGuard>
 #include <QDBusConnectionInterface>
 #include <QJsonArray>
@@ -64,6 +67,7 @@ private slots:
     void pressActionDismissesTheBanner();
     void staleLineComesAndGoes();
     void screenReaderReadsTheWindow();
+    void detailsSheetFromTheKeyboard();
     void orcaSaysWhatTheKeyboardReaches();
 
 private:
@@ -299,6 +303,44 @@ void TestMainWindow::screenReaderReadsTheWindow()
     QCOMPARE(innermost(), button);
     QTest::keyClick(m_window, Qt::Key_Menu);
     QCOMPARE(innermost()[1].toString(), "popup menu");
+}
+
+// A row's details open on Ctrl+I; a screen reader can jump between the sheet's sections by
+// heading, and hears a secret's name but never its value until the values are shown.
+void TestMainWindow::detailsSheetFromTheKeyboard()
+{
+    QSignalSpy asked(&m_session->actions(), &Actions::detailsRequested);
+    QTest::keyClick(m_window, Qt::Key_2, Qt::ControlModifier);
+    auto *list = m_window->findChild<QQuickItem *>(QStringLiteral("containersList"));
+    QVERIFY(list);
+    list->forceActiveFocus(Qt::TabFocusReason);
+    const auto focusedRow = [&] { return m_window->activeFocusItem()->property("name").toString(); };
+    for (int i = 0; i < 12 && focusedRow() != QLatin1String("storefront-db-1"); ++i)
+        QTest::keyClick(m_window, Qt::Key_Down);
+    QCOMPARE(focusedRow(), QStringLiteral("storefront-db-1"));
+    QTest::keyClick(m_window, Qt::Key_I, Qt::ControlModifier);
+    QCOMPARE(asked.size(), 1);
+    auto *inspection = asked.first().first().value<ContainerInspection *>();
+    QTRY_VERIFY(inspection->loaded());
+
+    const QJsonObject masked = readAloud(QStringLiteral("texts"));
+    QStringList headings;
+    for (const QJsonValue &h : masked["headings"].toArray())
+        headings << h.toString();
+    // The sheet opens on its sections, which End scrolls to their last.
+    QTest::keyClick(m_window, Qt::Key_End);
+    const QJsonObject end = readAloud(QStringLiteral("texts"));
+    for (const QJsonValue &h : end["headings"].toArray())
+        headings << h.toString();
+    for (const char *section : {"State", "Health", "Configuration", "Environment", "Mounts", "Networks", "Labels"})
+        QVERIFY2(headings.contains(QLatin1String(section)), qPrintable(headings.join(", ")));
+    const QByteArray before = QJsonDocument(masked).toJson() + QJsonDocument(end).toJson();
+    QVERIFY2(before.contains("POSTGRES_PASSWORD: hidden value"), before.constData());
+    QVERIFY(!before.contains("correct-horse-battery"));
+    inspection->setShowSecrets(true);
+    QVERIFY(QJsonDocument(readAloud(QStringLiteral("texts"))).toJson().contains("POSTGRES_PASSWORD: correct-horse-battery"));
+    QTest::keyClick(m_window, Qt::Key_Escape);
+    QTRY_VERIFY(!m_window->findChild<QObject *>(QStringLiteral("detailsSheet"))->property("visible").toBool());
 }
 
 // Orca itself, walking the window by keyboard: its debug log has every utterance as

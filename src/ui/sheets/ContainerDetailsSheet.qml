@@ -21,6 +21,7 @@ Sheet {
         sheet.page = 0;
         sheet.open();
         target.start();
+        scroller.forceActiveFocus();
     }
 
     objectName: "detailsSheet"
@@ -123,80 +124,117 @@ Sheet {
             visible: sheet.inspection !== null && (sheet.inspection.gone || sheet.inspection.problem !== "")
             text: sheet.inspection ? (sheet.inspection.gone ? "This container no longer exists" : sheet.inspection.problem) : ""
         }
-        ScrollView {
-            id: scroller
-
+        // One Tab stop that the arrows, Page Up/Down, Home and End scroll, so every section is
+        // reachable without a pointer.
+        Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             visible: sheet.page === 0
-            contentWidth: availableWidth
-            clip: true
 
-            ColumnLayout {
-                width: scroller.availableWidth
-                spacing: 18
+            Flickable {
+                id: scroller
 
-                Text {
-                    visible: sheet.inspection !== null && !sheet.inspection.loaded && sheet.inspection.problem === ""
-                    text: "Reading…"
-                    color: Theme.muted
-                    font: Theme.varied("Inter", 400, 13)
+                anchors.fill: parent
+                contentWidth: width
+                contentHeight: body.implicitHeight + 16
+                clip: true
+                boundsBehavior: Flickable.StopAtBounds
+                activeFocusOnTab: true
+                Accessible.role: Accessible.Pane
+                Accessible.name: "Details of " + (sheet.inspection ? sheet.inspection.title : "")
+                ScrollBar.vertical: ScrollBar {}
+                Keys.onPressed: event => {
+                    const end = Math.max(0, scroller.contentHeight - scroller.height);
+                    const step = event.key === Qt.Key_PageDown || event.key === Qt.Key_PageUp ? scroller.height - 40 : 40;
+                    switch (event.key) {
+                    case Qt.Key_Down:
+                    case Qt.Key_PageDown: scroller.contentY = Math.min(end, scroller.contentY + step); break;
+                    case Qt.Key_Up:
+                    case Qt.Key_PageUp: scroller.contentY = Math.max(0, scroller.contentY - step); break;
+                    case Qt.Key_Home: scroller.contentY = 0; break;
+                    case Qt.Key_End: scroller.contentY = end; break;
+                    default: return;
+                    }
+                    event.accepted = true;
                 }
-                Repeater {
-                    model: sheet.inspection ? sheet.inspection.sections : []
 
-                    delegate: ColumnLayout {
-                        id: section
+                ColumnLayout {
+                    id: body
 
-                        required property var modelData
+                    x: 10
+                    y: 8
+                    width: scroller.width - 28
+                    spacing: 18
 
-                        Layout.fillWidth: true
-                        spacing: 6
+                    Text {
+                        visible: sheet.inspection !== null && !sheet.inspection.loaded && sheet.inspection.problem === ""
+                        text: "Reading…"
+                        color: Theme.muted
+                        font: Theme.varied("Inter", 400, 13)
+                    }
+                    Repeater {
+                        model: sheet.inspection ? sheet.inspection.sections : []
 
-                        SectionCaption {
-                            caption: section.modelData.title
-                        }
-                        Text {
-                            visible: section.modelData.note !== ""
-                            text: section.modelData.note
-                            color: Theme.muted
-                            font: Theme.varied("Inter", 400, 13)
-                        }
-                        Repeater {
-                            model: section.modelData.rows
+                        delegate: ColumnLayout {
+                            id: section
 
-                            delegate: RowLayout {
-                                id: row
+                            required property var modelData
 
-                                required property var modelData
+                            Layout.fillWidth: true
+                            spacing: 6
 
-                                Layout.fillWidth: true
-                                spacing: 14
+                            SectionCaption {
+                                caption: section.modelData.title
+                            }
+                            Text {
+                                visible: section.modelData.note !== ""
+                                text: section.modelData.note
+                                color: Theme.muted
+                                font: Theme.varied("Inter", 400, 13)
+                            }
+                            Repeater {
+                                model: section.modelData.rows
 
-                                Text {
-                                    Layout.preferredWidth: 170
-                                    Layout.alignment: Qt.AlignTop
-                                    text: row.modelData.label
-                                    color: Theme.muted
-                                    font: Theme.varied("Inter", 500, 13)
-                                    elide: Text.ElideRight
-                                }
-                                TextEdit {
+                                delegate: RowLayout {
+                                    id: row
+
+                                    required property var modelData
+
                                     Layout.fillWidth: true
-                                    text: row.modelData.value
-                                    color: row.modelData.alarm ? Theme.danger : Theme.ink
-                                    font: row.modelData.secret ? Theme.varied("JetBrains Mono", 400, 12) : Theme.varied("Inter", 400, 13)
-                                    wrapMode: TextEdit.Wrap
-                                    readOnly: true
-                                    selectByMouse: true
-                                    activeFocusOnTab: false
-                                    Accessible.role: Accessible.StaticText
-                                    Accessible.name: row.modelData.label + ": " + row.modelData.spoken
+                                    spacing: 14
+
+                                    Text {
+                                        Layout.preferredWidth: 170
+                                        Layout.alignment: Qt.AlignTop
+                                        text: row.modelData.label
+                                        color: Theme.muted
+                                        font: Theme.varied("Inter", 500, 13)
+                                        elide: Text.ElideRight
+                                    }
+                                    TextEdit {
+                                        Layout.fillWidth: true
+                                        text: row.modelData.value
+                                        color: row.modelData.alarm ? Theme.danger : Theme.ink
+                                        font: row.modelData.secret ? Theme.varied("JetBrains Mono", 400, 12) : Theme.varied("Inter", 400, 13)
+                                        wrapMode: TextEdit.Wrap
+                                        readOnly: true
+                                        selectByMouse: true
+                                        activeFocusOnTab: false
+                                        Accessible.role: Accessible.StaticText
+                                        Accessible.name: row.modelData.label + ": " + row.modelData.spoken
+                                    }
                                 }
                             }
                         }
                     }
                 }
+            }
+            Rectangle {
+                anchors.fill: parent
+                color: "transparent"
+                radius: 8
+                border.width: scroller.activeFocus ? 2 : 0
+                border.color: Theme.ion
             }
         }
         TranscriptView {

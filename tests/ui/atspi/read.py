@@ -2,6 +2,7 @@
 
 read.py PID tree   every list item (name -> description) and push button [name, description]
 read.py PID focus  the focused objects: [name, role, description]
+read.py PID texts  every heading, and every name and description showing
 Prints one JSON document.
 """
 import json
@@ -30,6 +31,11 @@ def main():
         out = {
             "items": {n.name: n.description for n in nodes if n.getRole() == pyatspi.ROLE_LIST_ITEM},
             "buttons": [[n.name, n.description] for n in nodes if n.getRole() == pyatspi.ROLE_PUSH_BUTTON],
+        }
+    elif mode == "texts":
+        out = {
+            "headings": [n.name for n in nodes if n.getRole() == pyatspi.ROLE_HEADING],
+            "texts": [t for n in nodes for t in (n.name, n.description) if t],
         }
     else:
         out = {"focused": [[n.name, n.getRoleName(), n.description] for n in nodes
