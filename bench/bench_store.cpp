@@ -6,6 +6,8 @@
 //                polling alone; the events child's memory and its CPU over an idle minute
 //   backup       a 200 MB volume's backup to a .tar file vs a bare `docker cp` of it
 //   pull REF     a pull through the store vs a bare `docker pull`, and the progress latency
+//   details NAME a container's details from asking on the UI thread to the record back on
+//                it (one `docker inspect`, read on a worker), vs a bare `docker inspect`
 // Run through bench/run.sh, which starts a private engine and fills it.
 
 #include "appstore.h"
@@ -275,6 +277,31 @@ void benchBackup(const QString &image)
 
 // Runs the event loop until the future is done, as the window would; spinning on
 // processEvents instead takes a core from the engine and the CLI being measured.
+void benchDetails(AppStore &store, const QString &name, int rounds)
+{
+    QList<double> korvat, bare;
+    for (int i = 0; i < rounds; ++i) {
+        QElapsedTimer t;
+        t.start();
+        auto future = QtConcurrent::run(AppStore::workers(), [engine = store.engine(), name, runtime = store.runtime()] {
+            return engine->containerDetails(name, runtime);
+        });
+        QFutureWatcher<std::optional<ContainerDetails>> watcher;
+        QEventLoop loop;
+        QObject::connect(&watcher, &QFutureWatcherBase::finished, &loop, &QEventLoop::quit);
+        watcher.setFuture(future);
+        loop.exec();
+        if (!future.result()) {
+            out << "details: no container " << name << "\n";
+            return;
+        }
+        korvat << t.nsecsElapsed() / 1e6;
+        bare << shellMs("docker inspect --type container " + name + " >/dev/null");
+    }
+    out << QString("details  of %1 (%2 each): through Korvat median %3 ms, bare docker inspect %4 ms (goal 150 to a filled sheet)\n")
+               .arg(name).arg(rounds).arg(median(korvat), 0, 'f', 1).arg(median(bare), 0, 'f', 1);
+}
+
 void waitFor(const QFuture<void> &future)
 {
     QFutureWatcher<void> watcher;
@@ -368,6 +395,11 @@ int main(int argc, char **argv)
     }
     if (mode == "pull") {
         benchPull(store, args.value(2));
+        out.flush();
+        return 0;
+    }
+    if (mode == "details") {
+        benchDetails(store, args.value(2), 15);
         out.flush();
         return 0;
     }

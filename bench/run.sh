@@ -62,6 +62,10 @@ done
 "$bench" refresh
 "$bench" quiet
 "$bench" rules
+docker run -d --name bench-details --health-cmd true --health-interval 1s -e API_TOKEN=x "$KORVAT_TEST_IMAGE" sleep 3600 >/dev/null
+sleep 3
+"$bench" details bench-details
+docker rm -f bench-details >/dev/null
 KORVAT_BENCH_CONTAINERS=200 "$window" idle "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 "$window" apply
 "$window" switch
