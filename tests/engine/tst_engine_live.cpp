@@ -195,6 +195,23 @@ private slots:
         QCOMPARE(leftOut, QStringList{"app.sock"});
     }
 
+    // Why a container is the way it is, from the real engine: one killed for lack of memory,
+    // one whose health check failed three times with the probes' own words, one gone.
+    void detailsExplainRealContainers()
+    {
+        const QString hungry = m_made.run("kt-oom-", {"-m", "8m", "--memory-swap", "8m"}, {"sh", "-c", "x=a; while true; do x=$x$x; done"});
+        const QString sick = m_made.run("kt-sick-", {"--health-cmd", "echo probe failed; exit 1", "--health-interval", "1s", "--health-retries", "3"});
+        std::optional<ContainerDetails> oom, unhealthy;
+        QTRY_VERIFY_WITH_TIMEOUT((oom = e.containerDetails(hungry, {})) && oom->state == "exited", 30000);
+        QVERIFY(oom->outOfMemory);
+        QCOMPARE(Docker::exitMeaning(oom->exitCode, oom->outOfMemory), "Killed: out of memory");
+        QTRY_VERIFY_WITH_TIMEOUT((unhealthy = e.containerDetails(sick, {})) && unhealthy->health && unhealthy->health->status == "unhealthy", 30000);
+        QVERIFY(unhealthy->health->failingStreak >= 3);
+        QCOMPARE(unhealthy->health->probes.first().output.trimmed(), "probe failed");
+        QCOMPARE(unhealthy->health->probes.first().exitCode, 1);
+        QVERIFY(!e.containerDetails(uniqueName("kt-none-"), {}));
+    }
+
     // Every kind of action on real objects, each seen to take effect through the listings.
     void actionsTakeEffect()
     {
