@@ -1,5 +1,7 @@
 #include "sampledata.h"
 
+#include "volumesize.h"
+
 #include "projectregistry.h"
 #include "toolchain.h"
 
@@ -48,6 +50,7 @@ std::shared_ptr<FakeEngine> engine(const QString &root)
     }, Runtime::context(QStringLiteral("default"))});
     engine->setHoldings(holdings(root));
     engine->setDetails(details(QDateTime::currentDateTimeUtc()));
+    engine->setImageDetails({imageDetails(QDateTime::currentDateTimeUtc())});
     // The website project resolves to itself, so its declared volumes count as its own.
     engine->setComposeProject(root + QStringLiteral("/website"),
                               {QStringLiteral("website"), {QStringLiteral("cache"), QStringLiteral("frontend")},
@@ -176,6 +179,42 @@ QList<ContainerDetails> details(const QDateTime &now)
     worker.networks = {{QStringLiteral("storefront_default"), {}, {}, {QStringLiteral("worker")}}};
     worker.labels = compose(QStringLiteral("storefront"), QStringLiteral("worker"));
     return {db, worker};
+}
+
+ImageDetails imageDetails(const QDateTime &now)
+{
+    ImageDetails nginx;
+    nginx.id = QStringLiteral("sha256:2a7c4e9f5d04b1c3e5a7f9d1b3c5e7a9f1d3b5c7e9a1f3d5b7c9e1a3f5d7b9c1");
+    nginx.tags = {QStringLiteral("nginx:1.27-alpine")};
+    nginx.created = now.addDays(-18);
+    nginx.bytes = 47'900'000;
+    nginx.architecture = QStringLiteral("amd64");
+    nginx.os = QStringLiteral("linux");
+    nginx.entrypoint = {QStringLiteral("/docker-entrypoint.sh")};
+    nginx.command = {QStringLiteral("nginx"), QStringLiteral("-g"), QStringLiteral("daemon off;")};
+    nginx.exposedPorts = {QStringLiteral("80/tcp")};
+    const auto layer = [](const char *instruction, qint64 bytes) { return ImageDetails::Layer{QString::fromUtf8(instruction), bytes, {}}; };
+    nginx.layers = {
+        layer("CMD [\"nginx\" \"-g\" \"daemon off;\"]", 0),
+        layer("STOPSIGNAL SIGQUIT", 0),
+        layer("EXPOSE map[80/tcp:{}]", 0),
+        layer("ENTRYPOINT [\"/docker-entrypoint.sh\"]", 0),
+        layer("COPY 30-tune-worker-processes.sh /docker-entrypoint.d # buildkit", 4'620),
+        layer("COPY docker-entrypoint.sh / # buildkit", 1'620),
+        layer("RUN set -x && addgroup -g 101 -S nginx && adduser -S -D -H -u 101 -h /var/cache/nginx -s /sbin/nologin -G nginx -g nginx nginx "
+              "&& apkArch=\"$(cat /etc/apk/arch)\" && nginxPackages=\"nginx=${NGINX_VERSION}-r${PKG_RELEASE} nginx-module-xslt=${NGINX_VERSION}-r${PKG_RELEASE}\" "
+              "&& apk add --no-cache --virtual .checksum-deps openssl # buildkit", 40'700'000),
+        layer("ENV NGINX_VERSION=1.27.3", 0),
+        layer("CMD [\"/bin/sh\"]", 0),
+        layer("ADD alpine-minirootfs-3.20.3-x86_64.tar.gz / # buildkit", 7'800'000),
+    };
+    for (ImageDetails::Layer &l : nginx.layers) {
+        l.instruction = Docker::instruction(l.instruction);
+        l.size = VolumeSize::format(l.bytes);
+    }
+    nginx.document = QStringLiteral("[\n    {\n        \"Id\": \"%1\",\n        \"RepoTags\": [\"nginx:1.27-alpine\"],\n        \"Architecture\": \"amd64\",\n"
+                                    "        \"Os\": \"linux\"\n    }\n]\n").arg(nginx.id);
+    return nginx;
 }
 
 QStringList pullProgress()

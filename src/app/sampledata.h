@@ -18,6 +18,8 @@ FakeEngine::Holdings holdings(const QString &root);
 // What the details sheet shows of two containers: one whose health check fails, one the
 // out-of-memory killer stopped. Times count back from now.
 QList<ContainerDetails> details(const QDateTime &now);
+// An image of many layers, some of them long, some adding no files.
+ImageDetails imageDetails(const QDateTime &now);
 // Projects added by hand that run nothing: billing, and archive whose directory is gone.
 ProjectRegistry registry(const QString &root);
 // Creates the sample projects' directories under root: storefront, website, billing and docs

@@ -196,15 +196,20 @@ const QList<Scene> &scenes()
              stage.actions().perform(Verb::Console, stage.container(websiteFrontend).id);
          }},
         {QStringLiteral("sheet-details"), Category::Containers, [](Stage &stage) {
-             auto *inspection = caught<ContainerInspection>(stage.actions(), &Actions::detailsRequested, [&] {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested, [&] {
                  stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-db-1")).id);
              });
              waitUntil([&] { return inspection->loaded(); });
          }},
         {QStringLiteral("sheet-details-oom"), Category::Containers, [](Stage &stage) {
-             auto *inspection = caught<ContainerInspection>(stage.actions(), &Actions::detailsRequested, [&] {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested, [&] {
                  stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-worker-1")).id);
              });
+             waitUntil([&] { return inspection->loaded(); });
+         }},
+        {QStringLiteral("sheet-image"), Category::Images, [](Stage &stage) {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested,
+                                                   [&] { stage.actions().perform(Verb::ImageDetails, QStringLiteral("2a7c4e9f5d04")); });
              waitUntil([&] { return inspection->loaded(); });
          }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {

@@ -243,6 +243,17 @@ std::optional<ContainerDetails> CliEngine::containerDetails(const QString &id, c
     throw DockerError(inspected.err.trimmed());
 }
 
+std::optional<ImageDetails> CliEngine::imageDetails(const QString &id, const OptRuntime &runtime) const
+{
+    const auto inspected = Docker::capture({QStringLiteral("image"), QStringLiteral("inspect"), id}, runtime);
+    if (inspected.status > 0 && inspected.err.contains(QLatin1String("No such")))
+        return std::nullopt;
+    if (inspected.status != 0)
+        throw DockerError(inspected.err.trimmed());
+    const QByteArray history = Docker::runBytes({QStringLiteral("history"), QStringLiteral("--no-trunc"), QStringLiteral("--format"), QStringLiteral("json"), id}, runtime);
+    return Docker::parseImageDetails(inspected.out.toUtf8(), history);
+}
+
 ComposeCheck CliEngine::checkCompose(const QString &dir) const
 {
     if (!Docker::composeFile(dir))

@@ -25,6 +25,7 @@ public:
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
     std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
+    std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;

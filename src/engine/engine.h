@@ -3,6 +3,7 @@
 #include "composecheck.h"
 #include "container.h"
 #include "containerdetails.h"
+#include "imagedetails.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
 #include "engineaction.h"
@@ -104,6 +105,9 @@ public:
     // One container as `docker inspect` describes it; none when the engine has no such
     // container. A query: it fails at the deadline.
     virtual std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const = 0;
+    // One image with its layers (`docker image inspect`, then `docker history`); none when
+    // the engine has no such image.
+    virtual std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const = 0;
 
     // Never fails: an unusable configuration is an invalid check.
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;

@@ -329,6 +329,31 @@ std::optional<ContainerDetails> FakeEngine::containerDetails(const QString &id, 
     return made;
 }
 
+std::optional<ImageDetails> FakeEngine::imageDetails(const QString &id, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    const auto image = std::find_if(h.images.cbegin(), h.images.cend(), [&](const DockerImage &i) { return i.id == id || id.contains(i.id); });
+    if (image == h.images.cend())
+        return std::nullopt;
+    for (const ImageDetails &d : m_imageDetails) {
+        if (d.id.contains(image->id))
+            return d;
+    }
+    ImageDetails made;
+    made.id = image->id;
+    made.tags = {image->repository + u':' + image->tag};
+    made.created = image->created;
+    return made;
+}
+
+void FakeEngine::setImageDetails(const QList<ImageDetails> &details)
+{
+    QMutexLocker lock(&m_mutex);
+    m_imageDetails = details;
+}
+
 void FakeEngine::setDetails(const QList<ContainerDetails> &details)
 {
     QMutexLocker lock(&m_mutex);

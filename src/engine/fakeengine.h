@@ -109,6 +109,9 @@ public:
     // row; none for a container the holdings do not list.
     std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
     void setDetails(const QList<ContainerDetails> &details);
+    // Likewise for images: given, else made from the listed image.
+    std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
+    void setImageDetails(const QList<ImageDetails> &details);
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;
@@ -145,6 +148,7 @@ private:
     QByteArray m_logOutput;
     QMap<EngineAction::Kind, QStringList> m_progress;
     QList<ContainerDetails> m_details;
+    QList<ImageDetails> m_imageDetails;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
     mutable QList<std::tuple<QPointer<FakeStream>, QStringList, UsageRead>> m_usageStreams;

@@ -552,6 +552,24 @@ private slots:
         QVERIFY(!Docker::parseContainerDetails("not json"));
     }
 
+    void imageDetails()
+    {
+        const auto d = Docker::parseImageDetails(fixture("inspect/image.json").toUtf8(), fixture("inspect/history.jsonl").toUtf8());
+        QVERIFY(d);
+        QCOMPARE(d->tags, QStringList{"korvat/layers:1"});
+        QCOMPARE(d->architecture, "amd64");
+        QCOMPARE(d->command, (QStringList{"sleep", "3600"}));
+        QStringList instructions;
+        for (const auto &layer : d->layers)
+            instructions << layer.instruction;
+        QCOMPARE(instructions, (QStringList{R"(CMD ["sleep" "3600"])", R"(RUN sh -c "for i in 1 2 3; do echo \$i; done > /three")", "ENV MODE=test",
+                                            "RUN echo two > /two", "RUN echo one > /one", ""}));
+        QCOMPARE(d->layers.first().bytes, 0);
+        QVERIFY(d->layers.last().bytes > 1'000'000);
+        QCOMPARE(Docker::instruction("RUN /bin/sh -c apt-get update # buildkit"), "RUN /bin/sh -c apt-get update");
+        QVERIFY(!Docker::parseImageDetails("[]", {}));
+    }
+
     void exitMeanings_data()
     {
         QTest::addColumn<int>("code");

@@ -1,6 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
-#include "containerinspection.h"
+#include "inspection.h"
 #include "detailstext.h"
 #include "projectdeletion.h"
 #include "settingscontroller.h"
@@ -306,8 +306,8 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     m_actions->perform(Verb::Details, QStringLiteral("3f1a9c2e7b11"));
     QCOMPARE(asked.size(), 1);
     // The sheet owns it; here, the test.
-    const std::unique_ptr<ContainerInspection> owned(asked.first().first().value<ContainerInspection *>());
-    ContainerInspection *inspection = owned.get();
+    const std::unique_ptr<Inspection> owned(asked.first().first().value<Inspection *>());
+    Inspection *inspection = owned.get();
     QCOMPARE(inspection->reads(), 0);   // nothing until the sheet opens
     inspection->start();
     QTRY_VERIFY(inspection->loaded());
@@ -321,10 +321,10 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     const QVariantMap token = environment().first().toMap();
     QCOMPARE(token.value(QStringLiteral("value")).toString(), QString::fromUtf16(DetailsText::maskedValue));
     QCOMPARE(token.value(QStringLiteral("spoken")).toString(), QStringLiteral("hidden value"));
-    QVERIFY(!inspection->environmentText().contains(QStringLiteral("s3cret")));
+    QVERIFY(!inspection->copyText().contains(QStringLiteral("s3cret")));
     inspection->setShowSecrets(true);
     QCOMPARE(environment().first().toMap().value(QStringLiteral("spoken")).toString(), QStringLiteral("s3cret"));
-    QCOMPARE(inspection->environmentText(), QStringLiteral("API_TOKEN=s3cret\nLANG=C\n"));
+    QCOMPARE(inspection->copyText(), QStringLiteral("API_TOKEN=s3cret\nLANG=C\n"));
     QVERIFY(inspection->document()->total() > 0 || d.document.isEmpty());
 
     emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});

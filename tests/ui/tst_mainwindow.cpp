@@ -1,6 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
-#include "containerinspection.h"
+#include "inspection.h"
 #include "desktop.h"
 #include "sampledata.h"
 #include "storesupport.h"
@@ -320,7 +320,7 @@ void TestMainWindow::detailsSheetFromTheKeyboard()
     QCOMPARE(focusedRow(), QStringLiteral("storefront-db-1"));
     QTest::keyClick(m_window, Qt::Key_I, Qt::ControlModifier);
     QCOMPARE(asked.size(), 1);
-    auto *inspection = asked.first().first().value<ContainerInspection *>();
+    auto *inspection = asked.first().first().value<Inspection *>();
     QTRY_VERIFY(inspection->loaded());
 
     const QJsonObject masked = readAloud(QStringLiteral("texts"));

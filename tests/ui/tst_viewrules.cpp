@@ -505,6 +505,17 @@ void TestViewRules::detailsTexts()
     QCOMPARE(sections.last().rows.first(), (DetailsText::Row{"Compose", "2 labels of compose's own"}));
     QCOMPARE(sections.last().rows.size(), 2);
     QCOMPARE(sections[2].note, "No variables are set.");
+
+    // An image's users by tag, a bare name meaning latest, or id; its empty steps folded.
+    ImageDetails image{"sha256:abcdef0123456789", {"web:1", "api:latest"}, {}, 0, {}, {}, {}, {}, {},
+                       {{"CMD [\"x\"]", 0, "0B"}, {"ENV A=1", 0, "0B"}, {"RUN make", 2'000'000, "2MB"}, {"", 5'000'000, "5MB"}}};
+    const auto row = [](const char *name, const char *image) { return Container{name, name, image, "running", "Up"}; };
+    const auto users = DetailsText::usersOf(image, {row("a", "web:1"), row("b", "api"), row("c", "abcdef012345"), row("d", "web:2")});
+    QCOMPARE(users.size(), 3);
+    const auto layers = DetailsText::image(image, users, now).last();
+    QCOMPARE(layers.rows.size(), 3);
+    QCOMPARE(layers.rows[0], (DetailsText::Row{"no files · 2 steps", "CMD [\"x\"]\nENV A=1"}));
+    QCOMPARE(layers.rows[2], (DetailsText::Row{"5 MB", "(the base image)"}));
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

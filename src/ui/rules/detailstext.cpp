@@ -1,5 +1,7 @@
 #include "detailstext.h"
 
+#include "volumesize.h"
+
 #include <QLocale>
 
 namespace DetailsText {
@@ -161,6 +163,70 @@ QString environment(const ContainerDetails &d, bool showSecrets)
     for (const auto &[name, value] : d.environment)
         text += name + u'=' + (showSecrets || !Docker::looksSecret(name) ? value : QString::fromUtf16(maskedValue)) + u'\n';
     return text;
+}
+
+QList<Container> usersOf(const ImageDetails &image, const QList<Container> &containers)
+{
+    QList<Container> users;
+    const QString hex = image.id.section(u':', -1);
+    for (const Container &c : containers) {
+        const QString named = c.image.contains(u':') || c.image.contains(u'@') ? c.image : c.image + QStringLiteral(":latest");
+        const QString bare = c.image.section(u':', -1);
+        if (image.tags.contains(named) || image.tags.contains(c.image) || (bare.size() >= 12 && hex.startsWith(bare)))
+            users.append(c);
+    }
+    return users;
+}
+
+QList<Section> image(const ImageDetails &d, const QList<Container> &users, const QDateTime &now)
+{
+    QList<Section> sections;
+    Section about{QStringLiteral("Image"), {}, {}};
+    about.rows.append({QStringLiteral("Tags"), d.tags.isEmpty() ? QStringLiteral("none (dangling)") : d.tags.join(QStringLiteral(", "))});
+    about.rows.append({QStringLiteral("ID"), d.id.section(u':', -1).left(12)});
+    if (d.created.isValid())
+        about.rows.append({QStringLiteral("Created"), when(d.created, now)});
+    about.rows.append({QStringLiteral("Size"), VolumeSize::format(d.bytes)});
+    if (!d.os.isEmpty() || !d.architecture.isEmpty())
+        about.rows.append({QStringLiteral("Platform"), d.os + u'/' + d.architecture});
+    if (!d.entrypoint.isEmpty())
+        about.rows.append({QStringLiteral("Entrypoint"), command(d.entrypoint)});
+    if (!d.command.isEmpty())
+        about.rows.append({QStringLiteral("Command"), command(d.command)});
+    if (!d.exposedPorts.isEmpty())
+        about.rows.append({QStringLiteral("Exposes"), d.exposedPorts.join(QStringLiteral(", "))});
+    sections.append(about);
+
+    Section used{QStringLiteral("Used by"), {}, {}};
+    for (const Container &c : users)
+        used.rows.append({c.name, c.status + (c.project() ? QStringLiteral(" · project ") + *c.project() : QString())});
+    if (used.rows.isEmpty())
+        used.note = QStringLiteral("No container uses it, running or stopped.");
+    sections.append(used);
+
+    Section layers{QStringLiteral("Layers"), {}, {}};
+    QStringList empty;
+    const auto foldEmpty = [&] {
+        if (empty.isEmpty())
+            return;
+        layers.rows.append({empty.size() == 1 ? QStringLiteral("no files") : QStringLiteral("no files · %1 steps").arg(empty.size()), empty.join(u'\n')});
+        empty.clear();
+    };
+    for (const ImageDetails::Layer &layer : d.layers) {
+        if (layer.bytes == 0) {
+            empty << layer.instruction;
+            continue;
+        }
+        foldEmpty();
+        layers.rows.append({VolumeSize::format(layer.bytes), layer.instruction.isEmpty() ? QStringLiteral("(the base image)") : layer.instruction});
+    }
+    foldEmpty();
+    if (layers.rows.isEmpty())
+        layers.note = QStringLiteral("The engine keeps no history for this image.");
+    else
+        layers.note = QStringLiteral("%1 layers, newest first").arg(d.layers.size());
+    sections.append(layers);
+    return sections;
 }
 
 }

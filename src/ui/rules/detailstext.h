@@ -1,6 +1,8 @@
 #pragma once
 
+#include "container.h"
 #include "containerdetails.h"
+#include "imagedetails.h"
 
 #include <QDateTime>
 #include <QList>
@@ -41,6 +43,13 @@ QString command(const QStringList &words);
 
 // State, Health (with a check), Configuration, Environment, Mounts, Networks, Labels.
 QList<Section> container(const ContainerDetails &d, const QDateTime &now);
+
+// The containers made from the image, running or not: by a tag they name (a bare name
+// meaning its "latest"), or by a prefix of its id.
+QList<Container> usersOf(const ImageDetails &image, const QList<Container> &containers);
+// Image (tags, id, created, size, platform, command, ports), Used by, Layers (newest first,
+// the steps that add no files folded into one row for each run of them).
+QList<Section> image(const ImageDetails &d, const QList<Container> &users, const QDateTime &now);
 
 // What a masked value shows, and what a screen reader hears for it.
 inline constexpr char16_t maskedValue[] = u"••••••••";

@@ -14,7 +14,7 @@ Item {
         function onLogsRequested(source: LogFollower, title: string) {
             logs.show(source, title);
         }
-        function onDetailsRequested(target: ContainerInspection) {
+        function onDetailsRequested(target: Inspection) {
             details.show(target);
         }
         function onConsoleRequested(target: ExecConsole) {
@@ -47,7 +47,7 @@ Item {
 
         actions: root.actions
     }
-    ContainerDetailsSheet {
+    DetailsSheet {
         id: details
 
         actions: root.actions

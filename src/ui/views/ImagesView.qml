@@ -96,10 +96,27 @@ ColumnLayout {
             required property string shortId
             required property string size
 
+            function details() {
+                root.imageAction(Verb.ImageDetails, row.imageId, row.reference);
+            }
+
             width: list.rowWidth
             title: reference
             detail: shortId + "  ·  " + size
             iconName: "opticaldisc"
+
+            TapHandler {
+                acceptedButtons: Qt.LeftButton
+                onDoubleTapped: row.details()
+            }
+            KorButton {
+                text: "Details"
+                subject: row.title
+                help: "What it is made of and what uses it (Ctrl+I)"
+                tabStop: false
+                variant: "ghost"
+                onClicked: row.details()
+            }
 
             KorButton {
                 text: "Remove"

@@ -1,6 +1,6 @@
 #include "actions.h"
 
-#include "containerinspection.h"
+#include "inspection.h"
 
 #include "appstore.h"
 #include "containerrules.h"
@@ -317,6 +317,13 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
     case Verb::PruneImages: emit pruneRequested(true); return;
+    case Verb::ImageDetails: {
+        const auto &images = m_store->images();
+        const auto image = std::find_if(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == subject; });
+        if (image != images.cend())
+            emit detailsRequested(ownedByQml(new ImageInspection(m_store, *image)));
+        return;
+    }
     case Verb::RemoveVolume:
         if (!detail.isEmpty())
             return volumeData(verb, subject, QUrl(detail));

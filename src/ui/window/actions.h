@@ -1,7 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
-#include "containerinspection.h"
+#include "inspection.h"
 #include "container.h"
 #include "execconsole.h"
 #include "logfollower.h"
@@ -76,7 +76,7 @@ signals:
     // The sheets a verb opens, with the state each shows; a sheet owns what it is given and
     // lets it go when it closes.
     void logsRequested(LogFollower *source, const QString &title);
-    void detailsRequested(ContainerInspection *inspection);
+    void detailsRequested(Inspection *inspection);
     void consoleRequested(ExecConsole *target);
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);

@@ -16,7 +16,7 @@ enum Kind {
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
     // On images and volumes.
-    Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes,
+    Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes, ImageDetails,
     // On a volume, by name; the detail is the .tar file, asked for first when empty.
     BackupVolume, RestoreVolume,
 };

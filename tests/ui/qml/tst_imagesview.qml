@@ -58,8 +58,10 @@ TestCase {
         keyClick(Qt.Key_Menu);
         tryVerify(() => list.buttonMenu !== null && list.buttonMenu.opened);
         const menu = list.buttonMenu;
-        compare(menu.count, 1);
-        compare(menu.itemAt(0).text, "Remove");
+        compare(menu.count, 2);
+        compare(menu.itemAt(0).text, "Details");
+        compare(menu.itemAt(1).text, "Remove");
+        keyClick(Qt.Key_Down);
         keyClick(Qt.Key_Down);
         keyClick(Qt.Key_Return);
         compare(actions.count, 1);

@@ -120,12 +120,12 @@ TestCase {
         compare(menuTexts(storefront), ["Start all", "Stop all", "Mute failure notifications", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
         // One published port is one item; two are a submenu; none, no item.
         compare(menuTexts(rowNamed(storefront, "storefront-php-1")),
-                ["Pause", "Open in Terminal", "Open in browser", "Copy container ID", "Commit to image…", "Remove"]);
-        compare(menuTexts(rowNamed(storefront, "storefront-db-1")), ["Pause", "Open in Terminal", "Copy container ID", "Commit to image…", "Remove"]);
+                ["Pause", "Open in Terminal", "Open in browser", "Details", "Copy container ID", "Commit to image…", "Remove"]);
+        compare(menuTexts(rowNamed(storefront, "storefront-db-1")), ["Pause", "Open in Terminal", "Details", "Copy container ID", "Commit to image…", "Remove"]);
         view.positionViewAtEnd();
         waitForRendering(view);
         compare(menuTexts(rowNamed(card(view, "legacy"), "legacy-api-1")),
-                ["Pause", "Open in Terminal", "Open in browser", "  localhost:3000", "  127.0.0.1:9229", "Copy container ID", "Commit to image…", "Remove"]);
+                ["Pause", "Open in Terminal", "Open in browser", "  localhost:3000", "  127.0.0.1:9229", "Details", "Copy container ID", "Commit to image…", "Remove"]);
     }
 
     // The list is one Tab stop: the arrows walk cards and their rows, Left/Right the buttons.

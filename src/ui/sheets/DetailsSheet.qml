@@ -5,18 +5,17 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import Korvat
 
-// Why a container is the way it is: its state, health, configuration, environment, mounts,
-// networks and labels, and the whole inspect document. Read when it opens and on the
-// container's events while open; closing stops that.
+// Why a container or an image is the way it is, section by section, and the whole inspect
+// document. Read when it opens and on the object's changes while open; closing stops that.
 Sheet {
     id: sheet
 
-    property ContainerInspection inspection: null
+    property Inspection inspection: null
     property Actions actions: null
     // 0: the sections, 1: the inspect document.
     property int page: 0
 
-    function show(target: ContainerInspection) {
+    function show(target: Inspection) {
         sheet.inspection = target;
         sheet.page = 0;
         sheet.open();
@@ -98,9 +97,9 @@ Sheet {
             KorButton {
                 text: "Copy"
                 iconName: "doc.on.doc"
-                help: sheet.page === 0 ? "Copy the environment as shown" : "Copy the inspect document"
+                help: sheet.page === 0 ? (sheet.inspection ? sheet.inspection.copyHelp : "") : "Copy the inspect document"
                 enabled: sheet.inspection !== null && sheet.inspection.loaded
-                onClicked: sheet.page === 0 ? sheet.actions.copyString(sheet.inspection.environmentText())
+                onClicked: sheet.page === 0 ? sheet.actions.copyString(sheet.inspection.copyText())
                                             : sheet.actions.copyText(sheet.inspection.document)
             }
             KorButton {
@@ -118,11 +117,17 @@ Sheet {
                 onClicked: sheet.close()
             }
         }
-        Banner {
+        // Said in place: a removed object keeps what was shown beneath it.
+        Text {
             Layout.fillWidth: true
             objectName: "detailsGone"
             visible: sheet.inspection !== null && (sheet.inspection.gone || sheet.inspection.problem !== "")
-            text: sheet.inspection ? (sheet.inspection.gone ? "This container no longer exists" : sheet.inspection.problem) : ""
+            text: sheet.inspection ? (sheet.inspection.gone ? sheet.inspection.goneText : sheet.inspection.problem) : ""
+            wrapMode: Text.Wrap
+            color: sheet.inspection && sheet.inspection.gone ? Theme.muted : Theme.danger
+            font: Theme.varied("Inter", 500, 13)
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
         }
         // One Tab stop that the arrows, Page Up/Down, Home and End scroll, so every section is
         // reachable without a pointer.

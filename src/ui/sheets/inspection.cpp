@@ -1,0 +1,221 @@
+#include "inspection.h"
+
+#include "appstore.h"
+#include "volumesize.h"
+
+#include <QCoroFuture>
+#include <QtConcurrent>
+
+// ---- the sheet's state, whatever it shows ---------------------------------------------------
+
+Inspection::Inspection(AppStore *store, const QString &title, QObject *parent) : QObject(parent), m_store(store), m_title(title) {}
+
+void Inspection::start()
+{
+    if (m_active || !m_store)
+        return;
+    m_active = true;
+    follow();
+    read();
+}
+
+void Inspection::stop()
+{
+    m_active = false;
+    for (const auto &connection : std::as_const(m_following))
+        disconnect(connection);
+    m_following.clear();
+}
+
+QCoro::Task<> Inspection::read()
+{
+    if (m_reading) {
+        m_again = true;
+        co_return;
+    }
+    QPointer<Inspection> self(this);
+    do {
+        m_again = false;
+        m_reading = true;
+        ++m_reads;
+        auto reading = readOnce();
+        const std::optional<QString> problem = co_await reading;
+        if (!self)
+            co_return;
+        m_reading = false;
+        m_problem = problem.value_or(QString());
+        emit changed();
+    } while (m_again && m_active);
+}
+
+void Inspection::setGone(bool gone)
+{
+    if (std::exchange(m_gone, gone) != gone)
+        emit changed();
+}
+
+void Inspection::setDocument(const QString &text)
+{
+    if (text == m_shownDocument)
+        return;
+    m_shownDocument = text;
+    m_document.clear();
+    QList<LogLine> lines;
+    for (const QString &line : text.split(u'\n'))
+        lines.append({Ansi::Line{line, {}}, {}, {}});
+    m_document.append(lines);
+}
+
+QVariantList Inspection::sections() const
+{
+    QVariantList out;
+    for (const DetailsText::Section &section : composed()) {
+        QVariantList rows;
+        for (const DetailsText::Row &row : section.rows) {
+            const bool masked = row.secret && !m_showSecrets;
+            const QString value = masked ? QString::fromUtf16(DetailsText::maskedValue) : row.value;
+            rows.append(QVariantMap{{QStringLiteral("label"), row.label},
+                                    {QStringLiteral("value"), value},
+                                    {QStringLiteral("spoken"), masked ? QString::fromUtf16(DetailsText::hiddenValue) : row.value},
+                                    {QStringLiteral("secret"), row.secret},
+                                    {QStringLiteral("alarm"), row.alarm},
+                                    {QStringLiteral("volume"), row.volume}});
+        }
+        out.append(QVariantMap{{QStringLiteral("title"), section.title}, {QStringLiteral("note"), section.note}, {QStringLiteral("rows"), rows}});
+    }
+    return out;
+}
+
+bool Inspection::hasSecrets() const
+{
+    const auto all = composed();
+    return std::any_of(all.cbegin(), all.cend(), [](const DetailsText::Section &s) {
+        return std::any_of(s.rows.cbegin(), s.rows.cend(), [](const DetailsText::Row &r) { return r.secret; });
+    });
+}
+
+void Inspection::setShowSecrets(bool show)
+{
+    if (m_showSecrets == show)
+        return;
+    m_showSecrets = show;
+    emit changed();
+}
+
+// ---- a container ------------------------------------------------------------------------------
+
+ContainerInspection::ContainerInspection(AppStore *store, const Container &container, QObject *parent)
+    : Inspection(store, container.name, parent), m_container(container)
+{
+}
+
+void ContainerInspection::follow()
+{
+    m_following << connect(&m_store->events(), &EngineEvents::containerChanged, this, [this](const ContainerChange &change) {
+        // Events name a container by its whole id, listings by a prefix of it.
+        if (m_container.id.isEmpty() || !change.id.startsWith(m_container.id))
+            return;
+        if (change.kind == ContainerChange::Kind::Destroyed)
+            return setGone(true);
+        read();
+    });
+}
+
+QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
+{
+    struct Read {
+        std::optional<ContainerDetails> details;
+        std::optional<QString> problem;
+    };
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()]() -> Read {
+        try {
+            return {engine->containerDetails(id, runtime), std::nullopt};
+        } catch (const DockerError &e) {
+            return {std::nullopt, e.message()};
+        }
+    });
+    const Read got = co_await future;
+    if (got.problem)
+        co_return got.problem;
+    // Gone: what was shown stays, for a reader may still want it.
+    setGone(!got.details);
+    if (got.details) {
+        m_title = got.details->name;
+        setDocument(got.details->document);
+        m_details = got.details;
+    }
+    co_return std::nullopt;
+}
+
+QList<DetailsText::Section> ContainerInspection::composed() const
+{
+    return m_details ? DetailsText::container(*m_details, QDateTime::currentDateTimeUtc()) : QList<DetailsText::Section>();
+}
+
+QString ContainerInspection::copyText() const
+{
+    return m_details ? DetailsText::environment(*m_details, showSecrets()) : QString();
+}
+
+// ---- an image ---------------------------------------------------------------------------------
+
+ImageInspection::ImageInspection(AppStore *store, const DockerImage &image, QObject *parent)
+    : Inspection(store, image.repository.isEmpty() || image.repository == QLatin1String("<none>") ? image.id : image.repository + u':' + image.tag, parent),
+      m_image(image)
+{
+}
+
+void ImageInspection::follow()
+{
+    // Image events reach the store as a listing of the images; it is read again when the
+    // listing shows a change, and gone when the listing no longer has it.
+    m_following << connect(m_store.data(), &AppStore::imagesChanged, this, [this] {
+        const auto &images = m_store->images();
+        if (std::none_of(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == m_image.id; }))
+            return setGone(true);
+        read();
+    });
+    // Which containers use it is the store's list, read without asking the engine.
+    m_following << connect(m_store.data(), &AppStore::containersChanged, this, &Inspection::changed);
+}
+
+QCoro::Task<std::optional<QString>> ImageInspection::readOnce()
+{
+    struct Read {
+        std::optional<ImageDetails> details;
+        std::optional<QString> problem;
+    };
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()]() -> Read {
+        try {
+            return {engine->imageDetails(id, runtime), std::nullopt};
+        } catch (const DockerError &e) {
+            return {std::nullopt, e.message()};
+        }
+    });
+    const Read got = co_await future;
+    if (got.problem)
+        co_return got.problem;
+    setGone(!got.details);
+    if (got.details) {
+        setDocument(got.details->document);
+        m_details = got.details;
+    }
+    co_return std::nullopt;
+}
+
+QList<DetailsText::Section> ImageInspection::composed() const
+{
+    if (!m_details || !m_store)
+        return {};
+    return DetailsText::image(*m_details, DetailsText::usersOf(*m_details, m_store->containers()), QDateTime::currentDateTimeUtc());
+}
+
+QString ImageInspection::copyText() const
+{
+    QString text;
+    if (m_details) {
+        for (const ImageDetails::Layer &layer : m_details->layers)
+            text += layer.size + u'\t' + layer.instruction + u'\n';
+    }
+    return text;
+}
