@@ -1,11 +1,20 @@
 #include "containerdetails.h"
 #include "fuzz.h"
+#include "imagedetails.h"
 
-// `docker inspect` of a container, read for its details sheet: whatever the engine wrote, a
-// container read has an id, a health check has an interval, and every exit has a meaning.
+// `docker inspect` of a container and `docker image inspect` with `docker history` of an
+// image, read for their details sheets: whatever the engine wrote, what is read has an id, a
+// health check has an interval, every exit has a meaning, and no layer is of negative size.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const auto details = Docker::parseContainerDetails(fuzzBytes(data, size));
+    const QByteArray bytes = fuzzBytes(data, size);
+    const qsizetype split = bytes.indexOf('\n');
+    if (const auto image = Docker::parseImageDetails(bytes.left(split), split < 0 ? QByteArray() : bytes.mid(split + 1))) {
+        FUZZ_PROMISE(!image->id.isEmpty() && image->bytes >= 0);
+        for (const auto &layer : image->layers)
+            FUZZ_PROMISE(layer.bytes >= 0);
+    }
+    const auto details = Docker::parseContainerDetails(bytes);
     if (!details)
         return 0;
     FUZZ_PROMISE(!details->id.isEmpty());
