@@ -6,6 +6,29 @@
 #include <QCoroFuture>
 #include <QtConcurrent>
 
+namespace {
+// What one query of the engine found, or why it could not be asked.
+template<typename T>
+struct Found {
+    T found;
+    std::optional<QString> problem;
+};
+
+// One query of the engine on a worker, its failure in the engine's words.
+template<typename Query>
+auto onWorker(Query query)
+{
+    using Result = decltype(query());
+    return QtConcurrent::run(AppStore::workers(), [query]() -> Found<Result> {
+        try {
+            return {query(), std::nullopt};
+        } catch (const DockerError &e) {
+            return {Result(), e.message()};
+        }
+    });
+}
+}
+
 // ---- the sheet's state, whatever it shows ---------------------------------------------------
 
 Inspection::Inspection(AppStore *store, const QString &title, QObject *parent) : QObject(parent), m_store(store), m_title(title) {}
@@ -123,26 +146,16 @@ void ContainerInspection::follow()
 
 QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
 {
-    struct Read {
-        std::optional<ContainerDetails> details;
-        std::optional<QString> problem;
-    };
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()]() -> Read {
-        try {
-            return {engine->containerDetails(id, runtime), std::nullopt};
-        } catch (const DockerError &e) {
-            return {std::nullopt, e.message()};
-        }
-    });
-    const Read got = co_await future;
+    auto future = onWorker([engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()] { return engine->containerDetails(id, runtime); });
+    const auto got = co_await future;
     if (got.problem)
         co_return got.problem;
     // Gone: what was shown stays, for a reader may still want it.
-    setGone(!got.details);
-    if (got.details) {
-        m_title = got.details->name;
-        setDocument(got.details->document);
-        m_details = got.details;
+    setGone(!got.found);
+    if (got.found) {
+        m_title = got.found->name;
+        setDocument(got.found->document);
+        m_details = got.found;
     }
     co_return std::nullopt;
 }
@@ -181,24 +194,14 @@ void ImageInspection::follow()
 
 QCoro::Task<std::optional<QString>> ImageInspection::readOnce()
 {
-    struct Read {
-        std::optional<ImageDetails> details;
-        std::optional<QString> problem;
-    };
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()]() -> Read {
-        try {
-            return {engine->imageDetails(id, runtime), std::nullopt};
-        } catch (const DockerError &e) {
-            return {std::nullopt, e.message()};
-        }
-    });
-    const Read got = co_await future;
+    auto future = onWorker([engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()] { return engine->imageDetails(id, runtime); });
+    const auto got = co_await future;
     if (got.problem)
         co_return got.problem;
-    setGone(!got.details);
-    if (got.details) {
-        setDocument(got.details->document);
-        m_details = got.details;
+    setGone(!got.found);
+    if (got.found) {
+        setDocument(got.found->document);
+        m_details = got.found;
     }
     co_return std::nullopt;
 }
