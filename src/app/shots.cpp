@@ -212,6 +212,11 @@ const QList<Scene> &scenes()
                                                    [&] { stage.actions().perform(Verb::ImageDetails, QStringLiteral("2a7c4e9f5d04")); });
              waitUntil([&] { return inspection->loaded(); });
          }},
+        {QStringLiteral("sheet-volume"), Category::Volumes, [](Stage &stage) {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested,
+                                                   [&] { stage.actions().perform(Verb::VolumeDetails, QStringLiteral("website_assets")); });
+             waitUntil([&] { return inspection->loaded(); });
+         }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::Commit, stage.container(websiteFrontend).id);
          }},

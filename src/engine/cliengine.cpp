@@ -254,6 +254,24 @@ std::optional<ImageDetails> CliEngine::imageDetails(const QString &id, const Opt
     return Docker::parseImageDetails(inspected.out.toUtf8(), history);
 }
 
+std::optional<VolumeDetails> CliEngine::volumeDetails(const QString &name, const OptRuntime &runtime) const
+{
+    const auto inspected = Docker::capture({QStringLiteral("volume"), QStringLiteral("inspect"), name}, runtime);
+    if (inspected.status > 0 && inspected.err.contains(QLatin1String("no such volume"), Qt::CaseInsensitive))
+        return std::nullopt;
+    if (inspected.status != 0)
+        throw DockerError(inspected.err.trimmed());
+    auto details = Docker::parseVolumeDetails(inspected.out.toUtf8());
+    if (!details)
+        return std::nullopt;
+    details->users = Docker::parseContainers(Docker::run({QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("--filter"),
+                                                          QStringLiteral("volume=") + name, QStringLiteral("--format"), QStringLiteral("json")},
+                                                         runtime));
+    if (!details->mountpoint.isEmpty())
+        details->bytes = VolumeSize::allocatedBytes(details->mountpoint);
+    return details;
+}
+
 ComposeCheck CliEngine::checkCompose(const QString &dir) const
 {
     if (!Docker::composeFile(dir))

@@ -26,6 +26,7 @@ public:
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
     std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
     std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
+    std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;

@@ -4,6 +4,7 @@
 #include "container.h"
 #include "containerdetails.h"
 #include "imagedetails.h"
+#include "volumedetails.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
 #include "engineaction.h"
@@ -108,6 +109,9 @@ public:
     // One image with its layers (`docker image inspect`, then `docker history`); none when
     // the engine has no such image.
     virtual std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const = 0;
+    // One volume with every container that mounts it (`docker volume inspect`, then one
+    // listing filtered to it); none when the engine has no such volume.
+    virtual std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const = 0;
 
     // Never fails: an unusable configuration is an invalid check.
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;

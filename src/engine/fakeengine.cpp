@@ -348,6 +348,29 @@ std::optional<ImageDetails> FakeEngine::imageDetails(const QString &id, const Op
     return made;
 }
 
+std::optional<VolumeDetails> FakeEngine::volumeDetails(const QString &name, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    const auto volume = std::find_if(h.volumes.cbegin(), h.volumes.cend(), [&](const DockerVolume &v) { return v.name == name; });
+    if (volume == h.volumes.cend())
+        return std::nullopt;
+    VolumeDetails d;
+    d.name = volume->name;
+    d.driver = volume->driver;
+    d.mountpoint = volume->mountpoint;
+    d.scope = QStringLiteral("local");
+    d.labels = h.labels.value(name);
+    if (h.sizes.contains(name))
+        d.bytes = h.sizes.value(name);
+    for (const Container &c : h.containers) {
+        if (h.mounts.value(c.name).contains(name))
+            d.users.append(c);
+    }
+    return d;
+}
+
 void FakeEngine::setImageDetails(const QList<ImageDetails> &details)
 {
     QMutexLocker lock(&m_mutex);

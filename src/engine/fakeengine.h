@@ -112,6 +112,8 @@ public:
     // Likewise for images: given, else made from the listed image.
     std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
     void setImageDetails(const QList<ImageDetails> &details);
+    // Made from the holdings: the volume, its labels and size, the containers mounting it.
+    std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;

@@ -516,6 +516,11 @@ void TestViewRules::detailsTexts()
     QCOMPARE(layers.rows.size(), 3);
     QCOMPARE(layers.rows[0], (DetailsText::Row{"no files · 2 steps", "CMD [\"x\"]\nENV A=1"}));
     QCOMPARE(layers.rows[2], (DetailsText::Row{"5 MB", "(the base image)"}));
+
+    // A volume nothing mounts says so; one whose data cannot be read here says that.
+    const auto volume = DetailsText::volume(VolumeDetails{"data", "local", "/v", "local"}, now);
+    QCOMPARE(volume[0].rows.last(), (DetailsText::Row{"Size", "not readable from here"}));
+    QCOMPARE(volume[1].note, "No container mounts it, running or stopped.");
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

@@ -229,4 +229,36 @@ QList<Section> image(const ImageDetails &d, const QList<Container> &users, const
     return sections;
 }
 
+QList<Section> volume(const VolumeDetails &d, const QDateTime &now)
+{
+    QList<Section> sections;
+    Section about{QStringLiteral("Volume"), {}, {}};
+    about.rows.append({QStringLiteral("Driver"), d.driver});
+    about.rows.append({QStringLiteral("Mountpoint"), d.mountpoint});
+    if (!d.scope.isEmpty())
+        about.rows.append({QStringLiteral("Scope"), d.scope});
+    if (d.created.isValid())
+        about.rows.append({QStringLiteral("Created"), when(d.created, now)});
+    about.rows.append({QStringLiteral("Size"), d.bytes ? VolumeSize::format(*d.bytes) : QStringLiteral("not readable from here")});
+    sections.append(about);
+
+    Section users{QStringLiteral("Mounted by"), {}, {}};
+    for (const Container &c : d.users)
+        users.rows.append({c.name, c.status + (c.project() ? QStringLiteral(" · project ") + *c.project() : QString())});
+    if (users.rows.isEmpty())
+        users.note = QStringLiteral("No container mounts it, running or stopped.");
+    sections.append(users);
+
+    for (const auto &[title, map, none] : {std::tuple(QStringLiteral("Labels"), &d.labels, QStringLiteral("No labels.")),
+                                           std::tuple(QStringLiteral("Options"), &d.options, QStringLiteral("The driver's defaults."))}) {
+        Section section{title, {}, {}};
+        for (auto it = map->cbegin(); it != map->cend(); ++it)
+            section.rows.append({it.key(), it.value()});
+        if (section.rows.isEmpty())
+            section.note = none;
+        sections.append(section);
+    }
+    return sections;
+}
+
 }

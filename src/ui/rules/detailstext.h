@@ -3,6 +3,7 @@
 #include "container.h"
 #include "containerdetails.h"
 #include "imagedetails.h"
+#include "volumedetails.h"
 
 #include <QDateTime>
 #include <QList>
@@ -50,6 +51,10 @@ QList<Container> usersOf(const ImageDetails &image, const QList<Container> &cont
 // Image (tags, id, created, size, platform, command, ports), Used by, Layers (newest first,
 // the steps that add no files folded into one row for each run of them).
 QList<Section> image(const ImageDetails &d, const QList<Container> &users, const QDateTime &now);
+
+// Volume (driver, mountpoint, scope, created, size), Mounted by (each container with its
+// state and project), Labels, Options.
+QList<Section> volume(const VolumeDetails &d, const QDateTime &now);
 
 // What a masked value shows, and what a screen reader hears for it.
 inline constexpr char16_t maskedValue[] = u"••••••••";

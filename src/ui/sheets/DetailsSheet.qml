@@ -25,7 +25,8 @@ Sheet {
 
     objectName: "detailsSheet"
     width: Math.min(860, parent ? parent.width - 60 : 860)
-    height: Math.min(680, parent ? parent.height - 60 : 680)
+    // As tall as its sections need, up to the window's; the document always takes the most.
+    height: Math.min(sheet.page === 0 ? Math.max(360, body.implicitHeight + 110) : 680, parent ? parent.height - 60 : 680)
     closePolicy: document.findOpen ? Popup.NoAutoClose : Popup.CloseOnEscape
     onClosed: {
         if (sheet.inspection)

@@ -222,3 +222,56 @@ QString ImageInspection::copyText() const
     }
     return text;
 }
+
+// ---- a volume ---------------------------------------------------------------------------------
+
+VolumeInspection::VolumeInspection(AppStore *store, const DockerVolume &volume, QObject *parent)
+    : Inspection(store, volume.name, parent), m_volume(volume)
+{
+}
+
+void VolumeInspection::follow()
+{
+    // Volume events reach the store as a listing of the volumes, container events as one of
+    // the containers: either may change what mounts it.
+    const auto again = [this] {
+        const auto &volumes = m_store->volumes();
+        if (std::none_of(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) { return v.name == m_volume.name; }))
+            return setGone(true);
+        read();
+    };
+    m_following << connect(m_store.data(), &AppStore::volumesChanged, this, again);
+    m_following << connect(&m_store->events(), &EngineEvents::containerChanged, this, [this, again](const ContainerChange &change) {
+        if (change.kind == ContainerChange::Kind::Started || change.kind == ContainerChange::Kind::Died || change.kind == ContainerChange::Kind::Destroyed)
+            again();
+    });
+}
+
+QCoro::Task<std::optional<QString>> VolumeInspection::readOnce()
+{
+    auto future = onWorker([engine = m_store->engine(), name = m_volume.name, runtime = m_store->runtime()] { return engine->volumeDetails(name, runtime); });
+    const auto got = co_await future;
+    if (got.problem)
+        co_return got.problem;
+    setGone(!got.found);
+    if (got.found) {
+        setDocument(got.found->document);
+        m_details = got.found;
+    }
+    co_return std::nullopt;
+}
+
+QList<DetailsText::Section> VolumeInspection::composed() const
+{
+    return m_details ? DetailsText::volume(*m_details, QDateTime::currentDateTimeUtc()) : QList<DetailsText::Section>();
+}
+
+QString VolumeInspection::copyText() const
+{
+    QString text;
+    if (m_details) {
+        for (const Container &c : m_details->users)
+            text += c.name + u'\t' + c.status + u'\n';
+    }
+    return text;
+}

@@ -4,6 +4,7 @@
 #include "containerdetails.h"
 #include "detailstext.h"
 #include "dockerimage.h"
+#include "dockervolume.h"
 #include "imagedetails.h"
 #include "transcript.h"
 
@@ -111,6 +112,28 @@ protected:
 private:
     Container m_container;
     std::optional<ContainerDetails> m_details;
+};
+
+class VolumeInspection : public Inspection {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made for a volume by Actions")
+
+public:
+    VolumeInspection(AppStore *store, const DockerVolume &volume, QObject *parent = nullptr);
+    bool loaded() const override { return m_details.has_value(); }
+    QString goneText() const override { return QStringLiteral("This volume no longer exists"); }
+    QString copyHelp() const override { return QStringLiteral("Copy the containers that mount it"); }
+    QString copyText() const override;
+
+protected:
+    QCoro::Task<std::optional<QString>> readOnce() override;
+    void follow() override;
+    QList<DetailsText::Section> composed() const override;
+
+private:
+    DockerVolume m_volume;
+    std::optional<VolumeDetails> m_details;
 };
 
 class ImageInspection : public Inspection {

@@ -64,6 +64,10 @@ ColumnLayout {
             required property bool inUse
             required property string description
 
+            function details() {
+                root.volumeAction(Verb.VolumeDetails, row.name);
+            }
+
             width: list.rowWidth
             title: name
             detail: driver + "  ·  " + mountpoint
@@ -71,6 +75,18 @@ ColumnLayout {
             spoken: description
             iconName: "externaldrive"
 
+            TapHandler {
+                acceptedButtons: Qt.LeftButton
+                onDoubleTapped: row.details()
+            }
+            KorButton {
+                text: "Details"
+                help: "What mounts it, its size and labels (Ctrl+I)"
+                subject: row.title
+                tabStop: false
+                variant: "ghost"
+                onClicked: row.details()
+            }
             KorButton {
                 text: "Back up…"
                 help: "Save " + row.name + "'s files to a .tar archive"

@@ -317,6 +317,10 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
     case Verb::PruneImages: emit pruneRequested(true); return;
+    case Verb::VolumeDetails:
+        if (const auto found = volume(subject))
+            emit detailsRequested(ownedByQml(new VolumeInspection(m_store, *found)));
+        return;
     case Verb::ImageDetails: {
         const auto &images = m_store->images();
         const auto image = std::find_if(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == subject; });

@@ -16,7 +16,7 @@ enum Kind {
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
     // On images and volumes.
-    Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes, ImageDetails,
+    Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes, ImageDetails, VolumeDetails,
     // On a volume, by name; the detail is the .tar file, asked for first when empty.
     BackupVolume, RestoreVolume,
 };
