@@ -152,6 +152,7 @@ QList<ContainerDetails> details(const QDateTime &now)
     db.mounts = {{QStringLiteral("volume"), QStringLiteral("/var/lib/docker/volumes/storefront_pgdata/_data"), QStringLiteral("/var/lib/postgresql/data"), false,
                   QStringLiteral("storefront_pgdata")},
                  {QStringLiteral("bind"), sampleRoot + QStringLiteral("/storefront/init.sql"), QStringLiteral("/docker-entrypoint-initdb.d/init.sql"), true, {}}};
+    db.ports = {{{}, 0, 5432, QStringLiteral("tcp")}};
     db.networks = {{QStringLiteral("storefront_default"), QStringLiteral("172.20.0.3"), QStringLiteral("172.20.0.1"), {QStringLiteral("db"), QStringLiteral("storefront-db-1")}}};
     db.labels = compose(QStringLiteral("storefront"), QStringLiteral("db"));
     db.labels.insert(QStringLiteral("org.opencontainers.image.version"), QStringLiteral("16.3"));

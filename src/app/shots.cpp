@@ -201,6 +201,13 @@ const QList<Scene> &scenes()
              });
              waitUntil([&] { return inspection->loaded(); });
          }},
+        // Its last sections, reached by End: ports, networks, labels.
+        {QStringLiteral("sheet-details-end"), Category::Containers, [](Stage &stage) {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested, [&] {
+                 stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-db-1")).id);
+             });
+             waitUntil([&] { return inspection->loaded(); });
+         }, QSize(1080, 700), Target::Main, QStringLiteral("detailsBody"), {Qt::Key_End}},
         {QStringLiteral("sheet-details-oom"), Category::Containers, [](Stage &stage) {
              auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested, [&] {
                  stage.actions().perform(Verb::Details, stage.container(QStringLiteral("storefront-worker-1")).id);

@@ -82,6 +82,17 @@ std::optional<ContainerDetails> parseContainerDetails(const QByteArray &json)
         d.mounts.append({text(mount, "Type"), text(mount, "Source"), text(mount, "Destination"),
                          !mount.value(QLatin1String("RW")).toBool(true), text(mount, "Name")});
     }
+    // "80/tcp": [{"HostIp": "0.0.0.0", "HostPort": "8080"}, …], or null where only exposed.
+    const QJsonObject ports = c.value(QLatin1String("NetworkSettings")).toObject().value(QLatin1String("Ports")).toObject();
+    for (auto it = ports.constBegin(); it != ports.constEnd(); ++it) {
+        const int port = it.key().section(u'/', 0, 0).toInt();
+        const QString protocol = it.key().section(u'/', 1);
+        const QJsonArray published = it->toArray();
+        if (published.isEmpty())
+            d.ports.append({{}, 0, port, protocol});
+        for (const QJsonValue &p : published)
+            d.ports.append({p.toObject().value(QLatin1String("HostIp")).toString(), p.toObject().value(QLatin1String("HostPort")).toString().toInt(), port, protocol});
+    }
     const QJsonObject networks = c.value(QLatin1String("NetworkSettings")).toObject().value(QLatin1String("Networks")).toObject();
     for (auto it = networks.constBegin(); it != networks.constEnd(); ++it) {
         const QJsonObject n = it->toObject();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "container.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QMap>
@@ -62,6 +64,8 @@ struct ContainerDetails {
     // In the order the engine keeps them: "NAME", "value".
     QList<std::pair<QString, QString>> environment;
     QList<Mount> mounts;
+    // Each port it exposes, with where it is published (hostPort 0: not published).
+    QList<PortBinding> ports;
     QList<Network> networks;
     QMap<QString, QString> labels;
     // The whole description as the engine gave it, indented.

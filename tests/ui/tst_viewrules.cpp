@@ -496,11 +496,16 @@ void TestViewRules::detailsTexts()
     d.exitCode = 137;
     d.outOfMemory = true;
     d.labels = {{"com.docker.compose.project", "shop"}, {"com.docker.compose.service", "db"}, {"tier", "data"}};
-    const auto sections = DetailsText::container(d, now);
+    d.ports = {{"0.0.0.0", 8080, 80, "tcp"}, {"::", 8080, 80, "tcp"}, {"", 0, 443, "tcp"}};
+    const auto sections = DetailsText::container(d, now, "unix:///var/run/docker.sock");
     QStringList titles;
     for (const auto &s : sections)
         titles << s.title;
-    QCOMPARE(titles, (QStringList{"State", "Configuration", "Environment", "Mounts", "Networks", "Labels"}));
+    QCOMPARE(titles, (QStringList{"State", "Configuration", "Environment", "Mounts", "Ports", "Networks", "Labels"}));
+    // Both address families of one port open one page; an exposed port has none.
+    QCOMPARE(sections[4].rows, (QList<DetailsText::Row>{{"80/tcp", "published on 0.0.0.0:8080", false, {}, false, "http://localhost:8080"},
+                                                        {"80/tcp", "published on [::]:8080"},
+                                                        {"443/tcp", "exposed, not published"}}));
     QCOMPARE(sections[0].rows[0], (DetailsText::Row{"State", "exited (137) · Killed: out of memory", false, {}, true}));
     QCOMPARE(sections.last().rows.first(), (DetailsText::Row{"Compose", "2 labels of compose's own"}));
     QCOMPARE(sections.last().rows.size(), 2);

@@ -1,5 +1,7 @@
 #include "detailstext.h"
 
+#include "portlinks.h"
+
 #include "volumesize.h"
 
 #include <QLocale>
@@ -55,7 +57,7 @@ QString command(const QStringList &words)
     return quoted.join(u' ');
 }
 
-QList<Section> container(const ContainerDetails &d, const QDateTime &now)
+QList<Section> container(const ContainerDetails &d, const QDateTime &now, const QString &endpoint)
 {
     QList<Section> sections;
 
@@ -125,6 +127,28 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now)
     if (mounts.rows.isEmpty())
         mounts.note = QStringLiteral("Nothing is mounted.");
     sections.append(mounts);
+
+    Section ports{QStringLiteral("Ports"), {}, {}};
+    const QList<PortLinks::Link> links = PortLinks::links(d.ports, endpoint);
+    QList<std::pair<int, QString>> seen;
+    for (const PortBinding &p : d.ports) {
+        const QString label = QStringLiteral("%1/%2").arg(p.port).arg(p.protocol);
+        if (!p.isPublished()) {
+            ports.rows.append({label, QStringLiteral("exposed, not published")});
+            continue;
+        }
+        const QString host = p.hostIp.contains(u':') ? u'[' + p.hostIp + u']' : p.hostIp;
+        Row row{label, QStringLiteral("published on %1:%2").arg(host).arg(p.hostPort)};
+        // The link of that host port, where a browser can reach it: once for both families.
+        for (const PortLinks::Link &link : links) {
+            if (link.url.port() == p.hostPort && !seen.contains(std::pair(p.hostPort, link.url.toString())))
+                row.url = link.url.toString(), seen.append({p.hostPort, row.url});
+        }
+        ports.rows.append(row);
+    }
+    if (ports.rows.isEmpty())
+        ports.note = QStringLiteral("It exposes no port.");
+    sections.append(ports);
 
     Section networks{QStringLiteral("Networks"), {}, {}};
     for (const auto &n : d.networks) {

@@ -22,6 +22,8 @@ struct Row {
     QString volume;
     // What went wrong: a failed exit, a failing check; drawn in the danger colour.
     bool alarm = false;
+    // Where a browser reaches it, for a published TCP port.
+    QString url;
     friend bool operator==(const Row &, const Row &) = default;
 };
 
@@ -42,8 +44,9 @@ QString state(const ContainerDetails &d);
 // A command as a shell would take it: words with spaces quoted.
 QString command(const QStringList &words);
 
-// State, Health (with a check), Configuration, Environment, Mounts, Networks, Labels.
-QList<Section> container(const ContainerDetails &d, const QDateTime &now);
+// State, Health (with a check), Configuration, Environment, Mounts, Ports, Networks, Labels.
+// endpoint: the runtime's, which says on which host published ports open.
+QList<Section> container(const ContainerDetails &d, const QDateTime &now, const QString &endpoint = {});
 
 // The containers made from the image, running or not: by a tag they name (a bare name
 // meaning its "latest"), or by a prefix of its id.

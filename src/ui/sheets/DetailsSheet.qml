@@ -140,6 +140,7 @@ Sheet {
             Flickable {
                 id: scroller
 
+                objectName: "detailsBody"
                 anchors.fill: parent
                 contentWidth: width
                 contentHeight: body.implicitHeight + 16
@@ -215,7 +216,8 @@ Sheet {
                                         text: row.modelData.label
                                         color: Theme.muted
                                         font: Theme.varied("Inter", 500, 13)
-                                        elide: Text.ElideRight
+                                        // Label keys run long (org.opencontainers.image.…): wrapped, never cut.
+                                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                                     }
                                     TextEdit {
                                         Layout.fillWidth: true
@@ -228,6 +230,14 @@ Sheet {
                                         activeFocusOnTab: false
                                         Accessible.role: Accessible.StaticText
                                         Accessible.name: row.modelData.label + ": " + row.modelData.spoken
+                                    }
+                                    KorButton {
+                                        visible: row.modelData.url !== ""
+                                        text: "Open in browser"
+                                        help: row.modelData.url
+                                        variant: "ghost"
+                                        Layout.alignment: Qt.AlignTop
+                                        onClicked: sheet.actions.perform(Verb.OpenInBrowser, "", row.modelData.url)
                                     }
                                 }
                             }

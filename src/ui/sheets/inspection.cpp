@@ -102,7 +102,8 @@ QVariantList Inspection::sections() const
                                     {QStringLiteral("spoken"), masked ? QString::fromUtf16(DetailsText::hiddenValue) : row.value},
                                     {QStringLiteral("secret"), row.secret},
                                     {QStringLiteral("alarm"), row.alarm},
-                                    {QStringLiteral("volume"), row.volume}});
+                                    {QStringLiteral("volume"), row.volume},
+                                    {QStringLiteral("url"), row.url}});
         }
         out.append(QVariantMap{{QStringLiteral("title"), section.title}, {QStringLiteral("note"), section.note}, {QStringLiteral("rows"), rows}});
     }
@@ -162,7 +163,14 @@ QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
 
 QList<DetailsText::Section> ContainerInspection::composed() const
 {
-    return m_details ? DetailsText::container(*m_details, QDateTime::currentDateTimeUtc()) : QList<DetailsText::Section>();
+    if (!m_details || !m_store)
+        return {};
+    QString endpoint;
+    for (const RuntimeEntry &entry : m_store->runtimes()) {
+        if (entry.runtime == m_store->runtime())
+            endpoint = entry.endpoint;
+    }
+    return DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint);
 }
 
 QString ContainerInspection::copyText() const

@@ -31,7 +31,7 @@ class Inspection : public QObject {
     Q_PROPERTY(bool gone READ gone NOTIFY changed)
     Q_PROPERTY(QString goneText READ goneText CONSTANT)
     Q_PROPERTY(QString problem READ problem NOTIFY changed)
-    // Each {title, note, rows: [{label, value, spoken, secret, alarm, volume}]}.
+    // Each {title, note, rows: [{label, value, spoken, secret, alarm, volume, url}]}.
     Q_PROPERTY(QVariantList sections READ sections NOTIFY changed)
     Q_PROPERTY(bool hasSecrets READ hasSecrets NOTIFY changed)
     Q_PROPERTY(bool showSecrets READ showSecrets WRITE setShowSecrets NOTIFY changed)
