@@ -3,7 +3,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 
 namespace Toolchain {
 
@@ -126,9 +125,8 @@ QMap<QString, QString> parseBrewInfo(const QString &text)
 SystemStatus parseStatus(const QString &text)
 {
     QMap<QString, QString> fields;
-    static const QRegularExpression blanks(QStringLiteral("[ \\t]+"));
     for (const auto &line : text.split(u'\n', Qt::SkipEmptyParts)) {
-        QStringList words = line.split(blanks, Qt::SkipEmptyParts);
+        QStringList words = line.simplified().split(u' ', Qt::SkipEmptyParts);
         if (words.size() < 2)
             continue;
         const QString key = words.takeFirst();
