@@ -8,10 +8,10 @@
 // A container's state as one event settles it, before any listing confirms it: the event
 // stream tells of a stop before a `ps` child could have started.
 struct ContainerChange {
-    // Killed, Stopped, OutOfMemory and Unhealthy change no row: they tell why a container
-    // stops or how it fares. A kill is what every stop, restart and compose down sends
-    // first; Stopped comes after the death a stop asked for.
-    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, Stopped, OutOfMemory, Unhealthy };
+    // Killed, Stopped, OutOfMemory, Unhealthy and Healthy change no row: they tell why a
+    // container stops or how it fares. A kill is what every stop, restart and compose down
+    // sends first; Stopped comes after the death a stop asked for.
+    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, Stopped, OutOfMemory, Unhealthy, Healthy };
     // The engine's full id; listings show a prefix of it.
     QString id;
     Kind kind = Kind::Started;

@@ -23,10 +23,11 @@ std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObje
         id = event.value(QLatin1String("id")).toString();
     const QString action = event.value(QLatin1String("Action")).toString();
     const bool unhealthy = action == QLatin1String("health_status: unhealthy");
-    if ((known == kinds.cend() && !unhealthy) || id.isEmpty())
+    const bool healthy = action == QLatin1String("health_status: healthy");
+    if ((known == kinds.cend() && !unhealthy && !healthy) || id.isEmpty())
         return std::nullopt;
     const QJsonObject attributes = actor.value(QLatin1String("Attributes")).toObject();
-    return ContainerChange{id, unhealthy ? Kind::Unhealthy : known->second, attributes.value(QLatin1String("exitCode")).toString().toInt(),
+    return ContainerChange{id, unhealthy ? Kind::Unhealthy : healthy ? Kind::Healthy : known->second, attributes.value(QLatin1String("exitCode")).toString().toInt(),
                            attributes.value(QLatin1String("name")).toString(), attributes.value(QLatin1String(Labels::project)).toString(),
                            attributes.value(QLatin1String("signal")).toString().toInt()};
 }
@@ -105,6 +106,7 @@ QList<Container> withChange(QList<Container> rows, const ContainerChange &change
     case Kind::Stopped:
     case Kind::OutOfMemory:
     case Kind::Unhealthy:
+    case Kind::Healthy:
         break;
     }
     return rows;

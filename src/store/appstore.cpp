@@ -212,7 +212,8 @@ void AppStore::select(const Runtime &runtime)
 void AppStore::containerChanged(const ContainerChange &change)
 {
     using Kind = ContainerChange::Kind;
-    if (change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy)
+    if (change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy
+        || change.kind == Kind::Healthy)
         return;
     m_told.append({m_scheduler.count(), change});
     m_state.setLists(Docker::withChange(containers(), change), images(), volumes());

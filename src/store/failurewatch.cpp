@@ -47,6 +47,7 @@ void FailureWatch::see(const ContainerChange &change)
         return;
     case Kind::Paused:
     case Kind::Unpaused:
+    case Kind::Healthy:
         return;
     }
 }

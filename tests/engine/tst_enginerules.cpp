@@ -337,7 +337,8 @@ private slots:
                                        << std::optional(ContainerChange{"abc", Kind::OutOfMemory, 0});
         QTest::newRow("health turns bad") << QByteArray(R"({"Type":"container","Action":"health_status: unhealthy","Actor":{"ID":"abc"}})") << c
                                           << std::optional(ContainerChange{"abc", Kind::Unhealthy, 0});
-        QTest::newRow("health turns good") << QByteArray(R"({"Type":"container","Action":"health_status: healthy","Actor":{"ID":"abc"}})") << c << none;
+        QTest::newRow("health turns good") << QByteArray(R"({"Type":"container","Action":"health_status: healthy","Actor":{"ID":"abc"}})") << c
+                                           << std::optional(ContainerChange{"abc", Kind::Healthy, 0});
         QTest::newRow("older format: id at the top") << QByteArray(R"({"Type":"container","Action":"start","id":"abc123"})") << c
                                                      << std::optional(ContainerChange{"abc123", Kind::Started, 0});
         QTest::newRow("paused") << QByteArray(R"({"Type":"container","Action":"pause","Actor":{"ID":"abc"}})") << c
