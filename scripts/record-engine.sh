@@ -44,7 +44,7 @@ docker volume inspect --format '{{json .}}' $(docker volume ls -q) >"$out/volume
 
 # What the details of a container, an image and a network are read from: containers in
 # every state a person asks "why" about, an image of several layers, a network with two.
-mkdir -p "$out/inspect"
+mkdir -p "$out/details"
 docker run -d --name d-running --restart unless-stopped -e API_TOKEN=s3cret -e LANG=C.UTF-8 -w /srv -u 1000 \
   -v cp1_data:/data:ro --health-cmd 'true' --health-interval 1s "$image" sleep 3600 >/dev/null
 docker run --name d-exited "$image" sh -c 'exit 3' >/dev/null || true
@@ -63,12 +63,12 @@ DOCKER_BUILDKIT=0 docker build -q -t korvat/layers:1 "$build" >/dev/null
 rm -rf "$build"
 sleep 5   # three failed probes, a restart or two
 for c in d-running d-exited d-oom d-unhealthy d-restarting d-paused d-created; do
-  docker inspect "$c" >"$out/inspect/$c.json"
+  docker inspect "$c" >"$out/details/$c.json"
 done
-docker image inspect korvat/layers:1 >"$out/inspect/image.json"
-docker history --no-trunc --format json korvat/layers:1 >"$out/inspect/history.jsonl"
-docker network inspect d-net >"$out/inspect/network.json"
-docker network ls --format json >"$out/inspect/networks.jsonl"
+docker image inspect korvat/layers:1 >"$out/details/image.json"
+docker history --no-trunc --format json korvat/layers:1 >"$out/details/history.jsonl"
+docker network inspect d-net >"$out/details/network.json"
+docker network ls --format json >"$out/details/networks.jsonl"
 docker rm -f d-running d-exited d-oom d-unhealthy d-restarting d-paused d-created d-net-a d-net-b >/dev/null
 docker network rm d-net >/dev/null
 docker rmi korvat/layers:1 >/dev/null

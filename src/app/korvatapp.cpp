@@ -9,17 +9,18 @@
 #include "toolsreport.h"
 
 #include <QCoreApplication>
-#include <QProcessEnvironment>
 #include <QJsonDocument>
 #include <QTextStream>
 
 namespace {
-QMap<QString, QString> qEnvironment()
+// The variables that say where a window would open.
+QMap<QString, QString> displayEnvironment()
 {
     QMap<QString, QString> env;
-    const QProcessEnvironment system = QProcessEnvironment::systemEnvironment();
-    for (const QString &key : system.keys())
-        env.insert(key, system.value(key));
+    for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR"}) {
+        if (qEnvironmentVariableIsSet(name))
+            env.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
+    }
     return env;
 }
 }
@@ -45,7 +46,7 @@ int KorvatApp::exec(int argc, char **argv)
     }
     if (invocation.mode == Mode::Window) {
         // Qt aborts when it finds no display; a person is told what to do instead.
-        if (const std::optional<QString> missing = Desktop::missingDisplay(qEnvironment())) {
+        if (const std::optional<QString> missing = Desktop::missingDisplay(displayEnvironment())) {
             QTextStream(stderr) << "korvat: " << *missing
                                 << "; the window cannot open. The reports need no display: korvat --help lists them.\n";
             return 1;

@@ -107,8 +107,12 @@ Ended runToEnd(QProcess &child, std::optional<std::chrono::milliseconds> deadlin
     if (quit)
         return Ended::Cancelled;
     child.start();
-    if (!child.waitForStarted(-1))
+    // Starting is fork and exec, done within moments; a bound all the same, so nothing here
+    // can wait forever.
+    if (!child.waitForStarted(30000)) {
+        kill(child);
         return Ended::NotStarted;
+    }
     const QDeadlineTimer end = deadline ? QDeadlineTimer(*deadline) : QDeadlineTimer(QDeadlineTimer::Forever);
     // Looks at its flags a few times a second, so a quit is never waited out.
     while (child.state() != QProcess::NotRunning) {

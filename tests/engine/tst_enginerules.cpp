@@ -518,7 +518,7 @@ private slots:
     void containerDetails()
     {
         QFETCH(QString, name);
-        const auto d = Docker::parseContainerDetails(fixture("inspect/" + name + ".json").toUtf8());
+        const auto d = Docker::parseContainerDetails(fixture("details/" + name + ".json").toUtf8());
         QVERIFY(d);
         QCOMPARE(d->name, name);
         QTEST(d->state, "state");
@@ -532,7 +532,7 @@ private slots:
 
     void containerConfiguration()
     {
-        const auto d = Docker::parseContainerDetails(fixture("inspect/d-running.json").toUtf8());
+        const auto d = Docker::parseContainerDetails(fixture("details/d-running.json").toUtf8());
         QVERIFY(d);
         QCOMPARE(d->image, engineImage());
         QVERIFY(d->imageId.startsWith("sha256:"));
@@ -555,7 +555,7 @@ private slots:
 
     void imageDetails()
     {
-        const auto d = Docker::parseImageDetails(fixture("inspect/image.json").toUtf8(), fixture("inspect/history.jsonl").toUtf8());
+        const auto d = Docker::parseImageDetails(fixture("details/image.json").toUtf8(), fixture("details/history.jsonl").toUtf8());
         QVERIFY(d);
         QCOMPARE(d->tags, QStringList{"korvat/layers:1"});
         QCOMPARE(d->architecture, "amd64");

@@ -1,6 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
-#include "inspection.h"
+#include "detailsstate.h"
 #include "detailstext.h"
 #include "projectdeletion.h"
 #include "settingscontroller.h"
@@ -325,7 +325,6 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     inspection->setShowSecrets(true);
     QCOMPARE(environment().first().toMap().value(QStringLiteral("spoken")).toString(), QStringLiteral("s3cret"));
     QCOMPARE(inspection->copyText(), QStringLiteral("API_TOKEN=s3cret\nLANG=C\n"));
-    QVERIFY(inspection->document()->total() > 0 || d.document.isEmpty());
 
     emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});
     emit m_store->events().containerChanged({d.id, Kind::Died, 1});

@@ -1,6 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
-#include "inspection.h"
+#include "detailsstate.h"
 #include "desktop.h"
 #include "sampledata.h"
 #include "storesupport.h"

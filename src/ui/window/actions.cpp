@@ -1,6 +1,6 @@
 #include "actions.h"
 
-#include "inspection.h"
+#include "detailsstate.h"
 
 #include "appstore.h"
 #include "containerrules.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
-#include "inspection.h"
+#include "detailsstate.h"
 #include "container.h"
 #include "execconsole.h"
 #include "logfollower.h"

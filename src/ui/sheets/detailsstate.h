@@ -72,6 +72,10 @@ protected:
     virtual void follow() = 0;
     virtual QList<DetailsText::Section> composed() const = 0;
     QCoro::Task<> read();
+    // One query of the engine on a worker, kept as shown when it found the object; gone
+    // when it did not. Returns the engine's words when it could not be asked.
+    template<typename Found, typename Query>
+    QCoro::Task<std::optional<QString>> keep(std::optional<Found> &kept, Query query);
     void setGone(bool gone);
     void setDocument(const QString &text);
 

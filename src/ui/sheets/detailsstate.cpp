@@ -1,4 +1,4 @@
-#include "inspection.h"
+#include "detailsstate.h"
 
 #include "appstore.h"
 #include "volumesize.h"
@@ -69,6 +69,25 @@ QCoro::Task<> Inspection::read()
         m_problem = problem.value_or(QString());
         emit changed();
     } while (m_again && m_active);
+}
+
+template<typename Found, typename Query>
+QCoro::Task<std::optional<QString>> Inspection::keep(std::optional<Found> &kept, Query query)
+{
+    QPointer<Inspection> self(this);
+    auto future = onWorker(std::move(query));
+    const auto got = co_await future;
+    if (!self)
+        co_return std::nullopt;
+    if (got.problem)
+        co_return got.problem;
+    // Gone: what was shown stays, for a reader may still want it.
+    setGone(!got.found);
+    if (got.found) {
+        setDocument(got.found->document);
+        kept = got.found;
+    }
+    co_return std::nullopt;
 }
 
 void Inspection::setGone(bool gone)
@@ -147,18 +166,11 @@ void ContainerInspection::follow()
 
 QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
 {
-    auto future = onWorker([engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()] { return engine->containerDetails(id, runtime); });
-    const auto got = co_await future;
-    if (got.problem)
-        co_return got.problem;
-    // Gone: what was shown stays, for a reader may still want it.
-    setGone(!got.found);
-    if (got.found) {
-        m_title = got.found->name;
-        setDocument(got.found->document);
-        m_details = got.found;
-    }
-    co_return std::nullopt;
+    auto reading = keep(m_details, [engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()] { return engine->containerDetails(id, runtime); });
+    const std::optional<QString> problem = co_await reading;
+    if (m_details)
+        m_title = m_details->name;
+    co_return problem;
 }
 
 QList<DetailsText::Section> ContainerInspection::composed() const
@@ -202,16 +214,7 @@ void ImageInspection::follow()
 
 QCoro::Task<std::optional<QString>> ImageInspection::readOnce()
 {
-    auto future = onWorker([engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()] { return engine->imageDetails(id, runtime); });
-    const auto got = co_await future;
-    if (got.problem)
-        co_return got.problem;
-    setGone(!got.found);
-    if (got.found) {
-        setDocument(got.found->document);
-        m_details = got.found;
-    }
-    co_return std::nullopt;
+    return keep(m_details, [engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()] { return engine->imageDetails(id, runtime); });
 }
 
 QList<DetailsText::Section> ImageInspection::composed() const
@@ -257,16 +260,7 @@ void VolumeInspection::follow()
 
 QCoro::Task<std::optional<QString>> VolumeInspection::readOnce()
 {
-    auto future = onWorker([engine = m_store->engine(), name = m_volume.name, runtime = m_store->runtime()] { return engine->volumeDetails(name, runtime); });
-    const auto got = co_await future;
-    if (got.problem)
-        co_return got.problem;
-    setGone(!got.found);
-    if (got.found) {
-        setDocument(got.found->document);
-        m_details = got.found;
-    }
-    co_return std::nullopt;
+    return keep(m_details, [engine = m_store->engine(), name = m_volume.name, runtime = m_store->runtime()] { return engine->volumeDetails(name, runtime); });
 }
 
 QList<DetailsText::Section> VolumeInspection::composed() const
