@@ -100,6 +100,30 @@ FakeEngine::Holdings holdings(const QString &root)
         {"website_cache", "local", "/var/lib/docker/volumes/website_cache/_data"},
         {"notes_data", "local", "/var/lib/docker/volumes/notes_data/_data"},
     };
+    const auto network = [](const char *id, const char *name, const char *driver, QStringList subnets, QString project,
+                            QList<NetworkMember> members) {
+        DockerNetwork n{QString::fromLatin1(id), QString::fromLatin1(name), QString::fromLatin1(driver), QStringLiteral("local"), subnets};
+        if (!subnets.isEmpty())
+            n.gateways = {QString(subnets.first()).replace(QStringLiteral(".0.0/16"), QStringLiteral(".0.1"))};
+        if (!project.isEmpty())
+            n.labels.insert(QString::fromLatin1(Labels::project), project);
+        n.members = members;
+        n.created = QDateTime::currentDateTimeUtc().addDays(-9);
+        return n;
+    };
+    s.networks = {
+        network("70585196987c1f", "bridge", "bridge", {QStringLiteral("172.17.0.0/16")}, {},
+                {{QStringLiteral("f7a9c1e3b577"), QStringLiteral("backup-agent"), QStringLiteral("172.17.0.2/16"), {}}}),
+        network("f7c79b15cace2a", "host", "host", {}, {}, {}),
+        network("3ab51dac43753b", "none", "null", {}, {}, {}),
+        network("b02c44eea07964", "storefront_default", "bridge", {QStringLiteral("172.18.0.0/16")}, QStringLiteral("storefront"),
+                {{QStringLiteral("8c2d4e6f1a22"), QStringLiteral("storefront-db-1"), QStringLiteral("172.18.0.3/16"), {}},
+                 {QStringLiteral("3f1a9c2e7b11"), QStringLiteral("storefront-php-1"), QStringLiteral("172.18.0.2/16"), {}}}),
+        network("c13d55f0a8b175", "website_default", "bridge", {QStringLiteral("172.19.0.0/16")}, QStringLiteral("website"),
+                {{QStringLiteral("c9d1f3a5e755"), QStringLiteral("website-cache-1"), QStringLiteral("172.19.0.3/16"), {}},
+                 {QStringLiteral("a4c8e2f6b044"), QStringLiteral("website-frontend-1"), QStringLiteral("172.19.0.2/16"), {}}}),
+        network("d24e66a1b9c286", "docs_default", "bridge", {QStringLiteral("172.20.0.0/16")}, QStringLiteral("docs"), {}),
+    };
     s.mounts = {
         {QStringLiteral("website-frontend-1"), {QStringLiteral("website_assets")}},
         {QStringLiteral("website-cache-1"), {QStringLiteral("website_cache")}},

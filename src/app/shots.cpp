@@ -143,6 +143,7 @@ const QList<Scene> &scenes()
         {QStringLiteral("containers"), Category::Containers},
         {QStringLiteral("images"), Category::Images},
         {QStringLiteral("volumes"), Category::Volumes},
+        {QStringLiteral("networks"), Category::Networks},
         {QStringLiteral("projects-narrow"), Category::Projects, {}, narrow},
         {QStringLiteral("containers-narrow"), Category::Containers, {}, narrow},
         {QStringLiteral("images-narrow"), Category::Images, {}, narrow},
@@ -222,6 +223,11 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-volume"), Category::Volumes, [](Stage &stage) {
              auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested,
                                                    [&] { stage.actions().perform(Verb::VolumeDetails, QStringLiteral("website_assets")); });
+             waitUntil([&] { return inspection->loaded(); });
+         }},
+        {QStringLiteral("sheet-network"), Category::Networks, [](Stage &stage) {
+             auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested,
+                                                   [&] { stage.actions().perform(Verb::NetworkDetails, QStringLiteral("storefront_default")); });
              waitUntil([&] { return inspection->loaded(); });
          }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {

@@ -129,6 +129,7 @@ struct CliEngine::Listings {
     LastListing<Container> containers;
     LastListing<DockerImage> images;
     LastListing<DockerVolume> volumes;
+    LastListing<DockerNetwork> networks;
 };
 
 CliEngine::CliEngine() : m_last(std::make_unique<Listings>()) {}
@@ -150,6 +151,7 @@ QStringList CliEngine::arguments(const EngineAction &action)
     case Kind::PruneImages: return {QStringLiteral("image"), QStringLiteral("prune"), QStringLiteral("-f")};
     case Kind::RemoveVolume: return QStringList{QStringLiteral("volume"), QStringLiteral("rm")} + action.targets;
     case Kind::PruneVolumes: return {QStringLiteral("volume"), QStringLiteral("prune"), QStringLiteral("-f")};
+    case Kind::RemoveNetwork: return QStringList{QStringLiteral("network"), QStringLiteral("rm")} + action.targets;
     // Plain progress: one line per step, as compose prints for a log.
     case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("--progress"), QStringLiteral("plain"), QStringLiteral("up"), QStringLiteral("-d")};
     case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
@@ -175,7 +177,8 @@ QStringList CliEngine::eventArguments()
     return {QStringLiteral("events"), QStringLiteral("--format"), QStringLiteral("json"),
             QStringLiteral("--filter"), QStringLiteral("type=container"),
             QStringLiteral("--filter"), QStringLiteral("type=image"),
-            QStringLiteral("--filter"), QStringLiteral("type=volume")};
+            QStringLiteral("--filter"), QStringLiteral("type=volume"),
+            QStringLiteral("--filter"), QStringLiteral("type=network")};
 }
 
 RuntimeList CliEngine::runtimes() const
@@ -201,6 +204,19 @@ QList<DockerImage> CliEngine::images(const OptRuntime &runtime) const
 QList<DockerVolume> CliEngine::volumes(const OptRuntime &runtime) const
 {
     return m_last->volumes.parse(Docker::runBytes({"volume", "ls", "--format", "json"}, runtime), &Docker::parseVolumes);
+}
+
+QList<DockerNetwork> CliEngine::networks(const OptRuntime &runtime) const
+{
+    const QStringList ids = Docker::run({"network", "ls", "-q", "--no-trunc"}, runtime).split(u'\n', Qt::SkipEmptyParts);
+    if (ids.isEmpty())
+        return {};
+    // A network removed between the two commands fails the second, which still describes
+    // the others.
+    const auto inspected = Docker::capture(QStringList{"network", "inspect"} + ids, runtime);
+    if (inspected.status != 0 && !inspected.out.trimmed().startsWith(u'['))
+        throw DockerError(inspected.err.trimmed());
+    return m_last->networks.parse(inspected.out.toUtf8(), [](const QString &text) { return Docker::parseNetworks(text.toUtf8()); });
 }
 
 MountMap CliEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
@@ -270,6 +286,18 @@ std::optional<VolumeDetails> CliEngine::volumeDetails(const QString &name, const
     if (!details->mountpoint.isEmpty())
         details->bytes = VolumeSize::allocatedBytes(details->mountpoint);
     return details;
+}
+
+std::optional<NetworkDetails> CliEngine::networkDetails(const QString &name, const OptRuntime &runtime) const
+{
+    const auto inspected = Docker::capture({QStringLiteral("network"), QStringLiteral("inspect"), name}, runtime);
+    if (inspected.status > 0 && inspected.err.contains(QLatin1String("not found"), Qt::CaseInsensitive))
+        return std::nullopt;
+    if (inspected.status > 0 && inspected.err.contains(QLatin1String("No such"), Qt::CaseInsensitive))
+        return std::nullopt;
+    if (inspected.status != 0)
+        throw DockerError(inspected.err.trimmed());
+    return Docker::parseNetworkDetails(inspected.out.toUtf8());
 }
 
 ComposeCheck CliEngine::checkCompose(const QString &dir) const

@@ -21,12 +21,14 @@ public:
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
+    QList<DockerNetwork> networks(const OptRuntime &runtime) const override;
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
     std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
     std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
+    std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;

@@ -7,6 +7,7 @@
 #include "volumedetails.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
+#include "dockernetwork.h"
 #include "engineaction.h"
 #include "enginestream.h"
 #include "logsource.h"
@@ -97,6 +98,7 @@ public:
     virtual QList<Container> containers(const OptRuntime &runtime) const = 0;
     virtual QList<DockerImage> images(const OptRuntime &runtime) const = 0;
     virtual QList<DockerVolume> volumes(const OptRuntime &runtime) const = 0;
+    virtual QList<DockerNetwork> networks(const OptRuntime &runtime) const = 0;
 
     // Never fail: a container or volume the engine no longer has is simply missing.
     virtual MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const = 0;
@@ -112,6 +114,8 @@ public:
     // One volume with every container that mounts it (`docker volume inspect`, then one
     // listing filtered to it); none when the engine has no such volume.
     virtual std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const = 0;
+    // One network (`docker network inspect`); none when the engine has no such network.
+    virtual std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const = 0;
 
     // Never fails: an unusable configuration is an invalid check.
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;

@@ -19,6 +19,7 @@ struct EngineAction {
         PruneImages,
         RemoveVolume,   // volumes
         PruneVolumes,
+        RemoveNetwork,  // networks
         ComposeUp,      // the project in dir, detached
         ComposeDown,    // the project in dir
         BackupVolume,   // one volume's content into the .tar file in argument

@@ -71,8 +71,9 @@ EngineEvent readEvent(QByteArrayView line)
         return {verb == QLatin1String("push") || verb == QLatin1String("save") ? Listings() : Listings(Listing::Images), {}};
     if (type == QLatin1String("volume"))
         return {verb == QLatin1String("mount") || verb == QLatin1String("unmount") ? Listings() : Listings(Listing::Volumes), {}};
+    // Containers joining and leaving count too: a network's row shows who is attached.
     if (type == QLatin1String("network"))
-        return {};
+        return {Listing::Networks, {}};
     return {everyListing, {}};
 }
 

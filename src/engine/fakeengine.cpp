@@ -85,6 +85,7 @@ std::shared_ptr<FakeEngine> FakeEngine::replaying(const QString &dir)
     h.containers = Docker::parseContainers(readText(path("ps.jsonl")));
     h.images = Docker::parseImages(readText(path("images.jsonl")));
     h.volumes = Docker::parseVolumes(readText(path("volumes.jsonl")));
+    h.networks = Docker::parseNetworks(readText(path("networks.json")).toUtf8());
     h.mounts = Docker::parseMounts(readText(path("mounts.txt")));
     h.labels = Docker::parseVolumeLabels(readText(path("volume-labels.jsonl")));
     engine->setHoldings(h);
@@ -291,6 +292,13 @@ QList<DockerVolume> FakeEngine::volumes(const OptRuntime &runtime) const
     return m_holdings.value(keyOf(runtime)).volumes;
 }
 
+QList<DockerNetwork> FakeEngine::networks(const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Networks, runtime);
+    return m_holdings.value(keyOf(runtime)).networks;
+}
+
 MountMap FakeEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);
@@ -369,6 +377,17 @@ std::optional<VolumeDetails> FakeEngine::volumeDetails(const QString &name, cons
             d.users.append(c);
     }
     return d;
+}
+
+std::optional<NetworkDetails> FakeEngine::networkDetails(const QString &name, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    const auto network = std::find_if(h.networks.cbegin(), h.networks.cend(), [&](const DockerNetwork &n) { return n.name == name; });
+    if (network == h.networks.cend())
+        return std::nullopt;
+    return NetworkDetails{*network, QStringLiteral("{\n    \"Name\": \"%1\",\n    \"Id\": \"%2\"\n}").arg(network->name, network->id)};
 }
 
 void FakeEngine::setImageDetails(const QList<ImageDetails> &details)
@@ -491,6 +510,17 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
         break;
     case Kind::RemoveVolume:
         h.volumes.removeIf([&](const DockerVolume &v) { return action.targets.contains(v.name); });
+        break;
+    case Kind::RemoveNetwork:
+        for (const QString &name : action.targets) {
+            const auto n = std::find_if(h.networks.cbegin(), h.networks.cend(), [&](const DockerNetwork &n) { return n.name == name; });
+            // The engine's own refusals, word for word.
+            if (n != h.networks.cend() && n->isBuiltIn())
+                throw DockerError(QStringLiteral("Error response from daemon: %1 is a pre-defined network and cannot be removed").arg(name));
+            if (n != h.networks.cend() && !n->members.isEmpty())
+                throw DockerError(QStringLiteral("Error response from daemon: error while removing network: network %1 id %2 has active endpoints").arg(name, n->id));
+        }
+        h.networks.removeIf([&](const DockerNetwork &n) { return action.targets.contains(n.name); });
         break;
     case Kind::ComposeDown:
         h.containers.removeIf(inDir);

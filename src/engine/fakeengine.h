@@ -40,20 +40,21 @@ public:
         QList<Container> containers;
         QList<DockerImage> images;
         QList<DockerVolume> volumes;
+        QList<DockerNetwork> networks;
         MountMap mounts;
         VolumeLabels labels;
         // Volume name to the bytes its data takes.
         QMap<QString, qint64> sizes;
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
-    // Listing is the containers' listing; Images and Volumes are those lists'.
-    enum class Call { Contexts, Listing, Images, Volumes, Inspection, Compose, Action, Exec };
+    // Listing is the containers' listing; Images, Volumes and Networks are those lists'.
+    enum class Call { Contexts, Listing, Images, Volumes, Networks, Inspection, Compose, Action, Exec };
 
     FakeEngine();
     ~FakeEngine() override;
 
     // Reads what scripts/record-engine.sh captured from a real engine into dir: ps.jsonl,
-    // images.jsonl, volumes.jsonl, contexts.jsonl, mounts.txt and volume-labels.jsonl. The
+    // images.jsonl, volumes.jsonl, networks.json, contexts.jsonl, mounts.txt and volume-labels.jsonl. The
     // listings belong to the runtime the contexts mark current.
     static std::shared_ptr<FakeEngine> replaying(const QString &dir);
 
@@ -102,6 +103,7 @@ public:
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
+    QList<DockerNetwork> networks(const OptRuntime &runtime) const override;
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
@@ -114,6 +116,7 @@ public:
     void setImageDetails(const QList<ImageDetails> &details);
     // Made from the holdings: the volume, its labels and size, the containers mounting it.
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
+    std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
     using Engine::perform;

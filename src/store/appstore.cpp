@@ -44,6 +44,7 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_state, &EngineState::containersChanged, this, &AppStore::containersChanged);
     connect(&m_state, &EngineState::imagesChanged, this, &AppStore::imagesChanged);
     connect(&m_state, &EngineState::volumesChanged, this, &AppStore::volumesChanged);
+    connect(&m_state, &EngineState::networksChanged, this, &AppStore::networksChanged);
     connect(&m_state, &EngineState::errorChanged, this, &AppStore::errorChanged);
     connect(&m_state, &EngineState::noticeChanged, this, &AppStore::noticeChanged);
     connect(&m_state, &EngineState::busyChanged, this, &AppStore::busyChanged);
@@ -113,6 +114,7 @@ int AppStore::runningCount() const
 QList<Container> AppStore::matchingContainers() const { return Filters::containers(containers(), Filters::query(m_filter)); }
 QList<DockerImage> AppStore::matchingImages() const { return Filters::images(images(), Filters::query(m_filter)); }
 QList<DockerVolume> AppStore::matchingVolumes() const { return Filters::volumes(volumes(), Filters::query(m_filter)); }
+QList<DockerNetwork> AppStore::matchingNetworks() const { return Filters::networks(networks(), Filters::query(m_filter)); }
 
 QList<ComposeProject> AppStore::projects() const
 {
@@ -203,7 +205,7 @@ void AppStore::select(const Runtime &runtime)
 {
     m_state.setRuntime(runtime);
     // Never show one engine's lists under another engine's name.
-    m_state.setLists({}, {}, {});
+    m_state.setLists({}, {}, {}, {});
     refresh();
 }
 
@@ -216,7 +218,7 @@ void AppStore::containerChanged(const ContainerChange &change)
         || change.kind == Kind::Healthy)
         return;
     m_told.append({m_scheduler.count(), change});
-    m_state.setLists(Docker::withChange(containers(), change), images(), volumes());
+    m_state.setLists(Docker::withChange(containers(), change), images(), volumes(), networks());
 }
 
 namespace {
@@ -224,6 +226,7 @@ struct Fetched {
     QList<Container> containers;
     QList<DockerImage> images;
     QList<DockerVolume> volumes;
+    QList<DockerNetwork> networks;
     QList<RuntimeEntry> runtimes;
     std::optional<QString> error;
 };
@@ -235,10 +238,13 @@ Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime
 {
     QFuture<QList<DockerImage>> images;
     QFuture<QList<DockerVolume>> volumes;
+    QFuture<QList<DockerNetwork>> networks;
     if (lists & Listing::Images)
         images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
     if (lists & Listing::Volumes)
         volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
+    if (lists & Listing::Networks)
+        networks = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->networks(runtime); });
     Fetched f = std::move(kept);
     const auto note = [&f](const DockerError &e) {
         if (!f.error)
@@ -259,6 +265,12 @@ Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime
     try {
         if (lists & Listing::Volumes)
             f.volumes = volumes.result();
+    } catch (const DockerError &e) {
+        note(e);
+    }
+    try {
+        if (lists & Listing::Networks)
+            f.networks = networks.result();
     } catch (const DockerError &e) {
         note(e);
     }
@@ -288,7 +300,7 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
     const std::optional<Runtime> snapshot = runtime();
     const auto began = std::chrono::steady_clock::now();
     const int id = m_scheduler.begin(snapshot);
-    auto future = QtConcurrent::run(workers(), fetch, m_engine, snapshot, lists, Fetched{containers(), images(), volumes(), runtimes(), {}});
+    auto future = QtConcurrent::run(workers(), fetch, m_engine, snapshot, lists, Fetched{containers(), images(), volumes(), networks(), runtimes(), {}});
     const Fetched fetched = co_await future;
     if (!self)
         co_return;
@@ -308,7 +320,7 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
                 rows = Docker::withChange(std::move(rows), told.change);
         }
         m_told.removeIf([id](const Told &told) { return told.listingsBefore <= id; });
-        m_state.setLists(rows, fetched.images, fetched.volumes);
+        m_state.setLists(rows, fetched.images, fetched.volumes, fetched.networks);
         if (lists & Listing::Containers) {
             // Deaths the stream could not tell of are found by comparing listings across its gap.
             const bool gap = std::exchange(m_streamGap, !m_scheduler.eventsHealthy()) || !m_scheduler.eventsHealthy();
@@ -348,7 +360,7 @@ bool AppStore::handOver()
     if (!handover)
         return false;
     m_state.setRuntime(handover->to);
-    m_state.setLists({}, {}, {});
+    m_state.setLists({}, {}, {}, {});
     m_state.setError(std::nullopt, ErrorSource::Refresh);
     m_state.setNotice(handover->notice);
     return true;

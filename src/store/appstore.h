@@ -48,6 +48,7 @@ public:
     const QList<Container> &containers() const { return m_state.containers(); }
     const QList<DockerImage> &images() const { return m_state.images(); }
     const QList<DockerVolume> &volumes() const { return m_state.volumes(); }
+    const QList<DockerNetwork> &networks() const { return m_state.networks(); }
     const std::optional<QString> &error() const { return m_state.error(); }
     const std::optional<QString> &notice() const { return m_state.notice(); }
     QString errorText() const { return error().value_or(QString()); }
@@ -88,6 +89,7 @@ public:
     QList<Container> matchingContainers() const;
     QList<DockerImage> matchingImages() const;
     QList<DockerVolume> matchingVolumes() const;
+    QList<DockerNetwork> matchingNetworks() const;
     QList<ComposeProject> projects() const;
 
     // Lists the runtimes, picks one, and starts the one poll loop. Idempotent.
@@ -111,6 +113,7 @@ public:
     void pruneImages();
     void remove(const DockerVolume &volume);
     void pruneVolumes();
+    void remove(const DockerNetwork &network);
     // A volume's content into a .tar file, and back; nothing runs in a container.
     void backUp(const DockerVolume &volume, const QString &file);
     void restore(const DockerVolume &volume, const QString &file);
@@ -150,6 +153,7 @@ signals:
     void containersChanged();
     void imagesChanged();
     void volumesChanged();
+    void networksChanged();
     void errorChanged();
     void noticeChanged();
     void busyChanged();

@@ -92,6 +92,7 @@ void AppStore::remove(const DockerImage &image) { act(EngineAction::on(Kind::Rem
 void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
 void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
 void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
+void AppStore::remove(const DockerNetwork &network) { act(EngineAction::on(Kind::RemoveNetwork, {network.name})); }
 void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
 QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
 {

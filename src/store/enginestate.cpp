@@ -32,7 +32,8 @@ void EngineState::setRuntime(const std::optional<Runtime> &runtime)
     emit runtimeChanged();
 }
 
-void EngineState::setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes)
+void EngineState::setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes,
+                           const QList<DockerNetwork> &networks)
 {
     if (!sameRows(m_containers, containers, [](const Container &c) { return c.id; })) {
         m_containers = containers;
@@ -45,6 +46,10 @@ void EngineState::setLists(const QList<Container> &containers, const QList<Docke
     if (!sameRows(m_volumes, volumes, [](const DockerVolume &v) { return v.name; })) {
         m_volumes = volumes;
         emit volumesChanged();
+    }
+    if (!sameRows(m_networks, networks, [](const DockerNetwork &n) { return n.id; })) {
+        m_networks = networks;
+        emit networksChanged();
     }
 }
 

@@ -22,6 +22,7 @@ public:
     const QList<Container> &containers() const { return m_containers; }
     const QList<DockerImage> &images() const { return m_images; }
     const QList<DockerVolume> &volumes() const { return m_volumes; }
+    const QList<DockerNetwork> &networks() const { return m_networks; }
     const std::optional<QString> &error() const { return m_error; }
     ErrorSource errorSource() const { return m_errorSource; }
     const std::optional<QString> &notice() const { return m_notice; }
@@ -31,7 +32,8 @@ public:
     void setRuntime(const std::optional<Runtime> &runtime);
     // The same rows in another order count as no change: the engine does not keep a stable
     // order among rows it considers equal, and the order already shown stays.
-    void setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes);
+    void setLists(const QList<Container> &containers, const QList<DockerImage> &images, const QList<DockerVolume> &volumes,
+                  const QList<DockerNetwork> &networks);
     void setError(const std::optional<QString> &error, ErrorSource source = ErrorSource::Action);
     void setNotice(const std::optional<QString> &notice);
     void setBusy(bool busy);
@@ -42,6 +44,7 @@ signals:
     void containersChanged();
     void imagesChanged();
     void volumesChanged();
+    void networksChanged();
     void errorChanged();
     void noticeChanged();
     void busyChanged();
@@ -52,6 +55,7 @@ private:
     QList<Container> m_containers;
     QList<DockerImage> m_images;
     QList<DockerVolume> m_volumes;
+    QList<DockerNetwork> m_networks;
     std::optional<QString> m_error;
     ErrorSource m_errorSource = ErrorSource::Action;
     std::optional<QString> m_notice;

@@ -43,6 +43,16 @@ QList<DockerVolume> volumes(const QList<DockerVolume> &list, const QString &q)
     return keep(list, q, [&](const DockerVolume &v) { return v.name.toLower().contains(q); });
 }
 
+QList<DockerNetwork> networks(const QList<DockerNetwork> &list, const QString &q)
+{
+    return keep(list, q, [&](const DockerNetwork &n) {
+        const auto has = [&](const QString &text) { return text.toLower().contains(q); };
+        return has(n.name) || has(n.driver) || has(n.project().value_or(QString()))
+            || std::any_of(n.subnets.cbegin(), n.subnets.cend(), has)
+            || std::any_of(n.members.cbegin(), n.members.cend(), [&](const NetworkMember &m) { return has(m.name); });
+    });
+}
+
 QList<ComposeProject> projects(const QList<ComposeProject> &merged, const QString &q)
 {
     return keep(merged, q, [&](const ComposeProject &p) { return !p.containers.isEmpty() || p.name.toLower().contains(q); });

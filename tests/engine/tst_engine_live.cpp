@@ -212,6 +212,39 @@ private slots:
         QVERIFY(!e.containerDetails(uniqueName("kt-none-"), {}));
     }
 
+    // A network lists the containers attached with their addresses; the engine refuses to
+    // remove it while one is, in its own words, and removes it once none is.
+    void networksAndTheirContainers()
+    {
+        const QString net = uniqueName("kt-net-");
+        QCOMPARE(docker({"network", "create", "--subnet", "172.31.251.0/24", net}).status, 0);
+        m_made.networks << net;
+        const QString member = m_made.run("kt-netc-", {"--network", net});
+        const auto listed = [&]() -> std::optional<DockerNetwork> {
+            for (const DockerNetwork &n : e.networks({}))
+                if (n.name == net)
+                    return n;
+            return std::nullopt;
+        };
+        QVERIFY(listed());
+        QCOMPARE(listed()->subnets, QStringList{"172.31.251.0/24"});
+        QCOMPARE(listed()->members.size(), 1);
+        QCOMPARE(listed()->members.first().name, member);
+        QVERIFY(listed()->members.first().ipv4.startsWith("172.31.251."));
+        QVERIFY(!Docker::networkKept(*listed()).isEmpty());
+        try {
+            e.perform(EngineAction::on(EngineAction::Kind::RemoveNetwork, {net}), {});
+            QFAIL("a network with a container attached was removed");
+        } catch (const DockerError &refused) {
+            QVERIFY2(refused.message().contains("active endpoints"), qPrintable(refused.message()));
+        }
+        QCOMPARE(docker({"rm", "-f", member}).status, 0);
+        QVERIFY(Docker::networkKept(*listed()).isEmpty());
+        e.perform(EngineAction::on(EngineAction::Kind::RemoveNetwork, {net}), {});
+        QVERIFY(!listed());
+        QVERIFY(!e.networkDetails(net, {}));
+    }
+
     // Every kind of action on real objects, each seen to take effect through the listings.
     void actionsTakeEffect()
     {

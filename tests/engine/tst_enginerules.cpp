@@ -324,7 +324,8 @@ private slots:
         QTest::addColumn<int>("lists");
         QTest::addColumn<std::optional<ContainerChange>>("change");
         using Kind = ContainerChange::Kind;
-        const int c = int(Listing::Containers), i = int(Listing::Images), v = int(Listing::Volumes), all = int(everyListing.toInt());
+        const int c = int(Listing::Containers), i = int(Listing::Images), v = int(Listing::Volumes), n = int(Listing::Networks),
+                  all = int(everyListing.toInt());
         const std::optional<ContainerChange> none;
         QTest::newRow("container dies")
             << QByteArray(R"({"Type":"container","Action":"die","Actor":{"ID":"abc123","Attributes":{"exitCode":"137","name":"shop-web-1","com.docker.compose.project":"shop"}}})")
@@ -352,7 +353,7 @@ private slots:
         QTest::newRow("image pushed") << QByteArray(R"({"Type":"image","Action":"push"})") << 0 << none;
         QTest::newRow("volume created") << QByteArray(R"({"Type":"volume","Action":"create"})") << v << none;
         QTest::newRow("volume mounted") << QByteArray(R"({"Type":"volume","Action":"mount"})") << 0 << none;
-        QTest::newRow("network") << QByteArray(R"({"Type":"network","Action":"connect"})") << 0 << none;
+        QTest::newRow("a container joins a network") << QByteArray(R"({"Type":"network","Action":"connect"})") << n << none;
         QTest::newRow("older format, no Type") << QByteArray(R"({"status":"create"})") << all << none;
         QTest::newRow("not an object") << QByteArray("garbage") << all << none;
         QTest::newRow("blank") << QByteArray("  ") << 0 << none;
@@ -569,6 +570,45 @@ private slots:
         QVERIFY(d->layers.last().bytes > 1'000'000);
         QCOMPARE(Docker::instruction("RUN /bin/sh -c apt-get update # buildkit"), "RUN /bin/sh -c apt-get update");
         QVERIFY(!Docker::parseImageDetails("[]", {}));
+    }
+
+    // The recorded network with two containers, and the shapes the engine's own take.
+    void networks_data()
+    {
+        QTest::addColumn<QByteArray>("inspect");
+        QTest::addColumn<QString>("summary");
+        QTest::addColumn<QString>("kept");
+        const QByteArray recorded = fixture("details/network.json").toUtf8();
+        QTest::newRow("user network, two containers")
+            << recorded << "d-net bridge 172.31.250.0/24 | d-net-a 172.31.250.2/24, d-net-b 172.31.250.3/24"
+            << "In use by d-net-a, d-net-b: remove or disconnect them first.";
+        QTest::newRow("the engine's host network, no subnet")
+            << QByteArray(R"([{"Name":"host","Id":"f7c7","Driver":"host","Scope":"local","IPAM":{"Config":[]},"Containers":{}}])")
+            << "host host | " << "The engine's own network: it cannot be removed.";
+        QTest::newRow("compose's, empty, members sorted by name")
+            << QByteArray(R"([{"Name":"shop_default","Id":"b02c","Driver":"bridge","IPAM":{"Config":[{"Subnet":"172.18.0.0/16","Gateway":"172.18.0.1"}]},
+                            "Labels":{"com.docker.compose.project":"shop"},
+                            "Containers":{"2":{"Name":"web","IPv4Address":"172.18.0.3/16"},"1":{"Name":"db","IPv4Address":"172.18.0.2/16"}}}])")
+            << "shop_default bridge 172.18.0.0/16 shop | db 172.18.0.2/16, web 172.18.0.3/16" << "In use by db, web: remove or disconnect them first.";
+        QTest::newRow("one container") << QByteArray(R"([{"Name":"x","Id":"9","Containers":{"1":{"Name":"solo"}}}])")
+                                       << "x | solo " << "In use by solo: remove or disconnect it first.";
+        QTest::newRow("nameless entries are no networks") << QByteArray(R"([{"Id":"1"},{"Name":"n"},7,[]])") << "" << "";
+        QTest::newRow("not json") << QByteArray("Error: no such network") << "" << "";
+    }
+    void networks()
+    {
+        QFETCH(QByteArray, inspect);
+        QStringList seen, kept;
+        for (const DockerNetwork &n : Docker::parseNetworks(inspect)) {
+            QStringList members;
+            for (const NetworkMember &m : n.members)
+                members << m.name + u' ' + m.ipv4;
+            seen << QStringList{n.name, n.driver, n.subnets.join(u','), n.project().value_or("")}.join(u' ').trimmed() + " | " + members.join(", ");
+            kept << Docker::networkKept(n);
+        }
+        QTEST(seen.join("; "), "summary");
+        QTEST(kept.join("; "), "kept");
+        QCOMPARE(Docker::parseNetworkDetails(inspect).has_value(), !seen.isEmpty());
     }
 
     void exitMeanings_data()

@@ -1,10 +1,12 @@
 #include "containerdetails.h"
+#include "dockernetwork.h"
 #include "fuzz.h"
 #include "imagedetails.h"
 
-// `docker inspect` of a container and `docker image inspect` with `docker history` of an
-// image, read for their details sheets: whatever the engine wrote, what is read has an id, a
-// health check has an interval, every exit has a meaning, and no layer is of negative size.
+// `docker inspect` of a container, `docker image inspect` with `docker history` of an image,
+// and `docker network inspect`, read for their lists and details sheets: whatever the engine
+// wrote, what is read has an id, a health check has an interval, every exit has a meaning,
+// no layer is of negative size, and a network's members stand in name order.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray bytes = fuzzBytes(data, size);
@@ -13,6 +15,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_PROMISE(!image->id.isEmpty() && image->bytes >= 0);
         for (const auto &layer : image->layers)
             FUZZ_PROMISE(layer.bytes >= 0);
+    }
+    for (const DockerNetwork &n : Docker::parseNetworks(bytes)) {
+        FUZZ_PROMISE(!n.id.isEmpty() && !n.name.isEmpty());
+        FUZZ_PROMISE(std::is_sorted(n.members.cbegin(), n.members.cend(), [](const NetworkMember &a, const NetworkMember &b) { return a.name < b.name; }));
+        FUZZ_PROMISE(Docker::networkKept(n).isEmpty() == (n.members.isEmpty() && !n.isBuiltIn()));
     }
     const auto details = Docker::parseContainerDetails(bytes);
     if (!details)

@@ -75,6 +75,7 @@ private slots:
     void volumeDataAsksForItsFileFirst();
     void deletionBacksUpEveryVolumeFirst();
     void detailsAreReadOnlyWhileOpen();
+    void aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty();
 
 private:
     QTemporaryDir m_dir;
@@ -336,6 +337,40 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     emit m_store->events().containerChanged({d.id, Kind::Started});
     QTest::qWait(50);
     QCOMPARE(inspection->reads(), 2);
+}
+
+void TestActions::aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty()
+{
+    FakeEngine::Holdings state = m_engine->holdings();
+    DockerNetwork net{QStringLiteral("b02c44eea079"), QStringLiteral("shop_default"), QStringLiteral("bridge"), QStringLiteral("local")};
+    net.members = {{QStringLiteral("3f1a"), QStringLiteral("web-1"), QStringLiteral("172.18.0.2/16"), {}}};
+    state.networks = {net};
+    m_engine->setHoldings(state);
+    QCoro::waitFor(m_store->refresh());
+    QSignalSpy asked(m_actions.get(), &Actions::detailsRequested);
+    m_actions->perform(Verb::NetworkDetails, net.name);
+    QCOMPARE(asked.size(), 1);
+    const std::unique_ptr<Inspection> inspection(asked.first().first().value<Inspection *>());
+    inspection->start();
+    QTRY_VERIFY(inspection->loaded());
+    QCOMPARE(inspection->copyText(), QStringLiteral("web-1\t172.18.0.2/16\n"));
+
+    // Stale knowledge is the engine's to correct: its refusal is shown in its own words.
+    m_actions->perform(Verb::RemoveNetwork, net.name);
+    QTRY_VERIFY(m_store->errorText().contains(QStringLiteral("has active endpoints")));
+
+    // The member leaves: the open sheet reads again; an unrelated listing does not make it.
+    state.networks.first().members.clear();
+    m_engine->setHoldings(state);
+    QCoro::waitFor(m_store->refresh(Listing::Networks));
+    QTRY_COMPARE(inspection->reads(), 2);
+    QCoro::waitFor(m_store->refresh(Listing::Networks));
+    QCOMPARE(inspection->reads(), 2);
+    QVERIFY(inspection->copyText().isEmpty());
+
+    m_actions->perform(Verb::RemoveNetwork, net.name);
+    QTRY_VERIFY(m_store->networks().isEmpty());
+    QVERIFY(inspection->gone());
 }
 
 QTEST_MAIN(TestActions)

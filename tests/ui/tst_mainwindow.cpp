@@ -180,7 +180,7 @@ void TestMainWindow::tabReachesEveryControlInReadingOrder()
     // In reading order: the sidebar, the toolbar, the banner, then the list as one stop,
     // whatever buttons its rows carry.
     const QStringList expected = {QStringLiteral("Projects, 5"), QStringLiteral("Containers, 10"), QStringLiteral("Images, 8"),
-                                  QStringLiteral("Volumes, 4"), QStringLiteral("Sort by"), QStringLiteral("Runtime"), QStringLiteral("Filter containers"),
+                                  QStringLiteral("Volumes, 4"), QStringLiteral("Networks, 6"), QStringLiteral("Sort by"), QStringLiteral("Runtime"), QStringLiteral("Filter containers"),
                                   QStringLiteral("Refresh now"), QStringLiteral("Add a project from a directory"),
                                   QStringLiteral("Dismiss"), QStringLiteral("Containers")};
     QCOMPARE(reached, expected);
@@ -188,13 +188,13 @@ void TestMainWindow::tabReachesEveryControlInReadingOrder()
 
 void TestMainWindow::shortcuts()
 {
-    QTest::keyClick(m_window, Qt::Key_3, Qt::ControlModifier);
-    QCOMPARE(m_shell->category(), int(Category::Images));
+    QTest::keyClick(m_window, Qt::Key_5, Qt::ControlModifier);
+    QCOMPARE(m_shell->category(), int(Category::Networks));
     QTest::keyClick(m_window, Qt::Key_1, Qt::ControlModifier);
     QCOMPARE(m_shell->category(), int(Category::Projects));
 
     QTest::keyClick(m_window, Qt::Key_F, Qt::ControlModifier);
-    QCOMPARE(nameOf(activeControl()), QStringLiteral("Filter containers"));
+    QCOMPARE(nameOf(activeControl()), QStringLiteral("Filter projects"));
     typeText(m_window, QStringLiteral("website"));
     QCOMPARE(m_store->filter(), QStringLiteral("website"));
     QCOMPARE(m_shell->containers()->count(), 2);

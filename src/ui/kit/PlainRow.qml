@@ -8,6 +8,8 @@ Rectangle {
 
     required property string title
     property string detail: ""
+    // A third line, for what the row holds: a network's containers.
+    property string extra: ""
     property string trailing: ""
     // What a screen reader hears after the title; the second line unless said otherwise.
     property string spoken: detail
@@ -23,7 +25,7 @@ Rectangle {
     default property alias actions: actionsRow.data
     readonly property var keyButtons: actionsRow.children
 
-    implicitHeight: 52
+    implicitHeight: extra === "" ? 52 : 70
     color: hover.hovered ? Theme.control : "transparent"
     radius: 8
     border.width: activeFocus ? 2 : 0
@@ -83,6 +85,14 @@ Rectangle {
                 color: Theme.muted
                 font: Theme.varied("JetBrains Mono", 400, 11)
                 elide: Text.ElideMiddle
+            }
+            Text {
+                Layout.fillWidth: true
+                visible: root.extra !== ""
+                text: root.extra
+                color: Theme.muted
+                font: Theme.varied("Inter", 400, 12)
+                elide: Text.ElideRight
             }
         }
         KorBadge {

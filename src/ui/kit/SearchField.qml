@@ -7,11 +7,12 @@ TextField {
     id: field
 
     property string filter: ""
+    property string hint: "Filter"
 
     signal edited(string text)
 
     text: filter
-    placeholderText: "Filter containers"
+    placeholderText: field.hint
     placeholderTextColor: Theme.muted
     color: Theme.ink
     selectionColor: Theme.ion

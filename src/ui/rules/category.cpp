@@ -9,6 +9,7 @@ QString label(Category c)
     case Category::Containers: return QStringLiteral("Containers");
     case Category::Images: return QStringLiteral("Images");
     case Category::Volumes: return QStringLiteral("Volumes");
+    case Category::Networks: return QStringLiteral("Networks");
     }
     return {};
 }
@@ -20,6 +21,7 @@ QString icon(Category c)
     case Category::Containers: return QStringLiteral("shippingbox");
     case Category::Images: return QStringLiteral("opticaldisc");
     case Category::Volumes: return QStringLiteral("externaldrive");
+    case Category::Networks: return QStringLiteral("network");
     }
     return {};
 }
@@ -29,6 +31,11 @@ QString spoken(Category c, int count)
     return label(c) + QStringLiteral(", ") + QString::number(count);
 }
 
+QString searchHint(Category c)
+{
+    return QStringLiteral("Filter ") + label(c).toLower();
+}
+
 QString view(Category c)
 {
     switch (c) {
@@ -36,6 +43,7 @@ QString view(Category c)
     case Category::Containers: return QStringLiteral("ContainersView.qml");
     case Category::Images: return QStringLiteral("ImagesView.qml");
     case Category::Volumes: return QStringLiteral("VolumesView.qml");
+    case Category::Networks: return QStringLiteral("NetworksView.qml");
     }
     return {};
 }

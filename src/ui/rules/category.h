@@ -10,17 +10,19 @@
 namespace Sections {
 Q_NAMESPACE
 QML_ELEMENT
-enum class Category { Projects, Containers, Images, Volumes };
+enum class Category { Projects, Containers, Images, Volumes, Networks };
 Q_ENUM_NS(Category)
 }
 using Category = Sections::Category;
 
 namespace Categories {
-inline const QList<Category> all = {Category::Projects, Category::Containers, Category::Images, Category::Volumes};
+inline const QList<Category> all = {Category::Projects, Category::Containers, Category::Images, Category::Volumes, Category::Networks};
 QString label(Category c);
 QString icon(Category c);
 // What a screen reader says for the section's sidebar row: "Containers, 12".
 QString spoken(Category c, int count);
+// What the search field says while empty: "Filter networks".
+QString searchHint(Category c);
 // The view that shows the section.
 QString view(Category c);
 // Images and volumes keep their bars (pull, prune) when empty and say so themselves.

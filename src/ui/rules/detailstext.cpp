@@ -285,4 +285,36 @@ QList<Section> volume(const VolumeDetails &d, const QDateTime &now)
     return sections;
 }
 
+QList<Section> network(const DockerNetwork &n, const QDateTime &now)
+{
+    Section about{QStringLiteral("Network"), {}, Docker::networkKept(n)};
+    about.rows.append({QStringLiteral("Driver"), n.driver});
+    about.rows.append({QStringLiteral("Scope"), n.scope});
+    about.rows.append({QStringLiteral("Subnet"), n.subnets.isEmpty() ? QStringLiteral("none") : n.subnets.join(QStringLiteral(", "))});
+    if (!n.gateways.isEmpty())
+        about.rows.append({QStringLiteral("Gateway"), n.gateways.join(QStringLiteral(", "))});
+    about.rows.append({QStringLiteral("Internal"), n.internal ? QStringLiteral("yes: no way out to other networks") : QStringLiteral("no")});
+    if (n.created.isValid())
+        about.rows.append({QStringLiteral("Created"), when(n.created, now)});
+    if (const auto project = n.project())
+        about.rows.append({QStringLiteral("Compose project"), *project});
+    about.rows.append({QStringLiteral("ID"), n.id});
+
+    Section members{QStringLiteral("Containers"), {}, {}};
+    for (const NetworkMember &m : n.members) {
+        QStringList addresses{m.ipv4, m.ipv6};
+        addresses.removeAll(QString());
+        members.rows.append({m.name, addresses.isEmpty() ? QStringLiteral("no address") : addresses.join(QStringLiteral(", "))});
+    }
+    if (members.rows.isEmpty())
+        members.note = QStringLiteral("No container is attached.");
+
+    Section labels{QStringLiteral("Labels"), {}, {}};
+    for (auto it = n.labels.cbegin(); it != n.labels.cend(); ++it)
+        labels.rows.append({it.key(), it.value()});
+    if (labels.rows.isEmpty())
+        labels.note = QStringLiteral("No labels.");
+    return {about, members, labels};
+}
+
 }

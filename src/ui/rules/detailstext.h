@@ -4,6 +4,7 @@
 #include "containerdetails.h"
 #include "imagedetails.h"
 #include "volumedetails.h"
+#include "dockernetwork.h"
 
 #include <QDateTime>
 #include <QList>
@@ -58,6 +59,11 @@ QList<Section> image(const ImageDetails &d, const QList<Container> &users, const
 // Volume (driver, mountpoint, scope, created, size), Mounted by (each container with its
 // state and project), Labels, Options.
 QList<Section> volume(const VolumeDetails &d, const QDateTime &now);
+
+// Network (driver, scope, subnets, gateways, internal, created, project), Containers (each
+// with its addresses), Labels. Why it cannot be removed, where it cannot, is the note
+// under Network.
+QList<Section> network(const DockerNetwork &n, const QDateTime &now);
 
 // What a masked value shows, and what a screen reader hears for it.
 inline constexpr char16_t maskedValue[] = u"••••••••";

@@ -10,7 +10,8 @@ namespace ListOrder {
 QList<Key> keysFor(Category c)
 {
     switch (c) {
-    case Category::Projects: return {};
+    case Category::Projects:
+    case Category::Networks: return {};
     case Category::Containers: return {Key::Listed, Key::Name, Key::State, Key::Created};
     case Category::Images: return {Key::Listed, Key::Name, Key::Created, Key::Size};
     case Category::Volumes: return {Key::Listed, Key::Name};

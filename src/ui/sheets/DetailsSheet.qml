@@ -5,7 +5,7 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import Korvat
 
-// Why a container or an image is the way it is, section by section, and the whole inspect
+// Why a container, image, volume or network is the way it is, section by section, and the whole inspect
 // document. Read when it opens and on the object's changes while open; closing stops that.
 Sheet {
     id: sheet
@@ -230,6 +230,18 @@ Sheet {
                                         activeFocusOnTab: false
                                         Accessible.role: Accessible.StaticText
                                         Accessible.name: row.modelData.label + ": " + row.modelData.spoken
+                                    }
+                                    KorButton {
+                                        visible: row.modelData.volume !== ""
+                                        text: "Show in Volumes"
+                                        help: "Close this and show " + row.modelData.volume + " among the volumes"
+                                        variant: "ghost"
+                                        Layout.alignment: Qt.AlignTop
+                                        onClicked: {
+                                            const volume = row.modelData.volume;
+                                            sheet.close();
+                                            sheet.actions.perform(Verb.ShowVolume, volume);
+                                        }
                                     }
                                     KorButton {
                                         visible: row.modelData.url !== ""

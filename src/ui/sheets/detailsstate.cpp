@@ -277,3 +277,45 @@ QString VolumeInspection::copyText() const
     }
     return text;
 }
+
+// ---- a network --------------------------------------------------------------------------------
+
+NetworkInspection::NetworkInspection(AppStore *store, const DockerNetwork &network, QObject *parent)
+    : Inspection(store, network.name, parent), m_network(network)
+{
+}
+
+void NetworkInspection::follow()
+{
+    // Network events, containers joining and leaving among them, reach the store as a
+    // listing of the networks.
+    m_following << connect(m_store.data(), &AppStore::networksChanged, this, [this] {
+        const auto &networks = m_store->networks();
+        const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return n.id == m_network.id; });
+        if (found == networks.cend())
+            return setGone(true);
+        if (m_details && found->members == m_details->network.members && found->labels == m_details->network.labels)
+            return;
+        read();
+    });
+}
+
+QCoro::Task<std::optional<QString>> NetworkInspection::readOnce()
+{
+    return keep(m_details, [engine = m_store->engine(), name = m_network.name, runtime = m_store->runtime()] { return engine->networkDetails(name, runtime); });
+}
+
+QList<DetailsText::Section> NetworkInspection::composed() const
+{
+    return m_details ? DetailsText::network(m_details->network, QDateTime::currentDateTimeUtc()) : QList<DetailsText::Section>();
+}
+
+QString NetworkInspection::copyText() const
+{
+    QString text;
+    if (m_details) {
+        for (const NetworkMember &m : m_details->network.members)
+            text += m.name + u'\t' + m.ipv4 + u'\n';
+    }
+    return text;
+}

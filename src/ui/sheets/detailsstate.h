@@ -161,3 +161,25 @@ private:
     DockerImage m_image;
     std::optional<ImageDetails> m_details;
 };
+
+class NetworkInspection : public Inspection {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made for a network by Actions")
+
+public:
+    NetworkInspection(AppStore *store, const DockerNetwork &network, QObject *parent = nullptr);
+    bool loaded() const override { return m_details.has_value(); }
+    QString goneText() const override { return QStringLiteral("This network no longer exists"); }
+    QString copyHelp() const override { return QStringLiteral("Copy the containers and their addresses"); }
+    QString copyText() const override;
+
+protected:
+    QCoro::Task<std::optional<QString>> readOnce() override;
+    void follow() override;
+    QList<DetailsText::Section> composed() const override;
+
+private:
+    DockerNetwork m_network;
+    std::optional<NetworkDetails> m_details;
+};

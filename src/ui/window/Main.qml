@@ -83,6 +83,10 @@ ApplicationWindow {
         sequence: "Ctrl+4"
         onActivated: window.shell.category = Sections.Volumes
     }
+    Shortcut {
+        sequence: "Ctrl+5"
+        onActivated: window.shell.category = Sections.Networks
+    }
 
     // Adding a project and locating a moved one ask the same question.
     FolderDialog {
@@ -125,6 +129,9 @@ ApplicationWindow {
     Connections {
         target: window.actions
 
+        function onVolumeShown(volume: string) {
+            window.shell.showVolume(volume);
+        }
         function onLocateRequested(project: string) {
             folderDialog.ask(project);
         }
@@ -186,6 +193,7 @@ ApplicationWindow {
                 runtimes: window.shell.runtimes
                 selectedRow: window.shell.runtimes.selectedRow
                 filter: window.store.filter
+                searchHint: window.shell.searchHint
                 busy: window.store.busy
                 sortChoices: window.shell.sortChoices
                 sortIndex: window.shell.sortIndex
@@ -226,6 +234,7 @@ ApplicationWindow {
                 onProjectAction: (verb, name) => window.actions.perform(verb, name)
                 onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
                 onVolumeAction: (verb, name) => window.actions.perform(verb, name)
+                onNetworkAction: (verb, name) => window.actions.perform(verb, name)
             }
         }
     }

@@ -15,6 +15,7 @@ Item {
     signal projectAction(int verb, string name)
     signal imageAction(int verb, string id, string reference)
     signal volumeAction(int verb, string name)
+    signal networkAction(int verb, string name)
 
     function load() {
         if (root.showsRows || root.ownEmptyState)
@@ -48,6 +49,9 @@ Item {
         }
         function onVolumeAction(verb: int, name: string) {
             root.volumeAction(verb, name);
+        }
+        function onNetworkAction(verb: int, name: string) {
+            root.networkAction(verb, name);
         }
 
         target: loader.item

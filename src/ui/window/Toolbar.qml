@@ -12,6 +12,7 @@ Rectangle {
     required property var runtimes
     required property int selectedRow
     required property string filter
+    required property string searchHint
     required property bool busy
     // The orders the section offers; none (or nothing to sort) hides the control.
     required property var sortChoices
@@ -100,6 +101,7 @@ Rectangle {
             Layout.minimumWidth: 110
             Layout.maximumWidth: implicitWidth
             filter: root.filter
+            hint: root.searchHint
             onEdited: text => root.filterEdited(text)
         }
         KorButton {

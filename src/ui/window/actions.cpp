@@ -180,6 +180,21 @@ void Actions::backUpFirst(const QString &volume) { volumeData(Verb::RemoveVolume
 
 void Actions::pruneVolumes() { m_store->pruneVolumes(); }
 
+std::optional<DockerNetwork> Actions::network(const QString &name) const
+{
+    const auto &networks = m_store->networks();
+    const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return n.name == name; });
+    return found == networks.cend() ? std::nullopt : std::optional(*found);
+}
+
+// No question first: nothing is lost with a network no container uses, and compose makes
+// its own again on the next up.
+void Actions::removeNetwork(const QString &name)
+{
+    if (const auto found = network(name))
+        m_store->remove(*found);
+}
+
 void Actions::up(const QString &name)
 {
     withProject(name, [this](const ComposeProject &p) { m_store->up(p); });
@@ -339,5 +354,11 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::PruneVolumes: emit pruneRequested(false); return;
     case Verb::BackupVolume:
     case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));
+    case Verb::ShowVolume: emit volumeShown(subject); return;
+    case Verb::RemoveNetwork: return removeNetwork(subject);
+    case Verb::NetworkDetails:
+        if (const auto found = network(subject))
+            emit detailsRequested(ownedByQml(new NetworkInspection(m_store, *found)));
+        return;
     }
 }

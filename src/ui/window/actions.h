@@ -61,6 +61,7 @@ public:
     Q_INVOKABLE void relocate(const QString &project, const QUrl &directory);
     void reveal(const QString &project);
     void volumeData(Verb::Kind verb, const QString &volume, const QUrl &file);
+    void removeNetwork(const QString &name);
     std::optional<DockerVolume> volume(const QString &name) const;
 
     // A log's or transcript's text without styles: to the clipboard, or to a file (written
@@ -87,12 +88,15 @@ signals:
     // A removal (verb RemoveVolume) asks for the file its backup first goes to.
     void volumeFileRequested(int verb, const QString &volume, const QUrl &suggested);
     void pruneRequested(bool images);
+    // A volume named on a sheet is to be shown in its section.
+    void volumeShown(const QString &volume);
     // The project's directory has gone; the window asks where it went.
     void locateRequested(const QString &project);
 
 private:
     std::optional<Container> container(const QString &id) const;
     std::optional<ComposeProject> project(const QString &name) const;
+    std::optional<DockerNetwork> network(const QString &name) const;
     // A click on something that has gone since it was drawn does nothing.
     template<typename F>
     void withContainer(const QString &id, F act)

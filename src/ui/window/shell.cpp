@@ -57,6 +57,8 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::volumesChanged, this, volumes);
     connect(m_store, &AppStore::containersChanged, this, volumes);   // what mounts them
     connect(m_store, &AppStore::filterChanged, this, volumes);
+    connect(m_store, &AppStore::networksChanged, this, &Shell::updateNetworks);
+    connect(m_store, &AppStore::filterChanged, this, &Shell::updateNetworks);
     connect(m_store, &AppStore::runtimesChanged, this, runtimes);
     connect(m_store, &AppStore::runtimeChanged, this, runtimes);
     connect(m_store, &AppStore::containersChanged, this, &Shell::countersChanged);
@@ -65,7 +67,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::runtimeChanged, this, &Shell::emptyChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::emptyChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sortChanged);
-    for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes})
+    for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes, &m_networks})
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
 
@@ -78,6 +80,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     updateStale();
     images();
     volumes();
+    updateNetworks();
     runtimes();
 }
 
@@ -95,6 +98,11 @@ void Shell::updateVolumes()
 {
     const QList<DockerVolume> volumes = ListOrder::sorted(m_store->matchingVolumes(), sortOf(Category::Volumes));
     m_volumes.setVolumes(volumes, Docker::mountedVolumes(m_store->containers(), m_store->volumes()));
+}
+
+void Shell::updateNetworks()
+{
+    m_networks.setNetworks(m_store->matchingNetworks());
 }
 
 QStringList Shell::sortChoices() const
@@ -190,6 +198,7 @@ int Shell::countOf(int category) const
     case Category::Containers: return m_containers.count();
     case Category::Images: return m_images.count();
     case Category::Volumes: return m_volumes.count();
+    case Category::Networks: return m_networks.count();
     }
     return 0;
 }
@@ -243,6 +252,7 @@ QString Shell::emptyDetail() const
     case Category::Containers: return QStringLiteral("No containers on ") + where + u'.';
     case Category::Images: return QStringLiteral("No images on ") + where + u'.';
     case Category::Volumes: return QStringLiteral("No volumes on ") + where + u'.';
+    case Category::Networks: return QStringLiteral("No networks on ") + where + u'.';
     }
     return {};
 }
@@ -275,3 +285,9 @@ void Shell::addProject(const QUrl &directory)
 }
 
 void Shell::clearFilter() { m_store->setFilter(QString()); }
+
+void Shell::showVolume(const QString &name)
+{
+    setCategory(int(Category::Volumes));
+    m_store->setFilter(name);
+}

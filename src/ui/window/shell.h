@@ -7,6 +7,7 @@
 #include "projectmodel.h"
 #include "runtimemodel.h"
 #include "volumemodel.h"
+#include "networkmodel.h"
 #include "workmodel.h"
 
 #include <QDateTime>
@@ -32,6 +33,7 @@ class Shell : public QObject {
     Q_PROPERTY(ContainerModel *containers READ containers CONSTANT)
     Q_PROPERTY(ImageModel *images READ images CONSTANT)
     Q_PROPERTY(VolumeModel *volumes READ volumes CONSTANT)
+    Q_PROPERTY(NetworkModel *networks READ networks CONSTANT)
     Q_PROPERTY(RuntimeModel *runtimes READ runtimes CONSTANT)
     // Long work under way: the pulls for the images view, the backups and restores for the
     // volumes view, all of it for the tray panel's line. Compose up shows on its card.
@@ -43,6 +45,7 @@ class Shell : public QObject {
     Q_PROPERTY(QString categoryLabel READ categoryLabel NOTIFY categoryChanged)
     Q_PROPERTY(QString categoryIcon READ categoryIcon NOTIFY categoryChanged)
     Q_PROPERTY(QString sectionView READ sectionView NOTIFY categoryChanged)
+    Q_PROPERTY(QString searchHint READ searchHint NOTIFY categoryChanged)
     Q_PROPERTY(bool sectionOwnsEmptyState READ sectionOwnsEmptyState NOTIFY categoryChanged)
     Q_PROPERTY(int categoryCount READ categoryCount NOTIFY sectionCountChanged)
     Q_PROPERTY(int sectionCount READ sectionCount NOTIFY sectionCountChanged)
@@ -69,6 +72,7 @@ public:
     ContainerModel *containers() { return &m_containers; }
     ImageModel *images() { return &m_images; }
     VolumeModel *volumes() { return &m_volumes; }
+    NetworkModel *networks() { return &m_networks; }
     RuntimeModel *runtimes() { return &m_runtimes; }
     WorkModel *pulls() { return m_pulls; }
     WorkModel *transfers() { return m_transfers; }
@@ -80,6 +84,7 @@ public:
     QString categoryLabel() const { return Categories::label(m_category); }
     QString categoryIcon() const { return Categories::icon(m_category); }
     QString sectionView() const { return Categories::view(m_category); }
+    QString searchHint() const { return Categories::searchHint(m_category); }
     bool sectionOwnsEmptyState() const { return Categories::ownsEmptyState(m_category); }
     int categoryCount() const { return countOf(int(m_category)); }
     // Rows of the selected section.
@@ -107,6 +112,8 @@ public:
     Q_INVOKABLE void selectRuntime(int row);
     Q_INVOKABLE void addProject(const QUrl &directory);
     Q_INVOKABLE void clearFilter();
+    // The volumes section, searched for the volume's name.
+    Q_INVOKABLE void showVolume(const QString &name);
     // Raises the settings window, from wherever Korvat is asked for it.
     void openSettings() { emit settingsRequested(); }
 
@@ -124,6 +131,7 @@ private:
     void updateContainers();
     void updateImages();
     void updateVolumes();
+    void updateNetworks();
     ListOrder::Key sortOf(Category c) const { return m_sort.value(c, ListOrder::Key::Listed); }
     void updateProjects();
     void updateStale();
@@ -136,6 +144,7 @@ private:
     ContainerModel m_containers;
     ImageModel m_images;
     VolumeModel m_volumes;
+    NetworkModel m_networks;
     RuntimeModel m_runtimes;
     WorkModel *m_pulls;
     WorkModel *m_transfers;

@@ -19,6 +19,10 @@ enum Kind {
     Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes, ImageDetails, VolumeDetails,
     // On a volume, by name; the detail is the .tar file, asked for first when empty.
     BackupVolume, RestoreVolume,
+    // On a network, by name.
+    RemoveNetwork, NetworkDetails,
+    // Shows the named volume in the volumes section.
+    ShowVolume,
 };
 Q_ENUM_NS(Kind)
 }
