@@ -133,12 +133,14 @@ QList<Check> checks(const QString &scratch)
                  && Docker::preferred(down, Runtime::context("removed")) == Runtime::context("removed")
                  && Docker::preferred(down, std::nullopt) == def && !Docker::preferred({}, std::nullopt);
          }},
-        {"runtimes: hand-over and offline label", [] {
+        {"runtimes: hand-over candidates and offline label", [] {
              const auto def = Runtime::context("default");
              const auto apple = Runtime::socket("apple", "/s");
              const QList<RuntimeEntry> rows{{apple, "unix:///s", false}, {def, "", true}};
-             return Docker::handover(apple, rows) == def && !Docker::handover(def, rows) && !Docker::handover(std::nullopt, rows)
-                 && Docker::handover(Runtime::context("gone"), rows) == def && !Docker::handover(apple, rows.mid(0, 1))
+             const QList<Runtime> toDefault{def};
+             return Docker::handoverCandidates(apple, rows) == toDefault && Docker::handoverCandidates(def, rows).isEmpty()
+                 && Docker::handoverCandidates(std::nullopt, rows).isEmpty() && Docker::handoverCandidates(Runtime::context("gone"), rows) == toDefault
+                 && Docker::handoverCandidates(apple, rows.mid(0, 1)).isEmpty()
                  && RuntimeSelection::label(RuntimeEntry{def, "unix:///nope", false}) == "default · offline";
          }},
         {"registry: per-runtime isolation and forget", [] {

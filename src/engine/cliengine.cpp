@@ -191,6 +191,13 @@ bool CliEngine::reachable(const RuntimeEntry &entry) const
     return Docker::endpointReachable(entry.endpoint);
 }
 
+bool CliEngine::answers(const Runtime &runtime) const
+{
+    // Short: a hand-over waits on it, and an engine that is there answers in milliseconds.
+    const Docker::Wait wait{std::chrono::seconds(3), nullptr};
+    return Docker::capture({QStringLiteral("version"), QStringLiteral("--format"), QStringLiteral("{{.Server.Version}}")}, runtime, {}, wait).status == 0;
+}
+
 QList<Container> CliEngine::containers(const OptRuntime &runtime) const
 {
     return m_last->containers.parse(Docker::runBytes({"ps", "-a", "--format", "json"}, runtime), &Docker::parseContainers);

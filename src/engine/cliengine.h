@@ -18,6 +18,7 @@ public:
 
     RuntimeList runtimes() const override;
     bool reachable(const RuntimeEntry &entry) const override;
+    bool answers(const Runtime &runtime) const override;
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;

@@ -105,7 +105,10 @@ QList<Container> withChange(QList<Container> rows, const ContainerChange &change
 bool endpointReachable(const QString &endpoint);
 RuntimeList parseRuntimes(const QString &contextJson);
 std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::optional<Runtime> &current);
-std::optional<Runtime> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in);
+// Where the store may turn when the runtime it shows stops answering: the reachable others,
+// in list order; none while that runtime is itself reachable. Each is probed before it is
+// taken.
+QList<Runtime> handoverCandidates(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in);
 
 MountMap parseMounts(const QString &text);
 // One JSON object a line, as `volume inspect --format {{json .}}` prints them.

@@ -95,6 +95,8 @@ public:
     virtual RuntimeList runtimes() const = 0;
     // Whether the entry's endpoint can be reached now.
     virtual bool reachable(const RuntimeEntry &entry) const = 0;
+    // Whether the runtime's engine answers the client's `version` within a few seconds.
+    virtual bool answers(const Runtime &runtime) const = 0;
     virtual QList<Container> containers(const OptRuntime &runtime) const = 0;
     virtual QList<DockerImage> images(const OptRuntime &runtime) const = 0;
     virtual QList<DockerVolume> volumes(const OptRuntime &runtime) const = 0;

@@ -292,6 +292,19 @@ QList<DockerVolume> FakeEngine::volumes(const OptRuntime &runtime) const
     return m_holdings.value(keyOf(runtime)).volumes;
 }
 
+bool FakeEngine::answers(const Runtime &runtime) const
+{
+    try {
+        QMutexLocker lock(&m_mutex);
+        if (m_held.contains(int(Call::Listing)))
+            return false;
+        enter(Call::Probe, runtime);
+        return !m_failures.contains({Call::Listing, runtime.name}) && !m_failures.contains({Call::Listing, QStringLiteral("*")});
+    } catch (const DockerError &) {
+        return false;
+    }
+}
+
 QList<DockerNetwork> FakeEngine::networks(const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);

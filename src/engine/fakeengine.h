@@ -48,7 +48,7 @@ public:
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
     // Listing is the containers' listing; Images, Volumes and Networks are those lists'.
-    enum class Call { Contexts, Listing, Images, Volumes, Networks, Inspection, Compose, Action, Exec };
+    enum class Call { Contexts, Listing, Images, Volumes, Networks, Inspection, Compose, Action, Exec, Probe };
 
     FakeEngine();
     ~FakeEngine() override;
@@ -100,6 +100,8 @@ public:
 
     RuntimeList runtimes() const override;
     bool reachable(const RuntimeEntry &entry) const override;
+    // As its listing would: no while listings of it fail or wait.
+    bool answers(const Runtime &runtime) const override;
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;

@@ -75,17 +75,19 @@ std::optional<Runtime> preferred(const QList<RuntimeEntry> &list, const std::opt
     return std::nullopt;
 }
 
-std::optional<Runtime> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in)
+QList<Runtime> handoverCandidates(const std::optional<Runtime> &from, const QList<RuntimeEntry> &in)
 {
     if (!from)
-        return std::nullopt;
+        return {};
     const auto own = std::find_if(in.cbegin(), in.cend(), [&](const RuntimeEntry &e) { return e.runtime == *from; });
     if (own != in.cend() && own->reachable)
-        return std::nullopt;
-    const auto first = std::find_if(in.cbegin(), in.cend(), [](const RuntimeEntry &e) { return e.reachable; });
-    if (first == in.cend() || first->runtime == *from)
-        return std::nullopt;
-    return first->runtime;
+        return {};
+    QList<Runtime> others;
+    for (const RuntimeEntry &e : in) {
+        if (e.reachable && e.runtime != *from)
+            others.append(e.runtime);
+    }
+    return others;
 }
 
 } // namespace Docker

@@ -51,6 +51,7 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_memory, &ProjectMemory::changed, this, &AppStore::registryChanged);
     connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
+    connect(&m_detourProbe, &QTimer::timeout, this, [this] { tryChosen(); });
     connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
     connect(&m_state, &EngineState::runtimeChanged, this, [this] {
@@ -84,6 +85,8 @@ void AppStore::setWindowVisible(bool visible)
     m_usage.setShown(visible);
     if (visible)
         lookAtDirectories();
+    if (m_detourProbe.isActive())
+        m_detourProbe.setInterval(visible ? timing().visiblePoll : timing().hiddenPoll);
     emit windowVisibleChanged();
 }
 
@@ -193,9 +196,13 @@ QCoro::Task<> AppStore::loadContexts()
         m_state.setRuntimes(listed.runtimes.list);
         if (!runtime()) {
             m_state.setRuntime(listed.runtimes.current);
+            m_chosen = listed.runtimes.current;
         } else {
             // The selected runtime may have left the list or lost its socket.
-            handOver();
+            auto moved = handOver();
+            co_await moved;
+            if (!self)
+                co_return;
         }
     }
     co_await refresh();
@@ -203,6 +210,8 @@ QCoro::Task<> AppStore::loadContexts()
 
 void AppStore::select(const Runtime &runtime)
 {
+    m_chosen = runtime;
+    m_detourProbe.stop();
     m_state.setRuntime(runtime);
     // Never show one engine's lists under another engine's name.
     m_state.setLists({}, {}, {}, {});
@@ -331,7 +340,7 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
             m_state.setError(std::nullopt, ErrorSource::Refresh);
         if (lists & Listing::Containers)
             m_memory.record(containers(), runtimeKey(), directories());
-    } else if (!afterHandover && handOver()) {
+    } else if (!afterHandover && co_await handOver() && self) {
         // Never hand over again from the runtime just handed over to.
         co_await reread(everyListing, true);
     } else {
@@ -354,14 +363,44 @@ QList<RuntimeEntry> AppStore::withReachability(QList<RuntimeEntry> rows, const Q
     return rows;
 }
 
-bool AppStore::handOver()
+QCoro::Task<bool> AppStore::handOver()
 {
-    const auto handover = RuntimeSelection::handover(runtime(), runtimes());
-    if (!handover)
-        return false;
-    m_state.setRuntime(handover->to);
+    QPointer<AppStore> self(this);
+    const std::optional<Runtime> from = runtime();
+    // A reachable socket or endpoint proves nothing: only an engine that answers is a place
+    // to go. The probes run one at a time, in list order, so the first that answers is taken.
+    for (const Runtime &candidate : Docker::handoverCandidates(from, runtimes())) {
+        auto probe = QtConcurrent::run(workers(), [engine = m_engine, candidate] { return engine->answers(candidate); });
+        const bool answered = co_await probe;
+        if (!self || runtime() != from)
+            co_return false;
+        if (!answered)
+            continue;
+        m_state.setRuntime(candidate);
+        m_state.setLists({}, {}, {}, {});
+        m_state.setError(std::nullopt, ErrorSource::Refresh);
+        m_state.setNotice(RuntimeSelection::handedOver(*from, candidate));
+        m_detourProbe.setInterval(windowVisible() ? m_scheduler.timing().visiblePoll : m_scheduler.timing().hiddenPoll);
+        m_detourProbe.start();
+        co_return true;
+    }
+    co_return false;
+}
+
+QCoro::Task<> AppStore::tryChosen()
+{
+    if (!detoured())
+        co_return;
+    QPointer<AppStore> self(this);
+    const Runtime chosen = *m_chosen, from = *runtime();
+    auto probe = QtConcurrent::run(workers(), [engine = m_engine, chosen] { return engine->answers(chosen); });
+    const bool answered = co_await probe;
+    if (!self || !answered || m_chosen != chosen || runtime() != from)
+        co_return;
+    m_detourProbe.stop();
+    m_state.setRuntime(chosen);
     m_state.setLists({}, {}, {}, {});
     m_state.setError(std::nullopt, ErrorSource::Refresh);
-    m_state.setNotice(handover->notice);
-    return true;
+    m_state.setNotice(RuntimeSelection::cameBack(chosen, from));
+    co_await refresh();
 }

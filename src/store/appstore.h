@@ -14,6 +14,7 @@
 #include <QCoroTask>
 #include <QFuture>
 #include <QObject>
+#include <QTimer>
 #include <memory>
 #include <optional>
 
@@ -167,7 +168,11 @@ signals:
 private:
     using ErrorSource = EngineState::ErrorSource;
 
-    bool handOver();
+    // To the first other runtime that answers a probe, when the selected one has gone; the
+    // one chosen is remembered, and taken back as soon as it answers again.
+    QCoro::Task<bool> handOver();
+    QCoro::Task<> tryChosen();
+    bool detoured() const { return m_chosen && runtime() && *m_chosen != *runtime(); }
     std::optional<QString> runtimeKey() const;
     // Compose run anywhere else would search the parent directories for a file.
     static QCoro::Task<bool> usableDirectory(ComposeProject project);
@@ -199,6 +204,10 @@ private:
     LongWork m_work;
     QString m_filter;
     bool m_started = false;
+    // The runtime the user chose, or the one chosen at launch: a hand-over is a detour from it.
+    std::optional<Runtime> m_chosen;
+    // While detoured, the chosen runtime is probed at the poll's pace.
+    QTimer m_detourProbe;
     // Changes the event stream told of, each with the number of listings begun before it:
     // the result of a listing begun earlier may not show it yet, and must not undo it.
     struct Told {

@@ -16,13 +16,14 @@ QList<RuntimeEntry> rechecked(const Engine &engine, QList<RuntimeEntry> rows)
     return rows;
 }
 
-std::optional<Handover> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &rows)
+QString handedOver(const Runtime &from, const Runtime &to)
 {
-    const auto to = Docker::handover(from, rows);
-    if (!to)
-        return std::nullopt;
-    const QString was = from ? from->name : QString();
-    return Handover{*to, was + QStringLiteral(" is not answering — switched to ") + to->name + u'.'};
+    return from.name + QStringLiteral(" is not answering — switched to ") + to.name + u'.';
+}
+
+QString cameBack(const Runtime &chosen, const Runtime &from)
+{
+    return chosen.name + QStringLiteral(" answers again — back from ") + from.name + u'.';
 }
 
 }

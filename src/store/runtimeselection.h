@@ -11,13 +11,9 @@ QString label(const RuntimeEntry &entry);
 // The rows with their reachability looked at again, as it is now.
 QList<RuntimeEntry> rechecked(const Engine &engine, QList<RuntimeEntry> rows);
 
-// The first reachable runtime other than the one that does not answer, and what the
-// notice says about the move; none while the selected runtime is reachable or when no other is.
-struct Handover {
-    Runtime to;
-    QString notice;
-    friend bool operator==(const Handover &, const Handover &) = default;
-};
-std::optional<Handover> handover(const std::optional<Runtime> &from, const QList<RuntimeEntry> &rows);
+// What the notice says when the store turns to another runtime, and when it comes back to
+// the one the user chose.
+QString handedOver(const Runtime &from, const Runtime &to);
+QString cameBack(const Runtime &chosen, const Runtime &from);
 
 }

@@ -298,27 +298,61 @@ private slots:
         QVERIFY(!ProjectRegistry::load(*m_settings).knows("billing", "default"));
     }
 
-    void handsOverToARuntimeThatAnswers()
+    // The chosen engine goes; the store turns only to a runtime that answers a probe, in list
+    // order, and comes back as soon as the chosen one answers again.
+    void detour_data()
     {
-        auto st = store();
-        st->select(remote);
+        QTest::addColumn<bool>("devAnswers");
+        QTest::addColumn<bool>("remoteAnswers");
+        QTest::addColumn<QString>("detour");
+        QTest::newRow("nothing else answers: the error, the old lists") << false << false << "";
+        QTest::newRow("the first that answers") << false << true << "remote";
+        QTest::newRow("the first in list order") << true << true << "dev";
+    }
+    void detour()
+    {
+        QFETCH(bool, devAnswers);
+        QFETCH(bool, remoteAnswers);
+        QFETCH(QString, detour);
+        const Runtime dev = Runtime::context("dev");
+        m_engine->setRuntimes({{{local, "unix:///l.sock", true}, {dev, "tcp://10.9.9.9:2375", true}, {remote, "ssh://remote", true}}, local});
+        for (const auto &[name, answers] : {std::pair(QString("dev"), devAnswers), std::pair(QString("remote"), remoteAnswers)}) {
+            if (!answers)
+                m_engine->failWith(Call::Listing, "Cannot connect to the Docker daemon at " + name, name);
+        }
+        PollTiming timing = quietTiming();
+        timing.visiblePoll = timing.hiddenPoll = std::chrono::milliseconds(20);
+        auto st = store(timing);
         QCoro::waitFor(st->refresh());
-        m_engine->setReachable("remote", false);
-        m_engine->failWith(Call::Listing, "ssh: connect to host remote: timed out", "remote");
-        QCoro::waitFor(st->refresh());
-        QCOMPARE(st->runtime(), local);
-        QCOMPARE(st->noticeText(), "remote is not answering — switched to default.");
-        QCOMPARE(st->error(), std::nullopt);
-        QCOMPARE(st->containers().size(), 2);   // listed again, from the new runtime
+        QCOMPARE(st->containers().size(), 2);
 
-        // With nowhere to go, the error shows and the lists stay.
+        // The engine restarts: its socket is gone a while.
         m_engine->setReachable("default", false);
         m_engine->failWith(Call::Listing, "Cannot connect to the Docker daemon at unix:///l.sock", "default");
         QCoro::waitFor(st->refresh());
+        if (detour.isEmpty()) {
+            QCOMPARE(st->runtime(), local);
+            QCOMPARE(st->errorText(), "Cannot connect to the Docker daemon at unix:///l.sock");
+            QCOMPARE(st->containers().size(), 2);
+        } else {
+            QCOMPARE(st->runtime()->name, detour);
+            QCOMPARE(st->noticeText(), "default is not answering — switched to " + detour + ".");
+            QCOMPARE(st->error(), std::nullopt);
+        }
+        QTest::qWait(100);   // probes of the chosen one meanwhile change nothing
+        QCOMPARE(st->runtime()->name, detour.isEmpty() ? "default" : detour);
+
+        m_engine->setReachable("default", true);
+        m_engine->failWith(Call::Listing, std::nullopt, "default");
+        if (detour.isEmpty()) {
+            QCoro::waitFor(st->refresh());
+            QCOMPARE(st->error(), std::nullopt);
+        } else {
+            QTRY_COMPARE(st->runtime(), local);
+            QCOMPARE(st->noticeText(), "default answers again — back from " + detour + ".");
+        }
+        QTRY_COMPARE(st->containers().size(), 2);
         QCOMPARE(st->runtime(), local);
-        QCOMPARE(st->errorText(), "Cannot connect to the Docker daemon at unix:///l.sock");
-        QCOMPARE(st->containers().size(), 2);
-        QVERIFY(!st->runtimes().first().reachable);
     }
 
     void quietPollsChangeNothing()
