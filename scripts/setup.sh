@@ -22,6 +22,8 @@ packages=(
   dbus-daemon
   # the private engine the tests drive
   docker.io iptables busybox-static ca-certificates
+  # a real ssh server on loopback for the remote-engine tests
+  openssh-server
   # a local registry the pull-progress tests push to and pull from
   docker-registry
   # a real X server for the tray and window tests, and a screen reader's view of the window:

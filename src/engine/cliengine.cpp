@@ -198,6 +198,16 @@ bool CliEngine::answers(const Runtime &runtime) const
     return Docker::capture({QStringLiteral("version"), QStringLiteral("--format"), QStringLiteral("{{.Server.Version}}")}, runtime, {}, wait).status == 0;
 }
 
+void CliEngine::keep(const std::optional<RuntimeEntry> &shown)
+{
+    const bool remote = shown && !shown->runtime.isSocket() && Docker::sshTarget(shown->endpoint);
+    if (m_link && remote && m_link->context() == shown->runtime.name && m_link->endpoint() == shown->endpoint)
+        return;
+    m_link.reset();
+    if (remote)
+        m_link.reset(new SshLink(shown->runtime.name, shown->endpoint));
+}
+
 QList<Container> CliEngine::containers(const OptRuntime &runtime) const
 {
     return m_last->containers.parse(Docker::runBytes({"ps", "-a", "--format", "json"}, runtime), &Docker::parseContainers);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine.h"
+#include "sshlink.h"
 
 #include <QMutex>
 
@@ -19,6 +20,9 @@ public:
     RuntimeList runtimes() const override;
     bool reachable(const RuntimeEntry &entry) const override;
     bool answers(const Runtime &runtime) const override;
+    void keep(const std::optional<RuntimeEntry> &shown) override;
+    // The connection kept for the remote runtime shown; none for any other.
+    SshLink *link() const { return m_link.get(); }
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
@@ -47,4 +51,9 @@ private:
 
     struct Listings;
     std::unique_ptr<Listings> m_last;
+    // Ended on its own thread, whichever thread lets the engine go last.
+    struct Later {
+        void operator()(QObject *o) const { o->deleteLater(); }
+    };
+    std::unique_ptr<SshLink, Later> m_link;
 };

@@ -140,4 +140,8 @@ public:
     virtual std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const = 0;
 
     virtual ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const = 0;
+
+    // The runtime now shown, on the interface thread: a remote one gets a connection kept
+    // for it, and any kept for another is ended.
+    virtual void keep(const std::optional<RuntimeEntry> &shown) { (void)shown; }
 };

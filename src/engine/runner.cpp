@@ -1,4 +1,5 @@
 #include "dockercli.h"
+#include "sshlink.h"
 
 #include "childprocess.h"
 #include "docker.h"
@@ -76,6 +77,11 @@ std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &run
     env.insert(QStringLiteral("PATH"), launch().pathPrefix + env.value(QStringLiteral("PATH")));
     if (runtime && runtime->isSocket())
         env.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
+    // A remote context's connections ride on the one kept for it.
+    if (runtime && !runtime->isSocket()) {
+        if (const QString shim = SshLink::shimFor(runtime->name); !shim.isEmpty())
+            env.insert(QStringLiteral("PATH"), shim + u':' + env.value(QStringLiteral("PATH")));
+    }
     child->setProcessEnvironment(env);
     if (dir)
         child->setWorkingDirectory(*dir);
@@ -140,7 +146,7 @@ QByteArray finish(QProcess &child, Ended ended, const QStringList &args, const W
     QString message = decoder.decode(err);
     if (decoder.hasError())
         message = QStringLiteral("docker exited %1").arg(status);
-    throw DockerError(message.trimmed());
+    throw DockerError(withSshHint(message.trimmed()));
 }
 }
 

@@ -52,6 +52,17 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
     connect(&m_detourProbe, &QTimer::timeout, this, [this] { tryChosen(); });
+    // A remote runtime's connection is kept while it is shown, and only then.
+    const auto keep = [this] {
+        std::optional<RuntimeEntry> shown;
+        for (const RuntimeEntry &entry : runtimes()) {
+            if (entry.runtime == runtime())
+                shown = entry;
+        }
+        m_engine->keep(shown);
+    };
+    connect(&m_state, &EngineState::runtimeChanged, this, keep);
+    connect(&m_state, &EngineState::runtimesChanged, this, keep);
     connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
     connect(&m_state, &EngineState::runtimeChanged, this, [this] {
@@ -319,7 +330,10 @@ QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
     // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
     if (runtime() != snapshot)
         co_return;
-    m_scheduler.answered(!fetched.error);
+    // A refusal is no answer either: an engine or host that is gone shows as stale, with how
+    // long it has been, beside its error.
+    if (!fetched.error)
+        m_scheduler.answered(true);
     // Rows may have come or gone meanwhile; only the reachability read is new.
     m_state.setRuntimes(withReachability(runtimes(), fetched.runtimes));
     if (!fetched.error) {

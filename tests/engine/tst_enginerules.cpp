@@ -4,6 +4,7 @@
 #include "fakeengine.h"
 #include "dockercli.h"
 #include "docker.h"
+#include "sshlink.h"
 #include "testsupport.h"
 
 #include <QFile>
@@ -609,6 +610,27 @@ private slots:
         QTEST(seen.join("; "), "summary");
         QTEST(kept.join("; "), "kept");
         QCOMPARE(Docker::parseNetworkDetails(inspect).has_value(), !seen.isEmpty());
+    }
+
+    // Where a context's endpoint leads, and what a failed login tells the user to do.
+    void sshEndpoints_data()
+    {
+        QTest::addColumn<QString>("endpoint");
+        QTest::addColumn<QString>("target");
+        QTest::newRow("user, host and port") << "ssh://deploy@build.example:2222" << "deploy build.example 2222";
+        QTest::newRow("host alone") << "ssh://korvat-ssh" << " korvat-ssh 0";
+        QTest::newRow("not ssh") << "tcp://10.0.0.9:2375" << "";
+        QTest::newRow("no host") << "ssh://" << "";
+        QTest::newRow("unix socket") << "unix:///var/run/docker.sock" << "";
+    }
+    void sshEndpoints()
+    {
+        QFETCH(QString, endpoint);
+        const auto t = Docker::sshTarget(endpoint);
+        QTEST(t ? QStringList{t->user, t->host, QString::number(t->port)}.join(' ') : QString(), "target");
+        const QString refused = "error during connect: ssh: connect to host 127.0.0.1 port 22: Connection refused";
+        QCOMPARE(Docker::withSshHint(refused), refused);
+        QVERIFY(Docker::withSshHint("root@host: Permission denied (publickey).").endsWith("— add the key to your ssh agent (ssh-add)."));
     }
 
     void exitMeanings_data()

@@ -513,6 +513,12 @@ private slots:
         QCOMPARE(st->listedAt(), timing.clock());
         QCOMPARE(m_engine->calls(Call::Listing), listings + 2);   // the one that hung, and one after it
         QCOMPARE(seenByWaiter.size(), 3);
+
+        // Refused, it is as stale as hung: the error shows, and how long it has been.
+        m_engine->failWith(Call::Listing, "ssh: connect to host remote port 22: Connection refused");
+        QCoro::waitFor(st->refresh());
+        QTRY_VERIFY(st->stale());
+        QVERIFY(!st->errorText().isEmpty());
     }
 
     // The real client, hung: the window keeps running, and the listing ends at its deadline

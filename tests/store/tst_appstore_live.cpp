@@ -59,6 +59,10 @@ private slots:
 
     void eventsDriveTheLists()
     {
+        // A context nothing answers on, beside the engine: no restart may hand over to it.
+        const QString dead = uniqueName("kt-dead-");
+        m_made.contexts << dead;
+        QCOMPARE(docker({"context", "create", dead, "--docker", "host=tcp://127.0.0.1:9"}).status, 0);
         auto s = settings();
         AppStore st(s.get(), std::make_shared<CliEngine>(), eventsOnly());
         st.start();
@@ -104,12 +108,76 @@ private slots:
         const qint64 before_restart = st.events().childPid();
         QVERIFY(shell("bash \"$KORVAT_ENGINE_SCRIPT\" restart"));
         QTRY_VERIFY_WITH_TIMEOUT(find(st, running) && !find(st, running)->isRunning(), 30000);
+        QCOMPARE(st.runtime(), socket);
+        QVERIFY(st.noticeText().isEmpty());
         QVERIFY(st.events().childPid() != before_restart);
         const QString late = uniqueName("kt-late-");
         m_made.containers << late;
         QTRY_VERIFY_WITH_TIMEOUT(st.events().childPid() > 0 && st.events().nextRetry() == st.timing().events.firstRetry, 30000);
         QCOMPARE(docker(QStringList{"create", "--name", late, engineImage()} + sleeper()).status, 0);
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), 2000);
+    }
+
+    // A remote engine through a real sshd: every child rides on the one kept connection; the
+    // host going away shows as stale within 30 s with no children piling up, and its return
+    // brings the lists and the stream back without a click.
+    void aRemoteEngineOverOneConnection()
+    {
+        SshServer sshd;
+        QVERIFY2(sshd.start(), qPrintable(sshd.why()));
+        const QString context = uniqueName("kt-ssh-");
+        m_made.contexts << context;
+        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        auto s = settings();
+        auto engine = std::make_shared<CliEngine>();
+        AppStore st(s.get(), engine);
+        st.setWindowVisible(true);
+        st.start();
+        QTRY_VERIFY_WITH_TIMEOUT(!st.runtimes().isEmpty(), 20000);
+        const Runtime remote = Runtime::context(context);
+        st.select(remote);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link() && engine->link()->connected(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!st.images().isEmpty() && st.events().healthy(), 30000);
+
+        // An outside change arrives by events; an action, exec and logs go the same way.
+        const QString one = m_made.run("kt-sshc-", {}, {"sh", "-c", "echo ready; exec sleep 3600"});
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, one) && find(st, one)->isRunning(), 5000);
+        const Container c = *find(st, one);
+        const ExecResult ran = engine->exec(c.id, "echo over-ssh", remote, std::make_shared<std::atomic_bool>(false));
+        QCOMPARE(ran.output.trimmed(), "over-ssh");
+        auto logs = engine->logs(LogSource::container(c), remote);
+        QByteArray logged;
+        connect(logs.get(), &EngineStream::readyRead, this, [&] { logged += logs->readAll(); });
+        logs->start();
+        QTRY_VERIFY_WITH_TIMEOUT(logged.contains("ready"), 10000);
+        logs->stop();
+        st.stop(c);
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, one) && !find(st, one)->isRunning(), 20000);
+        QVERIFY2(sshd.connections() == 1, qPrintable(sshd.log()));
+
+        // The host goes: stale within 30 s; the children stay few.
+        sshd.stop();
+        QTRY_VERIFY_WITH_TIMEOUT(st.stale(), 30000);
+        const auto children = [] {
+            int n = 0;
+            for (const QString &pid : QDir("/proc").entryList(QDir::Dirs)) {
+                QFile stat("/proc/" + pid + "/stat");
+                if (stat.open(QIODevice::ReadOnly) && QString::fromLatin1(stat.readAll()).section(") ", 1).section(' ', 1, 1).toLongLong() == QCoreApplication::applicationPid())
+                    ++n;
+            }
+            return n;
+        };
+        for (int i = 0; i < 3; ++i) {
+            QVERIFY2(children() <= 8, qPrintable(QString::number(children())));
+            QTest::qWait(2000);
+        }
+
+        // And comes back: lists, stream and the kept connection return by themselves.
+        QVERIFY2(sshd.start(), qPrintable(sshd.why()));
+        QTRY_VERIFY_WITH_TIMEOUT(!st.stale() && !st.error() && st.events().healthy(), 60000);
+        const QString late = m_made.run("kt-sshl-");
+        QTRY_VERIFY_WITH_TIMEOUT(find(st, late), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link()->connected(), 40000);
     }
 
     // A project started with -p in a directory whose file names another project, beside that

@@ -4,6 +4,9 @@
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QTcpServer>
+#include <QThread>
+#include <csignal>
 
 namespace TestSupport {
 
@@ -116,6 +119,84 @@ QString Leftovers::run(const QString &prefix, const QStringList &options, const 
     if (r.status != 0)
         qWarning("docker run %s: %s", qPrintable(name), qPrintable(r.err));
     return name;
+}
+
+SshServer::SshServer()
+{
+    const QString d = m_dir.path();
+    QProcess::execute(QStringLiteral("ssh-keygen"), {"-q", "-t", "ed25519", "-N", "", "-f", d + "/host"});
+    QProcess::execute(QStringLiteral("ssh-keygen"), {"-q", "-t", "ed25519", "-N", "", "-f", d + "/id"});
+    QFile::copy(d + "/id.pub", d + "/authorized_keys");
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    m_port = probe.serverPort();
+    probe.close();
+    writeFile(d + "/sshd_config", QStringLiteral("Port %1\nListenAddress 127.0.0.1\nHostKey %2/host\nPidFile %2/sshd.pid\n"
+                                                 "AuthorizedKeysFile %2/authorized_keys\nPermitRootLogin prohibit-password\n"
+                                                 "PasswordAuthentication no\nKbdInteractiveAuthentication no\nUsePAM no\nStrictModes no\n"
+                                                 "LogLevel VERBOSE\nSetEnv DOCKER_HOST=unix://%3\n")
+                                      .arg(m_port).arg(d, engineSocket()).toUtf8());
+    QFile hostKey(d + "/host.pub");
+    hostKey.open(QIODevice::ReadOnly);
+    writeFile(d + "/known_hosts", QStringLiteral("[127.0.0.1]:%1 ").arg(m_port).toUtf8() + hostKey.readAll());
+    writeFile(d + "/ssh_config", QStringLiteral("Host korvat-ssh\n  HostName 127.0.0.1\n  Port %1\n  IdentityFile %2/id\n  IdentitiesOnly yes\n"
+                                                "  IdentityAgent none\n  UserKnownHostsFile %2/known_hosts\n  StrictHostKeyChecking yes\n")
+                                     .arg(m_port).arg(d).toUtf8());
+    qputenv("KORVAT_SSH_CONFIG", (d + "/ssh_config").toUtf8());
+}
+
+SshServer::~SshServer()
+{
+    stop();
+    qunsetenv("KORVAT_SSH_CONFIG");
+}
+
+bool SshServer::start()
+{
+    // Privilege separation wants its empty directory; a machine that never ran sshd has none.
+    QDir().mkpath(QStringLiteral("/run/sshd"));
+    QProcess sshd;
+    sshd.start(QStringLiteral("/usr/sbin/sshd"), {"-f", m_dir.filePath("sshd_config"), "-E", m_dir.filePath("sshd.log")});
+    if (!sshd.waitForFinished(10000) || sshd.exitCode() != 0) {
+        m_why = "sshd did not start: " + QString::fromLocal8Bit(sshd.readAllStandardError()) + log();
+        return false;
+    }
+    QFile pid(m_dir.filePath("sshd.pid"));
+    for (int i = 0; i < 50 && !pid.exists(); ++i)
+        QThread::msleep(100);
+    if (!pid.open(QIODevice::ReadOnly)) {
+        m_why = "sshd wrote no pid file: " + log();
+        return false;
+    }
+    m_pid = pid.readAll().trimmed().toLongLong();
+    return true;
+}
+
+void SshServer::stop()
+{
+    if (m_pid <= 0)
+        return;
+    ::kill(pid_t(m_pid), SIGTERM);
+    for (int i = 0; i < 50 && ::kill(pid_t(m_pid), 0) == 0; ++i)
+        QThread::msleep(100);
+    // Sessions of its children, still serving, go too: the host is gone.
+    QProcess::execute(QStringLiteral("pkill"), {"-f", "sshd: root@notty"});
+    m_pid = 0;
+}
+
+bool SshServer::running() const { return m_pid > 0 && ::kill(pid_t(m_pid), 0) == 0; }
+
+QString SshServer::endpoint() const { return QStringLiteral("ssh://root@korvat-ssh"); }
+
+QString SshServer::log() const
+{
+    QFile file(m_dir.filePath("sshd.log"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+int SshServer::connections() const
+{
+    return int(log().count(QLatin1String("Connection from")));
 }
 
 } // namespace TestSupport

@@ -57,6 +57,31 @@ struct Leftovers {
     QString run(const QString &prefix, const QStringList &options = {}, const QStringList &command = sleeper());
 };
 
+// A real OpenSSH server on a free loopback port in front of the private engine: a session's
+// docker reaches the engine through DOCKER_HOST set by the server, so nothing of the
+// account's own ssh set-up is read or changed. The client's side is a configuration file of
+// its own, named in KORVAT_SSH_CONFIG while this lives, under the host name "korvat-ssh".
+class SshServer {
+public:
+    SshServer();
+    ~SshServer();
+    bool start();
+    void stop();
+    bool running() const;
+    // "ssh://root@korvat-ssh"
+    QString endpoint() const;
+    // Connections the server accepted so far.
+    int connections() const;
+    QString log() const;
+    QString why() const { return m_why; }
+
+private:
+    QTemporaryDir m_dir;
+    int m_port = 0;
+    qint64 m_pid = 0;
+    QString m_why;
+};
+
 } // namespace TestSupport
 
 #define REQUIRE_ENGINE()                                  \
