@@ -627,7 +627,8 @@ private slots:
     {
         QFETCH(QString, endpoint);
         const auto t = Docker::sshTarget(endpoint);
-        QTEST(t ? QStringList{t->user, t->host, QString::number(t->port)}.join(' ') : QString(), "target");
+        const QString seen = t ? QStringList({t->user, t->host, QString::number(t->port)}).join(' ') : QString();
+        QTEST(seen, "target");
         const QString refused = "error during connect: ssh: connect to host 127.0.0.1 port 22: Connection refused";
         QCOMPARE(Docker::withSshHint(refused), refused);
         QVERIFY(Docker::withSshHint("root@host: Permission denied (publickey).").endsWith("— add the key to your ssh agent (ssh-add)."));
