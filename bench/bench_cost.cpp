@@ -5,6 +5,10 @@
 //   bench_cost SECONDS         window shown, then hidden; then 20 stops of one running container
 //   bench_cost SECONDS usage   a window tall enough to show every running container's use,
 //                              then hidden, beside a bare `docker stats` of the same containers
+//   bench_cost SECONDS ssh     the window on the ssh context KORVAT_BENCH_SSH_CONTEXT, counting
+//                              the sshd side too (KORVAT_BENCH_SSHD_PID and its sessions), then
+//                              a listing through Korvat beside the bare client's over the same
+//                              kept connection, then stops as above
 // Run through bench/run.sh, which starts a private engine, fills it, and exports
 // KORVAT_BENCH_ENGINE_PID (dockerd's, checked), KORVAT_ENGINE_EXEC (its exec root, where its
 // own containerd listens unless it names the system's)
@@ -14,6 +18,9 @@
 #include "containermodel.h"
 #include "desktop.h"
 #include "shell.h"
+#include "sshlink.h"
+
+#include <QCoroTask>
 
 #include <QApplication>
 #include <QDir>
@@ -177,8 +184,20 @@ QString percent(qint64 ticks, double seconds)
     return QString::number(100.0 * double(ticks) / double(sysconf(_SC_CLK_TCK)) / seconds, 'f', 2) + QStringLiteral(" %");
 }
 
+// The ssh server in front of the engine, with every session it runs, where one is measured.
+qint64 sshdTicks()
+{
+    const qint64 sshd = qEnvironmentVariableIntValue("KORVAT_BENCH_SSHD_PID");
+    if (sshd <= 0)
+        return 0;
+    qint64 sum = ticks(sshd, true);
+    for (const qint64 child : descendants(sshd))
+        sum += ticks(child, true);
+    return sum;
+}
+
 // What Korvat and the engine spent over the span, in ticks; the whole of it, engine alone
-// subtracted, is the added cost.
+// subtracted, is the added cost. The ssh server's share counts as Korvat's.
 struct Spent {
     qint64 korvat;
     qint64 engine;
@@ -187,11 +206,11 @@ struct Spent {
 
 Spent spend(int seconds)
 {
-    const qint64 korvat = korvatTicks(), engine = engineTicks();
+    const qint64 korvat = korvatTicks() + sshdTicks(), engine = engineTicks();
     QElapsedTimer t;
     t.start();
     wait(seconds * 1000);
-    return {korvatTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
+    return {korvatTicks() + sshdTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
 }
 
 void measure(const char *label, int seconds, qint64 engineAloneTicks, const char *budget = nullptr)
@@ -290,6 +309,35 @@ void latency(Desktop::Session &session, const QString &name)
 
 }
 
+// The median of eleven container listings: through the store (its child, its parsing, the
+// rows applied), and the bare client's over the same kept connection.
+void listingOverSsh(AppStore &store, const QString &context)
+{
+    const auto median = [](auto run) {
+        QList<double> v;
+        for (int i = 0; i < 11; ++i) {
+            QElapsedTimer t;
+            t.start();
+            run();
+            v << double(t.nsecsElapsed()) / 1e6;
+        }
+        std::sort(v.begin(), v.end());
+        return v[v.size() / 2];
+    };
+    const double korvat = median([&] { QCoro::waitFor(store.refresh(Listing::Containers)); });
+    QProcess bare;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("PATH"), SshLink::shimFor(context) + u':' + env.value(QStringLiteral("PATH")));
+    bare.setProcessEnvironment(env);
+    const double client = median([&] {
+        bare.start(QStringLiteral("docker"), {QStringLiteral("--context"), context, QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("--format"), QStringLiteral("json")});
+        bare.waitForFinished(60000);
+    });
+    out << "listing over ssh: through Korvat median " << QString::number(korvat, 'f', 1) << " ms, bare client over the kept connection "
+        << QString::number(client, 'f', 1) << " ms, ratio " << QString::number(korvat / client, 'f', 2) << " (budget 1.2)\n";
+    out.flush();
+}
+
 int main(int argc, char **argv)
 {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -297,6 +345,8 @@ int main(int argc, char **argv)
     Desktop::prepareApplication();
     const int seconds = app.arguments().value(1, QStringLiteral("30")).toInt();
     const bool usage = app.arguments().value(2) == QLatin1String("usage");
+    const bool ssh = app.arguments().value(2) == QLatin1String("ssh");
+    const QString sshContext = qEnvironmentVariable("KORVAT_BENCH_SSH_CONTEXT");
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("bench.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
@@ -310,6 +360,8 @@ int main(int argc, char **argv)
     {
         Desktop::Session session(&settings, false);
         session.store().start();
+        if (ssh)
+            session.store().select(Runtime::context(sshContext));
         if (usage)
             session.window()->resize(1080, 1900);   // every row on screen
         session.window()->show();
@@ -317,6 +369,8 @@ int main(int argc, char **argv)
         if (usage) {
             out << "usage read for " << session.store().usage().wanted().size() << " containers\n";
             measure("window shown with usage", seconds, alone, "2");
+        } else if (ssh) {
+            measure("window shown, over ssh, sshd counted", seconds, alone, "0.6");
         } else {
             measure("window shown", seconds, alone);
         }
@@ -327,6 +381,8 @@ int main(int argc, char **argv)
             bareStats(seconds, alone);
             return 0;
         }
+        if (ssh)
+            listingOverSsh(session.store(), sshContext);
         const QString running = qEnvironmentVariable("KORVAT_BENCH_CONTAINER");
         if (!running.isEmpty()) {
             session.window()->show();

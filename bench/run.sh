@@ -86,6 +86,26 @@ for i in $(seq 1 9); do
 done
 KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=9 "$cost" "$idle"
 
+echo "== cost at rest over ssh, 9 running containers (over ${idle} s each)"
+# A real sshd on loopback in front of the engine; the client's side is a configuration of its own.
+ssh_dir=$(mktemp -d)
+ssh-keygen -q -t ed25519 -N '' -f "$ssh_dir/host" && ssh-keygen -q -t ed25519 -N '' -f "$ssh_dir/id"
+cp "$ssh_dir/id.pub" "$ssh_dir/authorized_keys"
+ssh_port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+printf 'Port %s\nListenAddress 127.0.0.1\nHostKey %s/host\nPidFile %s/sshd.pid\nAuthorizedKeysFile %s/authorized_keys\nPermitRootLogin prohibit-password\nPasswordAuthentication no\nUsePAM no\nStrictModes no\nLogLevel VERBOSE\nSetEnv DOCKER_HOST=unix://%s\n' \
+  "$ssh_port" "$ssh_dir" "$ssh_dir" "$ssh_dir" "$KORVAT_TEST_SOCKET" >"$ssh_dir/sshd_config"
+printf 'Host korvat-ssh\n  HostName 127.0.0.1\n  Port %s\n  IdentityFile %s/id\n  IdentitiesOnly yes\n  IdentityAgent none\n  UserKnownHostsFile /dev/null\n  StrictHostKeyChecking no\n  LogLevel ERROR\n' \
+  "$ssh_port" "$ssh_dir" >"$ssh_dir/ssh_config"
+mkdir -p /run/sshd
+/usr/sbin/sshd -f "$ssh_dir/sshd_config" -E "$ssh_dir/sshd.log"
+until [[ -s $ssh_dir/sshd.pid ]]; do sleep 0.1; done
+docker context rm -f korvat-bench-ssh >/dev/null 2>&1 || true
+docker context create korvat-bench-ssh --docker host=ssh://root@korvat-ssh >/dev/null
+KORVAT_SSH_CONFIG=$ssh_dir/ssh_config KORVAT_BENCH_SSH_CONTEXT=korvat-bench-ssh KORVAT_BENCH_SSHD_PID=$(cat "$ssh_dir/sshd.pid") \
+  KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=9 "$cost" "$idle" ssh
+echo "ssh connections opened in all: $(grep -c 'Connection from' "$ssh_dir/sshd.log")"
+kill "$(cat "$ssh_dir/sshd.pid")"; docker context rm -f korvat-bench-ssh >/dev/null; rm -rf "$ssh_dir"
+
 echo "== cost at rest, 1,000 containers and 300 volumes (over ${idle} s each)"
 for i in $(seq 10 1000); do echo "$i rest$((i % 40))"; done | xargs -P 16 -n 2 sh -c \
   'docker create --name "rest-$0" -l com.docker.compose.project="$1" -l com.docker.compose.service=web "$KORVAT_TEST_IMAGE" true >/dev/null'
