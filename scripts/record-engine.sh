@@ -75,4 +75,29 @@ docker rmi korvat/layers:1 >/dev/null
 
 (cd "$project" && docker compose down -v -t 0 >/dev/null 2>&1)
 docker rm -f loose-one made-only exited-bad >/dev/null
+
+# Where the disk goes, for the reclaim plan: a stopped compose project, a running container
+# with an anonymous volume, a stopped one with files in its writable layer, an image only a
+# stopped container uses, a tagged image nothing uses, a dangling one, a named and an
+# anonymous volume that nothing mounts.
+mkdir -p "$out/disk"
+disk=$(mktemp -d)
+printf 'name: dk\nservices:\n  app:\n    image: %s\n    command: ["sleep", "3600"]\n' "$image" >"$disk/compose.yaml"
+(cd "$disk" && docker compose up -d >/dev/null 2>&1 && docker compose stop -t 0 >/dev/null 2>&1)
+docker run -d --name d-run -v /anon-used "$image" sleep 3600 >/dev/null
+docker run --name d-stopped "$image" sh -c 'dd if=/dev/zero of=/big bs=1M count=2 2>/dev/null' >/dev/null
+docker tag "$image" disk/keep:1 && docker create --name d-keeper disk/keep:1 true >/dev/null
+for n in 1 2; do
+  docker run --name "d-c$n" "$image" sh -c "echo $n > /f$n" >/dev/null
+  docker commit "d-c$n" disk/dangle:1 >/dev/null && docker rm "d-c$n" >/dev/null
+done
+docker run --name d-c3 "$image" sh -c 'echo 3 > /f3' >/dev/null && docker commit d-c3 disk/unused:1 >/dev/null && docker rm d-c3 >/dev/null
+docker volume create disk-named >/dev/null && docker volume create >/dev/null
+docker system df -v --format json >"$out/disk/df.json"
+docker ps -a --format json >"$out/disk/ps.jsonl"
+docker images -a --format json >"$out/disk/images.jsonl"
+docker volume ls --format json >"$out/disk/volumes.jsonl"
+(cd "$disk" && docker compose down -t 0 >/dev/null 2>&1)
+docker rm -f -v d-run d-stopped d-keeper >/dev/null
+rm -rf "$disk"
 echo "recorded into $out"

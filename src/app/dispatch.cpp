@@ -58,6 +58,14 @@ Invocation modeOf(QStringList args, bool json)
         return {Mode::Plan, args.at(i + 1), at(i + 2), false, 1, json};
     if (const qsizetype i = args.indexOf(QLatin1String("--dump")); i >= 0)
         return {Mode::Dump, {}, at(i + 1), false, 1, json};
+    if (const qsizetype i = args.indexOf(QLatin1String("--reclaim")); i >= 0) {
+        Invocation reclaim{Mode::Reclaim, {}, std::nullopt, false, 1, json, args.contains(QLatin1String("--all"))};
+        for (qsizetype j = i + 1; j < args.size() && !reclaim.context; ++j) {
+            if (!args.at(j).startsWith(u'-'))
+                reclaim.context = args.at(j);
+        }
+        return reclaim;
+    }
     if (const qsizetype i = args.indexOf(QLatin1String("--shot")); i >= 0) {
         Invocation shot{Mode::Shot, at(i + 1).value_or(QStringLiteral("shots"))};
         // Scales a window can be shown at; anything else keeps the pictures at 1.
@@ -86,7 +94,9 @@ Invocation dispatch(QStringList args)
     Invocation invocation = modeOf(args, json);
     if (invocation.mode == Mode::Misused)
         return invocation;
-    static const QStringList known{"--selftest", "--tools", "--scripts", "--plan", "--dump", "--shot", "--scale"};
+    QStringList known{"--selftest", "--tools", "--scripts", "--plan", "--dump", "--reclaim", "--shot", "--scale"};
+    if (invocation.mode == Mode::Reclaim)
+        known << QStringLiteral("--all");
     if (const auto unknown = unknownOption(args, invocation, known))
         return {Mode::Misused, QStringLiteral("korvat: unknown option '%1'").arg(*unknown)};
     return invocation;
@@ -101,6 +111,7 @@ QString usage()
         "\n"
         "  --dump [--json] [context]            runtimes, projects with their compose check, containers, totals\n"
         "  --plan <project> [--json] [context]  what deleting the project would remove and keep; changes nothing\n"
+        "  --reclaim [--all] [--json] [context] what reclaiming disk space would remove, item by item; changes nothing\n"
         "  --tools [--scripts]                  installed and latest versions of the runtime toolchain\n"
         "  --selftest                           Korvat's own checks over built-in sample data, and the environment\n"
         "  --shot [dir] [--scale N]             screenshots of the main views with sample data\n"

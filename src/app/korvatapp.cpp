@@ -4,6 +4,7 @@
 #include "desktop.h"
 #include "dumpreport.h"
 #include "planreport.h"
+#include "reclaimreport.h"
 #include "selftest.h"
 #include "shots.h"
 #include "toolsreport.h"
@@ -86,6 +87,14 @@ int KorvatApp::runHeadless(const Invocation &invocation)
             out << QJsonDocument(dumpJson(dump)).toJson();
         else
             writeDump(dump, out);
+        break;
+    }
+    case Mode::Reclaim: {
+        const ReclaimReport reclaim = gatherReclaim(engine, invocation.context, invocation.all);
+        if (invocation.json)
+            out << QJsonDocument(reclaimJson(reclaim)).toJson();
+        else
+            writeReclaim(reclaim, out);
         break;
     }
     case Mode::Tools:

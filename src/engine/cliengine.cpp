@@ -236,6 +236,11 @@ QList<DockerNetwork> CliEngine::networks(const OptRuntime &runtime) const
     return m_last->networks.parse(inspected.out.toUtf8(), [](const QString &text) { return Docker::parseNetworks(text.toUtf8()); });
 }
 
+DiskUsage CliEngine::diskUsage(const OptRuntime &runtime) const
+{
+    return Docker::parseDiskUsage(Docker::runBytes({"system", "df", "-v", "--format", "json"}, runtime));
+}
+
 MountMap CliEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
 {
     if (containerNames.isEmpty())

@@ -27,6 +27,7 @@ public:
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
     QList<DockerNetwork> networks(const OptRuntime &runtime) const override;
+    DiskUsage diskUsage(const OptRuntime &runtime) const override;
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;

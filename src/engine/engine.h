@@ -8,6 +8,7 @@
 #include "dockerimage.h"
 #include "dockervolume.h"
 #include "dockernetwork.h"
+#include "diskusage.h"
 #include "engineaction.h"
 #include "enginestream.h"
 #include "logsource.h"
@@ -101,6 +102,8 @@ public:
     virtual QList<DockerImage> images(const OptRuntime &runtime) const = 0;
     virtual QList<DockerVolume> volumes(const OptRuntime &runtime) const = 0;
     virtual QList<DockerNetwork> networks(const OptRuntime &runtime) const = 0;
+    // Where the disk goes (`docker system df -v`). A query: it fails at the deadline.
+    virtual DiskUsage diskUsage(const OptRuntime &runtime) const = 0;
 
     // Never fail: a container or volume the engine no longer has is simply missing.
     virtual MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const = 0;

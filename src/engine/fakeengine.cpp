@@ -305,6 +305,34 @@ bool FakeEngine::answers(const Runtime &runtime) const
     }
 }
 
+void FakeEngine::setDiskUsage(const std::optional<DiskUsage> &usage)
+{
+    QMutexLocker lock(&m_mutex);
+    m_diskUsage = usage;
+}
+
+DiskUsage FakeEngine::diskUsage(const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    if (m_diskUsage)
+        return *m_diskUsage;
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    DiskUsage d;
+    for (const DockerImage &i : h.images) {
+        const QString name = i.repository + u':' + i.tag;
+        const int users = int(std::count_if(h.containers.cbegin(), h.containers.cend(), [&](const Container &c) { return c.image == name; }));
+        d.images.append({i.id, i.repository, i.tag, -1, -1, -1, users});
+    }
+    for (const Container &c : h.containers)
+        d.containers.append({c.id, c.name, c.image, c.state, -1, c.labels});
+    for (const DockerVolume &v : h.volumes) {
+        const int links = int(std::count_if(h.mounts.cbegin(), h.mounts.cend(), [&](const QStringList &m) { return m.contains(v.name); }));
+        d.volumes.append({v.name, h.sizes.value(v.name, -1), links, h.labels.value(v.name)});
+    }
+    return d;
+}
+
 QList<DockerNetwork> FakeEngine::networks(const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);

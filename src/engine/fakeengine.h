@@ -106,6 +106,9 @@ public:
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
     QList<DockerNetwork> networks(const OptRuntime &runtime) const override;
+    // What setDiskUsage gave, else a report made from the holdings with no sizes.
+    DiskUsage diskUsage(const OptRuntime &runtime) const override;
+    void setDiskUsage(const std::optional<DiskUsage> &usage);
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
     std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
@@ -156,6 +159,7 @@ private:
     QMap<EngineAction::Kind, QStringList> m_progress;
     QList<ContainerDetails> m_details;
     QList<ImageDetails> m_imageDetails;
+    std::optional<DiskUsage> m_diskUsage;
     mutable QList<QPointer<FakeStream>> m_eventStreams;
     mutable QList<QPointer<FakeStream>> m_logStreams;
     mutable QList<std::tuple<QPointer<FakeStream>, QStringList, UsageRead>> m_usageStreams;

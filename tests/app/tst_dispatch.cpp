@@ -25,6 +25,10 @@ private slots:
         QTest::newRow("plan without a project") << QStringList{"korvat", "--plan"} << Invocation{Mode::Misused, "korvat: --plan needs the name of a project"};
         QTest::newRow("first plan counts") << QStringList{"korvat", "--plan", "a", "--plan", "b"} << Invocation{Mode::Plan, "a", ctx("--plan")};
         QTest::newRow("json is never the context") << QStringList{"korvat", "--dump", "--json", "ctx"} << Invocation{Mode::Dump, {}, ctx("ctx"), false, 1, true};
+        QTest::newRow("reclaim, every category, a context after its flags")
+            << QStringList{"korvat", "--reclaim", "--all", "--json", "ctx"} << Invocation{Mode::Reclaim, {}, ctx("ctx"), false, 1, true, true};
+        QTest::newRow("reclaim alone") << QStringList{"korvat", "--reclaim"} << Invocation{Mode::Reclaim};
+        QTest::newRow("all without reclaim") << QStringList{"korvat", "--all"} << Invocation{Mode::Misused, "korvat: unknown option '--all'"};
         QTest::newRow("json before plan") << QStringList{"korvat", "--json", "--plan", "shop"} << Invocation{Mode::Plan, "shop", std::nullopt, false, 1, true};
         QTest::newRow("dump alone") << QStringList{"korvat", "--dump"} << Invocation{Mode::Dump};
         QTest::newRow("dump takes --shot as context") << QStringList{"korvat", "--dump", "--shot"} << Invocation{Mode::Dump, {}, ctx("--shot")};

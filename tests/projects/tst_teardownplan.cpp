@@ -1,5 +1,6 @@
 #include "cliengine.h"
 #include "teardownplan.h"
+#include "reclaimplan.h"
 #include "testsupport.h"
 #include "volumesize.h"
 
@@ -23,6 +24,42 @@ QStringList names(const QList<VolumeUse> &uses)
 class TeardownPlanTest : public QObject {
     Q_OBJECT
 private slots:
+    // The recorded engine: a stopped compose project, a running container with an anonymous
+    // volume, a stopped one with 2 MB written, an image only a created container uses, a
+    // tagged image nothing uses, a dangling one, a named and an anonymous volume unmounted.
+    void reclaimPlan_data()
+    {
+        QTest::addColumn<QByteArray>("df");
+        QTest::addColumn<QStringList>("expected");
+        const QByteArray recorded = fixture("disk/df.json").toUtf8();
+        QTest::newRow("recorded") << recorded
+                                  << QStringList{"danglingImages: 93a034b43d4e", "unusedImages: disk/unused:1, disk/dangle:1",
+                                                 "stoppedContainers: d-stopped d-keeper", "anonymousVolumes: 75760b5937da"};
+        QTest::newRow("an image named by a container is used, whatever the count says")
+            << QByteArray(R"({"Images":[{"ID":"sha256:aaaaaaaaaaaa1","Repository":"web","Tag":"latest","Containers":"0"}],
+                             "Containers":[{"ID":"c1","Names":"x","Image":"web","State":"running"}]})")
+            << QStringList{};
+        QTest::newRow("cache in use stays; a dead container goes; a short hex name is a name")
+            << QByteArray(R"({"BuildCache":[{"ID":"k1","InUse":"true","Size":"1MB"},{"ID":"k2","InUse":"false","Size":"2MB","Description":"mount /root/.cache"}],
+                             "Containers":[{"ID":"c2","Names":"gone","State":"dead","Size":"5MB"}],
+                             "Volumes":[{"Name":"deadbeef","Links":"0"}]})")
+            << QStringList{"buildCache: mount /root/.cache", "stoppedContainers: gone"};
+        QTest::newRow("not json") << QByteArray("Error response from daemon") << QStringList{};
+    }
+    void reclaimPlan()
+    {
+        QFETCH(QByteArray, df);
+        QStringList seen;
+        for (const ReclaimPlan::Category &c : Reclaim::plan(Docker::parseDiskUsage(df)).categories) {
+            QStringList names;
+            for (const auto &i : c.items)
+                names << i.name;
+            if (!names.isEmpty())
+                seen << ReclaimPlan::key(c.kind) + ": " + names.join(c.kind == ReclaimPlan::Kind::UnusedImages ? ", " : " ");
+        }
+        QTEST(seen, "expected");
+    }
+
     void parseMounts_data()
     {
         QTest::addColumn<QString>("text");

@@ -1,0 +1,79 @@
+#include "diskusage.h"
+
+#include "docker.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+QString text(const QJsonObject &o, const char *key)
+{
+    const QJsonValue v = o.value(QLatin1String(key));
+    return v.isString() ? v.toString() : QString();
+}
+
+// "2.1MB", "0B", or "0B (virtual 1.98MB)" from older clients: the first size.
+qint64 bytes(const QJsonObject &o, const char *key)
+{
+    const QString t = text(o, key);
+    return Docker::parseByteSize(QStringView(t).left(t.indexOf(u' '))).value_or(-1);
+}
+
+int count(const QJsonObject &o, const char *key)
+{
+    bool ok = false;
+    const int n = text(o, key).toInt(&ok);
+    return ok && n > 0 ? n : 0;
+}
+
+QList<QJsonObject> rows(const QJsonObject &doc, const char *key)
+{
+    QList<QJsonObject> list;
+    for (const QJsonValue &v : doc.value(QLatin1String(key)).toArray()) {
+        if (v.isObject())
+            list.append(v.toObject());
+    }
+    return list;
+}
+}
+
+bool DiskUsage::Volume::isAnonymous() const
+{
+    return name.size() == 64 && std::all_of(name.cbegin(), name.cend(), [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
+    });
+}
+
+namespace Docker {
+
+DiskUsage parseDiskUsage(const QByteArray &json)
+{
+    DiskUsage d;
+    const QJsonObject doc = QJsonDocument::fromJson(json).object();
+    for (const QJsonObject &o : rows(doc, "Images")) {
+        DiskUsage::Image i{text(o, "ID"), text(o, "Repository"), text(o, "Tag"), bytes(o, "Size"), bytes(o, "SharedSize"), bytes(o, "UniqueSize"),
+                           count(o, "Containers")};
+        if (!i.id.isEmpty())
+            d.images.append(i);
+    }
+    for (const QJsonObject &o : rows(doc, "Containers")) {
+        DiskUsage::Container c{text(o, "ID"), text(o, "Names"), text(o, "Image"), text(o, "State"), bytes(o, "Size"), parseLabels(text(o, "Labels"))};
+        if (!c.id.isEmpty())
+            d.containers.append(c);
+    }
+    for (const QJsonObject &o : rows(doc, "Volumes")) {
+        DiskUsage::Volume v{text(o, "Name"), bytes(o, "Size"), count(o, "Links"), parseLabels(text(o, "Labels"))};
+        if (!v.name.isEmpty())
+            d.volumes.append(v);
+    }
+    for (const QJsonObject &o : rows(doc, "BuildCache")) {
+        DiskUsage::Cache c{text(o, "ID"), text(o, "CacheType"), text(o, "Description"), bytes(o, "Size"),
+                           text(o, "InUse") == QLatin1String("true"), text(o, "Shared") == QLatin1String("true")};
+        if (!c.id.isEmpty())
+            d.buildCache.append(c);
+    }
+    return d;
+}
+
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+// Where an engine's disk goes, as `docker system df -v` reports it. Sizes in bytes; -1 where
+// the engine gave none that reads.
+struct DiskUsage {
+    struct Image {
+        QString id;   // "sha256:…"
+        QString repository;
+        QString tag;
+        qint64 bytes = -1;
+        qint64 sharedBytes = -1;
+        qint64 uniqueBytes = -1;
+        // Containers made from it, running or not.
+        int containers = 0;
+        bool isDangling() const { return repository == QLatin1String("<none>") && tag == QLatin1String("<none>"); }
+        friend bool operator==(const Image &, const Image &) = default;
+    };
+    struct Container {
+        QString id;
+        QString name;
+        QString image;
+        QString state;
+        // Its writable layer: the files it wrote, which go with it.
+        qint64 bytes = -1;
+        QMap<QString, QString> labels;
+        friend bool operator==(const Container &, const Container &) = default;
+    };
+    struct Volume {
+        QString name;
+        qint64 bytes = -1;
+        // Containers that mount it, running or not.
+        int links = 0;
+        QMap<QString, QString> labels;
+        // A name the engine made up: 64 hexadecimal digits.
+        bool isAnonymous() const;
+        friend bool operator==(const Volume &, const Volume &) = default;
+    };
+    struct Cache {
+        QString id;
+        QString kind;
+        QString description;
+        qint64 bytes = -1;
+        bool inUse = false;
+        bool shared = false;
+        friend bool operator==(const Cache &, const Cache &) = default;
+    };
+    QList<Image> images;
+    QList<Container> containers;
+    QList<Volume> volumes;
+    QList<Cache> buildCache;
+    friend bool operator==(const DiskUsage &, const DiskUsage &) = default;
+};
+
+namespace Docker {
+// `docker system df -v --format json`: one object with the four lists. Rows without an id or
+// name are left out; an unreadable document is an empty report.
+DiskUsage parseDiskUsage(const QByteArray &json);
+}

@@ -1,0 +1,116 @@
+#include "reclaimplan.h"
+
+#include "container.h"
+
+#include <QSet>
+
+qint64 ReclaimPlan::Category::bytes() const
+{
+    qint64 sum = 0;
+    for (const Item &i : items)
+        sum += std::max<qint64>(i.bytes, 0);
+    return sum;
+}
+
+QString ReclaimPlan::title(Kind kind)
+{
+    switch (kind) {
+    case Kind::DanglingImages: return QStringLiteral("Dangling images");
+    case Kind::BuildCache: return QStringLiteral("Build cache");
+    case Kind::UnusedImages: return QStringLiteral("Images no container uses");
+    case Kind::StoppedContainers: return QStringLiteral("Stopped containers outside compose projects");
+    case Kind::AnonymousVolumes: return QStringLiteral("Anonymous volumes nothing mounts");
+    }
+    return {};
+}
+
+QString ReclaimPlan::warning(Kind kind)
+{
+    switch (kind) {
+    case Kind::UnusedImages: return QStringLiteral("Pulling or building them again brings them back.");
+    case Kind::StoppedContainers: return QStringLiteral("Each goes with the files it wrote inside itself.");
+    case Kind::AnonymousVolumes: return QStringLiteral("Their files are deleted and cannot be brought back.");
+    case Kind::DanglingImages:
+    case Kind::BuildCache: return {};
+    }
+    return {};
+}
+
+QString ReclaimPlan::key(Kind kind)
+{
+    switch (kind) {
+    case Kind::DanglingImages: return QStringLiteral("danglingImages");
+    case Kind::BuildCache: return QStringLiteral("buildCache");
+    case Kind::UnusedImages: return QStringLiteral("unusedImages");
+    case Kind::StoppedContainers: return QStringLiteral("stoppedContainers");
+    case Kind::AnonymousVolumes: return QStringLiteral("anonymousVolumes");
+    }
+    return {};
+}
+
+QStringList ReclaimPlan::never()
+{
+    return {QStringLiteral("Named volumes: they go only with their project's deletion or their own Remove."),
+            QStringLiteral("Images any container uses, running or stopped."),
+            QStringLiteral("Containers of compose projects."),
+            QStringLiteral("Anything another runtime holds.")};
+}
+
+namespace Reclaim {
+
+ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags)
+{
+    using Kind = ReclaimPlan::Kind;
+    ReclaimPlan::Category dangling{Kind::DanglingImages, true, {}}, cache{Kind::BuildCache, true, {}}, unused{Kind::UnusedImages, false, {}},
+        stopped{Kind::StoppedContainers, false, {}}, anonymous{Kind::AnonymousVolumes, false, {}};
+
+    // An image counts as used when the report says so or when a listed container names it:
+    // the count and the list are two readings, and either one is enough to keep it.
+    QSet<QString> named;
+    for (const DiskUsage::Container &c : usage.containers)
+        named << c.image;
+    for (const DiskUsage::Image &i : usage.images) {
+        const QString shortId = i.id.mid(i.id.indexOf(u':') + 1).left(12);
+        QStringList names = tags.values(shortId);
+        if (names.isEmpty() && !i.isDangling())
+            names << i.repository + u':' + i.tag;
+        names.sort();
+        const bool used = i.containers > 0 || named.contains(i.id) || named.contains(shortId)
+                       || std::any_of(names.cbegin(), names.cend(), [&](const QString &n) {
+                              return named.contains(n) || (n.endsWith(QLatin1String(":latest")) && named.contains(n.chopped(7)));
+                          });
+        if (used)
+            continue;
+        ReclaimPlan::Item item{i.id, names.isEmpty() ? shortId : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes};
+        (i.isDangling() ? dangling : unused).items.append(item);
+    }
+    for (const DiskUsage::Cache &c : usage.buildCache) {
+        if (!c.inUse)
+            cache.items.append({c.id, c.description.isEmpty() ? c.kind : c.description, c.bytes});
+    }
+    for (const DiskUsage::Container &c : usage.containers) {
+        const bool stoppedState = c.state == QLatin1String("exited") || c.state == QLatin1String("created") || c.state == QLatin1String("dead");
+        if (stoppedState && !c.labels.contains(QLatin1String(Labels::project)))
+            stopped.items.append({c.id, c.name, c.bytes});
+    }
+    for (const DiskUsage::Volume &v : usage.volumes) {
+        if (v.isAnonymous() && v.links == 0)
+            anonymous.items.append({v.name, v.name.left(12), v.bytes});
+    }
+    ReclaimPlan plan;
+    for (ReclaimPlan::Category *c : {&dangling, &cache, &unused, &stopped, &anonymous}) {
+        // A report that names one object twice lists it once.
+        QSet<QString> seen;
+        c->items.removeIf([&](const ReclaimPlan::Item &i) {
+            if (seen.contains(i.id))
+                return true;
+            seen.insert(i.id);
+            return false;
+        });
+        std::stable_sort(c->items.begin(), c->items.end(), [](const ReclaimPlan::Item &a, const ReclaimPlan::Item &b) { return a.bytes > b.bytes; });
+        plan.categories.append(*c);
+    }
+    return plan;
+}
+
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "diskusage.h"
+
+#include <QList>
+#include <QMultiMap>
+#include <QString>
+#include <QStringList>
+
+// What a reclaim would remove from an engine, item by item, and what it never touches. Like
+// a project's deletion plan it is a snapshot: what is removed is exactly what it lists, by id.
+struct ReclaimPlan {
+    enum class Kind { DanglingImages, BuildCache, UnusedImages, StoppedContainers, AnonymousVolumes };
+    struct Item {
+        // What the removal names: an image's or container's id, a volume's name, a cache
+        // record's id.
+        QString id;
+        // What a person reads: the tags, the container's name, the volume's name.
+        QString name;
+        qint64 bytes = -1;
+        friend bool operator==(const Item &, const Item &) = default;
+    };
+    struct Category {
+        Kind kind;
+        // Chosen unless the user says otherwise.
+        bool byDefault = false;
+        QList<Item> items;
+        qint64 bytes() const;
+        friend bool operator==(const Category &, const Category &) = default;
+    };
+    QList<Category> categories;
+
+    static QString title(Kind kind);
+    // What the category's items take with them, where a person should know: "Each goes with
+    // the files it wrote."
+    static QString warning(Kind kind);
+    // The raw name in --json output: "danglingImages".
+    static QString key(Kind kind);
+    // What no reclaim ever removes, each a sentence.
+    static QStringList never();
+    friend bool operator==(const ReclaimPlan &, const ReclaimPlan &) = default;
+};
+
+namespace Reclaim {
+// Dangling images and build cache not in use, by default; tagged images no container uses,
+// stopped containers of no compose project, and anonymous volumes no container mounts, on
+// request. tags: every tag of each image id, as `docker images` lists them (the report
+// names an image by one of them only).
+ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags = {});
+}
