@@ -72,14 +72,19 @@ std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &run
 {
     auto child = std::make_unique<QProcess>();
     child->setProgram(launch().launcher);
-    child->setArguments(commandLine(args, runtime));
+    // Read once: the arguments and the environment must agree on where the child goes.
+    const QString forward = runtime && !runtime->isSocket() ? SshLink::forwardFor(runtime->name) : QString();
+    child->setArguments(forward.isEmpty() ? commandLine(args, runtime) : QStringList{QStringLiteral("docker")} + args);
     auto env = currentEnvironment();
     env.insert(QStringLiteral("PATH"), launch().pathPrefix + env.value(QStringLiteral("PATH")));
     if (runtime && runtime->isSocket())
         env.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
-    // A remote context's connections ride on the one kept for it.
+    // A remote context's connections ride on the one kept for it: through its forwarded
+    // socket once there is one, else through ssh sessions multiplexed over it.
     if (runtime && !runtime->isSocket()) {
-        if (const QString shim = SshLink::shimFor(runtime->name); !shim.isEmpty())
+        if (!forward.isEmpty())
+            env.insert(QStringLiteral("DOCKER_HOST"), forward);
+        else if (const QString shim = SshLink::shimFor(runtime->name); !shim.isEmpty())
             env.insert(QStringLiteral("PATH"), shim + u':' + env.value(QStringLiteral("PATH")));
     }
     child->setProcessEnvironment(env);

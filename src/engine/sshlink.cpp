@@ -15,6 +15,7 @@
 namespace {
 QMutex shimsMutex;
 QMap<QString, QString> shims;
+QMap<QString, QString> forwards;
 
 QString quoted(const QString &word)
 {
@@ -103,8 +104,10 @@ SshLink::~SshLink()
 {
     {
         QMutexLocker lock(&shimsMutex);
-        if (shims.value(m_context) == m_dir.path())
+        if (shims.value(m_context) == m_dir.path()) {
             shims.remove(m_context);
+            forwards.remove(m_context);
+        }
     }
     if (m_master) {
         m_master->disconnect(this);
@@ -121,6 +124,66 @@ QString SshLink::shimFor(const QString &context)
 {
     QMutexLocker lock(&shimsMutex);
     return shims.value(context);
+}
+
+QString SshLink::forwardFor(const QString &context)
+{
+    QMutexLocker lock(&shimsMutex);
+    return forwards.value(context);
+}
+
+void SshLink::setForward(const QString &host)
+{
+    QMutexLocker lock(&shimsMutex);
+    if (host.isEmpty())
+        forwards.remove(m_context);
+    else
+        forwards.insert(m_context, host);
+}
+
+QStringList SshLink::sshCommand(const QStringList &args) const
+{
+    QStringList all{QStringLiteral("-S"), m_dir.filePath(QStringLiteral("c"))};
+    all += Docker::sshOptions();
+    if (!m_target->user.isEmpty())
+        all << QStringLiteral("-l") << m_target->user;
+    if (m_target->port > 0)
+        all << QStringLiteral("-p") << QString::number(m_target->port);
+    return all + args;
+}
+
+void SshLink::forward()
+{
+    if (m_asking)
+        return;
+    // The host's own client says where its engine is: its DOCKER_HOST, else its context.
+    auto *ask = new QProcess(this);
+    m_asking = ask;
+    ask->setProgram(m_ssh);
+    ask->setArguments(sshCommand({QStringLiteral("--"), m_target->host, QStringLiteral("docker"), QStringLiteral("context"), QStringLiteral("inspect"),
+                                  QStringLiteral("--format"), QStringLiteral("'{{.Endpoints.docker.Host}}'")}));
+    ask->setStandardInputFile(QProcess::nullDevice());
+    ChildProcess::prepare(*ask);
+    QObject::connect(ask, &QProcess::finished, this, [this, ask](int status) {
+        ask->deleteLater();
+        const QString host = QString::fromUtf8(ask->readAllStandardOutput()).trimmed();
+        if (status != 0 || !host.startsWith(QLatin1String("unix:///")) || !m_connected)
+            return;
+        const QString local = m_dir.filePath(QStringLiteral("d.sock"));
+        QFile::remove(local);
+        auto *add = new QProcess(this);
+        add->setProgram(m_ssh);
+        add->setArguments(sshCommand({QStringLiteral("-O"), QStringLiteral("forward"), QStringLiteral("-L"), local + u':' + host.mid(7), QStringLiteral("--"), m_target->host}));
+        add->setStandardInputFile(QProcess::nullDevice());
+        ChildProcess::prepare(*add);
+        QObject::connect(add, &QProcess::finished, this, [this, add, local](int added) {
+            add->deleteLater();
+            if (added == 0 && m_connected && QFileInfo::exists(local))
+                setForward(QStringLiteral("unix://") + local);
+        });
+        add->start();
+    });
+    ask->start();
 }
 
 qint64 SshLink::masterPid() const
@@ -162,6 +225,7 @@ void SshLink::ended()
     if (!m_master)
         return;
     QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
+    setForward({});
     const QString said = QString::fromLocal8Bit(m_master->readAllStandardError()).trimmed();
     m_problem = Docker::withSshHint(said.isEmpty() ? QStringLiteral("The ssh connection to %1 ended.").arg(m_target->host) : said);
     m_master.release()->deleteLater();
@@ -181,6 +245,9 @@ void SshLink::lookForSocket()
         QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
         m_backoff = std::chrono::milliseconds(1000);
         m_problem.clear();
+        forward();
+    } else {
+        setForward({});
     }
     emit connectedChanged();
 }

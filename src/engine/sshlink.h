@@ -31,8 +31,11 @@ QStringList sshOptions();
 }
 
 // The one ssh connection Korvat keeps to a remote engine's host while its runtime is shown.
-// OpenSSH multiplexes every docker child's own ssh over it: the children find, first on
-// their search path, an `ssh` that names this connection's control socket. Keep-alives tell
+// Once it is up, the engine's socket on the host (as the host's own client resolves it) is
+// forwarded to a local socket, and docker children talk to that: no ssh and no remote
+// client process per connection. Until then, or where the host's engine is not on a unix
+// socket, OpenSSH multiplexes every docker child's own ssh over it: the children find,
+// first on their search path, an `ssh` that names this connection's control socket. Keep-alives tell
 // within about 20 s that the host has gone; it is then connected again with backoff. The
 // connection ends with this object, or with Korvat, and leaves nothing behind.
 class SshLink : public QObject {
@@ -57,6 +60,10 @@ public:
     // The directory docker children of that context put first on their search path; empty
     // for a context without a kept connection. Safe from any thread.
     static QString shimFor(const QString &context);
+    // The local socket forwarded to that context's engine, as a DOCKER_HOST value; empty
+    // while there is none. Safe from any thread.
+    static QString forwardFor(const QString &context);
+    QString forwarded() const { return forwardFor(m_context); }
 
 signals:
     void connectedChanged();
@@ -65,6 +72,10 @@ private:
     void connect();
     void ended();
     void lookForSocket();
+    // Asks the host where its engine listens, then forwards that socket here.
+    void forward();
+    void setForward(const QString &host);
+    QStringList sshCommand(const QStringList &args) const;
 
     QString m_context;
     QString m_endpoint;
@@ -72,6 +83,7 @@ private:
     QTemporaryDir m_dir;
     QString m_ssh;
     std::unique_ptr<QProcess> m_master;
+    QPointer<QProcess> m_asking;
     QFileSystemWatcher *m_watcher = nullptr;
     QTimer m_retry;
     std::chrono::milliseconds m_backoff{1000};

@@ -249,6 +249,35 @@ private slots:
         QVERIFY2(!gone.contains("_spare"), qPrintable(gone));   // no compose file, so nothing declared
     }
 
+    // What a reclaim would take, from the real engine: a stopped loose container and an
+    // anonymous volume nothing mounts are listed with --all; a named volume, a running
+    // container's image and a project's container never are.
+    void reclaimListsOnlyWhatItMay()
+    {
+        const QString stopped = m_made.run("kt-rc-", {}, {"true"});
+        QTRY_VERIFY(docker({"inspect", "-f", "{{.State.Status}}", stopped}).out.trimmed() == "exited");
+        const QString anonymous = docker({"volume", "create"}).out.trimmed();
+        const QString named = uniqueName("kt-rcv-");
+        m_made.volumes << anonymous << named;
+        QCOMPARE(docker({"volume", "create", named}).status, 0);
+        const QJsonObject report = QJsonDocument::fromJson(korvat({"--reclaim", "--all", "--json"}).toUtf8()).object();
+        QCOMPARE(report.value("schema").toInt(), 1);
+        QVERIFY(report.value("error").isNull());
+        QStringList listed;
+        for (const QJsonValue &c : report.value("categories").toArray()) {
+            for (const QJsonValue &i : c.toObject().value("items").toArray())
+                listed << c.toObject().value("kind").toString() + ":" + i.toObject().value("name").toString() + ":" + i.toObject().value("id").toString();
+        }
+        const auto has = [&](const QString &text) { return std::any_of(listed.cbegin(), listed.cend(), [&](const QString &l) { return l.contains(text); }); };
+        QVERIFY2(has("stoppedContainers:" + stopped), qPrintable(listed.join('\n')));
+        QVERIFY2(has("anonymousVolumes:" + anonymous.left(12) + ":" + anonymous), qPrintable(listed.join('\n')));
+        QVERIFY(!has(named));
+        QVERIFY(!has(engineImage()));
+        // Without --all, only the categories chosen by default.
+        const QString text = korvat({"--reclaim"});
+        QVERIFY2(text.startsWith("reclaim would free ") && !text.contains(stopped) && text.contains("never removed:"), qPrintable(text));
+    }
+
     void planOfAnUnknownProject()
     {
         QString found;

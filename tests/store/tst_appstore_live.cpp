@@ -137,6 +137,8 @@ private slots:
         const Runtime remote = Runtime::context(context);
         st.select(remote);
         QTRY_VERIFY_WITH_TIMEOUT(engine->link() && engine->link()->connected(), 20000);
+        // The host's engine socket, forwarded: children then start no ssh of their own.
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link()->forwarded().startsWith("unix://"), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(!st.images().isEmpty() && st.events().healthy(), 30000);
 
         // An outside change arrives by events; an action, exec and logs go the same way.
