@@ -325,12 +325,20 @@ void listingOverSsh(AppStore &store, const QString &context)
         return v[v.size() / 2];
     };
     const double korvat = median([&] { QCoro::waitFor(store.refresh(Listing::Containers)); });
+    // The same way Korvat's own children go: the forwarded socket, else the multiplexed ssh.
     QProcess bare;
     auto env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("PATH"), SshLink::shimFor(context) + u':' + env.value(QStringLiteral("PATH")));
+    const QString forward = SshLink::forwardFor(context);
+    QStringList args{QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("--format"), QStringLiteral("json")};
+    if (forward.isEmpty()) {
+        env.insert(QStringLiteral("PATH"), SshLink::shimFor(context) + u':' + env.value(QStringLiteral("PATH")));
+        args = QStringList{QStringLiteral("--context"), context} + args;
+    } else {
+        env.insert(QStringLiteral("DOCKER_HOST"), forward);
+    }
     bare.setProcessEnvironment(env);
     const double client = median([&] {
-        bare.start(QStringLiteral("docker"), {QStringLiteral("--context"), context, QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("--format"), QStringLiteral("json")});
+        bare.start(QStringLiteral("docker"), args);
         bare.waitForFinished(60000);
     });
     out << "listing over ssh: through Korvat median " << QString::number(korvat, 'f', 1) << " ms, bare client over the kept connection "
