@@ -68,35 +68,27 @@ int KorvatApp::runHeadless(const Invocation &invocation)
 {
     QTextStream out(stdout);
     const CliEngine engine;
+    // Each report as its text, or as one JSON document with --json.
+    const auto print = [&](const auto &report, auto json, auto text) {
+        if (invocation.json)
+            out << QJsonDocument(json(report)).toJson();
+        else
+            text(report, out);
+    };
     using Mode = Invocation::Mode;
     switch (invocation.mode) {
     case Mode::SelfTest:
         runSelfTest(engine, out);
         break;
-    case Mode::Plan: {
-        const PlanReport plan = gatherPlan(engine, invocation.value, invocation.context);
-        if (invocation.json)
-            out << QJsonDocument(planJson(plan)).toJson();
-        else
-            writePlan(plan, out);
+    case Mode::Plan:
+        print(gatherPlan(engine, invocation.value, invocation.context), planJson, writePlan);
         break;
-    }
-    case Mode::Dump: {
-        const DumpReport dump = gatherDump(engine, invocation.context);
-        if (invocation.json)
-            out << QJsonDocument(dumpJson(dump)).toJson();
-        else
-            writeDump(dump, out);
+    case Mode::Dump:
+        print(gatherDump(engine, invocation.context), dumpJson, writeDump);
         break;
-    }
-    case Mode::Reclaim: {
-        const ReclaimReport reclaim = gatherReclaim(engine, invocation.context, invocation.all);
-        if (invocation.json)
-            out << QJsonDocument(reclaimJson(reclaim)).toJson();
-        else
-            writeReclaim(reclaim, out);
+    case Mode::Reclaim:
+        print(gatherReclaim(engine, invocation.context, invocation.all), reclaimJson, writeReclaim);
         break;
-    }
     case Mode::Tools:
         runToolsDump(invocation.scripts, out);
         break;
