@@ -116,13 +116,13 @@ FakeEngine::Holdings holdings(const QString &root)
                 {{QStringLiteral("f7a9c1e3b577"), QStringLiteral("backup-agent"), QStringLiteral("172.17.0.2/16"), {}}}),
         network("f7c79b15cace2a", "host", "host", {}, {}, {}),
         network("3ab51dac43753b", "none", "null", {}, {}, {}),
-        network("b02c44eea07964", "storefront_default", "bridge", {QStringLiteral("172.18.0.0/16")}, QStringLiteral("storefront"),
-                {{QStringLiteral("8c2d4e6f1a22"), QStringLiteral("storefront-db-1"), QStringLiteral("172.18.0.3/16"), {}},
-                 {QStringLiteral("3f1a9c2e7b11"), QStringLiteral("storefront-php-1"), QStringLiteral("172.18.0.2/16"), {}}}),
+        network("b02c44eea07964", "storefront_default", "bridge", {QStringLiteral("172.20.0.0/16")}, QStringLiteral("storefront"),
+                {{QStringLiteral("8c2d4e6f1a22"), QStringLiteral("storefront-db-1"), QStringLiteral("172.20.0.3/16"), {}},
+                 {QStringLiteral("3f1a9c2e7b11"), QStringLiteral("storefront-php-1"), QStringLiteral("172.20.0.2/16"), {}}}),
         network("c13d55f0a8b175", "website_default", "bridge", {QStringLiteral("172.19.0.0/16")}, QStringLiteral("website"),
                 {{QStringLiteral("c9d1f3a5e755"), QStringLiteral("website-cache-1"), QStringLiteral("172.19.0.3/16"), {}},
                  {QStringLiteral("a4c8e2f6b044"), QStringLiteral("website-frontend-1"), QStringLiteral("172.19.0.2/16"), {}}}),
-        network("d24e66a1b9c286", "docs_default", "bridge", {QStringLiteral("172.20.0.0/16")}, QStringLiteral("docs"), {}),
+        network("d24e66a1b9c286", "docs_default", "bridge", {QStringLiteral("172.21.0.0/16")}, QStringLiteral("docs"), {}),
     };
     s.mounts = {
         {QStringLiteral("website-frontend-1"), {QStringLiteral("website_assets")}},
@@ -173,8 +173,8 @@ QList<ContainerDetails> details(const QDateTime &now)
                       {QStringLiteral("POSTGRES_DB"), QStringLiteral("shop")},
                       {QStringLiteral("PGDATA"), QStringLiteral("/var/lib/postgresql/data/pgdata")},
                       {QStringLiteral("PATH"), QStringLiteral("/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin")}};
-    db.mounts = {{QStringLiteral("volume"), QStringLiteral("/var/lib/docker/volumes/storefront_pgdata/_data"), QStringLiteral("/var/lib/postgresql/data"), false,
-                  QStringLiteral("storefront_pgdata")},
+    db.mounts = {{QStringLiteral("volume"), QStringLiteral("/var/lib/docker/volumes/storefront_dbdata/_data"), QStringLiteral("/var/lib/postgresql/data"), false,
+                  QStringLiteral("storefront_dbdata")},
                  {QStringLiteral("bind"), sampleRoot + QStringLiteral("/storefront/init.sql"), QStringLiteral("/docker-entrypoint-initdb.d/init.sql"), true, {}}};
     db.ports = {{{}, 0, 5432, QStringLiteral("tcp")}};
     db.networks = {{QStringLiteral("storefront_default"), QStringLiteral("172.20.0.3"), QStringLiteral("172.20.0.1"), {QStringLiteral("db"), QStringLiteral("storefront-db-1")}}};

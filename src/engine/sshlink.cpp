@@ -66,10 +66,10 @@ SshLink::SshLink(const QString &context, const QString &endpoint, QObject *paren
 {
     m_retry.setSingleShot(true);
     QObject::connect(&m_retry, &QTimer::timeout, this, &SshLink::connect);
-    if (!m_target || !m_dir.isValid() || m_ssh.isEmpty()) {
-        m_problem = m_ssh.isEmpty() ? QStringLiteral("No ssh client is installed.") : QStringLiteral("Cannot keep a connection to ") + endpoint;
+    // Without an ssh client or a place for the socket, children connect as they would
+    // without Korvat.
+    if (!m_target || !m_dir.isValid() || m_ssh.isEmpty())
         return;
-    }
     // Every connection of a child rides on the kept one; with the kept one down, ssh makes
     // its own, as it would without Korvat.
     QFile shim(m_dir.filePath(QStringLiteral("ssh")));
@@ -113,11 +113,6 @@ SshLink::~SshLink()
         m_master->disconnect(this);
         ChildProcess::kill(*m_master);
     }
-}
-
-QString SshLink::shimDirectory() const
-{
-    return m_watcher ? m_dir.path() : QString();
 }
 
 QString SshLink::shimFor(const QString &context)
@@ -186,11 +181,6 @@ void SshLink::forward()
     ask->start();
 }
 
-qint64 SshLink::masterPid() const
-{
-    return m_master ? m_master->processId() : 0;
-}
-
 void SshLink::connect()
 {
     m_master = std::make_unique<QProcess>();
@@ -210,6 +200,8 @@ void SshLink::connect()
     m_master->setArguments(args);
     m_master->setStandardInputFile(QProcess::nullDevice());
     m_master->setStandardOutputFile(QProcess::nullDevice());
+    // What it says on failure is said again by the children's own clients, with the hint.
+    m_master->setStandardErrorFile(QProcess::nullDevice());
     ChildProcess::prepare(*m_master);
     QFile(m_dir.filePath(QStringLiteral("connecting"))).open(QIODevice::WriteOnly);
     QObject::connect(m_master.get(), &QProcess::finished, this, &SshLink::ended);
@@ -226,11 +218,8 @@ void SshLink::ended()
         return;
     QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
     setForward({});
-    const QString said = QString::fromLocal8Bit(m_master->readAllStandardError()).trimmed();
-    m_problem = Docker::withSshHint(said.isEmpty() ? QStringLiteral("The ssh connection to %1 ended.").arg(m_target->host) : said);
     m_master.release()->deleteLater();
-    if (std::exchange(m_connected, false))
-        emit connectedChanged();
+    m_connected = false;
     m_retry.start(m_backoff);
     m_backoff = std::min<std::chrono::milliseconds>(m_backoff * 2, std::chrono::seconds(30));
 }
@@ -244,10 +233,8 @@ void SshLink::lookForSocket()
     if (up) {
         QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
         m_backoff = std::chrono::milliseconds(1000);
-        m_problem.clear();
         forward();
     } else {
         setForward({});
     }
-    emit connectedChanged();
 }

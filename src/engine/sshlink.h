@@ -48,14 +48,6 @@ public:
     const QString &context() const { return m_context; }
     const QString &endpoint() const { return m_endpoint; }
     bool connected() const { return m_connected; }
-    // Why the last attempt ended, in ssh's words (with what to do, where that is known).
-    const QString &problem() const { return m_problem; }
-    // The directory to put first on a docker child's search path; empty when the link
-    // could not be set up here.
-    QString shimDirectory() const;
-    // How long before the next attempt, for tests.
-    std::chrono::milliseconds nextAttemptIn() const { return m_backoff; }
-    qint64 masterPid() const;
 
     // The directory docker children of that context put first on their search path; empty
     // for a context without a kept connection. Safe from any thread.
@@ -64,9 +56,6 @@ public:
     // while there is none. Safe from any thread.
     static QString forwardFor(const QString &context);
     QString forwarded() const { return forwardFor(m_context); }
-
-signals:
-    void connectedChanged();
 
 private:
     void connect();
@@ -88,5 +77,4 @@ private:
     QTimer m_retry;
     std::chrono::milliseconds m_backoff{1000};
     bool m_connected = false;
-    QString m_problem;
 };

@@ -237,6 +237,9 @@ Sheet {
                                         help: "Close this and show " + row.modelData.volume + " among the volumes"
                                         variant: "ghost"
                                         Layout.alignment: Qt.AlignTop
+                                        // Centred on the value's first line, without making the row taller.
+                                        Layout.topMargin: -5
+                                        Layout.bottomMargin: -5
                                         onClicked: {
                                             const volume = row.modelData.volume;
                                             sheet.close();
@@ -249,6 +252,9 @@ Sheet {
                                         help: row.modelData.url
                                         variant: "ghost"
                                         Layout.alignment: Qt.AlignTop
+                                        // Centred on the value's first line, without making the row taller.
+                                        Layout.topMargin: -5
+                                        Layout.bottomMargin: -5
                                         onClicked: sheet.actions.perform(Verb.OpenInBrowser, "", row.modelData.url)
                                     }
                                 }
