@@ -1,5 +1,6 @@
 #include "sampledata.h"
 
+#include "docker.h"
 #include "volumesize.h"
 
 #include "projectregistry.h"
@@ -93,12 +94,16 @@ FakeEngine::Holdings holdings(const QString &root)
         {"6e1a8c3d9b06", "ghcr.io/example/notes", "2.1", "212MB"},
         {"8a3c1e5f2d07", "busybox", "1.36", "4.27MB"},
         {"1c5e3a7b4f08", "alpine", "3.20", "7.8MB"},
+        {"5f2b8d4a6c10", "node", "20-alpine", "137MB"},
+        {"3d7f9b1c5e09", "<none>", "<none>", "156MB"},
     };
     s.volumes = {
         {"storefront_dbdata", "local", "/var/lib/docker/volumes/storefront_dbdata/_data"},
         {"website_assets", "local", "/var/lib/docker/volumes/website_assets/_data"},
         {"website_cache", "local", "/var/lib/docker/volumes/website_cache/_data"},
         {"notes_data", "local", "/var/lib/docker/volumes/notes_data/_data"},
+        {"9f8e7d6c5b4a39281706f5e4d3c2b1a09f8e7d6c5b4a39281706f5e4d3c2b1a0", "local",
+         "/var/lib/docker/volumes/9f8e7d6c5b4a39281706f5e4d3c2b1a09f8e7d6c5b4a39281706f5e4d3c2b1a0/_data"},
     };
     const auto network = [](const char *id, const char *name, const char *driver, QStringList subnets, QString project,
                             QList<NetworkMember> members) {
@@ -130,7 +135,23 @@ FakeEngine::Holdings holdings(const QString &root)
         {QStringLiteral("backup-agent"), {QStringLiteral("website_assets")}},
         {QStringLiteral("storefront-db-1"), {QStringLiteral("storefront_dbdata")}},
     };
-    s.sizes = {{QStringLiteral("website_cache"), 38'000'000}, {QStringLiteral("website_assets"), 113'000'000}};
+    s.sizes = {{QStringLiteral("website_cache"), 38'000'000}, {QStringLiteral("website_assets"), 113'000'000},
+               {QStringLiteral("storefront_dbdata"), 246'000'000}, {QStringLiteral("notes_data"), 3'400'000},
+               {QStringLiteral("9f8e7d6c5b4a39281706f5e4d3c2b1a09f8e7d6c5b4a39281706f5e4d3c2b1a0"), 24'000'000}};
+    for (const DockerImage &i : s.images)
+        s.sizes.insert(i.id, Docker::parseByteSize(i.size).value_or(0));
+    // The writable layers: what each container wrote inside itself.
+    for (const auto &[id, bytes] : std::initializer_list<std::pair<const char *, qint64>>{
+             {"3f1a9c2e7b11", 18'400'000}, {"8c2d4e6f1a22", 63'000}, {"1b7e3d9a5c33", 12'100'000}, {"a4c8e2f6b044", 1'200},
+             {"c9d1f3a5e755", 0}, {"e2f4a6c8d066", 410'000}, {"d4e6a8c0b2aa", 2'300'000}, {"b3d5f7a9c199", 96'000'000},
+             {"f7a9c1e3b577", 4'096}, {"0d2f4b6a8c88", 31'000'000}})
+        s.sizes.insert(QString::fromLatin1(id), bytes);
+    s.buildCache = {
+        {QStringLiteral("k3v9x2m1q8w7e6r5t4y3u2i1o"), QStringLiteral("regular"), QStringLiteral("mount / from exec /bin/sh -c npm ci"), 212'000'000, false, false},
+        {QStringLiteral("p0o9i8u7y6t5r4e3w2q1a2s3d"), QStringLiteral("regular"), QStringLiteral("[build 3/5] RUN apt-get update && apt-get install -y git"),
+         88'000'000, false, false},
+        {QStringLiteral("z1x2c3v4b5n6m7l8k9j0h1g2f"), QStringLiteral("source.local"), QStringLiteral("local source for context"), 1'900'000, true, false},
+    };
     // The listing says the same as inspecting them: cut to 15 characters, as the client does.
     for (Container &c : s.containers) {
         for (const QString &volume : s.mounts.value(c.name))

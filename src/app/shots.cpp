@@ -144,6 +144,8 @@ const QList<Scene> &scenes()
         {QStringLiteral("images"), Category::Images},
         {QStringLiteral("volumes"), Category::Volumes},
         {QStringLiteral("networks"), Category::Networks},
+        {QStringLiteral("disk"), Category::Disk, [](Stage &stage) { QCoro::waitFor(stage.store().readDisk()); }},
+        {QStringLiteral("disk-narrow"), Category::Disk, [](Stage &stage) { QCoro::waitFor(stage.store().readDisk()); }, narrow},
         {QStringLiteral("projects-narrow"), Category::Projects, {}, narrow},
         {QStringLiteral("containers-narrow"), Category::Containers, {}, narrow},
         {QStringLiteral("images-narrow"), Category::Images, {}, narrow},
@@ -229,6 +231,32 @@ const QList<Scene> &scenes()
              auto *inspection = caught<Inspection>(stage.actions(), &Actions::detailsRequested,
                                                    [&] { stage.actions().perform(Verb::NetworkDetails, QStringLiteral("storefront_default")); });
              waitUntil([&] { return inspection->loaded(); });
+         }},
+        {QStringLiteral("sheet-reclaim"), Category::Disk, [](Stage &stage) {
+             QCoro::waitFor(stage.store().readDisk());
+             auto *reclaim = caught<Reclaiming>(stage.actions(), &Actions::reclaimRequested, [&] { stage.actions().perform(Verb::Reclaim, {}); });
+             waitUntil([&] { return reclaim->planned(); });
+             reclaim->setChosen(int(ReclaimPlan::Kind::StoppedContainers), true);
+         }},
+        {QStringLiteral("work-reclaim"), Category::Disk, [](Stage &stage) {
+             QCoro::waitFor(stage.store().readDisk());
+             auto *reclaim = caught<Reclaiming>(stage.actions(), &Actions::reclaimRequested, [&] { stage.actions().perform(Verb::Reclaim, {}); });
+             waitUntil([&] { return reclaim->planned(); });
+             reclaim->setChosen(int(ReclaimPlan::Kind::StoppedContainers), true);
+             reclaim->setChosen(int(ReclaimPlan::Kind::UnusedImages), true);
+             // Someone starts a container from node:20-alpine after the plan was shown: its
+             // removal is refused in the engine's words, and the rest goes on.
+             auto holdings = SampleData::holdings(stage.root);
+             Container late = holdings.containers.last();
+             late.id = QStringLiteral("4e1c0a7d2b93");
+             late.name = QStringLiteral("node-repl");
+             late.image = QStringLiteral("node:20-alpine");
+             late.state = QStringLiteral("running");
+             holdings.containers.append(late);
+             stage.engine->setHoldings(holdings);
+             stage.engine->hold(EngineAction::Kind::ReclaimCache);
+             reclaim->confirm();
+             waitUntil([&] { return stage.engine->calls(FakeEngine::Call::Action) >= 4; });
          }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::Commit, stage.container(websiteFrontend).id);

@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QScopeGuard>
 #include <QUuid>
+#include <QThread>
 
 
 namespace {
@@ -152,6 +153,14 @@ QStringList CliEngine::arguments(const EngineAction &action)
     case Kind::RemoveVolume: return QStringList{QStringLiteral("volume"), QStringLiteral("rm")} + action.targets;
     case Kind::PruneVolumes: return {QStringLiteral("volume"), QStringLiteral("prune"), QStringLiteral("-f")};
     case Kind::RemoveNetwork: return QStringList{QStringLiteral("network"), QStringLiteral("rm")} + action.targets;
+    // Never forced: a container started since the plan was shown is refused, not killed.
+    case Kind::ReclaimContainer: return QStringList{QStringLiteral("rm")} + action.targets.first(1);
+    // By the record's exact id: `-a` so a record of any type is taken, the filter so nothing
+    // else is, whatever was built since.
+    case Kind::ReclaimCache:
+        return {QStringLiteral("builder"), QStringLiteral("prune"), QStringLiteral("-a"), QStringLiteral("-f"), QStringLiteral("--filter"),
+                QStringLiteral("id=") + action.targets.value(0)};
+    case Kind::ReclaimImage: return {};
     // Plain progress: one line per step, as compose prints for a log.
     case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("--progress"), QStringLiteral("plain"), QStringLiteral("up"), QStringLiteral("-d")};
     case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
@@ -238,7 +247,26 @@ QList<DockerNetwork> CliEngine::networks(const OptRuntime &runtime) const
 
 DiskUsage CliEngine::diskUsage(const OptRuntime &runtime) const
 {
-    return Docker::parseDiskUsage(Docker::runBytes({"system", "df", "-v", "--format", "json"}, runtime));
+    // The engine works out one disk report at a time and turns away a second asked meanwhile,
+    // from us or from anyone: that one is asked again after a moment, a few times.
+    const auto report = [&](const QStringList &args) {
+        for (int attempt = 0;; ++attempt) {
+            try {
+                return Docker::runBytes(args, runtime);
+            } catch (const DockerError &e) {
+                if (attempt == 4 || !e.message().contains(QLatin1String("disk usage operation is already running")))
+                    throw;
+                QThread::msleep(500);
+            }
+        }
+    };
+    // The items come only with -v and the totals only without it; a missing total stays unknown.
+    DiskUsage usage = Docker::parseDiskUsage(report({"system", "df", "-v", "--format", "json"}));
+    try {
+        Docker::parseDiskTotals(report({"system", "df", "--format", "json"}), usage);
+    } catch (const DockerError &) {
+    }
+    return usage;
 }
 
 MountMap CliEngine::volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const
@@ -352,6 +380,8 @@ void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, c
     case Kind::BackupVolume:
     case Kind::RestoreVolume:
         return moveVolumeData(action, runtime, watch);
+    case Kind::ReclaimImage:
+        return reclaimImage(action, runtime, watch);
     // A pull draws its byte counts only on a terminal; on a pipe it tells layers alone.
     case Kind::Pull:
         return Docker::follow(arguments(action), runtime, action.dir, watch, true, [](QStringView) { return false; });
@@ -363,6 +393,26 @@ void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, c
     default:
         Docker::run(arguments(action), runtime, action.dir, Docker::Wait{std::nullopt, watch.cancel, {}});
     }
+}
+
+// `docker rmi` takes an image by id only while one name at most points at it, and forcing it
+// would take one a container has come to use. So the names are read again and removed one
+// by one: the last of them takes the image, unless a container now uses it. A name given
+// since the plan was shown is someone's new wish, and keeps the image.
+void CliEngine::reclaimImage(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const
+{
+    const QString id = action.targets.value(0);
+    const QStringList planned = action.targets.mid(1);
+    const Docker::Wait wait{Docker::Wait::query().deadline, watch.cancel, {}};
+    const QString tags = Docker::run({QStringLiteral("image"), QStringLiteral("inspect"), QStringLiteral("--format"),
+                                      QStringLiteral("{{range .RepoTags}}{{.}} {{end}}"), id},
+                                     runtime, {}, wait);
+    const QStringList names = tags.simplified().split(u' ', Qt::SkipEmptyParts);
+    for (const QString &name : names) {
+        if (!planned.contains(name))
+            throw DockerError(QStringLiteral("Kept: it was named %1 after the plan was made.").arg(name));
+    }
+    Docker::run(QStringList{QStringLiteral("rmi")} + (names.isEmpty() ? QStringList{id} : names), runtime, {}, wait);
 }
 
 // A volume's content moves through a helper container that is created, never started, with

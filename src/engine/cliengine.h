@@ -49,6 +49,7 @@ public:
 
 private:
     void moveVolumeData(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const;
+    void reclaimImage(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const;
 
     struct Listings;
     std::unique_ptr<Listings> m_last;

@@ -45,6 +45,17 @@ bool DiskUsage::Volume::isAnonymous() const
     });
 }
 
+qint64 DiskUsage::bytes() const
+{
+    qint64 sum = 0;
+    for (const Total *t : {&imagesTotal, &containersTotal, &volumesTotal, &cacheTotal}) {
+        if (t->bytes < 0)
+            return -1;
+        sum += t->bytes;
+    }
+    return sum;
+}
+
 namespace Docker {
 
 DiskUsage parseDiskUsage(const QByteArray &json)
@@ -58,7 +69,8 @@ DiskUsage parseDiskUsage(const QByteArray &json)
             d.images.append(i);
     }
     for (const QJsonObject &o : rows(doc, "Containers")) {
-        DiskUsage::Container c{text(o, "ID"), text(o, "Names"), text(o, "Image"), text(o, "State"), bytes(o, "Size"), parseLabels(text(o, "Labels"))};
+        DiskUsage::Container c{text(o, "ID"), text(o, "Names"), text(o, "Image"), text(o, "State"), bytes(o, "Size"), parseLabels(text(o, "Labels")),
+                               text(o, "Mounts").split(u',', Qt::SkipEmptyParts)};
         if (!c.id.isEmpty())
             d.containers.append(c);
     }
@@ -74,6 +86,19 @@ DiskUsage parseDiskUsage(const QByteArray &json)
             d.buildCache.append(c);
     }
     return d;
+}
+
+void parseDiskTotals(const QByteArray &jsonLines, DiskUsage &usage)
+{
+    const QMap<QString, DiskUsage::Total *> kinds{{QStringLiteral("Images"), &usage.imagesTotal},
+                                                 {QStringLiteral("Containers"), &usage.containersTotal},
+                                                 {QStringLiteral("Local Volumes"), &usage.volumesTotal},
+                                                 {QStringLiteral("Build Cache"), &usage.cacheTotal}};
+    for (const QByteArray &line : jsonLines.split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (DiskUsage::Total *t = kinds.value(text(o, "Type")))
+            *t = {count(o, "TotalCount"), count(o, "Active"), bytes(o, "Size"), bytes(o, "Reclaimable")};
+    }
 }
 
 }

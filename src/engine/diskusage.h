@@ -28,6 +28,8 @@ struct DiskUsage {
         // Its writable layer: the files it wrote, which go with it.
         qint64 bytes = -1;
         QMap<QString, QString> labels;
+        // The volumes it mounts, by name.
+        QStringList mounts;
         friend bool operator==(const Container &, const Container &) = default;
     };
     struct Volume {
@@ -49,10 +51,21 @@ struct DiskUsage {
         bool shared = false;
         friend bool operator==(const Cache &, const Cache &) = default;
     };
+    // One kind's sum as the engine counts it: layers two images share count once.
+    struct Total {
+        int count = 0;
+        int active = 0;
+        qint64 bytes = -1;
+        qint64 reclaimable = -1;
+        friend bool operator==(const Total &, const Total &) = default;
+    };
     QList<Image> images;
     QList<Container> containers;
     QList<Volume> volumes;
     QList<Cache> buildCache;
+    Total imagesTotal, containersTotal, volumesTotal, cacheTotal;
+    // All four totals; -1 while any is unknown.
+    qint64 bytes() const;
     friend bool operator==(const DiskUsage &, const DiskUsage &) = default;
 };
 
@@ -60,4 +73,7 @@ namespace Docker {
 // `docker system df -v --format json`: one object with the four lists. Rows without an id or
 // name are left out; an unreadable document is an empty report.
 DiskUsage parseDiskUsage(const QByteArray &json);
+// `docker system df --format json`: one line per kind. Fills the totals of usage; a kind
+// missing or unreadable keeps its unknown sizes.
+void parseDiskTotals(const QByteArray &jsonLines, DiskUsage &usage);
 }

@@ -20,6 +20,10 @@ struct EngineAction {
         RemoveVolume,   // volumes
         PruneVolumes,
         RemoveNetwork,  // networks
+        // A reclaim's exact removals, one object each, never forced and never by a rule.
+        ReclaimContainer,  // a stopped container by id
+        ReclaimImage,      // an image by id, then the names the plan showed for it
+        ReclaimCache,      // a build cache record by id
         ComposeUp,      // the project in dir, detached
         ComposeDown,    // the project in dir
         BackupVolume,   // one volume's content into the .tar file in argument
@@ -36,6 +40,7 @@ struct EngineAction {
     static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
     static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
     static EngineAction compose(Kind kind, const QString &dir) { return {kind, {}, {}, dir}; }
+    static EngineAction reclaimImage(const QString &id, const QStringList &names) { return {Kind::ReclaimImage, QStringList{id} + names, {}, std::nullopt}; }
     static EngineAction volumeData(Kind kind, const QString &volume, const QString &file) { return {kind, {volume}, file, std::nullopt}; }
 
     friend bool operator==(const EngineAction &, const EngineAction &) = default;

@@ -322,14 +322,33 @@ DiskUsage FakeEngine::diskUsage(const OptRuntime &runtime) const
     for (const DockerImage &i : h.images) {
         const QString name = i.repository + u':' + i.tag;
         const int users = int(std::count_if(h.containers.cbegin(), h.containers.cend(), [&](const Container &c) { return c.image == name; }));
-        d.images.append({i.id, i.repository, i.tag, -1, -1, -1, users});
+        const qint64 bytes = h.sizes.value(i.id, -1);
+        d.images.append({i.id, i.repository, i.tag, bytes, 0, bytes, users});
     }
     for (const Container &c : h.containers)
-        d.containers.append({c.id, c.name, c.image, c.state, -1, c.labels});
+        d.containers.append({c.id, c.name, c.image, c.state, h.sizes.value(c.id, -1), c.labels, h.mounts.value(c.name)});
     for (const DockerVolume &v : h.volumes) {
         const int links = int(std::count_if(h.mounts.cbegin(), h.mounts.cend(), [&](const QStringList &m) { return m.contains(v.name); }));
         d.volumes.append({v.name, h.sizes.value(v.name, -1), links, h.labels.value(v.name)});
     }
+    d.buildCache = h.buildCache;
+    // Counted as the engine does: what no container uses, or nothing mounts, can go.
+    const auto total = [](const auto &list, auto size, auto idle) {
+        DiskUsage::Total t{int(list.size()), 0, 0, 0};
+        for (const auto &item : list) {
+            t.bytes += std::max<qint64>(size(item), 0);
+            if (idle(item))
+                t.reclaimable += std::max<qint64>(size(item), 0);
+            else
+                ++t.active;
+        }
+        return t;
+    };
+    d.imagesTotal = total(d.images, [](const DiskUsage::Image &i) { return i.bytes; }, [](const DiskUsage::Image &i) { return i.containers == 0; });
+    d.containersTotal = total(d.containers, [](const DiskUsage::Container &c) { return c.bytes; },
+                              [](const DiskUsage::Container &c) { return c.state != QLatin1String("running") && c.state != QLatin1String("paused"); });
+    d.volumesTotal = total(d.volumes, [](const DiskUsage::Volume &v) { return v.bytes; }, [](const DiskUsage::Volume &v) { return v.links == 0; });
+    d.cacheTotal = total(d.buildCache, [](const DiskUsage::Cache &c) { return c.bytes; }, [](const DiskUsage::Cache &c) { return !c.inUse; });
     return d;
 }
 
@@ -571,6 +590,31 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
             if (inDir(c))
                 c.state = QStringLiteral("running"), c.status = QStringLiteral("Up Less than a second");
         }
+        break;
+    // The engine's own refusals, word for word: nothing is forced.
+    case Kind::ReclaimContainer:
+        for (const Container &c : h.containers) {
+            if (c.id == action.targets.value(0) && c.state == QLatin1String("running"))
+                throw DockerError(QStringLiteral("Error response from daemon: cannot remove container \"/%1\": container is running: stop the "
+                                                 "container before removing or force remove").arg(c.name));
+        }
+        h.containers.removeIf([&](const Container &c) { return c.id == action.targets.value(0); });
+        break;
+    case Kind::ReclaimImage: {
+        const auto image = std::find_if(h.images.cbegin(), h.images.cend(), [&](const DockerImage &i) { return i.id == action.targets.value(0); });
+        if (image == h.images.cend())
+            throw DockerError(QStringLiteral("Error response from daemon: No such image: %1").arg(action.targets.value(0)));
+        const QString name = image->repository + u':' + image->tag;
+        for (const Container &c : h.containers) {
+            if (c.image == name || c.image == image->id)
+                throw DockerError(QStringLiteral("Error response from daemon: conflict: unable to remove repository reference \"%1\" (must "
+                                                 "force) - container %2 is using its referenced image %3").arg(name, c.id.left(12), image->id.left(12)));
+        }
+        h.images.erase(image);
+        break;
+    }
+    case Kind::ReclaimCache:
+        h.buildCache.removeIf([&](const DiskUsage::Cache &c) { return c.id == action.targets.value(0); });
         break;
     case Kind::Commit:
     case Kind::Pull:

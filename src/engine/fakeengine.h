@@ -43,8 +43,9 @@ public:
         QList<DockerNetwork> networks;
         MountMap mounts;
         VolumeLabels labels;
-        // Volume name to the bytes its data takes.
+        // A volume's name, an image's or container's id, to the bytes it takes.
         QMap<QString, qint64> sizes;
+        QList<DiskUsage::Cache> buildCache;
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
     // Listing is the containers' listing; Images, Volumes and Networks are those lists'.

@@ -12,6 +12,16 @@ qint64 ReclaimPlan::Category::bytes() const
     return sum;
 }
 
+QList<ReclaimPlan::Category> ReclaimPlan::chosen(const QList<Kind> &kinds) const
+{
+    QList<Category> list;
+    for (const Category &c : categories) {
+        if (kinds.contains(c.kind))
+            list.append(c);
+    }
+    return list;
+}
+
 QString ReclaimPlan::title(Kind kind)
 {
     switch (kind) {
@@ -66,9 +76,12 @@ ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags
 
     // An image counts as used when the report says so or when a listed container names it:
     // the count and the list are two readings, and either one is enough to keep it.
-    QSet<QString> named;
-    for (const DiskUsage::Container &c : usage.containers)
+    QSet<QString> named, mounted;
+    for (const DiskUsage::Container &c : usage.containers) {
         named << c.image;
+        for (const QString &v : c.mounts)
+            mounted << v;
+    }
     for (const DiskUsage::Image &i : usage.images) {
         const QString shortId = i.id.mid(i.id.indexOf(u':') + 1).left(12);
         QStringList names = tags.values(shortId);
@@ -81,7 +94,7 @@ ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags
                           });
         if (used)
             continue;
-        ReclaimPlan::Item item{i.id, names.isEmpty() ? shortId : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes};
+        ReclaimPlan::Item item{i.id, names.isEmpty() ? shortId : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes, names};
         (i.isDangling() ? dangling : unused).items.append(item);
     }
     for (const DiskUsage::Cache &c : usage.buildCache) {
@@ -94,10 +107,11 @@ ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags
             stopped.items.append({c.id, c.name, c.bytes});
     }
     for (const DiskUsage::Volume &v : usage.volumes) {
-        if (v.isAnonymous() && v.links == 0)
+        if (v.isAnonymous() && v.links == 0 && !mounted.contains(v.name))
             anonymous.items.append({v.name, v.name.left(12), v.bytes});
     }
     ReclaimPlan plan;
+    plan.before = usage.bytes();
     for (ReclaimPlan::Category *c : {&dangling, &cache, &unused, &stopped, &anonymous}) {
         // A report that names one object twice lists it once.
         QSet<QString> seen;

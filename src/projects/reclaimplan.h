@@ -18,6 +18,8 @@ struct ReclaimPlan {
         // What a person reads: the tags, the container's name, the volume's name.
         QString name;
         qint64 bytes = -1;
+        // An image's names as the plan saw them: one given since keeps the image.
+        QStringList tags;
         friend bool operator==(const Item &, const Item &) = default;
     };
     struct Category {
@@ -29,6 +31,11 @@ struct ReclaimPlan {
         friend bool operator==(const Category &, const Category &) = default;
     };
     QList<Category> categories;
+    // The engine's sum of everything it holds when the plan was made; -1 if unknown.
+    qint64 before = -1;
+
+    // The categories of those kinds, in plan order.
+    QList<Category> chosen(const QList<Kind> &kinds) const;
 
     static QString title(Kind kind);
     // What the category's items take with them, where a person should know: "Each goes with

@@ -7,6 +7,7 @@
 #include "failurewatch.h"
 #include "longwork.h"
 #include "projectmemory.h"
+#include "reclaimplan.h"
 #include "refreshscheduler.h"
 #include "teardownplan.h"
 #include "usagewatch.h"
@@ -20,6 +21,12 @@
 
 class QSettings;
 class QThreadPool;
+
+// One reading of where the disk goes: the report, or why there is none.
+struct DiskReading {
+    std::optional<DiskUsage> usage;
+    QString error;
+};
 
 // The one object every view reads and every action goes through. It composes what the
 // engine showed (EngineState), when it is read again (RefreshScheduler), which runtime is
@@ -141,6 +148,18 @@ public:
     // The archive each volume goes to: "shop_data 2026-11-23 1657.tar" in the folder.
     static QString backupFile(const QString &folder, const QString &volume, const QDateTime &at);
 
+    // Where the selected runtime's disk goes; read only when asked, since the engine walks
+    // every layer and volume to answer.
+    QCoro::Task<DiskReading> readDisk();
+    // What a reclaim would remove from the reading, naming images by all their tags.
+    static ReclaimPlan reclaimPlan(const DiskUsage &usage, const QList<DockerImage> &images);
+    // One step per item of the chosen categories, containers first.
+    static QList<DeletionStep> reclaimSteps(const ReclaimPlan &plan, const QList<ReclaimPlan::Kind> &chosen);
+    // Removes exactly the items of the chosen categories, one at a time, each by its id,
+    // under the work id, a Reclaim begun by the caller. Stopped, it ends after the removal
+    // under way. Returns the bytes the engine counts as freed, if it tells.
+    QCoro::Task<std::optional<qint64>> reclaim(ReclaimPlan plan, QList<ReclaimPlan::Kind> chosen, int workId = 0);
+
     // Docker children mostly wait, so they get a pool wider than the cores. Everything on it
     // ends at a deadline.
     static QThreadPool *workers();
@@ -164,6 +183,8 @@ signals:
     // Any input of projects() changed: containers, registry, filter or runtime.
     void projectsChanged();
     void staleChanged();
+    // Any reading of where the disk goes, whoever asked for it.
+    void diskRead(const DiskUsage &usage);
 
 private:
     using ErrorSource = EngineState::ErrorSource;
@@ -215,6 +236,9 @@ private:
         ContainerChange change;
     };
     QList<Told> m_told;
+    // The disk report under way, if any, and whose.
+    QFuture<DiskReading> m_diskReading;
+    std::optional<Runtime> m_diskRuntime;
     // The event stream was down at some time since the last listing of the containers.
     bool m_streamGap = true;
 };

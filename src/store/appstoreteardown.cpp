@@ -103,6 +103,10 @@ QCoro::Task<std::optional<QString>> AppStore::deleteProject(TeardownPlan plan, b
             failure = co_await future;
             break;
         }
+        // A reclaim's steps; a deletion has none.
+        case Step::Kind::Image:
+        case Step::Kind::Container:
+        case Step::Kind::Cache: break;
         }
         if (!self)
             co_return std::nullopt;

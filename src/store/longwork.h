@@ -8,25 +8,28 @@
 #include <QObject>
 #include <memory>
 
-// One step of a project's deletion, in the order they run.
+// One step of a project's deletion or of a reclaim, in the order they run.
 struct DeletionStep {
-    enum class Kind { Backup, Containers, Volume, Directory };
+    enum class Kind { Backup, Containers, Volume, Directory, Image, Container, Cache };
     enum class State { Pending, Running, Done, Failed, Skipped };
     Kind kind = Kind::Containers;
-    // The volume backed up or removed, the directory trashed; the project for containers.
+    // The volume backed up or removed, the directory trashed; the project for containers;
+    // the object's id in a reclaim.
     QString subject;
     State state = State::Pending;
     QString failure;
+    // What a person reads, where the subject is an id.
+    QString name;
     friend bool operator==(const DeletionStep &, const DeletionStep &) = default;
 };
 
 // A long action under way and how far it got.
 struct Work {
-    enum class Kind { Pull, Up, Deletion, Backup, Restore };
+    enum class Kind { Pull, Up, Deletion, Backup, Restore, Reclaim };
 
     int id = 0;
     Kind kind = Kind::Pull;
-    // The image, project or volume it acts on.
+    // The image, project or volume it acts on; a reclaim's runtime.
     QString subject;
     QDateTime startedAt;
     // Asked to stop; it ends at the next point where stopping loses nothing.

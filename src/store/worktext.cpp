@@ -52,6 +52,7 @@ QString title(const Work &work)
     case Work::Kind::Deletion: return QStringLiteral("Deleting ") + work.subject;
     case Work::Kind::Backup: return QStringLiteral("Backing up ") + work.subject;
     case Work::Kind::Restore: return QStringLiteral("Restoring ") + work.subject;
+    case Work::Kind::Reclaim: return QStringLiteral("Reclaiming space on ") + work.subject;
     }
     return {};
 }
@@ -69,6 +70,7 @@ QString detail(const Work &work)
         return pulls;
     }
     case Work::Kind::Deletion: return QStringLiteral("%1 of %2 steps").arg(finishedSteps(work)).arg(work.steps.size());
+    case Work::Kind::Reclaim: return QStringLiteral("%1 of %2 done").arg(finishedSteps(work)).arg(work.steps.size());
     case Work::Kind::Backup:
     case Work::Kind::Restore: return bytes(work.moved.bytes, work.moved.total);
     }
@@ -84,7 +86,8 @@ double fraction(const Work &work)
         const bool pulling = std::any_of(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase == Phase::Pulling; });
         return pulling && work.compose.pulls.toFetch() > 0 ? work.compose.pulls.fraction() : -1;
     }
-    case Work::Kind::Deletion: return work.steps.isEmpty() ? -1 : double(finishedSteps(work)) / double(work.steps.size());
+    case Work::Kind::Deletion:
+    case Work::Kind::Reclaim: return work.steps.isEmpty() ? -1 : double(finishedSteps(work)) / double(work.steps.size());
     case Work::Kind::Backup:
     case Work::Kind::Restore:
         // The archive outgrows the data a little; the bar waits at its end rather than overrun.
@@ -125,8 +128,11 @@ QString stepText(const DeletionStep &step)
     switch (step.kind) {
     case Step::Kind::Backup: return QStringLiteral("Back up ") + step.subject;
     case Step::Kind::Containers: return QStringLiteral("Remove the containers");
-    case Step::Kind::Volume: return QStringLiteral("Remove ") + step.subject;
+    case Step::Kind::Volume: return QStringLiteral("Remove ") + (step.name.isEmpty() ? step.subject : step.name);
     case Step::Kind::Directory: return QStringLiteral("Move ") + step.subject + QStringLiteral(" to the Trash");
+    case Step::Kind::Image:
+    case Step::Kind::Container:
+    case Step::Kind::Cache: return QStringLiteral("Remove ") + (step.name.isEmpty() ? step.subject : step.name);
     }
     return {};
 }
@@ -182,6 +188,11 @@ QString stopped(const Work &work, const QStringList &services)
         }
         return done.isEmpty() ? QStringLiteral("Deletion stopped: nothing was removed")
                               : QStringLiteral("Deletion stopped after %1 of %2 steps").arg(done.size()).arg(work.steps.size());
+    }
+    case Work::Kind::Reclaim: {
+        const auto done = std::count_if(work.steps.cbegin(), work.steps.cend(), [](const Step &s) { return s.state == Step::State::Done; });
+        return done == 0 ? QStringLiteral("Reclaim stopped: nothing was removed")
+                         : QStringLiteral("Reclaim stopped after removing %1 of %2").arg(done).arg(work.steps.size());
     }
     case Work::Kind::Backup: return QStringLiteral("Backup of %1 stopped; no file was written").arg(work.subject);
     case Work::Kind::Restore:

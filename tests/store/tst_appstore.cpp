@@ -626,6 +626,59 @@ private slots:
         QVERIFY(st->registry().knows("shop", "default"));
         QVERIFY(st->work().list().isEmpty());
     }
+
+    // A reclaim goes item by item, containers first, each by its id; a refusal stays in its
+    // step and the rest goes on; what was freed is the engine's count before and after.
+    void aReclaimRemovesExactlyItsItems()
+    {
+        auto h = m_engine->holdings();
+        h.containers = {row("web", "running", "shop", m_tmp.path()), row("old", "exited"), row("late", "running")};
+        h.containers[1].image = "base:1";
+        h.images = {{"sha256:aaa", "base", "1", "4MB"}, {"sha256:bbb", "<none>", "<none>", "9MB"}, {"sha256:ccc", "tool", "2", "7MB"}};
+        h.volumes = {{QString(64, u'a'), "local", "/v"}};
+        h.sizes = {{"sha256:aaa", 4'000'000}, {"sha256:bbb", 9'000'000}, {"sha256:ccc", 7'000'000}, {QString(64, u'a'), 1'000}, {"old-id", 500}};
+        h.buildCache = {{"cache1", "regular", "RUN make", 2'000'000, false, false}};
+        m_engine->setHoldings(h);
+        auto st = store();
+        const DiskReading read = QCoro::waitFor(st->readDisk());
+        QVERIFY(read.usage);
+        const ReclaimPlan plan = AppStore::reclaimPlan(*read.usage, st->images());
+        using RK = ReclaimPlan::Kind;
+        const QList<RK> all{RK::DanglingImages, RK::BuildCache, RK::UnusedImages, RK::StoppedContainers, RK::AnonymousVolumes};
+
+        // Made from tool:2 after the plan was read: its removal is refused, nothing else is.
+        h.containers[2].image = "tool:2";
+        m_engine->setHoldings(h);
+        const std::optional<qint64> freed = QCoro::waitFor(st->reclaim(plan, all));
+        // base:1 was in use when the plan was read, so it stays though its container goes.
+        QCOMPARE(m_engine->performed(), (QList<EngineAction>{EngineAction::on(Kind::ReclaimContainer, {"old-id"}),
+                                                              EngineAction::reclaimImage("sha256:bbb", {}),
+                                                              EngineAction::reclaimImage("sha256:ccc", {"tool:2"}),
+                                                              EngineAction::on(Kind::RemoveVolume, {QString(64, u'a')}),
+                                                              EngineAction::on(Kind::ReclaimCache, {"cache1"})}));
+        QCOMPARE(freed, std::optional<qint64>(500 + 9'000'000 + 1'000 + 2'000'000));
+        QCOMPARE(st->images().size(), 2);
+        QVERIFY(st->work().list().isEmpty());
+    }
+
+    void aReclaimStopsBetweenItems()
+    {
+        auto h = m_engine->holdings();
+        h.images = {{"sha256:a", "<none>", "<none>", "1MB"}, {"sha256:b", "<none>", "<none>", "1MB"}, {"sha256:c", "<none>", "<none>", "1MB"}};
+        m_engine->setHoldings(h);
+        auto st = store();
+        const ReclaimPlan plan = AppStore::reclaimPlan(*QCoro::waitFor(st->readDisk()).usage, st->images());
+        m_engine->hold(Call::Action);
+        const int id = st->work().begin(Work::Kind::Reclaim, "default");
+        auto reclaim = st->reclaim(plan, {ReclaimPlan::Kind::DanglingImages}, id);
+        QTRY_COMPARE(m_engine->performed().size(), 1);
+        st->work().stop(id);
+        m_engine->release(Call::Action);
+        QCoro::waitFor(reclaim);
+        QCOMPARE(m_engine->performed().size(), 1);
+        QCOMPARE(st->images().size(), 2);
+        QCOMPARE(st->noticeText(), "Reclaim stopped after removing 1 of 3");
+    }
 };
 
 QTEST_GUILESS_MAIN(AppStoreTest)

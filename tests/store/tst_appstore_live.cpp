@@ -12,6 +12,7 @@
 #include <QThreadPool>
 #include <QTimer>
 #include <QElapsedTimer>
+#include <QRandomGenerator>
 
 using namespace TestSupport;
 
@@ -216,6 +217,152 @@ private slots:
         QCOMPARE(docker({"volume", "inspect", shared}).status, 0);
     }
 
+
+    // Random images, containers and volumes of every kind the reclaim rules tell apart. The
+    // plan lists none of what the rules keep and all of what they allow; performed, it
+    // removes exactly what it listed, as the engine's own lists before and after show.
+    void reclaimRemovesExactlyWhatItListed()
+    {
+        const quint32 seed = qEnvironmentVariableIsSet("KORVAT_SEED") ? qEnvironmentVariableIntValue("KORVAT_SEED") : QRandomGenerator::global()->generate();
+        qInfo("seed %u (KORVAT_SEED repeats it)", seed);
+        QRandomGenerator random(seed);
+        const QString prefix = uniqueName("ktrc");
+        const auto out = [](const QStringList &args) { return docker(args).out.trimmed(); };
+
+        // Images of their own ids: a committed label makes each one new. Every second one
+        // keeps no name and is dangling.
+        const QString source = out({"create", "--name", prefix + "-src", engineImage(), "true"});
+        m_made.containers << prefix + "-src";
+        QStringList images, tagged;
+        for (int i = 0; i < 5; ++i) {
+            const bool named = i % 2 == 0;
+            QStringList args{"commit", "-c", QString("LABEL korvat.test=%1-%2").arg(prefix).arg(i), source};
+            if (named)
+                args << QString("%1-img%2:1").arg(prefix).arg(i);
+            const QString id = out(args);
+            QVERIFY(id.startsWith("sha256:"));
+            images << id;
+            if (named)
+                tagged << QString("%1-img%2:1").arg(prefix).arg(i);
+            m_made.images << id;
+        }
+        QCOMPARE(docker({"rm", prefix + "-src"}).status, 0);
+        QStringList volumes;
+        for (int i = 0; i < 5; ++i) {
+            const QString name = random.bounded(2) ? out({"volume", "create"}) : out({"volume", "create", QString("%1-vol%2").arg(prefix).arg(i)});
+            volumes << name;
+            m_made.volumes << name;
+        }
+        struct Made { QString id; QString image; QString state; bool project; QStringList mounts; };
+        QList<Made> containers;
+        for (int i = 0; i < 7; ++i) {
+            Made c{{}, images[random.bounded(int(images.size()))], QStringList{"running", "exited", "created"}[random.bounded(3)], random.bounded(3) == 0, {}};
+            const QString name = QString("%1-c%2").arg(prefix).arg(i);
+            QStringList args{c.state == "running" ? "run" : "create", "--name", name};
+            if (c.state == "running")
+                args << "-d";
+            if (c.project)
+                args << "--label" << QString(Labels::project) + "=" + prefix;
+            if (random.bounded(2)) {
+                c.mounts << volumes[random.bounded(int(volumes.size()))];
+                args << "-v" << c.mounts.first() + ":/data";
+            }
+            args << c.image << "/bin/busybox" << "sleep" << (c.state == "exited" ? "0" : "3600");
+            QCOMPARE(docker(args).status, 0);
+            if (c.state == "exited")
+                QCOMPARE(docker({"start", "-a", name}).status, 0);
+            c.id = out({"inspect", "-f", "{{.Id}}", name});
+            containers << c;
+            m_made.containers << name;
+        }
+
+        auto s = settings();
+        AppStore st(s.get(), std::make_shared<CliEngine>());
+        QCoro::waitFor(st.loadContexts());
+        const DiskReading read = QCoro::waitFor(st.readDisk());
+        QVERIFY2(read.usage, qPrintable(read.error));
+        const ReclaimPlan plan = AppStore::reclaimPlan(*read.usage, st.images());
+
+        using Kind = ReclaimPlan::Kind;
+        QMap<QString, Kind> listed;
+        for (const auto &c : plan.categories) {
+            for (const auto &item : c.items)
+                listed.insert(item.id, c.kind);
+        }
+        QMap<QString, Kind> expected;
+        for (const QString &image : images) {
+            const bool used = std::any_of(containers.cbegin(), containers.cend(), [&](const Made &c) { return c.image == image; });
+            const bool dangling = !std::any_of(tagged.cbegin(), tagged.cend(), [&](const QString &t) { return out({"image", "inspect", "-f", "{{.Id}}", t}) == image; });
+            if (!used)
+                expected.insert(image, dangling ? Kind::DanglingImages : Kind::UnusedImages);
+        }
+        for (const Made &c : containers) {
+            if (c.state != "running" && !c.project)
+                expected.insert(c.id, Kind::StoppedContainers);
+        }
+        for (const QString &v : volumes) {
+            const bool mounted = std::any_of(containers.cbegin(), containers.cend(), [&](const Made &c) { return c.mounts.contains(v); });
+            if (v.size() == 64 && !mounted)
+                expected.insert(v, Kind::AnonymousVolumes);
+        }
+        // Only the test's own objects count: the engine holds other tests' too.
+        QMap<QString, Kind> ours;
+        QStringList made = images + volumes;
+        for (const Made &c : containers)
+            made << c.id;
+        for (auto it = listed.cbegin(); it != listed.cend(); ++it) {
+            if (made.contains(it.key()))
+                ours.insert(it.key(), it.value());
+        }
+        QCOMPARE(ours, expected);
+
+        // Performed on the test's own items only, it takes those and nothing else.
+        ReclaimPlan own = plan;
+        for (auto &c : own.categories)
+            c.items.removeIf([&](const ReclaimPlan::Item &i) { return !made.contains(i.id); });
+        const auto held = [&] {
+            QStringList all = out({"ps", "-aq", "--no-trunc"}).split('\n', Qt::SkipEmptyParts) + out({"images", "-aq", "--no-trunc"}).split('\n', Qt::SkipEmptyParts)
+                            + out({"volume", "ls", "-q"}).split('\n', Qt::SkipEmptyParts);
+            return QSet<QString>(all.cbegin(), all.cend());
+        };
+        const QSet<QString> before = held();
+        QCoro::waitFor(st.reclaim(own, {Kind::DanglingImages, Kind::BuildCache, Kind::UnusedImages, Kind::StoppedContainers, Kind::AnonymousVolumes}));
+        const QSet<QString> after = held();
+        const QStringList keys = expected.keys();
+        QCOMPARE(before - after, QSet<QString>(keys.cbegin(), keys.cend()));
+        QVERIFY(after - before == QSet<QString>{});
+    }
+
+    // Stopped while the first item goes, a reclaim ends after it: the others stay.
+    void aReclaimStoppedBetweenItems()
+    {
+        const QString prefix = uniqueName("ktrs");
+        const QString source = docker({"create", "--name", prefix + "-src", engineImage(), "true"}).out.trimmed();
+        m_made.containers << prefix + "-src";
+        QStringList images;
+        for (int i = 0; i < 3; ++i) {
+            images << docker({"commit", "-c", QString("LABEL korvat.test=%1-%2").arg(prefix).arg(i), source}).out.trimmed();
+            m_made.images << images.last();
+        }
+        QCOMPARE(docker({"rm", prefix + "-src"}).status, 0);
+        auto s = settings();
+        AppStore st(s.get(), std::make_shared<CliEngine>());
+        QCoro::waitFor(st.loadContexts());
+        ReclaimPlan plan = AppStore::reclaimPlan(*QCoro::waitFor(st.readDisk()).usage, st.images());
+        for (auto &c : plan.categories)
+            c.items.removeIf([&](const ReclaimPlan::Item &i) { return !images.contains(i.id); });
+        QCOMPARE(plan.categories.first().items.size(), 3);
+        const QString first = plan.categories.first().items.first().id;
+
+        const int id = st.work().begin(Work::Kind::Reclaim, "default");
+        // The first removal is under way once reclaim returns; the stop comes before it ends.
+        auto reclaim = st.reclaim(plan, {ReclaimPlan::Kind::DanglingImages}, id);
+        st.work().stop(id);
+        QCoro::waitFor(reclaim);
+        for (const QString &image : images)
+            QCOMPARE(docker({"image", "inspect", image}).status, image == first ? 1 : 0);
+        QCOMPARE(st.noticeText(), "Reclaim stopped after removing 1 of 3");
+    }
 };
 
 QTEST_GUILESS_MAIN(AppStoreLive)

@@ -10,6 +10,7 @@ QString label(Category c)
     case Category::Images: return QStringLiteral("Images");
     case Category::Volumes: return QStringLiteral("Volumes");
     case Category::Networks: return QStringLiteral("Networks");
+    case Category::Disk: return QStringLiteral("Disk");
     }
     return {};
 }
@@ -22,6 +23,7 @@ QString icon(Category c)
     case Category::Images: return QStringLiteral("opticaldisc");
     case Category::Volumes: return QStringLiteral("externaldrive");
     case Category::Networks: return QStringLiteral("network");
+    case Category::Disk: return QStringLiteral("chart.pie");
     }
     return {};
 }
@@ -33,7 +35,7 @@ QString spoken(Category c, int count)
 
 QString searchHint(Category c)
 {
-    return QStringLiteral("Filter ") + label(c).toLower();
+    return c == Category::Disk ? QStringLiteral("Filter by name or use") : QStringLiteral("Filter ") + label(c).toLower();
 }
 
 QString view(Category c)
@@ -44,11 +46,12 @@ QString view(Category c)
     case Category::Images: return QStringLiteral("ImagesView.qml");
     case Category::Volumes: return QStringLiteral("VolumesView.qml");
     case Category::Networks: return QStringLiteral("NetworksView.qml");
+    case Category::Disk: return QStringLiteral("DiskView.qml");
     }
     return {};
 }
 
-bool ownsEmptyState(Category c) { return c == Category::Images || c == Category::Volumes; }
+bool ownsEmptyState(Category c) { return c == Category::Images || c == Category::Volumes || c == Category::Disk; }
 
 QString raw(Category c)
 {
@@ -57,7 +60,7 @@ QString raw(Category c)
 
 std::optional<Category> fromRaw(const QString &text)
 {
-    for (Category c : all) {
+    for (Category c : shown) {
         if (raw(c) == text)
             return c;
     }

@@ -10,13 +10,17 @@
 namespace Sections {
 Q_NAMESPACE
 QML_ELEMENT
-enum class Category { Projects, Containers, Images, Volumes, Networks };
+// Disk is reached from the sidebar's footer and the images and volumes views, not a row.
+enum class Category { Projects, Containers, Images, Volumes, Networks, Disk };
 Q_ENUM_NS(Category)
 }
 using Category = Sections::Category;
 
 namespace Categories {
+// The sidebar's rows.
 inline const QList<Category> all = {Category::Projects, Category::Containers, Category::Images, Category::Volumes, Category::Networks};
+// Every section a window can show.
+inline const QList<Category> shown = all + QList<Category>{Category::Disk};
 QString label(Category c);
 QString icon(Category c);
 // What a screen reader says for the section's sidebar row: "Containers, 12".

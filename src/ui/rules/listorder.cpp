@@ -11,7 +11,8 @@ QList<Key> keysFor(Category c)
 {
     switch (c) {
     case Category::Projects:
-    case Category::Networks: return {};
+    case Category::Networks:
+    case Category::Disk: return {};
     case Category::Containers: return {Key::Listed, Key::Name, Key::State, Key::Created};
     case Category::Images: return {Key::Listed, Key::Name, Key::Created, Key::Size};
     case Category::Volumes: return {Key::Listed, Key::Name};

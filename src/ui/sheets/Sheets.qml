@@ -26,6 +26,9 @@ Item {
         function onDeletionRequested(target: ProjectDeletion) {
             deletion.show(target);
         }
+        function onReclaimRequested(target: Reclaiming) {
+            reclaim.show(target);
+        }
         function onDownRequested(project: string, confirmation: string) {
             confirmDown.project = project;
             confirmDown.message = confirmation;
@@ -65,6 +68,9 @@ Item {
     }
     DeleteProjectSheet {
         id: deletion
+    }
+    ReclaimSheet {
+        id: reclaim
     }
     ConfirmSheet {
         id: confirmDown

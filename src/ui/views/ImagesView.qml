@@ -56,6 +56,13 @@ ColumnLayout {
             onClicked: root.pull()
         }
         KorButton {
+            objectName: "diskUsage"
+            text: "Disk usage"
+            iconName: "chart.pie"
+            help: "Where the space goes, largest first, and what can be won back (Ctrl+6)"
+            onClicked: root.shell.category = Sections.Disk
+        }
+        KorButton {
             objectName: "prune"
             text: "Prune unused"
             iconName: "trash"

@@ -23,6 +23,13 @@ ColumnLayout {
             Layout.fillWidth: true
         }
         KorButton {
+            objectName: "diskUsage"
+            text: "Disk usage"
+            iconName: "chart.pie"
+            help: "Where the space goes, largest first, and what can be won back (Ctrl+6)"
+            onClicked: root.shell.category = Sections.Disk
+        }
+        KorButton {
             objectName: "prune"
             text: "Prune unused"
             iconName: "trash"

@@ -87,6 +87,10 @@ ApplicationWindow {
         sequence: "Ctrl+5"
         onActivated: window.shell.category = Sections.Networks
     }
+    Shortcut {
+        sequence: "Ctrl+6"
+        onActivated: window.shell.category = Sections.Disk
+    }
 
     // Adding a project and locating a moved one ask the same question.
     FolderDialog {
@@ -235,6 +239,7 @@ ApplicationWindow {
                 onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
                 onVolumeAction: (verb, name) => window.actions.perform(verb, name)
                 onNetworkAction: (verb, name) => window.actions.perform(verb, name)
+                onDiskAction: verb => window.actions.perform(verb, "")
             }
         }
     }

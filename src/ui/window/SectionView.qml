@@ -16,6 +16,7 @@ Item {
     signal imageAction(int verb, string id, string reference)
     signal volumeAction(int verb, string name)
     signal networkAction(int verb, string name)
+    signal diskAction(int verb)
 
     function load() {
         if (root.showsRows || root.ownEmptyState)
@@ -52,6 +53,9 @@ Item {
         }
         function onNetworkAction(verb: int, name: string) {
             root.networkAction(verb, name);
+        }
+        function onDiskAction(verb: int) {
+            root.diskAction(verb);
         }
 
         target: loader.item

@@ -1,9 +1,11 @@
 pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Layouts
+import QtQuick.Templates as T
 import Korvat
 
-// The library: one row per section with its count, and the running and stopped counters.
+// The library: one row per section with its count, and the running and stopped counters,
+// which lead to the disk view.
 Rectangle {
     id: root
 
@@ -59,34 +61,74 @@ Rectangle {
         }
         Rectangle {
             Layout.fillWidth: true
-            Layout.bottomMargin: 10
+            Layout.bottomMargin: 6
             implicitHeight: 1
             color: Theme.line
         }
-        Row {
-            Layout.leftMargin: 10
-            spacing: 8
+        // The running and stopped counters open the disk view: what the engine holds, and
+        // where its space goes.
+        T.AbstractButton {
+            id: footer
 
-            StatusDot {
-                anchors.verticalCenter: parent.verticalCenter
-                dot: "running"
-            }
-            SectionCaption {
-                caption: root.runningText
-                color: Theme.ink
-            }
-        }
-        Row {
-            Layout.leftMargin: 10
-            Layout.topMargin: 4
-            spacing: 8
+            objectName: "diskFooter"
+            readonly property bool current: root.current === Sections.Disk
 
-            StatusDot {
-                anchors.verticalCenter: parent.verticalCenter
-                dot: "exited"
+            Layout.fillWidth: true
+            topPadding: 7
+            bottomPadding: 7
+            focusPolicy: Qt.StrongFocus
+            hoverEnabled: true
+            Accessible.role: Accessible.PageTab
+            Accessible.name: "Disk, " + root.runningText.toLowerCase() + ", " + root.stoppedText.toLowerCase()
+            Accessible.description: "Where the engine's disk space goes (Ctrl+6)"
+            Accessible.selected: current
+            Accessible.onPressAction: root.picked(Sections.Disk)
+            onClicked: root.picked(Sections.Disk)
+
+            background: Rectangle {
+                radius: 7
+                color: footer.current ? Theme.wash : (footer.hovered ? Theme.control : "transparent")
+                border.width: footer.visualFocus ? 2 : 0
+                border.color: Theme.ion
             }
-            SectionCaption {
-                caption: root.stoppedText
+            contentItem: RowLayout {
+                spacing: 8
+
+                Column {
+                    Layout.leftMargin: 10
+                    Layout.fillWidth: true
+                    spacing: 4
+
+                    Row {
+                        spacing: 8
+
+                        StatusDot {
+                            anchors.verticalCenter: parent.verticalCenter
+                            dot: "running"
+                        }
+                        SectionCaption {
+                            caption: root.runningText
+                            color: Theme.ink
+                        }
+                    }
+                    Row {
+                        spacing: 8
+
+                        StatusDot {
+                            anchors.verticalCenter: parent.verticalCenter
+                            dot: "exited"
+                        }
+                        SectionCaption {
+                            caption: root.stoppedText
+                        }
+                    }
+                }
+                KorIcon {
+                    Layout.rightMargin: 10
+                    name: "chart.pie"
+                    tint: footer.current ? Theme.ion : Theme.muted
+                    size: 15
+                }
             }
         }
     }

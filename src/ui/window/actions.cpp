@@ -8,6 +8,7 @@
 #include "logfollower.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
+#include "reclaiming.h"
 #include "terminal.h"
 
 #include <QClipboard>
@@ -355,6 +356,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::BackupVolume:
     case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));
     case Verb::ShowVolume: emit volumeShown(subject); return;
+    case Verb::Reclaim: emit reclaimRequested(ownedByQml(new Reclaiming(m_store))); return;
     case Verb::RemoveNetwork: return removeNetwork(subject);
     case Verb::NetworkDetails:
         if (const auto found = network(subject))

@@ -6,6 +6,7 @@
 #include "execconsole.h"
 #include "logfollower.h"
 #include "projectdeletion.h"
+#include "reclaiming.h"
 #include "verb.h"
 
 #include <QObject>
@@ -81,6 +82,7 @@ signals:
     void consoleRequested(ExecConsole *target);
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);
+    void reclaimRequested(Reclaiming *reclaim);
     void downRequested(const QString &project, const QString &confirmation);
     // A volume's removal waits for the user's word, or for a backup first.
     void volumeRemovalRequested(const QString &volume, const QString &message);

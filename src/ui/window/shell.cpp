@@ -18,7 +18,7 @@ const QList<std::pair<Category, const Setting<QString> *>> &sortSettings()
 }
 
 Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QObject *parent)
-    : QObject(parent), m_store(store), m_toolchain(toolchain), m_settings(settings)
+    : QObject(parent), m_store(store), m_toolchain(toolchain), m_settings(settings), m_disk(store)
 {
     if (const auto stored = Categories::fromRaw(Settings::category.read(*m_settings)))
         m_category = *stored;
@@ -32,7 +32,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     m_pulls = new WorkModel(work, {Kind::Pull}, this);
     m_transfers = new WorkModel(work, {Kind::Backup, Kind::Restore}, this);
     m_ups = new WorkModel(work, {Kind::Up}, this);
-    m_work = new WorkModel(work, {Kind::Pull, Kind::Up, Kind::Deletion, Kind::Backup, Kind::Restore}, this);
+    m_work = new WorkModel(work, {Kind::Pull, Kind::Up, Kind::Deletion, Kind::Backup, Kind::Restore, Kind::Reclaim}, this);
     m_projects.setWork(m_ups);
     m_containers.setUsage(&m_store->usage());
     m_projects.setUsage(&m_store->usage());
@@ -70,6 +70,12 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     for (KeyedListModel *model : std::initializer_list<KeyedListModel *>{&m_projects, &m_containers, &m_images, &m_volumes, &m_networks})
         connect(model, &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
     connect(this, &Shell::categoryChanged, this, &Shell::sectionCountChanged);
+
+    connect(m_disk.items(), &KeyedListModel::countChanged, this, &Shell::sectionCountChanged);
+    const auto diskShown = [this] { m_disk.setShown(m_category == Category::Disk && m_store->windowVisible()); };
+    connect(this, &Shell::categoryChanged, this, diskShown);
+    connect(m_store, &AppStore::windowVisibleChanged, this, diskShown);
+    connect(m_store, &AppStore::filterChanged, this, [this] { m_disk.setFilter(m_store->filter()); });
 
     m_staleTick.setInterval(1000);
     connect(&m_staleTick, &QTimer::timeout, this, &Shell::updateStale);
@@ -181,7 +187,7 @@ QVariantList Shell::categories() const
 
 void Shell::setCategory(int category)
 {
-    if (category < 0 || category >= int(Categories::all.size()))
+    if (category < 0 || category >= int(Categories::shown.size()))
         return;
     const auto next = Category(category);
     Settings::category.write(*m_settings, Categories::raw(next));
@@ -199,6 +205,7 @@ int Shell::countOf(int category) const
     case Category::Images: return m_images.count();
     case Category::Volumes: return m_volumes.count();
     case Category::Networks: return m_networks.count();
+    case Category::Disk: return m_disk.items()->count();
     }
     return 0;
 }
@@ -253,6 +260,7 @@ QString Shell::emptyDetail() const
     case Category::Images: return QStringLiteral("No images on ") + where + u'.';
     case Category::Volumes: return QStringLiteral("No volumes on ") + where + u'.';
     case Category::Networks: return QStringLiteral("No networks on ") + where + u'.';
+    case Category::Disk: return QStringLiteral("Nothing takes space on ") + where + u'.';
     }
     return {};
 }
@@ -264,7 +272,12 @@ void Shell::firstShown()
     m_toolchain->checkAtLaunch(enabled);
 }
 
-void Shell::refresh() { m_store->refresh(); }
+void Shell::refresh()
+{
+    m_store->refresh();
+    if (m_category == Category::Disk)
+        m_disk.read();
+}
 
 void Shell::selectRuntime(int row)
 {

@@ -8,6 +8,7 @@
 #include "runtimemodel.h"
 #include "volumemodel.h"
 #include "networkmodel.h"
+#include "diskpanel.h"
 #include "workmodel.h"
 
 #include <QDateTime>
@@ -35,6 +36,7 @@ class Shell : public QObject {
     Q_PROPERTY(VolumeModel *volumes READ volumes CONSTANT)
     Q_PROPERTY(NetworkModel *networks READ networks CONSTANT)
     Q_PROPERTY(RuntimeModel *runtimes READ runtimes CONSTANT)
+    Q_PROPERTY(DiskPanel *disk READ disk CONSTANT)
     // Long work under way: the pulls for the images view, the backups and restores for the
     // volumes view, all of it for the tray panel's line. Compose up shows on its card.
     Q_PROPERTY(WorkModel *pulls READ pulls CONSTANT)
@@ -74,6 +76,7 @@ public:
     VolumeModel *volumes() { return &m_volumes; }
     NetworkModel *networks() { return &m_networks; }
     RuntimeModel *runtimes() { return &m_runtimes; }
+    DiskPanel *disk() { return &m_disk; }
     WorkModel *pulls() { return m_pulls; }
     WorkModel *transfers() { return m_transfers; }
     WorkModel *work() { return m_work; }
@@ -146,6 +149,7 @@ private:
     VolumeModel m_volumes;
     NetworkModel m_networks;
     RuntimeModel m_runtimes;
+    DiskPanel m_disk;
     WorkModel *m_pulls;
     WorkModel *m_transfers;
     WorkModel *m_ups;

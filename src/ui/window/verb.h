@@ -23,6 +23,8 @@ enum Kind {
     RemoveNetwork, NetworkDetails,
     // Shows the named volume in the volumes section.
     ShowVolume,
+    // The reclaim sheet, for the runtime shown.
+    Reclaim,
 };
 Q_ENUM_NS(Kind)
 }

@@ -49,7 +49,7 @@ TestCase {
         const s = createTemporaryObject(sidebar, testCase, { shell: shell });
         const items = navItems(s);
         compare(items.map(i => i.label), ["Projects", "Containers", "Images", "Volumes", "Networks"]);
-        compare(items.map(i => i.count), [7, 10, 8, 4, 6]);
+        compare(items.map(i => i.count), [7, 10, 10, 5, 6]);
         compare(items[1].Accessible.name, "Containers, 10");
         compare(shell.runningText, "6 RUNNING");
         compare(shell.stoppedText, "4 STOPPED");

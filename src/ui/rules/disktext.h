@@ -1,0 +1,48 @@
+#pragma once
+
+#include "diskusage.h"
+
+#include <QList>
+#include <QString>
+#include <optional>
+
+// How the disk view reads a report: one tile per kind, then every item, largest first,
+// each saying what uses it.
+namespace DiskText {
+
+struct Tile {
+    QString title;
+    QString icon;
+    // "1.2 GB"
+    QString total;
+    // "14 images · 800 MB their own · 400 MB shared"
+    QString detail;
+    // "300 MB not in use", as the engine counts it.
+    QString reclaimable;
+    friend bool operator==(const Tile &, const Tile &) = default;
+};
+
+struct Row {
+    enum class Kind { Image, Container, Volume, Cache };
+    Kind kind = Kind::Image;
+    QString id;
+    QString name;
+    qint64 bytes = -1;
+    // "Used by web-1 and db-1", "Nothing mounts it", "Stopped · project shop".
+    QString use;
+    // What the size is of, where it needs saying: "writable layer", "2 B its own".
+    QString detail;
+    friend bool operator==(const Row &, const Row &) = default;
+};
+
+QList<Tile> tiles(const DiskUsage &usage);
+// Every image, container, volume and build cache record, largest first; unknown sizes last.
+QList<Row> rows(const DiskUsage &usage);
+QString icon(Row::Kind kind);
+// "1.2 GB", or "size unknown".
+QString size(qint64 bytes);
+// What a screen reader says of a row after its name.
+QString spoken(const Row &row);
+// "Freed 1.2 GB", "Freed nothing", or that the engine did not say.
+QString freed(const std::optional<qint64> &bytes);
+}

@@ -1,0 +1,113 @@
+#include "diskpanel.h"
+
+#include "appstore.h"
+
+#include <QLocale>
+#include <QVariantMap>
+
+DiskPanel::DiskPanel(AppStore *store, QObject *parent) : QObject(parent), m_store(store)
+{
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(2000);
+    connect(&m_settle, &QTimer::timeout, this, &DiskPanel::read);
+    const auto changed = [this] {
+        if (m_shown && m_usage)
+            m_settle.start();
+    };
+    connect(store, &AppStore::containersChanged, this, changed);
+    connect(store, &AppStore::imagesChanged, this, changed);
+    connect(store, &AppStore::volumesChanged, this, changed);
+    connect(store, &AppStore::diskRead, this, [this](const DiskUsage &usage) { show(usage, QDateTime::currentDateTime()); });
+    // Another runtime's report says nothing of this one.
+    connect(store, &AppStore::runtimeChanged, this, [this] {
+        m_usage.reset();
+        m_error.clear();
+        present();
+        if (m_shown)
+            read();
+    });
+}
+
+QVariantList DiskPanel::tiles() const
+{
+    QVariantList list;
+    for (const DiskText::Tile &t : DiskText::tiles(m_usage.value_or(DiskUsage{}))) {
+        list.append(QVariantMap{{QStringLiteral("title"), t.title}, {QStringLiteral("icon"), t.icon}, {QStringLiteral("total"), m_usage ? t.total : QStringLiteral("—")},
+                                {QStringLiteral("detail"), m_usage ? t.detail : QString()}, {QStringLiteral("reclaimable"), t.reclaimable}});
+    }
+    return list;
+}
+
+QString DiskPanel::status() const
+{
+    if (m_reading)
+        return QStringLiteral("Reading where the disk goes…");
+    if (!m_error.isEmpty())
+        return QStringLiteral("Could not read where the disk goes: ") + m_error;
+    return m_readAt.isValid() ? QStringLiteral("Read at ") + QLocale().toString(m_readAt.time(), QLocale::ShortFormat) : QString();
+}
+
+void DiskPanel::setShown(bool shown)
+{
+    if (m_shown == shown)
+        return;
+    m_shown = shown;
+    if (!shown)
+        m_settle.stop();
+    // A report older than a minute is read again; a newer one is shown as it is.
+    else if (!m_usage || m_readAt.secsTo(QDateTime::currentDateTime()) > 60)
+        read();
+}
+
+void DiskPanel::setFilter(const QString &filter)
+{
+    if (m_filter == filter)
+        return;
+    m_filter = filter;
+    present();
+}
+
+void DiskPanel::show(const DiskUsage &usage, const QDateTime &at)
+{
+    m_usage = usage;
+    m_readAt = at;
+    m_error.clear();
+    present();
+}
+
+void DiskPanel::read()
+{
+    if (m_reading) {
+        m_again = true;
+        return;
+    }
+    m_reading = true;
+    m_again = false;
+    emit readChanged();
+    [](QPointer<DiskPanel> self, QPointer<AppStore> store) -> QCoro::Task<> {
+        auto reading = store->readDisk();
+        const DiskReading read = co_await reading;
+        if (!self)
+            co_return;
+        // A report came through the store's signal; only a failure is left to tell.
+        self->m_reading = false;
+        if (!read.usage)
+            self->m_error = read.error;
+        self->present();
+        if (self->m_again && self->m_shown)
+            self->read();
+    }(this, m_store);
+}
+
+void DiskPanel::present()
+{
+    QList<DiskText::Row> rows = m_usage ? DiskText::rows(*m_usage) : QList<DiskText::Row>();
+    const qint64 largest = rows.isEmpty() ? 0 : std::max<qint64>(rows.first().bytes, 0);
+    if (!m_filter.isEmpty()) {
+        rows.removeIf([&](const DiskText::Row &r) {
+            return !r.name.contains(m_filter, Qt::CaseInsensitive) && !r.use.contains(m_filter, Qt::CaseInsensitive);
+        });
+    }
+    m_items.setRows(rows, largest);
+    emit readChanged();
+}

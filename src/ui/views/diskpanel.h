@@ -1,0 +1,66 @@
+#pragma once
+
+#include "diskmodel.h"
+#include "diskusage.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QTimer>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+#include <optional>
+
+class AppStore;
+
+// The disk view's state: the last report, read while the view is shown and again when the
+// engine's lists change under it, filtered by the shared search text.
+class DiskPanel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The shell makes the disk panel")
+    Q_PROPERTY(DiskModel *items READ items CONSTANT)
+    Q_PROPERTY(QVariantList tiles READ tiles NOTIFY readChanged)
+    Q_PROPERTY(bool reading READ reading NOTIFY readChanged)
+    Q_PROPERTY(bool hasReport READ hasReport NOTIFY readChanged)
+    // "Read at 14:05", "Reading where the disk goes…", or why it could not be read.
+    Q_PROPERTY(QString status READ status NOTIFY readChanged)
+    Q_PROPERTY(bool failed READ failed NOTIFY readChanged)
+
+public:
+    explicit DiskPanel(AppStore *store, QObject *parent = nullptr);
+
+    DiskModel *items() { return &m_items; }
+    const DiskModel *items() const { return &m_items; }
+    QVariantList tiles() const;
+    bool reading() const { return m_reading; }
+    bool hasReport() const { return m_usage.has_value(); }
+    QString status() const;
+    bool failed() const { return !m_error.isEmpty(); }
+    const std::optional<DiskUsage> &usage() const { return m_usage; }
+
+    // Reads while shown; hidden, it costs the engine nothing.
+    void setShown(bool shown);
+    void setFilter(const QString &filter);
+    // Shows a report read elsewhere, as the pictures do.
+    void show(const DiskUsage &usage, const QDateTime &at);
+    Q_INVOKABLE void read();
+
+signals:
+    void readChanged();
+
+private:
+    void present();
+
+    AppStore *m_store;
+    DiskModel m_items;
+    std::optional<DiskUsage> m_usage;
+    QDateTime m_readAt;
+    QString m_error;
+    QString m_filter;
+    bool m_shown = false;
+    bool m_reading = false;
+    // Something changed while a reading ran: one more follows it.
+    bool m_again = false;
+    // The lists change in bursts (a compose up, a reclaim): one reading follows the burst.
+    QTimer m_settle;
+};
