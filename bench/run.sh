@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Benchmarks on a private engine: the store and window at 0 and 200 containers, the use of
-# 30 running containers shown, then the whole cost at rest at 9 and 1,000.
+# 30 running containers shown, then the whole cost at rest at 9 and 1,000, and the reclaim
+# plan of 1,000 containers, 300 volumes and 200 images.
 # Usage: bench/run.sh BUILD_DIR
 set -euo pipefail
 build=${1:-build}
@@ -111,5 +112,14 @@ for i in $(seq 10 1000); do echo "$i rest$((i % 40))"; done | xargs -P 16 -n 2 s
   'docker create --name "rest-$0" -l com.docker.compose.project="$1" -l com.docker.compose.service=web "$KORVAT_TEST_IMAGE" true >/dev/null'
 seq 1 300 | xargs -P 16 -I{} docker volume create "rest-vol-{}" >/dev/null
 KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=1000 "$cost" "$idle"
+
+echo "== reclaim plan, 1,000 containers, 300 volumes and 200 images"
+# Images of their own ids, every fourth left without a name; a tenth of the volumes anonymous.
+docker create --name image-source "$KORVAT_TEST_IMAGE" true >/dev/null
+seq 1 199 | xargs -P 16 -I{} sh -c 'if [ $(({} % 4)) -eq 0 ]; then docker commit -c "LABEL n={}" image-source >/dev/null; else docker commit -c "LABEL n={}" image-source "bench-image-{}:1" >/dev/null; fi'
+seq 1 30 | xargs -P 16 -I{} docker volume create >/dev/null
+"$bench" reclaim
+docker rm image-source >/dev/null
 docker ps -aq | xargs -r docker rm -f >/dev/null
 docker volume ls -q | xargs -r docker volume rm >/dev/null
+docker images -q | grep -v "$(docker images -q "$KORVAT_TEST_IMAGE")" | xargs -r docker rmi -f >/dev/null

@@ -4,12 +4,16 @@
 
 #include <QSet>
 
-// `docker system df -v --format json`, and the reclaim plan made from it: whatever the
-// engine wrote, the plan lists nothing twice, no image any container uses, no container of
-// a compose project, no volume with a name of its own or a container that mounts it.
+// `docker system df -v --format json` with the totals of `docker system df --format json`
+// read from the same bytes, and the reclaim plan made from them: whatever the engine wrote,
+// the plan lists nothing twice, no image any container uses, no container of a compose
+// project, no volume with a name of its own or one a container mounts.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const DiskUsage usage = Docker::parseDiskUsage(fuzzBytes(data, size));
+    const QByteArray bytes = fuzzBytes(data, size);
+    DiskUsage usage = Docker::parseDiskUsage(bytes);
+    Docker::parseDiskTotals(bytes, usage);
+    FUZZ_PROMISE(usage.bytes() >= -1);
     const ReclaimPlan plan = Reclaim::plan(usage);
     QSet<QString> listed;
     for (const auto &category : plan.categories) {
@@ -34,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     for (const auto &v : usage.volumes) {
         const bool lone = once(usage.volumes, [](const auto &r) { return r.name; }, v.name);
-        FUZZ_PROMISE(!lone || (v.isAnonymous() && v.links == 0) || !listed.contains("anonymousVolumes/" + v.name));
+        const bool mounted = std::any_of(usage.containers.cbegin(), usage.containers.cend(), [&](const auto &c) { return c.mounts.contains(v.name); });
+        FUZZ_PROMISE(!lone || (v.isAnonymous() && v.links == 0 && !mounted) || !listed.contains("anonymousVolumes/" + v.name));
     }
     return 0;
 }

@@ -44,6 +44,10 @@ private slots:
                              "Containers":[{"ID":"c2","Names":"gone","State":"dead","Size":"5MB"}],
                              "Volumes":[{"Name":"deadbeef","Links":"0"}]})")
             << QStringList{"buildCache: mount /root/.cache", "stoppedContainers: gone"};
+        QTest::newRow("a container's mounts keep an anonymous volume, whatever its links say")
+            << QByteArray(R"({"Volumes":[{"Name":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef","Links":"0"}],
+                             "Containers":[{"ID":"c3","Names":"y","State":"running","Mounts":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"}]})")
+            << QStringList{};
         QTest::newRow("not json") << QByteArray("Error response from daemon") << QStringList{};
     }
     void reclaimPlan()

@@ -4,6 +4,8 @@
 #include "listorder.h"
 #include "portlinks.h"
 #include "detailstext.h"
+#include "disktext.h"
+#include "diskusage.h"
 #include "failurenotes.h"
 #include "docker.h"
 #include "volumemodel.h"
@@ -14,6 +16,7 @@
 #include "terminal.h"
 #include "toolrules.h"
 #include "usagetext.h"
+#include "testsupport.h"
 
 #include <QLocale>
 
@@ -75,6 +78,7 @@ private slots:
     void serviceTexts();
     void staleLine_data();
     void staleLine();
+    void diskTexts();
 };
 
 void TestViewRules::containerRules_data()
@@ -629,6 +633,40 @@ void TestViewRules::staleLine()
     const QString line = Shell::staleLine(waited, listedAt, QLocale(locale));
     // Locales differ in the space before AM/PM; what matters is the hour and minutes.
     QCOMPARE(QString(line).replace(QChar(0x202f), u' '), expected);
+}
+
+// The recorded report, with the totals the engine gives only without -v.
+void TestViewRules::diskTexts()
+{
+    DiskUsage usage = Docker::parseDiskUsage(TestSupport::fixture("disk/df.json").toUtf8());
+    Docker::parseDiskTotals(R"J({"Active":"1","Reclaimable":"5.9MB (74%)","Size":"7.9MB","TotalCount":"4","Type":"Images"}
+{"Active":"1","Reclaimable":"2.1MB (100%)","Size":"2.1MB","TotalCount":"4","Type":"Containers"}
+not json
+{"Active":"2","Reclaimable":"0B","Size":"1.5kB","TotalCount":"3","Type":"Local Volumes"})J",
+                            usage);
+    QCOMPARE(usage.imagesTotal, (DiskUsage::Total{4, 1, 7'900'000, 5'900'000}));
+    QCOMPARE(usage.cacheTotal, DiskUsage::Total{});
+    QCOMPARE(usage.bytes(), -1);   // the build cache's total is missing
+
+    QStringList tiles;
+    for (const DiskText::Tile &t : DiskText::tiles(usage))
+        tiles << t.title + " | " + t.total + " | " + t.detail + " | " + t.reclaimable;
+    QCOMPARE(tiles, (QStringList{"Images | 8 MB | 4 images · 6 bytes their own · 8 MB shared | 6 MB no container uses",
+                                 "Containers | 2 MB | 4 writable layers · 1 running | 2 MB in stopped ones",
+                                 "Volumes | 2 kB | 4 volumes · 1 mounted | 0 bytes nothing mounts",
+                                 "Build cache | 0 bytes | 0 records · 0 in use | "}));
+
+    QStringList rows;
+    for (const DiskText::Row &r : DiskText::rows(usage))
+        rows << r.name + " | " + DiskText::size(r.bytes) + " | " + r.use;
+    QCOMPARE(rows, (QStringList{"d-stopped | 2 MB | Stopped", "disk/unused:1 | 2 MB | No container uses it", "disk/dangle:1 | 2 MB | No container uses it",
+                                "Untagged 93a034b43d4e | 2 MB | Dangling: no name, no container", "disk/keep:1 | 2 MB | Used by d-keeper and 3 more",
+                                "d-keeper | 0 bytes | Stopped", "d-run | 0 bytes | Running", "dk-app-1 | 0 bytes | Stopped · project dk",
+                                "cp1_data | 0 bytes | Nothing mounts it", "Anonymous 80bf7c284d6c | 0 bytes | Mounted by d-run",
+                                "disk-named | 0 bytes | Nothing mounts it", "Anonymous 75760b5937da | 0 bytes | Nothing mounts it"}));
+    QCOMPARE(DiskText::readAt(QDateTime(QDate(2026, 11, 25), QTime(14, 5, 31)), QLocale::c()), "Read at 14:05");
+    QCOMPARE(DiskText::freed(std::nullopt), "The engine did not say how much was freed.");
+    QCOMPARE(DiskText::freed(0), "Freed nothing the engine counts.");
 }
 
 #include "tst_viewrules.moc"

@@ -108,6 +108,10 @@ QList<Row> rows(const DiskUsage &u)
             by += users.values(i.repository);
         by.removeDuplicates();
         by.sort();
+        // The report names an image by one of its tags; containers made under another name
+        // count, though they are not listed by it.
+        if (!by.isEmpty() && i.containers > by.size())
+            by << QStringLiteral("%1 more").arg(i.containers - by.size());
         QString use = !by.isEmpty()       ? usedBy(by)
                     : i.containers > 0    ? QStringLiteral("Used by %1").arg(counted(i.containers, "container", "containers"))
                     : dangling            ? QStringLiteral("Dangling: no name, no container")
@@ -150,6 +154,11 @@ QString spoken(const Row &row)
         parts << row.detail;
     parts << row.use;
     return parts.join(QStringLiteral(", "));
+}
+
+QString readAt(const QDateTime &at, const QLocale &locale)
+{
+    return QStringLiteral("Read at ") + locale.toString(at.time(), locale.timeFormat(QLocale::ShortFormat).remove(QStringLiteral(":ss")));
 }
 
 QString freed(const std::optional<qint64> &bytes)

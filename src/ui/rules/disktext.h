@@ -2,7 +2,9 @@
 
 #include "diskusage.h"
 
+#include <QDateTime>
 #include <QList>
+#include <QLocale>
 #include <QString>
 #include <optional>
 
@@ -43,6 +45,8 @@ QString icon(Row::Kind kind);
 QString size(qint64 bytes);
 // What a screen reader says of a row after its name.
 QString spoken(const Row &row);
+// "Read at 14:05", in the locale's hours and minutes.
+QString readAt(const QDateTime &at, const QLocale &locale = QLocale());
 // "Freed 1.2 GB", "Freed nothing", or that the engine did not say.
 QString freed(const std::optional<qint64> &bytes);
 }

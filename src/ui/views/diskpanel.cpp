@@ -44,7 +44,7 @@ QString DiskPanel::status() const
         return QStringLiteral("Reading where the disk goes…");
     if (!m_error.isEmpty())
         return QStringLiteral("Could not read where the disk goes: ") + m_error;
-    return m_readAt.isValid() ? QStringLiteral("Read at ") + QLocale().toString(m_readAt.time(), QLocale::ShortFormat) : QString();
+    return m_readAt.isValid() ? DiskText::readAt(m_readAt) : QString();
 }
 
 void DiskPanel::setShown(bool shown)
