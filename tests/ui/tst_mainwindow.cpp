@@ -190,6 +190,11 @@ void TestMainWindow::shortcuts()
 {
     QTest::keyClick(m_window, Qt::Key_5, Qt::ControlModifier);
     QCOMPARE(m_shell->category(), int(Category::Networks));
+    // The disk view reads its report once shown, and shows a row per item.
+    QTest::keyClick(m_window, Qt::Key_6, Qt::ControlModifier);
+    QCOMPARE(m_shell->category(), int(Category::Disk));
+    QTRY_VERIFY(m_shell->disk()->hasReport());
+    QCOMPARE(m_shell->sectionCount(), 28);
     QTest::keyClick(m_window, Qt::Key_1, Qt::ControlModifier);
     QCOMPARE(m_shell->category(), int(Category::Projects));
 

@@ -74,6 +74,7 @@ Rectangle {
             readonly property bool current: root.current === Sections.Disk
 
             Layout.fillWidth: true
+            implicitHeight: implicitContentHeight + topPadding + bottomPadding
             topPadding: 7
             bottomPadding: 7
             focusPolicy: Qt.StrongFocus
