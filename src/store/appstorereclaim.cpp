@@ -104,17 +104,19 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
         steps[i].failure = failure.value_or(QString());
         show();
     }
+    show();
     const bool stopped = m_work.stopped(id);
     if (stopped)
         m_state.setNotice(WorkText::stopped(*m_work.find(id)));
-    // What was freed is the engine's own count, read again: layers shared between removed
-    // images come free only with the last of them, so no sum of the plan's sizes says it.
-    auto after = readDisk();
-    const DiskReading read = co_await after;
-    if (!self)
-        co_return std::nullopt;
     m_work.end(id);
     co_await refresh();
+    if (!self)
+        co_return std::nullopt;
+    // What was freed is the engine's own count, read again: layers shared between removed
+    // images come free only with the last of them, so no sum of the plan's sizes says it.
+    // Read after the lists, it is also the report a disk view shows for them.
+    auto after = readDisk();
+    const DiskReading read = co_await after;
     if (!read.usage || plan.before < 0 || read.usage->bytes() < 0)
         co_return std::nullopt;
     co_return std::max<qint64>(plan.before - read.usage->bytes(), 0);

@@ -9,11 +9,6 @@
 namespace DiskText {
 
 namespace {
-QString counted(int n, const char *one, const char *many)
-{
-    return QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? one : many));
-}
-
 // The engine's total where it gave one, else what the items add up to.
 template<typename List, typename Size>
 qint64 total(const DiskUsage::Total &t, const List &items, Size sizeOf)
@@ -40,6 +35,11 @@ QString usedBy(const QStringList &names)
 {
     return QStringLiteral("Used by ") + WorkText::listed(names);
 }
+}
+
+QString counted(qsizetype n, const char *one, const char *many)
+{
+    return QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? one : many));
 }
 
 QString size(qint64 bytes)
@@ -165,7 +165,7 @@ QString freed(const std::optional<qint64> &bytes)
 {
     if (!bytes)
         return QStringLiteral("The engine did not say how much was freed.");
-    return *bytes > 0 ? QStringLiteral("Freed ") + VolumeSize::format(*bytes) : QStringLiteral("Freed nothing the engine counts.");
+    return *bytes > 0 ? QStringLiteral("Freed ") + VolumeSize::format(*bytes) + u'.' : QStringLiteral("Freed nothing the engine counts.");
 }
 
 }

@@ -41,12 +41,14 @@ QList<Tile> tiles(const DiskUsage &usage);
 // Every image, container, volume and build cache record, largest first; unknown sizes last.
 QList<Row> rows(const DiskUsage &usage);
 QString icon(Row::Kind kind);
+// "1 item", "3 items"
+QString counted(qsizetype n, const char *one, const char *many);
 // "1.2 GB", or "size unknown".
 QString size(qint64 bytes);
 // What a screen reader says of a row after its name.
 QString spoken(const Row &row);
 // "Read at 14:05", in the locale's hours and minutes.
 QString readAt(const QDateTime &at, const QLocale &locale = QLocale());
-// "Freed 1.2 GB", "Freed nothing", or that the engine did not say.
+// "Freed 1.2 GB.", "Freed nothing the engine counts.", or that the engine did not say.
 QString freed(const std::optional<qint64> &bytes);
 }

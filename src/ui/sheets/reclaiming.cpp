@@ -9,10 +9,7 @@ namespace {
 const char *const stateNames[] = {"pending", "running", "done", "failed", "skipped"};
 const char *const stateIcons[] = {"circle", "arrow.triangle.2.circlepath", "checkmark", "exclamationmark.circle", "minus.circle"};
 
-QString counted(qsizetype n, const char *one, const char *many)
-{
-    return QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? one : many));
-}
+using DiskText::counted;
 }
 
 void ReclaimModel::setRows(const QList<ReclaimRow> &rows)
@@ -105,8 +102,6 @@ QString Reclaiming::outcome(const std::optional<qint64> &freed, const QList<Dele
     const auto failed = std::count_if(steps.cbegin(), steps.cend(), [](const DeletionStep &s) { return s.state == DeletionStep::State::Failed; });
     const auto skipped = std::count_if(steps.cbegin(), steps.cend(), [](const DeletionStep &s) { return s.state == DeletionStep::State::Skipped; });
     QString text = DiskText::freed(freed);
-    if (!text.endsWith(u'.'))
-        text += u'.';
     if (failed > 0)
         text += u' ' + counted(failed, "item", "items") + (failed == 1 ? QStringLiteral(" could not be removed; its row says why.")
                                                                       : QStringLiteral(" could not be removed; their rows say why."));

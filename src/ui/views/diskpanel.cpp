@@ -69,6 +69,8 @@ void DiskPanel::setFilter(const QString &filter)
 
 void DiskPanel::show(const DiskUsage &usage, const QDateTime &at)
 {
+    // A report read after the lists changed already shows the change.
+    m_settle.stop();
     m_usage = usage;
     m_readAt = at;
     m_error.clear();
