@@ -2,6 +2,7 @@
 #include "runtimeselection.h"
 
 #include "docker.h"
+#include "projectservices.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -40,6 +41,13 @@ DumpReport gatherDump(const Engine &engine, const std::optional<QString> &contex
             row.compose = Compose::NoComposeFile;
         else
             row.check = engine.checkCompose(*project.workingDir);
+        if (row.compose == Compose::Checked && row.check.valid) {
+            try {
+                row.defined = engine.composeServices(*project.workingDir);
+            } catch (const DockerError &) {
+                // The check above already says what compose thinks of the files.
+            }
+        }
         report.projects.append(row);
     }
     report.ungrouped = Docker::ungrouped(containers);
@@ -66,7 +74,7 @@ void writeDump(const DumpReport &report, QTextStream &out)
     out << "runtime: " << report.context.value_or(QStringLiteral("(current)")) << "  containers: " << report.containerCount << '\n';
 
     using Compose = DumpReport::Project::Compose;
-    for (const auto &[project, compose, check] : report.projects) {
+    for (const auto &[project, compose, check, defined] : report.projects) {
         static const QMap<Compose, QString> suffixes{{Compose::Checked, {}},
                                                      {Compose::WorkdirMissing, QStringLiteral("  [workdir missing - compose disabled]")},
                                                      {Compose::NoComposeFile, QStringLiteral("  [no compose file - compose disabled]")}};
@@ -81,6 +89,11 @@ void writeDump(const DumpReport &report, QTextStream &out)
         }
         for (const auto &c : project.containers)
             out << "    - " << c.name << "  [" << c.state << "]  " << c.image << '\n';
+        for (const ProjectService &s : defined ? ProjectServices::missing(*defined, project.containers) : QList<ProjectService>{}) {
+            const QString state = s.state == ProjectService::State::NotCreated ? QStringLiteral("not created")
+                                                                               : QStringLiteral("profile ") + s.profiles.join(u',');
+            out << "    ~ " << s.name << "  [" << state << "]  " << s.image << '\n';
+        }
     }
     for (const auto &c : report.ungrouped)
         out << "  (no project) " << c.name << "  [" << c.state << "]\n";
@@ -124,6 +137,35 @@ QJsonArray containersJson(const QList<Container> &containers)
     return out;
 }
 
+// Each service the files define or a container names, with the state of its containers:
+// "running" when any runs, else the first one's; "not created", or "inactive" when its
+// profile is off.
+QJsonArray servicesJson(const DumpReport::Project &row)
+{
+    QMap<QString, QJsonObject> services;
+    for (const ServiceDefinition &s : row.defined ? row.defined->definitions : QList<ServiceDefinition>{}) {
+        services.insert(s.name, {{"name", s.name}, {"image", s.image.isEmpty() ? QJsonValue() : QJsonValue(s.image)},
+                                 {"profiles", QJsonArray::fromStringList(s.profiles)}, {"containers", 0},
+                                 {"state", s.activeWith(row.defined->activeProfiles) ? "not created" : "inactive"}});
+    }
+    for (const Container &c : row.project.containers) {
+        const QString name = c.labels.value(QLatin1String(Labels::service));
+        if (name.isEmpty())
+            continue;
+        QJsonObject &s = services[name];
+        if (!s.contains("name"))
+            s = {{"name", name}, {"image", c.image}, {"profiles", QJsonArray()}, {"containers", 0}, {"state", c.state}};
+        const int before = s.value("containers").toInt();
+        if (before == 0 || c.isRunning())
+            s.insert("state", c.state);
+        s.insert("containers", before + 1);
+    }
+    QJsonArray out;
+    for (const QJsonObject &s : std::as_const(services))
+        out.append(s);
+    return out;
+}
+
 QJsonObject composeJson(const DumpReport::Project &row)
 {
     using Compose = DumpReport::Project::Compose;
@@ -164,7 +206,8 @@ QJsonObject dumpJson(const DumpReport &report)
                                     {"workingDir", orNull(row.project.workingDir)},
                                     {"running", row.project.runningCount()},
                                     {"compose", composeJson(row)},
-                                    {"containers", containersJson(row.project.containers)}});
+                                    {"containers", containersJson(row.project.containers)},
+                                    {"services", servicesJson(row)}});
         running += row.project.runningCount();
     }
     for (const auto &c : report.ungrouped)

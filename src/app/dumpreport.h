@@ -16,6 +16,8 @@ struct DumpReport {
         ComposeProject project;
         Compose compose = Compose::Checked;
         ComposeCheck check = {};   // only when checked
+        // What the files define, when compose could read them.
+        std::optional<ResolvedProject> defined = {};
     };
     RuntimeList runtimes;
     std::optional<QString> context;

@@ -34,11 +34,113 @@ void layOut(const QString &root)
 {
     for (const char *project : {"storefront", "website", "billing", "docs", "notes"})
         QDir(root).mkpath(QString::fromLatin1(project));
-    for (const char *project : {"storefront", "website", "billing", "docs"}) {
+    for (const char *project : {"website", "billing", "docs"}) {
         QFile compose(root + u'/' + QString::fromLatin1(project) + QStringLiteral("/compose.yaml"));
         if (compose.open(QIODevice::WriteOnly))
             compose.write("services: {}\n");
     }
+    QFile compose(root + QStringLiteral("/storefront/compose.yaml"));
+    if (compose.open(QIODevice::WriteOnly))
+        compose.write(storefrontFile().toUtf8());
+    QFile dotEnv(root + QStringLiteral("/storefront/.env"));
+    if (dotEnv.open(QIODevice::WriteOnly))
+        dotEnv.write("DB_PASSWORD=s3cret\nPHP_VERSION=8.3\n");
+}
+
+QString storefrontFile()
+{
+    return QStringLiteral(R"(services:
+  php:
+    image: php:${PHP_VERSION}-fpm
+    ports: ["${HTTP_PORT:-8081}:80"]
+    environment:
+      APP_KEY: ${APP_KEY}
+      DB_PASSWORD: ${DB_PASSWORD}
+    depends_on: [db]
+  db:
+    image: postgres:16
+    environment:
+      POSTGRES_PASSWORD: ${DB_PASSWORD}
+    volumes: [storefront_db:/var/lib/postgresql/data]
+  worker:
+    image: php:${PHP_VERSION}-cli
+    command: ["php", "artisan", "queue:work"]
+  mailer:
+    image: mail-relay:2.4
+  adminer:
+    image: adminer:4
+    profiles: [debug]
+volumes:
+  storefront_db:
+)");
+}
+
+// What compose config prints for the file above: the variables substituted, defaults filled.
+QString storefrontResolved()
+{
+    return QStringLiteral(R"(name: storefront
+services:
+  db:
+    environment:
+      POSTGRES_PASSWORD: s3cret
+    image: postgres:16
+    networks:
+      default: null
+    volumes:
+      - type: volume
+        source: storefront_db
+        target: /var/lib/postgresql/data
+        volume: {}
+  mailer:
+    image: mail-relay:2.4
+    networks:
+      default: null
+  php:
+    depends_on:
+      db:
+        condition: service_started
+        required: true
+    environment:
+      APP_KEY: ""
+      DB_PASSWORD: s3cret
+    image: php:8.3-fpm
+    networks:
+      default: null
+    ports:
+      - mode: ingress
+        target: 80
+        published: "8081"
+        protocol: tcp
+  worker:
+    command:
+      - php
+      - artisan
+      - queue:work
+    image: php:8.3-cli
+    networks:
+      default: null
+networks:
+  default:
+    name: storefront_default
+volumes:
+  storefront_db:
+    name: storefront_storefront_db
+)");
+}
+
+QStringList projectPullProgress()
+{
+    return {
+        QStringLiteral(" php Pulling "),
+        QStringLiteral(" db Pulling "),
+        QStringLiteral(" worker Pulling "),
+        QStringLiteral(" mailer Pulling "),
+        QStringLiteral(" 9c2b1d6e0a47 Pull complete "),
+        QStringLiteral(" php Pulled "),
+        QStringLiteral(" db Pulled "),
+        QStringLiteral(" worker Pulled "),
+        QStringLiteral(" mailer Error pull access denied for mail-relay, repository does not exist or may require 'docker login'"),
+    };
 }
 
 std::shared_ptr<FakeEngine> engine(const QString &root)
@@ -52,6 +154,19 @@ std::shared_ptr<FakeEngine> engine(const QString &root)
     engine->setHoldings(holdings(root));
     engine->setDetails(details(QDateTime::currentDateTimeUtc()));
     engine->setImageDetails({imageDetails(QDateTime::currentDateTimeUtc())});
+    // The storefront defines a mail relay never created, and a debugging tool behind a profile.
+    const auto service = [](const char *name, const char *image, QStringList profiles = {}) {
+        return ServiceDefinition{QString::fromLatin1(name), QString::fromLatin1(image), false, std::move(profiles)};
+    };
+    engine->setComposeProject(root + QStringLiteral("/storefront"),
+                              {QStringLiteral("storefront"),
+                               {QStringLiteral("db"), QStringLiteral("mailer"), QStringLiteral("php"), QStringLiteral("worker")},
+                               {QStringLiteral("storefront_storefront_db")},
+                               {},
+                               {service("adminer", "adminer:4", {QStringLiteral("debug")}), service("db", "postgres:16"),
+                                service("mailer", "mail-relay:2.4"), service("php", "php:8.3-fpm"), service("worker", "php:8.3-cli")},
+                               {}});
+    engine->setResolvedText(root + QStringLiteral("/storefront"), storefrontResolved());
     // The website project resolves to itself, so its declared volumes count as its own.
     engine->setComposeProject(root + QStringLiteral("/website"),
                               {QStringLiteral("website"), {QStringLiteral("cache"), QStringLiteral("frontend")},

@@ -33,6 +33,11 @@ QList<QList<Usage>> usage(const QList<Container> &containers);
 // one downloading) and an up of storefront (php's image pulling, db running, worker's failed).
 QStringList pullProgress();
 QStringList upProgress();
+// A compose pull of the storefront: three images pulled, the mail relay refused.
+QStringList projectPullProgress();
+// The storefront's compose file as written, and as compose resolves it with its .env.
+QString storefrontFile();
+QString storefrontResolved();
 // Commands typed into the exec console and what each printed.
 QList<std::pair<QString, ExecResult>> commands();
 // Tools in every state the settings show: an update, a missing one, one installed outside

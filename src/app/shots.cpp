@@ -258,6 +258,29 @@ const QList<Scene> &scenes()
              reclaim->confirm();
              waitUntil([&] { return stage.engine->calls(FakeEngine::Call::Action) >= 4; });
          }},
+        // The storefront's pull found a newer php image, the rest up to date, the mail relay refused.
+        {QStringLiteral("projects-pull"), Category::Projects, [](Stage &stage) {
+             stage.store().setFilter(QStringLiteral("storefront"));
+             stage.engine->setProgress(EngineAction::Kind::ComposePull, SampleData::projectPullProgress());
+             stage.engine->setNewerImage(QStringLiteral("php:8.3-fpm"), QStringLiteral("e2d4f6a8b011"));
+             stage.actions().perform(Verb::PullNewer, QStringLiteral("storefront"));
+             waitUntil([&] { return stage.store().pulls().contains(QStringLiteral("storefront")); });
+         }},
+        {QStringLiteral("work-pull-project"), Category::Projects, [](Stage &stage) {
+             stage.store().setFilter(QStringLiteral("storefront"));
+             stage.engine->setProgress(EngineAction::Kind::ComposePull, SampleData::projectPullProgress().mid(0, 6));
+             stage.engine->hold(EngineAction::Kind::ComposePull);
+             stage.actions().perform(Verb::PullNewer, QStringLiteral("storefront"));
+             waitUntil([&] {
+                 const auto &all = stage.store().work().list();
+                 return std::any_of(all.cbegin(), all.cend(), [](const Work &w) { return w.compose.services.size() >= 4; });
+             });
+         }},
+        {QStringLiteral("sheet-compose-file"), Category::Projects, [](Stage &stage) {
+             auto *file = caught<ComposeFileState>(stage.actions(), &Actions::composeFileRequested,
+                                                   [&] { stage.actions().perform(Verb::ShowComposeFile, QStringLiteral("storefront")); });
+             waitUntil([&] { return file->loaded(); });
+         }},
         {QStringLiteral("sheet-commit"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::Commit, stage.container(websiteFrontend).id);
          }},

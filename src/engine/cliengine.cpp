@@ -162,8 +162,13 @@ QStringList CliEngine::arguments(const EngineAction &action)
                 QStringLiteral("id=") + action.targets.value(0)};
     case Kind::ReclaimImage: return {};
     // Plain progress: one line per step, as compose prints for a log.
-    case Kind::ComposeUp: return {QStringLiteral("compose"), QStringLiteral("--progress"), QStringLiteral("plain"), QStringLiteral("up"), QStringLiteral("-d")};
+    case Kind::ComposeUp: return QStringList{"compose", "--progress", "plain", "up", "-d"} + action.targets;
+    case Kind::ComposeRecreate: return QStringList{"compose", "--progress", "plain", "up", "-d", "--no-deps"} + action.targets;
+    case Kind::ComposePull: return QStringList{"compose", "--progress", "plain", "pull", "--ignore-pull-failures", "--ignore-buildable"} + action.targets;
     case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
+    case Kind::ComposeStart: return QStringList{"compose", "start"} + action.targets;
+    case Kind::ComposeStop: return QStringList{"compose", "stop"} + action.targets;
+    case Kind::ComposeRestart: return QStringList{"compose", "restart"} + action.targets;
     // Several children: see moveVolumeData.
     case Kind::BackupVolume:
     case Kind::RestoreVolume: return {};
@@ -178,6 +183,8 @@ QStringList CliEngine::logArguments(const LogSource &source)
         args << "--timestamps";
     if (const auto *c = std::get_if<Container>(&source.subject))
         args << c->id;
+    if (!source.service.isEmpty())
+        args << source.service;
     return args;
 }
 
@@ -373,6 +380,49 @@ ResolvedProject CliEngine::composeProject(const QString &dir) const
     return Docker::parseComposeConfig(Docker::run({"compose", "config", "--format", "json"}, std::nullopt, dir), dir);
 }
 
+ResolvedProject CliEngine::composeServices(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        throw DockerError(Docker::missingComposeFileMessage(dir));
+    // Every profile at once: the inactive ones' services are listed too, each with its profiles.
+    ResolvedProject project = Docker::parseComposeConfig(Docker::run({"compose", "--profile", "*", "config", "--format", "json"}, std::nullopt, dir), dir);
+    const auto environment = QProcessEnvironment::systemEnvironment();
+    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    project.activeProfiles = Docker::activeProfiles(environment.contains(QStringLiteral("COMPOSE_PROFILES"))
+                                                        ? std::optional(environment.value(QStringLiteral("COMPOSE_PROFILES")))
+                                                        : std::nullopt,
+                                                    dotEnvValues);
+    project.services.clear();
+    for (const ServiceDefinition &service : std::as_const(project.definitions)) {
+        if (service.activeWith(project.activeProfiles))
+            project.services.append(service.name);
+    }
+    return project;
+}
+
+ResolvedFile CliEngine::resolvedFile(const QString &dir) const
+{
+    if (!Docker::composeFile(dir))
+        return {Docker::missingComposeFileMessage(dir), false, {}};
+    const auto resolved = Docker::capture({"compose", "config"}, std::nullopt, dir);
+    ResolvedFile file{resolved.status == 0 ? resolved.out : Docker::composeMessages(resolved.err).join(u'\n'), resolved.status == 0, {}};
+    if (!file.valid && file.text.isEmpty())
+        file.text = QStringLiteral("compose config exited %1.").arg(resolved.status);
+    QString written;
+    for (const QString &path : Docker::composeFiles(dir)) {
+        QFile f(path);
+        if (f.open(QIODevice::ReadOnly))
+            written += QString::fromUtf8(f.readAll()) + u'\n';
+    }
+    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    QMap<QString, QString> environment;
+    const auto system = QProcessEnvironment::systemEnvironment();
+    for (const QString &key : system.keys())
+        environment.insert(key, system.value(key));
+    file.variables = Docker::composeVariables(written, environment, dotEnvValues);
+    return file;
+}
+
 void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const
 {
     using Kind = EngineAction::Kind;
@@ -387,6 +437,8 @@ void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, c
         return Docker::follow(arguments(action), runtime, action.dir, watch, true, [](QStringView) { return false; });
     // Compose writes its progress and its failure to standard error alike.
     case Kind::ComposeUp:
+    case Kind::ComposeRecreate:
+    case Kind::ComposePull:
         return Docker::follow(arguments(action), runtime, action.dir, watch, false, [project = ComposeProgress()](QStringView line) mutable {
             return Docker::readCompose(project, line, QString());
         });

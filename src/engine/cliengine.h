@@ -37,6 +37,8 @@ public:
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
+    ResolvedProject composeServices(const QString &dir) const override;
+    ResolvedFile resolvedFile(const QString &dir) const override;
     using Engine::perform;
     void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const override;
     ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;

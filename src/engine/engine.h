@@ -1,6 +1,7 @@
 #pragma once
 
 #include "composecheck.h"
+#include "composefile.h"
 #include "container.h"
 #include "containerdetails.h"
 #include "imagedetails.h"
@@ -49,11 +50,26 @@ struct RuntimeList {
 // A compose project as compose resolves it from a directory.
 struct ResolvedProject {
     QString name;
+    // Those compose acts on unless told otherwise: the inactive profiles' are left out.
     QStringList services;
     QStringList volumes;
     // Those of the volumes marked external: created and shared outside the project.
     QStringList externalVolumes;
+    // Every service the files define, in any profile, sorted by name; read only when asked
+    // for every profile.
+    QList<ServiceDefinition> definitions = {};
+    // The profiles compose turns on by itself, from COMPOSE_PROFILES.
+    QStringList activeProfiles = {};
     friend bool operator==(const ResolvedProject &, const ResolvedProject &) = default;
+};
+
+// The project's file as compose resolves it, and the variables it draws on.
+struct ResolvedFile {
+    // `compose config`'s YAML: files merged, variables substituted; or why it failed.
+    QString text;
+    bool valid = false;
+    QList<ComposeVariable> variables;
+    friend bool operator==(const ResolvedFile &, const ResolvedFile &) = default;
 };
 
 // Container name to the named volumes it mounts.
@@ -125,6 +141,11 @@ public:
     // Never fails: an unusable configuration is an invalid check.
     virtual ComposeCheck checkCompose(const QString &dir) const = 0;
     virtual ResolvedProject composeProject(const QString &dir) const = 0;
+    // The project with every service its files define, whatever their profile: one
+    // `compose config` for all. A query: it fails at the deadline.
+    virtual ResolvedProject composeServices(const QString &dir) const = 0;
+    // Never fails: a file compose cannot load is an invalid one, with compose's words.
+    virtual ResolvedFile resolvedFile(const QString &dir) const = 0;
 
     // Queries (every call but perform and exec) end after a deadline, failing with a message
     // that says so; perform and exec run until they finish or, for exec, are cancelled.

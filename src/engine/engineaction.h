@@ -24,8 +24,14 @@ struct EngineAction {
         ReclaimContainer,  // a stopped container by id
         ReclaimImage,      // an image by id, then the names the plan showed for it
         ReclaimCache,      // a build cache record by id
-        ComposeUp,      // the project in dir, detached
-        ComposeDown,    // the project in dir
+        // The project in dir; with targets, only those services.
+        ComposeUp,      // detached, with what the services depend on
+        ComposeDown,    // the whole project
+        ComposeStart,
+        ComposeStop,
+        ComposeRestart,
+        ComposePull,    // every service's image but those it builds; one failure stops no other
+        ComposeRecreate,  // up for exactly the targets, none of what they depend on
         BackupVolume,   // one volume's content into the .tar file in argument
         RestoreVolume,  // one volume filled from the .tar file in argument
     };
@@ -39,7 +45,7 @@ struct EngineAction {
     static EngineAction commit(const QString &container, const QString &image) { return {Kind::Commit, {container}, image, std::nullopt}; }
     static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
     static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
-    static EngineAction compose(Kind kind, const QString &dir) { return {kind, {}, {}, dir}; }
+    static EngineAction compose(Kind kind, const QString &dir, QStringList services = {}) { return {kind, std::move(services), {}, dir}; }
     static EngineAction reclaimImage(const QString &id, const QStringList &names) { return {Kind::ReclaimImage, QStringList{id} + names, {}, std::nullopt}; }
     static EngineAction volumeData(Kind kind, const QString &volume, const QString &file) { return {kind, {volume}, file, std::nullopt}; }
 

@@ -126,6 +126,18 @@ void FakeEngine::setComposeProject(const QString &dir, const ResolvedProject &pr
     m_projects.insert(dir, project);
 }
 
+void FakeEngine::setResolvedText(const QString &dir, const QString &text)
+{
+    QMutexLocker lock(&m_mutex);
+    m_resolvedTexts.insert(dir, text);
+}
+
+void FakeEngine::setNewerImage(const QString &reference, const QString &id)
+{
+    QMutexLocker lock(&m_mutex);
+    m_newerImages.insert(reference, id);
+}
+
 void FakeEngine::setComposeCheck(const QString &dir, const ComposeCheck &check)
 {
     QMutexLocker lock(&m_mutex);
@@ -510,6 +522,25 @@ ResolvedProject FakeEngine::composeProject(const QString &dir) const
     return *it;
 }
 
+ResolvedProject FakeEngine::composeServices(const QString &dir) const
+{
+    return composeProject(dir);
+}
+
+ResolvedFile FakeEngine::resolvedFile(const QString &dir) const
+{
+    const ComposeCheck check = checkCompose(dir);
+    QString written;
+    for (const QString &path : Docker::composeFiles(dir)) {
+        QFile f(path);
+        if (f.open(QIODevice::ReadOnly))
+            written += QString::fromUtf8(f.readAll());
+    }
+    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    QMutexLocker lock(&m_mutex);
+    return {check.valid ? m_resolvedTexts.value(dir, written) : check.message, check.valid, Docker::composeVariables(written, {}, dotEnvValues)};
+}
+
 void FakeEngine::setProgress(EngineAction::Kind kind, const QStringList &lines)
 {
     QMutexLocker lock(&m_mutex);
@@ -536,6 +567,31 @@ void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime, 
     apply(action, m_holdings[keyOf(runtime)]);
 }
 
+// Up makes a container for each service of the project that has none, as compose would.
+void FakeEngine::createServices(const EngineAction &action, Holdings &h) const
+{
+    const auto project = m_projects.constFind(*action.dir);
+    if (project == m_projects.cend())
+        return;
+    for (const ServiceDefinition &service : project->definitions) {
+        if (!action.targets.isEmpty() ? !action.targets.contains(service.name) : !service.activeWith(project->activeProfiles))
+            continue;
+        const bool exists = std::any_of(h.containers.cbegin(), h.containers.cend(), [&](const Container &c) {
+            return c.workingDir() == action.dir && c.labels.value(QLatin1String(Labels::service)) == service.name;
+        });
+        if (exists)
+            continue;
+        const QString name = project->name + u'-' + service.name + QStringLiteral("-1");
+        Container made{QStringLiteral("f%1").arg(qHash(name), 12, 16, QLatin1Char('0')), name,
+                       service.image.isEmpty() ? project->name + u'-' + service.name : service.image,
+                       QStringLiteral("running"), QStringLiteral("Up Less than a second"), {}, {}};
+        made.labels.insert(QLatin1String(Labels::project), project->name);
+        made.labels.insert(QLatin1String(Labels::service), service.name);
+        made.labels.insert(QLatin1String(Labels::workingDir), *action.dir);
+        h.containers.append(made);
+    }
+}
+
 void FakeEngine::apply(const EngineAction &action, Holdings &h) const
 {
     using Kind = EngineAction::Kind;
@@ -546,7 +602,8 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
         }
     };
     const auto inDir = [&](const Container &c) {
-        return action.dir && c.workingDir() == action.dir;
+        return action.dir && c.workingDir() == action.dir
+            && (action.targets.isEmpty() || action.targets.contains(c.labels.value(QLatin1String(Labels::service))));
     };
     switch (action.kind) {
     case Kind::Start:
@@ -586,9 +643,26 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
         h.containers.removeIf(inDir);
         break;
     case Kind::ComposeUp:
+    case Kind::ComposeRecreate:
+    case Kind::ComposeStart:
+    case Kind::ComposeRestart:
         for (auto &c : h.containers) {
             if (inDir(c))
                 c.state = QStringLiteral("running"), c.status = QStringLiteral("Up Less than a second");
+        }
+        if (action.kind == Kind::ComposeUp || action.kind == Kind::ComposeRecreate)
+            createServices(action, h);
+        break;
+    case Kind::ComposeStop:
+        for (auto &c : h.containers) {
+            if (inDir(c))
+                c.state = QStringLiteral("exited"), c.status = QStringLiteral("Exited (0) Less than a second ago");
+        }
+        break;
+    case Kind::ComposePull:
+        for (DockerImage &image : h.images) {
+            if (const auto newer = m_newerImages.constFind(image.repository + u':' + image.tag); newer != m_newerImages.cend())
+                image.id = *newer;
         }
         break;
     // The engine's own refusals, word for word: nothing is forced.

@@ -66,6 +66,10 @@ public:
     Holdings holdings(const QString &runtimeName = {}) const;
     void setComposeProject(const QString &dir, const ResolvedProject &project);
     void setComposeCheck(const QString &dir, const ComposeCheck &check);
+    // What `compose config` prints for dir; the variables are read from the files there.
+    void setResolvedText(const QString &dir, const QString &text);
+    // A compose pull gives the image named by reference this id from now on.
+    void setNewerImage(const QString &reference, const QString &id);
     // Calls of the kind fail with this message until it is cleared; only for one runtime
     // when a name is given.
     void failWith(Call call, const std::optional<QString> &message, const std::optional<QString> &runtimeName = {});
@@ -125,6 +129,9 @@ public:
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const QString &dir) const override;
     ResolvedProject composeProject(const QString &dir) const override;
+    // The project set for dir, every service kept; its text is compose's YAML when set.
+    ResolvedProject composeServices(const QString &dir) const override;
+    ResolvedFile resolvedFile(const QString &dir) const override;
     using Engine::perform;
     void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const override;
     ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;
@@ -142,6 +149,7 @@ private:
     void enter(Call call, const OptRuntime &runtime, const Cancel &cancel = {}) const;
     QString keyOf(const OptRuntime &runtime) const;
     void apply(const EngineAction &action, Holdings &holdings) const;
+    void createServices(const EngineAction &action, Holdings &holdings) const;
 
     mutable QMutex m_mutex;
     mutable QWaitCondition m_released;
@@ -150,6 +158,8 @@ private:
     mutable QMap<QString, Holdings> m_holdings;
     QMap<QString, ResolvedProject> m_projects;
     QMap<QString, ComposeCheck> m_checks;
+    QMap<QString, QString> m_resolvedTexts;
+    QMap<QString, QString> m_newerImages;
     QMap<std::pair<Call, QString>, QString> m_failures;
     QSet<int> m_held;
     QSet<int> m_heldActions;

@@ -11,9 +11,11 @@ struct LogSource {
     std::variant<Container, ComposeProject> subject;
     // Each line starts with the engine's time for it.
     bool timestamps = false;
+    // Of a project, this service's alone; empty for all of them.
+    QString service = {};
 
     static LogSource container(const Container &c) { return {c, false}; }
-    static LogSource project(const ComposeProject &p) { return {p, false}; }
+    static LogSource project(const ComposeProject &p, const QString &service = {}) { return {p, false, service}; }
     bool isProject() const { return std::holds_alternative<ComposeProject>(subject); }
     // The project's directory, where compose finds it.
     std::optional<QString> workingDir() const

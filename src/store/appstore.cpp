@@ -33,7 +33,7 @@ QThreadPool *AppStore::actionWorkers()
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
     : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults), m_failures(defaults),
-      m_usage(m_engine)
+      m_usage(m_engine), m_definitions(m_engine)
 {
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, &m_failures, &FailureWatch::see);
     // Another engine has not been waited for yet, nor answered: that is settled before
@@ -79,6 +79,7 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::runtimeChanged, this, &AppStore::projectsChanged);
     connect(&m_directories, &DirectoryChecks::changed, this, &AppStore::projectsChanged);
+    connect(&m_definitions, &ServiceDefinitions::changed, this, &AppStore::projectsChanged);
     // A directory can go while nothing else changes; it is looked at again whenever the
     // projects are, and when the window is shown again.
     connect(this, &AppStore::containersChanged, this, &AppStore::lookAtDirectories);
@@ -147,6 +148,7 @@ void AppStore::lookAtDirectories()
     for (const KnownProject &known : registry().projects(runtimeKey()))
         dirs.append(known.workingDir);
     m_directories.look(dirs);
+    m_definitions.follow(dirs);
 }
 
 std::optional<QString> AppStore::runtimeKey() const

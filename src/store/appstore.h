@@ -7,6 +7,8 @@
 #include "failurewatch.h"
 #include "longwork.h"
 #include "projectmemory.h"
+#include "projectservices.h"
+#include "servicedefinitions.h"
 #include "reclaimplan.h"
 #include "refreshscheduler.h"
 #include "teardownplan.h"
@@ -67,6 +69,11 @@ public:
     const ProjectRegistry &registry() const { return m_memory.registry(); }
     // What the disk last showed of the projects' directories.
     const DirectoryMap &directories() const { return m_directories.found(); }
+    // The services each project's files define, by directory; read again when they change.
+    const ServiceDefinitions &definitions() const { return m_definitions; }
+    ServiceDefinitions &definitions() { return m_definitions; }
+    // The last pull of each project's images, by project, until recreated or dismissed.
+    const QHash<QString, PullSummary> &pulls() const { return m_pulls; }
     bool stale() const { return m_scheduler.stale(); }
     // When the oldest listing still outstanding started; invalid when none is.
     QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
@@ -134,6 +141,14 @@ public:
     void startAll(const ComposeProject &project);
     void stopAll(const ComposeProject &project);
     void forget(const ComposeProject &project);
+    // One service through compose: ComposeUp, ComposeStart, ComposeStop or ComposeRestart.
+    QCoro::Task<> serviceAction(ComposeProject project, EngineAction::Kind kind, QString service);
+    // Pulls the images of the services compose turns on, then tells by pulls() which
+    // services got a newer one. Stopped, it keeps no summary.
+    QCoro::Task<> pullNewer(ComposeProject project);
+    // Up for exactly the services the last pull found newer, and nothing they depend on.
+    QCoro::Task<> recreate(ComposeProject project);
+    Q_INVOKABLE void dismissPull(const QString &project);
     QCoro::Task<std::optional<QString>> addProject(QString dir);
     QCoro::Task<std::optional<QString>> relocate(ComposeProject project, QString dir);
 
@@ -185,6 +200,7 @@ signals:
     void staleChanged();
     // Any reading of where the disk goes, whoever asked for it.
     void diskRead(const DiskUsage &usage);
+    void pullsChanged();
 
 private:
     using ErrorSource = EngineState::ErrorSource;
@@ -223,6 +239,8 @@ private:
     FailureWatch m_failures;
     UsageWatch m_usage;
     LongWork m_work;
+    ServiceDefinitions m_definitions;
+    QHash<QString, PullSummary> m_pulls;
     QString m_filter;
     bool m_started = false;
     // The runtime the user chose, or the one chosen at launch: a hand-over is a detour from it.

@@ -30,7 +30,8 @@ std::optional<Work::Kind> longWork(EngineAction::Kind kind)
 {
     switch (kind) {
     case EngineAction::Kind::Pull: return Work::Kind::Pull;
-    case EngineAction::Kind::ComposeUp: return Work::Kind::Up;
+    case EngineAction::Kind::ComposeUp:
+    case EngineAction::Kind::ComposeRecreate: return Work::Kind::Up;
     case EngineAction::Kind::BackupVolume: return Work::Kind::Backup;
     case EngineAction::Kind::RestoreVolume: return Work::Kind::Restore;
     default: return std::nullopt;
@@ -195,6 +196,93 @@ QStringList AppStore::servicesOf(const QString &project) const
 void AppStore::forget(const ComposeProject &project)
 {
     m_memory.forget(project.name, runtimeKey());
+}
+
+QCoro::Task<> AppStore::serviceAction(ComposeProject project, EngineAction::Kind kind, QString service)
+{
+    QPointer<AppStore> self(this);
+    if (!co_await usableDirectory(project) || !self)
+        co_return;
+    const EngineAction action = EngineAction::compose(kind, *project.workingDir, QStringList{service});
+    co_await perform(action, project.name);
+}
+
+QCoro::Task<> AppStore::pullNewer(ComposeProject project)
+{
+    QPointer<AppStore> self(this);
+    if (!co_await usableDirectory(project) || !self)
+        co_return;
+    const QString dir = *project.workingDir;
+    m_pulls.remove(project.name);
+    emit pullsChanged();
+    m_state.setBusy(true);
+    const int id = m_work.begin(Work::Kind::ProjectPull, project.name);
+    // The services compose pulls are those it turns on; the files are read now, since a
+    // card may ask before its first reading has come.
+    auto definitions = QtConcurrent::run(workers(), [engine = m_engine, dir]() -> std::optional<ResolvedProject> {
+        try {
+            return engine->composeServices(dir);
+        } catch (const DockerError &) {
+            return std::nullopt;
+        }
+    });
+    const std::optional<ResolvedProject> defined = co_await definitions;
+    if (!self)
+        co_return;
+    // What the engine lists under each image's name before, to tell a newer one after.
+    co_await refresh(Listing::Images);
+    if (!self)
+        co_return;
+    const QList<DockerImage> before = images();
+    auto pull = attempt(EngineAction::compose(Kind::ComposePull, dir), m_work.watch(id, project.name));
+    const std::optional<QString> failure = co_await pull;
+    if (!self)
+        co_return;
+    const Work done = *m_work.find(id);
+    const bool stopped = m_work.stopped(id);
+    m_work.end(id);
+    m_state.setBusy(false);
+    if (stopped) {
+        m_state.setNotice(WorkText::stopped(done));
+        co_return;
+    }
+    co_await refresh(Listing::Images);
+    if (!self)
+        co_return;
+    if (failure && !defined) {
+        m_state.setError(failure);
+        co_return;
+    }
+    QMap<QString, QString> failed;
+    for (const ServiceProgress &s : done.compose.services) {
+        if (s.phase == ServiceProgress::Phase::Failed)
+            failed.insert(s.service, s.error);
+    }
+    QList<ServiceDefinition> pulled;
+    for (const ServiceDefinition &s : defined ? defined->definitions : QList<ServiceDefinition>{}) {
+        if (s.activeWith(defined->activeProfiles))
+            pulled.append(s);
+    }
+    m_state.setError(failure);
+    m_pulls.insert(project.name, ProjectServices::compare(pulled, before, images(), failed));
+    emit pullsChanged();
+}
+
+QCoro::Task<> AppStore::recreate(ComposeProject project)
+{
+    const QStringList newer = m_pulls.value(project.name).newer;
+    dismissPull(project.name);
+    QPointer<AppStore> self(this);
+    if (newer.isEmpty() || !co_await usableDirectory(project) || !self)
+        co_return;
+    const EngineAction action = EngineAction::compose(Kind::ComposeRecreate, *project.workingDir, newer);
+    co_await perform(action, project.name);
+}
+
+void AppStore::dismissPull(const QString &project)
+{
+    if (m_pulls.remove(project))
+        emit pullsChanged();
 }
 
 namespace {

@@ -25,7 +25,7 @@ struct DeletionStep {
 
 // A long action under way and how far it got.
 struct Work {
-    enum class Kind { Pull, Up, Deletion, Backup, Restore, Reclaim };
+    enum class Kind { Pull, Up, Deletion, Backup, Restore, Reclaim, ProjectPull };
 
     int id = 0;
     Kind kind = Kind::Pull;

@@ -53,6 +53,7 @@ QString title(const Work &work)
     case Work::Kind::Backup: return QStringLiteral("Backing up ") + work.subject;
     case Work::Kind::Restore: return QStringLiteral("Restoring ") + work.subject;
     case Work::Kind::Reclaim: return QStringLiteral("Reclaiming space on ") + work.subject;
+    case Work::Kind::ProjectPull: return QStringLiteral("Pulling images for ") + work.subject;
     }
     return {};
 }
@@ -73,6 +74,13 @@ QString detail(const Work &work)
     case Work::Kind::Reclaim: return QStringLiteral("%1 of %2 done").arg(finishedSteps(work)).arg(work.steps.size());
     case Work::Kind::Backup:
     case Work::Kind::Restore: return bytes(work.moved.bytes, work.moved.total);
+    case Work::Kind::ProjectPull: {
+        const auto &services = work.compose.services;
+        const auto ended = std::count_if(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase != Phase::Pulling; });
+        const QString pulls = pullDetail(work.compose.pulls);
+        const QString count = services.isEmpty() ? QString() : QStringLiteral("%1 of %2 services").arg(ended).arg(services.size());
+        return pulls.isEmpty() || count.isEmpty() ? count + pulls : count + QStringLiteral(" · ") + pulls;
+    }
     }
     return {};
 }
@@ -81,6 +89,8 @@ double fraction(const Work &work)
 {
     switch (work.kind) {
     case Work::Kind::Pull: return work.pull.toFetch() > 0 ? work.pull.fraction() : -1;
+    case Work::Kind::ProjectPull:
+        return work.compose.pulls.toFetch() > 0 ? work.compose.pulls.fraction() : -1;
     case Work::Kind::Up: {
         const auto &services = work.compose.services;
         const bool pulling = std::any_of(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase == Phase::Pulling; });
@@ -195,6 +205,15 @@ QString stopped(const Work &work, const QStringList &services)
                          : QStringLiteral("Reclaim stopped after removing %1 of %2").arg(done).arg(work.steps.size());
     }
     case Work::Kind::Backup: return QStringLiteral("Backup of %1 stopped; no file was written").arg(work.subject);
+    case Work::Kind::ProjectPull: {
+        QStringList pulled;
+        for (const ServiceProgress &s : work.compose.services) {
+            if (s.phase == Phase::Pulled)
+                pulled << s.service;
+        }
+        return pulled.isEmpty() ? QStringLiteral("Pull stopped: no image came")
+                                : QStringLiteral("Pull stopped after %1; nothing was recreated").arg(listed(pulled));
+    }
     case Work::Kind::Restore:
         return QStringLiteral("Restore into %1 stopped after %2; the volume holds part of the archive")
             .arg(work.subject, size(work.moved.bytes));

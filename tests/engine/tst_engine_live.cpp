@@ -21,20 +21,6 @@
 using namespace TestSupport;
 
 namespace {
-int freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
-
-bool answers(int port)
-{
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, quint16(port));
-    return socket.waitForConnected(200);
-}
-
 // Forwards to a local port, the answers at about 4 MB/s: a registry on loopback is too
 // fast to stop in the middle of anything.
 class SlowProxy : public QObject {
@@ -301,23 +287,9 @@ private slots:
     // through a proxy slow enough that stopping after the first layer is stopping midway.
     void pullProgressFromALocalRegistry()
     {
-        QTemporaryDir storage;
-        QFile config(storage.filePath("config.yml"));
-        const int port = freePort();
-        QVERIFY(config.open(QIODevice::WriteOnly));
-        config.write(QStringLiteral("version: 0.1\nstorage:\n  filesystem:\n    rootdirectory: %1/data\nhttp:\n  addr: 127.0.0.1:%2\n")
-                         .arg(storage.path()).arg(port).toUtf8());
-        config.close();
-        QProcess registry;
-        registry.setStandardOutputFile(QProcess::nullDevice());
-        registry.setStandardErrorFile(QProcess::nullDevice());
-        registry.start("docker-registry", {"serve", config.fileName()});
-        QVERIFY2(registry.waitForStarted(), "docker-registry is not installed (scripts/setup.sh installs it)");
-        const auto stopRegistry = qScopeGuard([&] {
-            registry.kill();
-            registry.waitForFinished();
-        });
-        QTRY_VERIFY(answers(port));
+        LocalRegistry registry;
+        QVERIFY2(registry.start(), qPrintable(registry.why()));
+        const int port = registry.port();
 
         QString previous = engineImage();
         QStringList made;

@@ -216,7 +216,20 @@ private slots:
     void composeConfig()
     {
         const auto project = Docker::parseComposeConfig(fixture("compose-config.json"), "/srv/cp1");
-        QCOMPARE(project, (ResolvedProject{"cp1", {"web"}, {"cp1_data"}}));
+        QCOMPARE(project, (ResolvedProject{"cp1", {"web"}, {"cp1_data"}, {}, {{"web", "korvat-test/busybox:1", false, {}}}}));
+        // Every profile's services, with an extended one, an override file's, build-only and
+        // build-and-image ones, and one pinned by digest, as compose 2.26 printed them.
+        const auto every = Docker::parseComposeConfig(fixture("compose-services.json"), "/srv/shop");
+        const QList<ServiceDefinition> defined{
+            {"both", "shop/both:dev", true, {}},
+            {"builder", "", true, {}},
+            {"dbg", "127.0.0.1:5000/tools/debug:1", false, {"debug", "tools"}},
+            {"extra", "redis:7", false, {}},
+            {"pinned", "alpine@sha256:0a4eaa0eecf5f8c050e5bba433f58c052be7587ee8af3e8b3910ef9ab5fbe9f5", false, {}},
+            {"web", "korvat-test/busybox:1", false, {}},
+        };
+        QCOMPARE(every.definitions, defined);
+        QVERIFY(!every.definitions[2].activeWith({}) && every.definitions[2].activeWith({"tools"}) && every.definitions[2].activeWith({"*"}));
         const auto keyed = Docker::parseComposeConfig(
             R"({"name":"p","services":{"z":{},"B":{},"a":{}},"volumes":{"k":{},"n":{"name":"p_n"}}})", "/d");
         QCOMPARE(keyed.services, QStringList({"B", "a", "z"}));
@@ -229,6 +242,32 @@ private slots:
                 QCOMPARE(e.message(), "Could not read a compose project from /d");
             }
         }
+    }
+
+    // A .env as compose reads it, COMPOSE_PROFILES from either place, and where each
+    // variable's value comes from.
+    void composeVariables()
+    {
+        const auto dotEnv = Docker::parseDotEnv("# a comment\n\nexport DB=\"shop db\"\nEMPTY=\nPORT=8080 # the web port\nQUOTED='a # b'\n"
+                                                "=novalue\nnot a pair\nCOMPOSE_PROFILES=debug, tools,debug\n");
+        QCOMPARE(dotEnv, (QMap<QString, QString>{{"DB", "shop db"}, {"EMPTY", ""}, {"PORT", "8080"}, {"QUOTED", "a # b"}, {"COMPOSE_PROFILES", "debug, tools,debug"}}));
+        QCOMPARE(Docker::activeProfiles(std::nullopt, dotEnv), QStringList({"debug", "tools"}));
+        QCOMPARE(Docker::activeProfiles(QString(), dotEnv), QStringList());   // set empty in the environment: none
+        QCOMPARE(Docker::activeProfiles("web", dotEnv), QStringList({"web"}));
+
+        using S = ComposeVariable::Source;
+        const QString file = "image: shop:${TAG:-dev}\nports: [\"$PORT:80\"]\nuser: ${DB}\nkey: ${KEY:?set KEY}\n"
+                             "price: $$5 and $${NOT}\nhost: ${HOST-localhost}\nlevel: ${EMPTY:-info}\nagain: ${DB}\nalt: ${ALT:+on}\n";
+        const QList<ComposeVariable> expected{
+            {"TAG", "dev", S::Default, false},
+            {"PORT", "9090", S::Environment, false},   // the environment wins over .env
+            {"DB", "shop db", S::DotEnv, false},
+            {"KEY", "", S::Missing, true},
+            {"HOST", "localhost", S::Default, false},
+            {"EMPTY", "info", S::Default, false},      // ":-" takes an empty value for none
+            {"ALT", "", S::Missing, false},
+        };
+        QCOMPARE(Docker::composeVariables(file, {{"PORT", "9090"}}, dotEnv), expected);
     }
 
     void composeFileLookup()

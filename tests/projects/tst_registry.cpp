@@ -1,5 +1,6 @@
 #include "docker.h"
 #include "projectregistry.h"
+#include "projectservices.h"
 #include "testsupport.h"
 
 #include <QSettings>
@@ -165,6 +166,58 @@ private slots:
         QSettings reread(path, QSettings::NativeFormat);
         QCOMPARE(reread.value("knownProjects.unreadable").toByteArray(), bytes);
         QCOMPARE(ProjectRegistry::load(reread), r);
+    }
+
+    // The services a card lists beside its containers: never created, removed, or behind
+    // a profile that is off; one started with its profile named shows as its container.
+    void servicesWithoutContainers_data()
+    {
+        QTest::addColumn<QStringList>("withContainers");
+        QTest::addColumn<QStringList>("active");
+        QTest::addColumn<QStringList>("listed");   // "name state"
+        QTest::newRow("all created") << QStringList{"api", "db", "worker", "dbg"} << QStringList{} << QStringList{};
+        QTest::newRow("one never created") << QStringList{"api", "db"} << QStringList{} << QStringList{"worker NotCreated", "dbg Inactive"};
+        QTest::newRow("none created") << QStringList{} << QStringList{} << QStringList{"api NotCreated", "db NotCreated", "worker NotCreated", "dbg Inactive"};
+        QTest::newRow("profile on") << QStringList{"api", "db", "worker"} << QStringList{"debug"} << QStringList{"dbg NotCreated"};
+        QTest::newRow("started with its profile") << QStringList{"api", "db", "worker", "dbg"} << QStringList{} << QStringList{};
+        QTest::newRow("a container of no defined service") << QStringList{"api", "db", "worker", "old"} << QStringList{} << QStringList{"dbg Inactive"};
+    }
+    void servicesWithoutContainers()
+    {
+        QFETCH(QStringList, withContainers);
+        QFETCH(QStringList, active);
+        const ResolvedProject defined{"shop", {}, {}, {}, {{"api", "shop/api:1", false, {}}, {"db", "postgres:16", false, {}},
+                                                           {"dbg", "busybox", false, {"debug"}}, {"worker", "", true, {}}}, active};
+        QList<Container> containers;
+        for (const QString &service : withContainers)
+            containers << member("shop", "shop-" + service + "-1", service);
+        QStringList listed;
+        for (const ProjectService &s : ProjectServices::missing(defined, containers))
+            listed << s.name + (s.state == ProjectService::State::NotCreated ? " NotCreated" : " Inactive");
+        QTEST(listed, "listed");
+        if (!withContainers.contains("worker"))
+            QCOMPARE(ProjectServices::missing(defined, containers).first().image, withContainers.isEmpty() ? "shop/api:1" : "builds its image");
+    }
+
+    // A pull's findings: the ids the engine lists under each image's name, before and after.
+    void pullFindings()
+    {
+        const auto image = [](const QString &id, const QString &repository, const QString &tag) { return DockerImage{id, repository, tag, {}}; };
+        const QList<DockerImage> before{image("a1", "nginx", "latest"), image("b1", "127.0.0.1:5000/shop", "1"), image("c1", "redis", "7")};
+        const QList<DockerImage> after{image("a2", "nginx", "latest"), image("b1", "127.0.0.1:5000/shop", "1"), image("c1", "redis", "7"),
+                                       image("d1", "postgres", "16")};
+        const QList<ServiceDefinition> pulled{
+            {"web", "docker.io/library/nginx", false, {}},   // the same image by its long name, no tag
+            {"api", "127.0.0.1:5000/shop:1", false, {}},     // a registry port is no tag
+            {"cache", "redis:7", false, {}},
+            {"db", "postgres:16", false, {}},                // pulled for the first time
+            {"job", "shop/job:dev", true, {}},               // built here
+            {"pinned", "alpine@sha256:0a4e", false, {}},
+            {"mail", "mail-relay:2", false, {}},
+        };
+        const PullSummary summary = ProjectServices::compare(pulled, before, after, {{"mail", "pull access denied"}});
+        QCOMPARE(summary, (PullSummary{{"web", "db"}, {"api", "cache"}, {"job", "pinned"}, {{"mail", "pull access denied"}}}));
+        QCOMPARE(ProjectServices::listed("127.0.0.1:5000/shop"), "127.0.0.1:5000/shop:latest");
     }
 
     void secondUnreadableValueDoesNotOverwriteTheFirst()

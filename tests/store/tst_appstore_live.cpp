@@ -185,6 +185,60 @@ private slots:
 
     // A project started with -p in a directory whose file names another project, beside that
     // project's own volume and a volume shared by intent: only what is the project's goes.
+    // Three services, one never started: it is listed as not created, and its own Up
+    // creates it alone. Then a newer image is pushed under web's tag: the pull names web
+    // alone as newer, and the recreate replaces web's container and no other.
+    void servicesOneAtATimeAndNewerImages()
+    {
+        LocalRegistry registry;
+        QVERIFY2(registry.start(), qPrintable(registry.why()));
+        const QString web = registry.reference(uniqueName("kt-web") + ":1"), base = registry.reference(uniqueName("kt-base") + ":1");
+        m_made.images << web << base;
+        for (const QString &reference : {web, base}) {
+            QCOMPARE(docker({"tag", engineImage(), reference}).status, 0);
+            QCOMPARE(docker({"push", reference}).status, 0);
+        }
+        const QString app = uniqueName("ktsvc");
+        const QByteArray service = "    command: " + sleeperJson() + "\n";
+        const ComposeDir dir("name: " + app.toUtf8() + "\nservices:\n  web:\n    image: " + web.toUtf8() + "\n" + service + "  db:\n    image: "
+                             + base.toUtf8() + "\n" + service + "  mail:\n    image: " + base.toUtf8() + "\n" + service);
+        m_made.containers << app + "-web-1" << app + "-db-1" << app + "-mail-1";
+        m_made.networks << app + "_default";
+        QCOMPARE(docker({"compose", "up", "-d", "web", "db"}, dir.path()).status, 0);
+
+        auto s = settings();
+        AppStore st(s.get(), std::make_shared<CliEngine>());
+        QCoro::waitFor(st.loadContexts());
+        QTRY_VERIFY_WITH_TIMEOUT(st.definitions().read().contains(dir.path()), 20000);
+        QCOMPARE(ProjectServices::missing(st.definitions().read().value(dir.path()), project(st, app)->containers),
+                 QList<ProjectService>({{"mail", base, ProjectService::State::NotCreated, {}}}));
+        const QString webId = find(st, app + "-web-1")->id, dbId = find(st, app + "-db-1")->id;
+        QCoro::waitFor(st.serviceAction(*project(st, app), EngineAction::Kind::ComposeUp, "mail"));
+        QCOMPARE(st.error(), std::nullopt);
+        QVERIFY(find(st, app + "-mail-1") && find(st, app + "-mail-1")->isRunning());
+        QCOMPARE(find(st, app + "-web-1")->id, webId);
+        QCOMPARE(find(st, app + "-db-1")->id, dbId);
+        const QString mailId = find(st, app + "-mail-1")->id;
+
+        // The registry gets a newer web; here the tag still names the old one.
+        const QString box = uniqueName("kt-newer-");
+        QCOMPARE(docker({"run", "--name", box, web, "/bin/busybox", "touch", "/newer"}).status, 0);
+        QCOMPARE(docker({"commit", box, web}).status, 0);
+        docker({"rm", box});
+        QCOMPARE(docker({"push", web}).status, 0);
+        QCOMPARE(docker({"tag", engineImage(), web}).status, 0);
+
+        QCoro::waitFor(st.pullNewer(*project(st, app)));
+        QCOMPARE(st.error(), std::nullopt);
+        QCOMPARE(st.pulls().value(app), (PullSummary{{"web"}, {"db", "mail"}, {}, {}}));
+        QCoro::waitFor(st.recreate(*project(st, app)));
+        QCOMPARE(st.error(), std::nullopt);
+        QVERIFY(find(st, app + "-web-1")->id != webId);
+        QCOMPARE(find(st, app + "-db-1")->id, dbId);
+        QCOMPARE(find(st, app + "-mail-1")->id, mailId);
+        QVERIFY(st.pulls().isEmpty());
+    }
+
     void deletingTakesOnlyWhatIsTheProjects()
     {
         const QString app = uniqueName("ktapp"), staging = uniqueName("ktstaging"), shared = uniqueName("ktshared");

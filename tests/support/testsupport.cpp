@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QThread>
 #include <csignal>
 
@@ -187,6 +188,51 @@ void SshServer::stop()
 bool SshServer::running() const { return m_pid > 0 && ::kill(pid_t(m_pid), 0) == 0; }
 
 QString SshServer::endpoint() const { return QStringLiteral("ssh://root@korvat-ssh"); }
+
+int freePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+LocalRegistry::LocalRegistry() = default;
+
+LocalRegistry::~LocalRegistry()
+{
+    if (m_pid > 0)
+        ::kill(pid_t(m_pid), SIGKILL);
+}
+
+bool LocalRegistry::start()
+{
+    m_port = freePort();
+    writeFile(m_dir.filePath("config.yml"), QStringLiteral("version: 0.1\nstorage:\n  filesystem:\n    rootdirectory: %1/data\nhttp:\n  addr: 127.0.0.1:%2\n")
+                                               .arg(m_dir.path()).arg(m_port).toUtf8());
+    QProcess registry;
+    registry.setStandardOutputFile(QProcess::nullDevice());
+    registry.setStandardErrorFile(QProcess::nullDevice());
+    registry.setProgram(QStringLiteral("docker-registry"));
+    registry.setArguments({QStringLiteral("serve"), m_dir.filePath("config.yml")});
+    if (!registry.startDetached(&m_pid)) {
+        m_why = QStringLiteral("docker-registry is not installed (scripts/setup.sh installs it)");
+        return false;
+    }
+    for (int i = 0; i < 100; ++i) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, quint16(m_port));
+        if (socket.waitForConnected(200))
+            return true;
+        QThread::msleep(50);
+    }
+    m_why = QStringLiteral("docker-registry did not answer on port %1").arg(m_port);
+    return false;
+}
+
+QString LocalRegistry::reference(const QString &name) const
+{
+    return QStringLiteral("127.0.0.1:%1/").arg(m_port) + name;
+}
 
 QString SshServer::log() const
 {

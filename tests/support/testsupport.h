@@ -29,6 +29,8 @@ QString fixture(const QString &name);
 // Writes an executable script and returns its path.
 QString writeExecutable(const QString &path, const QByteArray &script);
 void writeFile(const QString &path, const QByteArray &content);
+// A loopback port nothing listens on.
+int freePort();
 
 // A compose project directory with the given compose file and optional .env.
 struct ComposeDir {
@@ -61,6 +63,26 @@ struct Leftovers {
 // docker reaches the engine through DOCKER_HOST set by the server, so nothing of the
 // account's own ssh set-up is read or changed. The client's side is a configuration file of
 // its own, named in KORVAT_SSH_CONFIG while this lives, under the host name "korvat-ssh".
+// A real image registry (Debian's docker-registry) on a free loopback port, which the
+// private engine pushes to and pulls from without any insecure-registry setting.
+class LocalRegistry {
+public:
+    LocalRegistry();
+    ~LocalRegistry();
+    // False, with why(), when it is not installed or does not answer.
+    bool start();
+    int port() const { return m_port; }
+    // "127.0.0.1:<port>/name"
+    QString reference(const QString &name) const;
+    QString why() const { return m_why; }
+
+private:
+    QTemporaryDir m_dir;
+    int m_port = 0;
+    qint64 m_pid = 0;
+    QString m_why;
+};
+
 class SshServer {
 public:
     SshServer();

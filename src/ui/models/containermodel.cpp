@@ -25,7 +25,7 @@ void ContainerModel::setContainers(const QList<Container> &containers)
         if (a.ports != b.ports)
             roles << PortsRole << LinksRole;
         if (a.project() != b.project())
-            roles << ProjectRole;
+            roles << ProjectRole << ServiceRole;
         if (a.status != b.status || a.image != b.image || a.ports != b.ports)
             roles << DescriptionRole;
         return roles;
@@ -120,6 +120,8 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         return Docker::shortPorts(c.ports);
     case ProjectRole:
         return c.project().value_or(QString());
+    case ServiceRole:
+        return c.labels.value(QLatin1String(Labels::service));
     case DotRole:
         return dot(c);
     case RunningRole:
@@ -167,6 +169,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
-        {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"},
+        {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"}, {ServiceRole, "service"},
     };
 }

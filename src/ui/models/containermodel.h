@@ -41,6 +41,8 @@ public:
         UsageRole,
         UsageSpokenRole,
         TrendRole,
+        // Its compose service; empty outside a project.
+        ServiceRole,
     };
     Q_ENUM(Role)
 

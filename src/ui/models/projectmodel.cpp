@@ -5,14 +5,29 @@
 
 #include <QSet>
 
+int ProjectRow::total() const
+{
+    return int(project.containers.size() + std::count_if(services.cbegin(), services.cend(), [](const ProjectService &s) {
+                   return s.state == ProjectService::State::NotCreated;
+               }));
+}
+
 void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose, const DirectoryMap &dirs,
-                               const QStringList &muted)
+                               const QStringList &muted, const QHash<QString, ResolvedProject> &definitions,
+                               const QHash<QString, PullSummary> &pulls)
 {
     QList<ProjectRow> rows;
     rows.reserve(projects.size());
     for (const ComposeProject &p : projects) {
         const DirectoryFacts facts = p.workingDir ? ProjectDirectory::factsOf(dirs, *p.workingDir) : DirectoryFacts{};
-        rows.append({p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile), false, muted.contains(p.name)});
+        ProjectRow row{p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile), false, muted.contains(p.name)};
+        // Where the directory or its file has gone, the card shows what its containers show.
+        const auto defined = p.workingDir && facts.composeFile ? definitions.constFind(*p.workingDir) : definitions.cend();
+        if (defined != definitions.cend() && defined->name == p.name)
+            row.services = ProjectServices::missing(*defined, p.containers);
+        if (const auto pull = pulls.constFind(p.name); pull != pulls.cend())
+            row.pull = *pull;
+        rows.append(row);
     }
     if (!loose.isEmpty())
         rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, loose, 0}, false, {}, true});
@@ -32,6 +47,10 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             child->setUsage(m_usage);
         }
         child->setContainers(r.project.containers);
+        ServiceModel *&services = m_services[r.key()];
+        if (!services)
+            services = new ServiceModel(this);
+        services->setServices(r.services);
     }
     sync(m_rows, rows, [](const ProjectRow &r) { return r.key(); }, [](const ProjectRow &a, const ProjectRow &b) {
         QList<int> roles;
@@ -47,11 +66,13 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << ComposeEnabledRole;
         if (a.project.runningCount() != b.project.runningCount())
             roles << RunningCountRole << UsageRole;
-        if (a.project.containers.size() != b.project.containers.size())
+        if (a.total() != b.total())
             roles << TotalRole;
+        if (a.pull != b.pull)
+            roles << PullSummaryRole << RecreateRole;
         if (a.muted != b.muted)
             roles << MutedRole;
-        if (ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
+        if (a.total() != b.total() || ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
             roles << DescriptionRole;
         return roles;
     });
@@ -63,6 +84,14 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             it = m_children.erase(it);
         }
     }
+    for (auto it = m_services.begin(); it != m_services.end();) {
+        if (names.contains(it.key())) {
+            ++it;
+        } else {
+            it.value()->deleteLater();
+            it = m_services.erase(it);
+        }
+    }
 }
 
 int ProjectModel::projectCount() const
@@ -70,13 +99,14 @@ int ProjectModel::projectCount() const
     return int(m_rows.size()) - ((!m_rows.isEmpty() && m_rows.constLast().loose) ? 1 : 0);
 }
 
-QList<int> ProjectModel::rowCounts() const
+QList<int> ProjectModel::rowCounts(bool withServices) const
 {
     QList<int> counts;
     counts.reserve(m_rows.size());
     for (const ProjectRow &row : m_rows) {
         const ContainerModel *child = m_children.value(row.key());
-        counts.append(child ? child->rowCount() : 0);
+        const ServiceModel *services = m_services.value(row.key());
+        counts.append((child ? child->rowCount() : 0) + (withServices && services ? services->rowCount() : 0));
     }
     return counts;
 }
@@ -146,11 +176,17 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
     case RunningCountRole:
         return p.runningCount();
     case TotalRole:
-        return int(p.containers.size());
+        return r.total();
+    case ServicesRole:
+        return QVariant::fromValue<QObject *>(m_services.value(r.key()));
+    case PullSummaryRole:
+        return r.pull ? ProjectCard::pullSummary(*r.pull) : QString();
+    case RecreateRole:
+        return r.pull && !r.pull->newer.isEmpty() ? ProjectCard::recreateLabel(int(r.pull->newer.size())) : QString();
     case LooseRole:
         return r.loose;
     case DescriptionRole:
-        return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists);
+        return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists, r.total());
     case MutedRole:
         return r.muted;
     case UsageRole: {
@@ -173,5 +209,6 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
-            {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"}};
+            {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"},
+            {ServicesRole, "services"}, {PullSummaryRole, "pullSummary"}, {RecreateRole, "recreateLabel"}};
 }

@@ -2,6 +2,7 @@
 
 #include "composeproject.h"
 #include "containermodel.h"
+#include "servicemodel.h"
 #include "keyedlistmodel.h"
 #include "workmodel.h"
 #include "projectcard.h"
@@ -18,6 +19,14 @@ struct ProjectRow {
     CardState card;
     bool loose = false;
     bool muted = false;   // told of no failure
+    // Defined services without a container, as far as the files were read.
+    QList<ProjectService> services = {};
+    // What its last pull found, until recreated or dismissed.
+    std::optional<PullSummary> pull = {};
+
+    // Its containers and the services compose would create: the inactive profiles' are not
+    // counted, since nothing is missing while they are off.
+    int total() const;
 
     QString key() const { return loose ? QStringLiteral("\x01loose") : project.name; }
 
@@ -51,15 +60,23 @@ public:
         UsageRole,
         // Its compose up under way: the WorkModel row, empty when none is.
         WorkRole,
+        // Its services without a container: a ServiceModel.
+        ServicesRole,
+        // What its last pull found; empty when there is nothing to say.
+        PullSummaryRole,
+        // "Recreate 2 services"; empty when the pull found nothing newer.
+        RecreateRole,
     };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
 
     // dirs: what the disk showed of the projects' directories. Loose containers make a last row.
-    // muted: the projects told of no failure.
+    // muted: the projects told of no failure. definitions: what each directory's files
+    // define; pulls: each project's last pull.
     void setProjects(const QList<ComposeProject> &projects, const QList<Container> &loose = {}, const DirectoryMap &dirs = {},
-                     const QStringList &muted = {});
+                     const QStringList &muted = {}, const QHash<QString, ResolvedProject> &definitions = {},
+                     const QHash<QString, PullSummary> &pulls = {});
     // The same with the disk's answers given: they line up with projects.
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
@@ -68,8 +85,9 @@ public:
     ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
-    // How many container rows each card shows, for the keyboard's walk through the cards.
-    Q_INVOKABLE QList<int> rowCounts() const;
+    // How many rows each card shows, for the keyboard's walk through the cards: its
+    // containers', and with services its services' after them.
+    Q_INVOKABLE QList<int> rowCounts(bool withServices = false) const;
 
     QHash<int, QByteArray> roleNames() const override;
 
@@ -80,6 +98,7 @@ private:
     void usageSampled(const QSet<QString> &containerIds);
 
     QHash<QString, ContainerModel *> m_children;
+    QHash<QString, ServiceModel *> m_services;
     QPointer<UsageWatch> m_usage;
     QPointer<WorkModel> m_ups;
     std::optional<Runtime> m_runtime;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "composeproject.h"
+#include "projectservices.h"
 
 #include <QString>
 #include <optional>
@@ -21,7 +22,16 @@ CardState state(const ComposeProject &project, bool directoryExists, bool hasCom
 QString directoryLine(const ComposeProject &project, bool directoryExists);
 // What a screen reader says after the card's name: its badge, its counts, its directory
 // line and its help, as the card shows them ("Not running · 0 of 1 running · /srv/docs").
-QString spoken(const ComposeProject &project, const CardState &card, bool directoryExists);
+// total: its containers and the services not yet created, when more than its containers.
+QString spoken(const ComposeProject &project, const CardState &card, bool directoryExists, int total = -1);
 // The question "Down" asks before it acts.
 QString downConfirmation(int containerCount);
+// A service without a container: "Not created", "Profile debug", "Profiles debug or tools".
+QString serviceState(const ProjectService &service);
+// "web, Not created, nginx:1.27", for a screen reader.
+QString serviceSpoken(const ProjectService &service);
+// What the last pull found: "Newer image for web. Up to date: db and cache."
+QString pullSummary(const PullSummary &summary);
+// "Recreate 1 service", "Recreate 2 services".
+QString recreateLabel(int services);
 }

@@ -29,6 +29,9 @@ Item {
         function onReclaimRequested(target: Reclaiming) {
             reclaim.show(target);
         }
+        function onComposeFileRequested(target: ComposeFileState) {
+            composeFile.show(target);
+        }
         function onDownRequested(project: string, confirmation: string) {
             confirmDown.project = project;
             confirmDown.message = confirmation;
@@ -71,6 +74,11 @@ Item {
     }
     ReclaimSheet {
         id: reclaim
+    }
+    ComposeFileSheet {
+        id: composeFile
+
+        actions: root.actions
     }
     ConfirmSheet {
         id: confirmDown

@@ -16,6 +16,8 @@ ColumnLayout {
     property string findName: "Find in logs"
     // The reader is at the end: new output keeps them there. Scrolled up, they stay put.
     property bool following: true
+    // A whole document read once, not a stream: shown from its top, nothing to follow.
+    property bool document: false
     property int newLines: 0
     property bool findOpen: false
     // Set while the view itself scrolls, so only the reader's scrolling changes following.
@@ -56,7 +58,7 @@ ColumnLayout {
         Theme.paint(view.transcript);
         view.seen = view.transcript ? view.transcript.count : 0;
         view.findOpen = false;
-        view.following = true;
+        view.following = !view.document;
         toEnd.restart();
     }
 
@@ -87,7 +89,7 @@ ColumnLayout {
             view.seen = view.transcript.count;
             if (view.following)
                 toEnd.restart();
-            else if (added > 0)
+            else if (added > 0 && !view.document)
                 view.newLines += added;
         }
         target: view.transcript
@@ -333,7 +335,7 @@ ColumnLayout {
             anchors.right: parent.right
             anchors.bottom: parent.bottom
             anchors.margins: 14
-            visible: !view.following
+            visible: !view.following && !view.document
             variant: "accent"
             iconName: "arrow.down.to.line"
             text: view.transcript ? view.transcript.jumpText(view.newLines) : ""

@@ -40,6 +40,8 @@ Rectangle {
     // The open menu, while one is open.
     property KorMenu menu: null
     property string terminalHelp: ""
+    // Its compose service, where compose may act on it; empty elsewhere.
+    property string service: ""
 
     readonly property list<Item> keyButtons: [primaryButton, restartButton, logsButton, consoleButton, more]
 
@@ -254,6 +256,8 @@ Rectangle {
             onAboutToShow: {
                 if (root.links.length < 2)
                     menu.removeMenu(linksMenu);
+                if (root.service === "")
+                    menu.removeMenu(serviceMenu);
             }
             onClosed: {
                 root.menu = null;
@@ -317,6 +321,37 @@ Rectangle {
                     }
                     onObjectAdded: (index, item) => linksMenu.insertItem(index, item)
                     onObjectRemoved: (index, item) => linksMenu.removeItem(item)
+                }
+            }
+            // Through compose, for every container of the service at once.
+            KorMenu {
+                id: serviceMenu
+
+                title: "Service " + root.service
+
+                KorMenuItem {
+                    text: "Up"
+                    enabled: !root.busy
+                    onTriggered: root.action(Verb.ServiceUp, root.service)
+                }
+                KorMenuItem {
+                    text: "Start"
+                    enabled: !root.busy
+                    onTriggered: root.action(Verb.ServiceStart, root.service)
+                }
+                KorMenuItem {
+                    text: "Stop"
+                    enabled: !root.busy
+                    onTriggered: root.action(Verb.ServiceStop, root.service)
+                }
+                KorMenuItem {
+                    text: "Restart"
+                    enabled: !root.busy
+                    onTriggered: root.action(Verb.ServiceRestart, root.service)
+                }
+                KorMenuItem {
+                    text: "Logs"
+                    onTriggered: root.action(Verb.ServiceLogs, root.service)
                 }
             }
             KorMenuItem {

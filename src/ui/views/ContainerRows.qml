@@ -11,6 +11,8 @@ ColumnLayout {
     property bool busy: false
     // The card adds its rows' use up, shown or not in the rows themselves.
     property bool readsUsage: true
+    // Compose may act on the rows' services.
+    property bool composeEnabled: false
 
     signal action(int verb, string id, string detail)
 
@@ -50,6 +52,7 @@ ColumnLayout {
             required property string usage
             required property string usageSpoken
             required property list<real> trend
+            required property string service
 
             Layout.fillWidth: true
             spacing: 0
@@ -84,6 +87,7 @@ ColumnLayout {
                 trend: entry.trend
                 shownIn: root.model
                 readsUsage: root.readsUsage
+                service: root.composeEnabled ? entry.service : ""
                 busy: root.busy
                 onAction: (verb, detail) => root.action(verb, entry.containerId, detail)
             }

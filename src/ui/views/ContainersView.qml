@@ -10,7 +10,7 @@ KorListView {
     required property AppStore store
 
     signal containerAction(int verb, string id, string detail)
-    signal projectAction(int verb, string name)
+    signal projectAction(int verb, string name, string detail)
 
     objectName: "containersList"
     Accessible.name: "Containers"

@@ -25,6 +25,11 @@ Rectangle {
     required property string usage
     // Its compose up under way, as the work model shows it; empty when none is.
     required property var work
+    // Its services without a container, after its containers.
+    required property ServiceModel services
+    // What its last pull found, and the recreate it offers; empty when none.
+    required property string pullSummary
+    required property string recreateLabel
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -33,16 +38,22 @@ Rectangle {
     // Its use added up fits beside the counts only in a wide card; a narrow one reads none.
     readonly property bool roomForUsage: width >= 720
 
-    signal projectAction(int verb)
+    // detail: the service, for a service's verb.
+    signal projectAction(int verb, string detail)
     signal containerAction(int verb, string id, string detail)
     signal stopWork(int id)
 
     function rowAt(i: int): Item {
-        return rows.rowAt(i);
+        const containers = root.containers ? root.containers.count : 0;
+        if (i < containers)
+            return rows.rowAt(i);
+        // Each entry is its separator line, then its row.
+        const entry = serviceRows.itemAt(i - containers);
+        return entry === null ? null : entry.children[1];
     }
     function press() {
         if (upButton.visible && upButton.enabled)
-            root.projectAction(Verb.Up);
+            root.projectAction(Verb.Up, "");
     }
     // From the keyboard: every action of the card, its buttons' first.
     function openMenu() {
@@ -75,7 +86,7 @@ Rectangle {
 
             Layout.fillWidth: true
             Layout.margins: 14
-            Layout.bottomMargin: root.help !== "" || root.total > 0 ? 8 : 14
+            Layout.bottomMargin: root.help !== "" || root.total > 0 || (root.services?.count ?? 0) > 0 ? 8 : 14
             spacing: 10
 
             KorIcon {
@@ -145,7 +156,7 @@ Rectangle {
                 iconName: "arrow.up.circle"
                 variant: root.runningCount === 0 ? "accent" : "quiet"
                 enabled: root.composeEnabled && !root.busy
-                onClicked: root.projectAction(Verb.Up)
+                onClicked: root.projectAction(Verb.Up, "")
             }
             KorButton {
                 id: downButton
@@ -157,7 +168,7 @@ Rectangle {
                 text: "Down"
                 iconName: "arrow.down.circle"
                 enabled: root.composeEnabled && !root.busy
-                onClicked: root.projectAction(Verb.Down)
+                onClicked: root.projectAction(Verb.Down, "")
             }
             KorButton {
                 id: logsButton
@@ -168,7 +179,7 @@ Rectangle {
                 variant: "ghost"
                 iconName: "text.alignleft"
                 help: "Project logs"
-                onClicked: root.projectAction(Verb.ProjectLogs)
+                onClicked: root.projectAction(Verb.ProjectLogs, "")
             }
             KorButton {
                 id: more
@@ -191,7 +202,7 @@ Rectangle {
             Layout.fillWidth: true
             Layout.leftMargin: 50
             Layout.rightMargin: 14
-            Layout.bottomMargin: root.total > 0 ? 8 : 14
+            Layout.bottomMargin: root.total > 0 || (root.services?.count ?? 0) > 0 ? 8 : 14
             visible: root.help !== ""
             text: root.help
             color: Theme.muted
@@ -251,6 +262,43 @@ Rectangle {
                 }
             }
         }
+        // The last pull's findings, until recreated or dismissed.
+        RowLayout {
+            objectName: "pullSummary"
+            Layout.fillWidth: true
+            Layout.leftMargin: 50
+            Layout.rightMargin: 14
+            Layout.bottomMargin: 10
+            visible: root.pullSummary !== "" && root.work.workId === undefined
+            spacing: 8
+
+            Text {
+                Layout.fillWidth: true
+                text: root.pullSummary
+                color: Theme.ink
+                font: Theme.varied("Inter", 400, 12)
+                wrapMode: Text.Wrap
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            KorButton {
+                objectName: "recreate"
+                subject: root.name
+                visible: root.recreateLabel !== ""
+                text: root.recreateLabel
+                iconName: "arrow.clockwise"
+                variant: "accent"
+                enabled: root.composeEnabled && !root.busy
+                onClicked: root.projectAction(Verb.Recreate, "")
+            }
+            KorButton {
+                subject: root.name
+                variant: "ghost"
+                iconName: "xmark"
+                help: "Dismiss the pull's summary"
+                onClicked: root.projectAction(Verb.DismissPull, "")
+            }
+        }
         ContainerRows {
             id: rows
 
@@ -258,7 +306,49 @@ Rectangle {
             model: root.containers
             busy: root.busy
             readsUsage: root.roomForUsage
-            onAction: (verb, id, detail) => root.containerAction(verb, id, detail)
+            composeEnabled: root.composeEnabled
+            onAction: (verb, id, detail) => {
+                if (verb >= Verb.ServiceUp && verb <= Verb.ServiceLogs)
+                    root.projectAction(verb, detail);
+                else
+                    root.containerAction(verb, id, detail);
+            }
+        }
+        Repeater {
+            id: serviceRows
+
+            model: root.services
+
+            ColumnLayout {
+                id: serviceEntry
+
+                required property string serviceName
+                required property string image
+                required property string serviceState
+                required property bool notCreated
+                required property string description
+
+                Layout.fillWidth: true
+                spacing: 0
+
+                Rectangle {
+                    Layout.fillWidth: true
+                    implicitHeight: 1
+                    color: Theme.line
+                }
+                ServiceRow {
+                    Layout.fillWidth: true
+                    Layout.leftMargin: 4
+                    Layout.rightMargin: 4
+                    serviceName: serviceEntry.serviceName
+                    image: serviceEntry.image
+                    serviceState: serviceEntry.serviceState
+                    notCreated: serviceEntry.notCreated
+                    description: serviceEntry.description
+                    enabledUp: root.composeEnabled && !root.busy
+                    onUp: root.projectAction(Verb.ServiceUp, serviceEntry.serviceName)
+                }
+            }
         }
     }
     // Made when asked for: a menu per row would cost every row its items up front.
@@ -279,54 +369,64 @@ Rectangle {
                 text: "Up"
                 visible: menu.everything
                 enabled: menu.everything && upButton.enabled
-                onTriggered: root.projectAction(Verb.Up)
+                onTriggered: root.projectAction(Verb.Up, "")
             }
             KorMenuItem {
                 text: "Down"
                 visible: menu.everything
                 enabled: menu.everything && downButton.enabled
-                onTriggered: root.projectAction(Verb.Down)
+                onTriggered: root.projectAction(Verb.Down, "")
             }
             KorMenuItem {
                 text: "Project logs"
                 visible: menu.everything
                 enabled: menu.everything
-                onTriggered: root.projectAction(Verb.ProjectLogs)
+                onTriggered: root.projectAction(Verb.ProjectLogs, "")
             }
 
             KorMenuItem {
+                text: "Pull newer images"
+                enabled: root.composeEnabled && !root.busy
+                onTriggered: root.projectAction(Verb.PullNewer, "")
+            }
+            KorMenuItem {
+                text: "Show compose file"
+                enabled: root.composeEnabled
+                onTriggered: root.projectAction(Verb.ShowComposeFile, "")
+            }
+            KorMenuItem {
                 text: "Start all"
                 enabled: root.total > 0
-                onTriggered: root.projectAction(Verb.StartAll)
+                onTriggered: root.projectAction(Verb.StartAll, "")
             }
             KorMenuItem {
                 text: "Stop all"
                 enabled: root.total > 0
-                onTriggered: root.projectAction(Verb.StopAll)
+                onTriggered: root.projectAction(Verb.StopAll, "")
             }
             KorMenuItem {
                 text: root.muted ? "Unmute failure notifications" : "Mute failure notifications"
                 visible: !root.loose
-                onTriggered: root.projectAction(Verb.ToggleMute)
+                onTriggered: root.projectAction(Verb.ToggleMute, "")
             }
             KorMenuItem {
                 text: "Reveal in File Manager"
                 enabled: root.directoryExists
-                onTriggered: root.projectAction(Verb.Reveal)
+                onTriggered: root.projectAction(Verb.Reveal, "")
             }
             KorMenuItem {
                 text: "Locate compose file…"
-                onTriggered: root.projectAction(Verb.Locate)
+                onTriggered: root.projectAction(Verb.Locate, "")
             }
             KorMenuItem {
                 text: "Remove from Korvat"
-                onTriggered: root.projectAction(Verb.Forget)
+                onTriggered: root.projectAction(Verb.Forget, "")
             }
             KorMenuItem {
                 text: "Delete project…"
                 danger: true
                 enabled: !root.busy
-                onTriggered: root.projectAction(Verb.DeleteProject)
+                onTriggered: root.projectAction(Verb.DeleteProject, "")
             }
         }
     }

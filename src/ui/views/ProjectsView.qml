@@ -10,12 +10,12 @@ KorListView {
     required property AppStore store
 
     signal containerAction(int verb, string id, string detail)
-    signal projectAction(int verb, string name)
+    signal projectAction(int verb, string name, string detail)
 
     objectName: "projectsList"
     Accessible.name: "Projects"
     model: shell.projects
-    rowCounts: () => list.shell.projects.rowCounts()
+    rowCounts: () => list.shell.projects.rowCounts(true)
     spacing: 12
     topMargin: 14
     bottomMargin: 16
@@ -27,7 +27,7 @@ KorListView {
 
         width: list.rowWidth
         busy: list.store.busy
-        onProjectAction: verb => list.projectAction(verb, card.name)
+        onProjectAction: (verb, detail) => list.projectAction(verb, card.name, detail)
         onContainerAction: (verb, id, detail) => list.containerAction(verb, id, detail)
         onStopWork: id => list.shell.work.stop(id)
     }

@@ -235,7 +235,7 @@ ApplicationWindow {
                 shell: window.shell
                 store: window.store
                 onContainerAction: (verb, id, detail) => window.actions.perform(verb, id, detail)
-                onProjectAction: (verb, name) => window.actions.perform(verb, name)
+                onProjectAction: (verb, name, detail) => window.actions.perform(verb, name, detail)
                 onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
                 onVolumeAction: (verb, name) => window.actions.perform(verb, name)
                 onNetworkAction: (verb, name) => window.actions.perform(verb, name)

@@ -12,7 +12,7 @@ Item {
     readonly property bool ownEmptyState: shell.sectionOwnsEmptyState
 
     signal containerAction(int verb, string id, string detail)
-    signal projectAction(int verb, string name)
+    signal projectAction(int verb, string name, string detail)
     signal imageAction(int verb, string id, string reference)
     signal volumeAction(int verb, string name)
     signal networkAction(int verb, string name)
@@ -42,8 +42,8 @@ Item {
         function onContainerAction(verb: int, id: string, detail: string) {
             root.containerAction(verb, id, detail);
         }
-        function onProjectAction(verb: int, name: string) {
-            root.projectAction(verb, name);
+        function onProjectAction(verb: int, name: string, detail: string) {
+            root.projectAction(verb, name, detail);
         }
         function onImageAction(verb: int, id: string, reference: string) {
             root.imageAction(verb, id, reference);

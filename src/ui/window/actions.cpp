@@ -320,6 +320,30 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Reveal: return reveal(subject);
     case Verb::Locate:
         return onProject([this](const ComposeProject &p) { emit locateRequested(p.name); });
+    case Verb::PullNewer: return onProject([this](const ComposeProject &p) { m_store->pullNewer(p); });
+    case Verb::Recreate: return onProject([this](const ComposeProject &p) { m_store->recreate(p); });
+    case Verb::DismissPull: return m_store->dismissPull(subject);
+    case Verb::ShowComposeFile:
+        return onProject([this](const ComposeProject &p) {
+            if (p.workingDir)
+                emit composeFileRequested(ownedByQml(new ComposeFileState(m_store->engine(), p.name, *p.workingDir)));
+        });
+    case Verb::ServiceUp:
+    case Verb::ServiceStart:
+    case Verb::ServiceStop:
+    case Verb::ServiceRestart: {
+        using Kind = EngineAction::Kind;
+        const Kind kind = verb == Verb::ServiceUp ? Kind::ComposeUp
+                        : verb == Verb::ServiceStart ? Kind::ComposeStart
+                        : verb == Verb::ServiceStop ? Kind::ComposeStop
+                                                    : Kind::ComposeRestart;
+        return onProject([this, kind, detail](const ComposeProject &p) { m_store->serviceAction(p, kind, detail); });
+    }
+    case Verb::ServiceLogs:
+        return onProject([this, detail](const ComposeProject &p) {
+            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p, detail), m_store->runtime())),
+                               p.name + QStringLiteral(" · ") + detail);
+        });
     case Verb::ProjectLogs:
         return onProject([this](const ComposeProject &p) {
             emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);

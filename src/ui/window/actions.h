@@ -1,5 +1,6 @@
 #pragma once
 
+#include "composefilestate.h"
 #include "composeproject.h"
 #include "detailsstate.h"
 #include "container.h"
@@ -83,6 +84,7 @@ signals:
     void commitRequested(const QString &id, const QString &name);
     void deletionRequested(ProjectDeletion *deletion);
     void reclaimRequested(Reclaiming *reclaim);
+    void composeFileRequested(ComposeFileState *file);
     void downRequested(const QString &project, const QString &confirmation);
     // A volume's removal waits for the user's word, or for a backup first.
     void volumeRemovalRequested(const QString &volume, const QString &message);

@@ -39,6 +39,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
+    connect(m_store, &AppStore::pullsChanged, this, &Shell::updateProjects);
     connect(&m_store->failures(), &FailureWatch::mutedChanged, this, &Shell::updateProjects);
     const auto images = [this] { updateImages(); };
     const auto volumes = [this] { updateVolumes(); };
@@ -144,7 +145,7 @@ void Shell::setSortIndex(int index)
 void Shell::updateProjects()
 {
     m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories(),
-                           Settings::mutedProjects.read(*m_settings));
+                           Settings::mutedProjects.read(*m_settings), m_store->definitions().read(), m_store->pulls());
 }
 
 void Shell::updateStale()

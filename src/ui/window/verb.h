@@ -15,6 +15,9 @@ enum Kind {
     OpenInBrowser,   // the detail: one of the row's links
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
+    PullNewer, Recreate, DismissPull, ShowComposeFile,
+    // On one service of a project, by the project's name; the detail is the service.
+    ServiceUp, ServiceStart, ServiceStop, ServiceRestart, ServiceLogs,
     // On images and volumes.
     Pull, RemoveImage, PruneImages, RemoveVolume, PruneVolumes, ImageDetails, VolumeDetails,
     // On a volume, by name; the detail is the .tar file, asked for first when empty.

@@ -117,11 +117,11 @@ TestCase {
         const view = createTemporaryObject(projects, testCase, { shell: shell, store: Fixtures.store() });
         waitForRendering(view);
         const storefront = card(view, "storefront");
-        compare(menuTexts(storefront), ["Start all", "Stop all", "Mute failure notifications", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
+        compare(menuTexts(storefront), ["Pull newer images", "Show compose file", "Start all", "Stop all", "Mute failure notifications", "Reveal in File Manager", "Locate compose file…", "Remove from Korvat", "Delete project…"]);
         // One published port is one item; two are a submenu; none, no item.
+        // A service's own compose actions, where compose may act.
         compare(menuTexts(rowNamed(storefront, "storefront-php-1")),
-                ["Pause", "Open in Terminal", "Open in browser", "Details", "Copy container ID", "Commit to image…", "Remove"]);
-        compare(menuTexts(rowNamed(storefront, "storefront-db-1")), ["Pause", "Open in Terminal", "Details", "Copy container ID", "Commit to image…", "Remove"]);
+                ["Pause", "Open in Terminal", "Open in browser", "Service php", "  Up", "  Start", "  Stop", "  Restart", "  Logs", "Details", "Copy container ID", "Commit to image…", "Remove"]);
         view.positionViewAtEnd();
         waitForRendering(view);
         compare(menuTexts(rowNamed(card(view, "legacy"), "legacy-api-1")),

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "engine.h"
+#include "transcript.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+#include <memory>
+
+// The "Show compose file" sheet's state: the project's file as compose resolves it, read
+// once when the sheet opens, and the variables the files use with where each value came from.
+class ComposeFileState : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made for a project by Actions")
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString directory READ directory CONSTANT)
+    Q_PROPERTY(bool loaded READ loaded NOTIFY changed)
+    // Compose's words when it cannot load the files; the document then holds them too.
+    Q_PROPERTY(QString problem READ problem NOTIFY changed)
+    Q_PROPERTY(Transcript *document READ document CONSTANT)
+    // Each {name, value, source, help, missing}.
+    Q_PROPERTY(QVariantList variables READ variables NOTIFY changed)
+    // "3 variables · 1 missing", or that the file uses none.
+    Q_PROPERTY(QString variablesCaption READ variablesCaption NOTIFY changed)
+
+public:
+    ComposeFileState(std::shared_ptr<Engine> engine, QString project, QString dir, QObject *parent = nullptr);
+
+    QString title() const { return m_title; }
+    QString directory() const { return m_dir; }
+    bool loaded() const { return m_file.has_value(); }
+    QString problem() const { return m_file && !m_file->valid ? m_file->text : QString(); }
+    Transcript *document() { return &m_document; }
+    QVariantList variables() const;
+    QString variablesCaption() const;
+
+    Q_INVOKABLE void start();
+    // "from the environment", "from .env", "default in the file", "missing"
+    static QString sourceText(const ComposeVariable &variable);
+    // Why a missing variable matters and where to set it; empty for one that has a value.
+    static QString help(const ComposeVariable &variable);
+
+signals:
+    void changed();
+
+private:
+    QCoro::Task<> read();
+
+    std::shared_ptr<Engine> m_engine;
+    QString m_title;
+    QString m_dir;
+    std::optional<ResolvedFile> m_file;
+    Transcript m_document;
+    bool m_started = false;
+};
