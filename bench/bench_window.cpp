@@ -7,6 +7,8 @@
 //   switch  switching to the Projects section with 200 containers in 20 projects, to its
 //           first frame, and whether a poll that changes one container makes any card or
 //           row anew
+//   card    one project of 20 services, 12 with containers, 6 never created and 2 behind a
+//           profile: from a poll that changes one of its containers to the frame it draws
 //   logs    a container printing 100,000 coloured lines as fast as they come into the logs
 //           sheet: the longest stall of the window's thread and between frames, resident
 //           memory once the buffer is full and at the end, and find over the whole buffer
@@ -253,6 +255,60 @@ int switchToProjects(QSettings &settings)
 
 }
 
+int serviceCard(QSettings &settings)
+{
+    QTemporaryDir dir;
+    QFile compose(dir.filePath(QStringLiteral("compose.yaml")));
+    compose.open(QIODevice::WriteOnly);
+    compose.write("services: {}\n");
+    compose.close();
+    ResolvedProject defined{QStringLiteral("big"), {}, {}, {}, {}, {}};
+    FakeEngine::Holdings state;
+    for (int i = 0; i < 20; ++i) {
+        const QString service = QStringLiteral("service%1").arg(i, 2, 10, QLatin1Char('0'));
+        defined.definitions.append({service, QStringLiteral("busybox:1"), false, i >= 18 ? QStringList{QStringLiteral("debug")} : QStringList{}});
+        if (i >= 12)
+            continue;
+        Container c{QStringLiteral("%1").arg(i, 12, 16, QLatin1Char('0')), QStringLiteral("big-") + service + QStringLiteral("-1"),
+                    QStringLiteral("busybox:1"), QStringLiteral("running"), QStringLiteral("Up 2 hours"), {}, {}};
+        c.labels.insert(QString::fromLatin1(Labels::project), QStringLiteral("big"));
+        c.labels.insert(QString::fromLatin1(Labels::service), service);
+        c.labels.insert(QString::fromLatin1(Labels::workingDir), dir.path());
+        state.containers.append(c);
+    }
+    auto engine = std::make_shared<FakeEngine>();
+    engine->setComposeProject(dir.path(), defined);
+    Desktop::Session session(&settings, false, {engine, quiet()});
+    QCoro::waitFor(session.store().loadContexts());
+    show(session, *engine, state);
+    session.shell().setCategory(int(Category::Projects));
+    session.window()->show();
+    while (!session.store().definitions().read().contains(dir.path()))
+        wait(50);
+    wait(500);
+
+    QList<double> samples;
+    for (int round = 0; round < 40; ++round) {
+        Container &c = state.containers[round % 12];
+        const bool running = c.state == QLatin1String("running");
+        c.state = running ? QStringLiteral("exited") : QStringLiteral("running");
+        c.status = running ? QStringLiteral("Exited (0) 1 second ago") : QStringLiteral("Up 1 second");
+        QElapsedTimer t;
+        QEventLoop frame;
+        QObject::connect(session.window(), &QQuickWindow::frameSwapped, &frame, &QEventLoop::quit);
+        t.start();
+        show(session, *engine, state);
+        frame.exec();
+        samples.append(t.nsecsElapsed() / 1e6);
+        wait(20);
+    }
+    std::sort(samples.begin(), samples.end());
+    out << "a 20-service card (12 containers, 6 not created, 2 behind a profile), one container changed to its frame: median "
+        << QString::number(samples.at(samples.size() / 2), 'f', 1) << " ms, worst " << QString::number(samples.last(), 'f', 1)
+        << " ms (frame budget 16.7); compose config reads: " << session.store().definitions().reads() << '\n';
+    return 0;
+}
+
 int logs(QSettings &settings)
 {
     auto engine = std::make_shared<FakeEngine>();
@@ -348,6 +404,8 @@ int main(int argc, char **argv)
         return switchToProjects(settings);
     if (mode == QLatin1String("logs"))
         return logs(settings);
-    out << "usage: bench_window frame|idle [seconds]|apply|switch|logs\n";
+    if (mode == QLatin1String("card"))
+        return serviceCard(settings);
+    out << "usage: bench_window frame|idle [seconds]|apply|switch|card|logs\n";
     return 2;
 }

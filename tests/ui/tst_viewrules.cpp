@@ -166,6 +166,20 @@ void TestViewRules::spokenTexts()
     QCOMPARE(VolumeModel::spoken({{"data", "local", "/v/data"}, true}), "local · /v/data · in use");
     QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, false, false), false),
              "Dir missing · 1 of 3 running · working directory no longer exists · compose up/down need the project directory; start/stop still work");
+    // A service the files define without a container counts towards the whole.
+    QCOMPARE(ProjectCard::spoken(shop, ProjectCard::state(shop, true, true), true, 4), "1 of 4 running · 1 not created · /srv/shop");
+    QCOMPARE(ProjectCard::serviceSpoken({"dbg", "busybox", ProjectService::State::Inactive, {"debug", "tools"}}), "dbg, Profiles debug or tools, busybox");
+
+    // What a pull found, as the card says it.
+    const QList<std::pair<PullSummary, QString>> pulls{
+        {{{"web"}, {"db", "cache"}, {"job"}, {}}, "Newer image for web. Up to date: db and cache. Not pulled: job, built here or pinned by digest."},
+        {{{}, {"db", "cache"}, {}, {}}, "All 2 images are up to date."},
+        {{{"web", "api"}, {}, {}, {{"mail", "pull access denied"}}}, "Newer images for web and api. mail could not be pulled: pull access denied."},
+        {{}, "No service has an image to pull."},
+    };
+    for (const auto &[summary, text] : pulls)
+        QCOMPARE(ProjectCard::pullSummary(summary), text);
+    QCOMPARE(ProjectCard::recreateLabel(2), "Recreate 2 services");
 }
 
 void TestViewRules::listCursor_data()

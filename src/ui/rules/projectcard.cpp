@@ -82,8 +82,12 @@ QString pullSummary(const PullSummary &summary)
         else
             sentences << QStringLiteral("Up to date: ") + WorkText::listed(summary.upToDate) + u'.';
     }
-    for (auto it = summary.failed.cbegin(); it != summary.failed.cend(); ++it)
-        sentences << QStringLiteral("%1 could not be pulled: %2").arg(it.key(), it.value().trimmed().isEmpty() ? QStringLiteral("compose gave no reason.") : it.value().trimmed());
+    for (auto it = summary.failed.cbegin(); it != summary.failed.cend(); ++it) {
+        QString why = it.value().trimmed().isEmpty() ? QStringLiteral("compose gave no reason") : it.value().trimmed();
+        if (!why.endsWith(u'.'))
+            why += u'.';
+        sentences << QStringLiteral("%1 could not be pulled: %2").arg(it.key(), why);
+    }
     if (!summary.skipped.isEmpty())
         sentences << QStringLiteral("Not pulled: ") + WorkText::listed(summary.skipped) + QStringLiteral(", built here or pinned by digest.");
     if (sentences.isEmpty())

@@ -31,8 +31,8 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     LongWork *work = &m_store->work();
     m_pulls = new WorkModel(work, {Kind::Pull}, this);
     m_transfers = new WorkModel(work, {Kind::Backup, Kind::Restore}, this);
-    m_ups = new WorkModel(work, {Kind::Up}, this);
-    m_work = new WorkModel(work, {Kind::Pull, Kind::Up, Kind::Deletion, Kind::Backup, Kind::Restore, Kind::Reclaim}, this);
+    m_ups = new WorkModel(work, {Kind::Up, Kind::ProjectPull}, this);
+    m_work = new WorkModel(work, {Kind::Pull, Kind::Up, Kind::ProjectPull, Kind::Deletion, Kind::Backup, Kind::Restore, Kind::Reclaim}, this);
     m_projects.setWork(m_ups);
     m_containers.setUsage(&m_store->usage());
     m_projects.setUsage(&m_store->usage());
