@@ -30,7 +30,6 @@ const QList<Tool> &all();
 const QSet<QString> &runtimeFormulae();
 const QSet<QString> &pluginFormulae();
 
-QList<qint64> components(const QString &version);
 bool isOlder(const QString &a, const QString &than);
 std::optional<QString> newest(const QStringList &versions);
 std::optional<QString> firstVersion(const QString &text);

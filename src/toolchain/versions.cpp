@@ -6,61 +6,69 @@
 
 namespace Toolchain {
 
-QList<qint64> components(const QString &version)
+namespace {
+bool separator(QChar c)
 {
-    QList<qint64> parts;
-    const auto separator = [](QChar c) { return c == u'.' || c == u'_' || c == u'-'; };
-    for (qsizetype i = 0; i < version.size();) {
-        if (separator(version[i])) {
-            ++i;
-            continue;
-        }
-        qsizetype end = i;
-        bool plain = true;
-        for (; end < version.size() && !separator(version[end]); ++end)
-            plain = plain && version[end] >= u'0' && version[end] <= u'9';
-        bool ok = false;
-        const qint64 value = plain ? QStringView(version).sliced(i, end - i).toLongLong(&ok) : 0;
-        // Letters (rc1) and numbers too large to hold both count as zero.
-        parts.append(ok ? value : 0);
-        i = end;
-    }
-    return parts;
+    return c == u'.' || c == u'_' || c == u'-';
 }
 
-namespace {
-bool older(const QList<qint64> &x, const QList<qint64> &y)
+// The next component of a version from `at` on, past its separators; false past the last.
+// Letters (rc1) and numbers too large to hold both count as zero. Walking the text rather
+// than taking it apart keeps a long `brew list` line free of allocations.
+bool nextComponent(QStringView version, qsizetype &at, qint64 &value)
 {
-    for (qsizetype i = 0; i < std::max(x.size(), y.size()); ++i) {
-        const qint64 p = i < x.size() ? x[i] : 0, q = i < y.size() ? y[i] : 0;
+    while (at < version.size() && separator(version[at]))
+        ++at;
+    if (at >= version.size())
+        return false;
+    qsizetype end = at;
+    bool plain = true;
+    for (; end < version.size() && !separator(version[end]); ++end)
+        plain = plain && version[end] >= u'0' && version[end] <= u'9';
+    bool ok = false;
+    value = plain ? version.sliced(at, end - at).toLongLong(&ok) : 0;
+    if (!ok)
+        value = 0;
+    at = end;
+    return true;
+}
+
+// Missing components count as zero: 1.2 is 1.2.0.
+bool older(QStringView x, QStringView y)
+{
+    qsizetype i = 0, j = 0;
+    for (;;) {
+        qint64 p = 0, q = 0;
+        // Both sides step on, even when one has ended.
+        const bool inX = nextComponent(x, i, p);
+        const bool inY = nextComponent(y, j, q);
+        if (!inX && !inY)
+            return false;
         if (p != q)
             return p < q;
     }
-    return false;
+}
+
+std::optional<QStringView> newestOf(auto words)
+{
+    std::optional<QStringView> best;
+    for (const QStringView word : words) {
+        if (!best || older(*best, word))
+            best = word;
+    }
+    return best;
 }
 }
 
 bool isOlder(const QString &a, const QString &than)
 {
-    return older(components(a), components(than));
+    return older(a, than);
 }
 
 std::optional<QString> newest(const QStringList &versions)
 {
-    if (versions.isEmpty())
-        return std::nullopt;
-    // Each version is taken apart once; comparing against the best so far must not take
-    // the best apart again for every word of a long `brew list` line.
-    qsizetype best = 0;
-    QList<qint64> bestParts = components(versions.first());
-    for (qsizetype i = 1; i < versions.size(); ++i) {
-        QList<qint64> parts = components(versions[i]);
-        if (older(bestParts, parts)) {
-            best = i;
-            bestParts = std::move(parts);
-        }
-    }
-    return versions[best];
+    const auto best = newestOf(versions);
+    return best ? std::optional(best->toString()) : std::nullopt;
 }
 
 std::optional<QString> firstVersion(const QString &text)
@@ -89,12 +97,16 @@ std::optional<QString> firstVersion(const QString &text)
 QMap<QString, QString> parseBrewList(const QString &text)
 {
     QMap<QString, QString> owned;
-    for (const auto &line : text.split(u'\n', Qt::SkipEmptyParts)) {
-        QStringList words = line.split(u' ', Qt::SkipEmptyParts);
-        if (words.size() < 2)
+    for (const QStringView line : QStringView(text).tokenize(u'\n', Qt::SkipEmptyParts)) {
+        auto words = line.tokenize(u' ', Qt::SkipEmptyParts);
+        auto word = words.begin();
+        if (word == words.end())
             continue;
-        const QString formula = words.takeFirst();
-        owned.insert(formula, *newest(words));
+        const QStringView formula = *word;
+        // The versions are the rest of the line: the words after the formula's.
+        const QStringView rest = line.sliced(formula.data() - line.data() + formula.size());
+        if (const auto best = newestOf(rest.tokenize(u' ', Qt::SkipEmptyParts)))
+            owned.insert(formula.toString(), best->toString());
     }
     return owned;
 }
