@@ -89,8 +89,17 @@ double fraction(const Work &work)
 {
     switch (work.kind) {
     case Work::Kind::Pull: return work.pull.toFetch() > 0 ? work.pull.fraction() : -1;
-    case Work::Kind::ProjectPull:
+    case Work::Kind::ProjectPull: {
+        // Compose does not say which service a layer is for, and a service's layers are only
+        // known once it begins: over several services the layers would fill the bar early,
+        // so it moves by services ended.
+        const auto &services = work.compose.services;
+        if (services.size() > 1) {
+            const auto ended = std::count_if(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase != Phase::Pulling; });
+            return double(ended) / double(services.size());
+        }
         return work.compose.pulls.toFetch() > 0 ? work.compose.pulls.fraction() : -1;
+    }
     case Work::Kind::Up: {
         const auto &services = work.compose.services;
         const bool pulling = std::any_of(services.cbegin(), services.cend(), [](const ServiceProgress &s) { return s.phase == Phase::Pulling; });

@@ -16,9 +16,9 @@ Work pull(const QStringList &lines)
     return w;
 }
 
-Work up(const QStringList &lines)
+Work compose(const QStringList &lines, Work::Kind kind = Work::Kind::Up)
 {
-    Work w{1, Work::Kind::Up, "shop"};
+    Work w{1, kind, "shop"};
     for (const QString &line : lines)
         Docker::readCompose(w.compose, line, "shop");
     return w;
@@ -62,8 +62,12 @@ private slots:
             << "1 of 2 layers · 4.0 MB of 5.0 MB" << "Pulling nginx:1.27 — 62%" << "Stopped after 1 of 2 layers";
         QTest::newRow("pull of what the engine has") << pull({"Status: Image is up to date for nginx:1.27"}) << "" << "Pulling nginx:1.27"
                                                       << "Stopped before any layer came";
-        QTest::newRow("up") << up({" Container shop-web-1  Started", " Container shop-db-1  Starting", " worker Pulling"}) << "1 of 3 started"
+        QTest::newRow("up") << compose({" Container shop-web-1  Started", " Container shop-db-1  Starting", " worker Pulling"}) << "1 of 3 started"
                             << "Bringing up shop" << "Up stopped: web started, db created, worker and cache not created";
+        // One service's layers all came while three had yet to name theirs: the bar goes by services.
+        QTest::newRow("project pull") << compose({" web Pulled", " db Pulling", " worker Pulling", " cache Pulling",
+                                                  "d6dbecfd0472: Pull complete"}, Work::Kind::ProjectPull)
+                                      << "1 of 4 services · 1 of 1 layers" << "Pulling images for shop — 25%" << "Pull stopped after web; nothing was recreated";
         QTest::newRow("deletion under way") << deletion({State::Done, State::Running}) << "1 of 3 steps" << "Deleting shop — 33%"
                                             << "Deletion stopped after 1 of 3 steps";
         QTest::newRow("deletion, nothing done") << deletion({State::Running}) << "0 of 3 steps" << "Deleting shop — 0%"
