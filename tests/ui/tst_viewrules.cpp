@@ -544,6 +544,18 @@ void TestViewRules::detailsTexts()
     const auto volume = DetailsText::volume(VolumeDetails{"data", "local", "/v", "local"}, now);
     QCOMPARE(volume[0].rows.last(), (DetailsText::Row{"Size", "not readable from here"}));
     QCOMPARE(volume[1].note, "No container mounts it, running or stopped.");
+
+    // Resolved compose YAML: a secret-looking key's value, in a map or a list, and a secret
+    // variable's value wherever compose substituted it; a short value masks nothing.
+    const QString mask = QString::fromUtf16(DetailsText::maskedValue);
+    const QStringList values{"s3cret", "ab"};
+    const QList<std::pair<QString, QString>> yaml{{"      POSTGRES_PASSWORD: s3cret", "      POSTGRES_PASSWORD: " + mask},
+                                                  {"      - \"API_TOKEN=x y\"", "      - \"API_TOKEN=" + mask},
+                                                  {"      DATABASE_URL: postgres://app:s3cret@db/app", "      DATABASE_URL: postgres://app:" + mask + "@db/app"},
+                                                  {"    image: alpine:3.20", "    image: alpine:3.20"},
+                                                  {"    secrets:", "    secrets:"}};
+    for (const auto &[line, shown] : yaml)
+        QCOMPARE(DetailsText::maskedYaml(line, values), shown);
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

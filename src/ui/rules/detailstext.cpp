@@ -5,6 +5,7 @@
 #include "volumesize.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 
 namespace DetailsText {
 
@@ -187,6 +188,21 @@ QString environment(const ContainerDetails &d, bool showSecrets)
     for (const auto &[name, value] : d.environment)
         text += name + u'=' + (showSecrets || !Docker::looksSecret(name) ? value : QString::fromUtf16(maskedValue)) + u'\n';
     return text;
+}
+
+QString maskedYaml(const QString &line, const QStringList &secretValues)
+{
+    static const QRegularExpression entry(QStringLiteral(R"(^(\s*(?:-\s+)?["']?)([A-Za-z_][A-Za-z0-9_.-]*)(["']?(?::\s+|=))(.+)$)"));
+    const QString mask = QString::fromUtf16(maskedValue);
+    if (const auto m = entry.match(line); m.hasMatch() && Docker::looksSecret(m.capturedView(2)))
+        return m.captured(1) + m.captured(2) + m.captured(3) + mask;
+    QString shown = line;
+    for (const QString &value : secretValues) {
+        // A value of a character or two would mask half the file and hide nothing.
+        if (value.size() >= 4)
+            shown.replace(value, mask);
+    }
+    return shown;
 }
 
 QList<Container> usersOf(const ImageDetails &image, const QList<Container> &containers)

@@ -71,4 +71,9 @@ inline constexpr char16_t hiddenValue[] = u"hidden value";
 
 // The environment as Copy gives it, one NAME=value a line, secret values as shown.
 QString environment(const ContainerDetails &d, bool showSecrets);
+
+// A line of resolved compose YAML with what looks secret masked: the value of a key whose
+// name looks secret ("POSTGRES_PASSWORD: s3cret", "- API_TOKEN=abc"), and wherever else one of
+// the given values was substituted (a password inside a URL).
+QString maskedYaml(const QString &line, const QStringList &secretValues);
 }

@@ -54,6 +54,13 @@ Sheet {
                 }
             }
             KorButton {
+                visible: sheet.file !== null && sheet.file.hasSecrets
+                text: sheet.file && sheet.file.showSecrets ? "Hide values" : "Show values"
+                iconName: sheet.file && sheet.file.showSecrets ? "eye.slash" : "eye"
+                help: "Values whose names look secret are hidden until shown"
+                onClicked: sheet.file.showSecrets = !sheet.file.showSecrets
+            }
+            KorButton {
                 text: "Find"
                 iconName: "magnifyingglass"
                 enabled: sheet.file !== null && sheet.file.loaded
@@ -119,7 +126,7 @@ Sheet {
                 radius: 6
                 Accessible.role: Accessible.ListItem
                 Accessible.name: line.modelData.name + ", " + line.modelData.source
-                                 + (line.modelData.value !== "" ? ", " + line.modelData.value : "")
+                                 + (line.modelData.value !== "" ? ", " + line.modelData.spokenValue : "")
                 Accessible.description: line.modelData.help
 
                 RowLayout {

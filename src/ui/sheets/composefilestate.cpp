@@ -1,6 +1,8 @@
 #include "composefilestate.h"
 
 #include "appstore.h"
+#include "containerdetails.h"
+#include "detailstext.h"
 
 #include <QCoroFuture>
 #include <QPointer>
@@ -25,13 +27,48 @@ QCoro::Task<> ComposeFileState::read()
     if (!self)
         co_return;
     m_file = file;
+    fillDocument();
+    emit changed();
+}
+
+QStringList ComposeFileState::secretValues() const
+{
+    QStringList values;
+    for (const ComposeVariable &v : m_file->variables) {
+        if (Docker::looksSecret(v.name) && !v.value.isEmpty())
+            values << v.value;
+    }
+    return values;
+}
+
+void ComposeFileState::fillDocument()
+{
+    const QStringList secrets = m_showSecrets ? QStringList() : secretValues();
     QList<LogLine> lines;
-    for (const QString &line : file.text.split(u'\n'))
-        lines.append({Ansi::Line{line, {}}, {}, {}});
+    for (const QString &line : m_file->text.split(u'\n'))
+        lines.append({Ansi::Line{m_showSecrets ? line : DetailsText::maskedYaml(line, secrets), {}}, {}, {}});
     // Compose ends its YAML with a line break; no empty last line is shown for it.
     if (!lines.isEmpty() && lines.constLast().body.text.isEmpty())
         lines.removeLast();
+    m_document.clear();
     m_document.append(lines);
+}
+
+bool ComposeFileState::hasSecrets() const
+{
+    if (!m_file)
+        return false;
+    const QStringList secrets = secretValues();
+    const QStringList lines = m_file->text.split(u'\n');
+    return std::any_of(lines.cbegin(), lines.cend(), [&](const QString &l) { return DetailsText::maskedYaml(l, secrets) != l; });
+}
+
+void ComposeFileState::setShowSecrets(bool show)
+{
+    if (m_showSecrets == show || !m_file)
+        return;
+    m_showSecrets = show;
+    fillDocument();
     emit changed();
 }
 
@@ -61,8 +98,10 @@ QVariantList ComposeFileState::variables() const
     if (!m_file)
         return rows;
     for (const ComposeVariable &v : m_file->variables) {
+        const bool masked = !m_showSecrets && Docker::looksSecret(v.name) && !v.value.isEmpty();
         rows.append(QVariantMap{{QStringLiteral("name"), v.name},
-                                {QStringLiteral("value"), v.value},
+                                {QStringLiteral("value"), masked ? QString::fromUtf16(DetailsText::maskedValue) : v.value},
+                                {QStringLiteral("spokenValue"), masked ? QString::fromUtf16(DetailsText::hiddenValue) : v.value},
                                 {QStringLiteral("source"), sourceText(v)},
                                 {QStringLiteral("help"), help(v)},
                                 {QStringLiteral("missing"), v.source == ComposeVariable::Source::Missing}});

@@ -25,6 +25,10 @@ class ComposeFileState : public QObject {
     Q_PROPERTY(QVariantList variables READ variables NOTIFY changed)
     // "3 variables · 1 missing", or that the file uses none.
     Q_PROPERTY(QString variablesCaption READ variablesCaption NOTIFY changed)
+    // Values whose names look secret stay masked, in the file and in the variables, until shown:
+    // the sheet is as likely to be open on a shared screen as the details of a container.
+    Q_PROPERTY(bool hasSecrets READ hasSecrets NOTIFY changed)
+    Q_PROPERTY(bool showSecrets READ showSecrets WRITE setShowSecrets NOTIFY changed)
 
 public:
     ComposeFileState(std::shared_ptr<Engine> engine, QString project, QString dir, QObject *parent = nullptr);
@@ -36,6 +40,9 @@ public:
     Transcript *document() { return &m_document; }
     QVariantList variables() const;
     QString variablesCaption() const;
+    bool hasSecrets() const;
+    bool showSecrets() const { return m_showSecrets; }
+    void setShowSecrets(bool show);
 
     Q_INVOKABLE void start();
     // "from the environment", "from .env", "default in the file", "missing"
@@ -48,6 +55,8 @@ signals:
 
 private:
     QCoro::Task<> read();
+    QStringList secretValues() const;
+    void fillDocument();
 
     std::shared_ptr<Engine> m_engine;
     QString m_title;
@@ -55,4 +64,5 @@ private:
     std::optional<ResolvedFile> m_file;
     Transcript m_document;
     bool m_started = false;
+    bool m_showSecrets = false;
 };
