@@ -8,7 +8,7 @@ DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/
 
 FUZZ_SECONDS ?= 60
 
-.PHONY: all setup build run demo demo-stop test bench fuzz shots package clean
+.PHONY: all setup build run demo demo-stop test bench fuzz coverage shots package clean
 
 all: build
 
@@ -54,6 +54,14 @@ fuzz:
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVAT_TESTS=OFF -DKORVAT_FUZZ=ON
 	cmake --build build-fuzz -j $(JOBS)
 	bash tests/fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
+
+# What each unit test case adds: every case run alone in a clang coverage build, and those
+# that run no line or branch the others do not listed, as candidates to fold or drop.
+coverage:
+	@bash scripts/setup.sh coverage
+	CC=clang CXX=clang++ cmake -S . -B build-cov -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_COVERAGE=ON
+	cmake --build build-cov -j $(JOBS)
+	python3 scripts/case-coverage.py build-cov
 
 # Every view in both readings, over built-in sample data, into shots/.
 shots: build

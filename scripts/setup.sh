@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs, once and only what is missing, every Debian package that building Korvat
-# and running its tests need; `setup.sh fuzz` also what the fuzzers need. Safe to run
+# and running its tests need; `setup.sh fuzz` also what the fuzzers need, `setup.sh coverage`
+# what a coverage build needs. Safe to run
 # again: a second run installs nothing.
 set -euo pipefail
 
@@ -34,9 +35,11 @@ packages=(
   dpkg-dev file desktop-file-utils appstream systemd
 )
 
-# make fuzz: libFuzzer comes with clang's runtime.
+# make fuzz: libFuzzer comes with clang's runtime; make coverage: clang and llvm's tools.
 if [[ ${1:-} == fuzz ]]; then
   packages+=(clang libclang-rt-14-dev)
+elif [[ ${1:-} == coverage ]]; then
+  packages+=(clang llvm)
 fi
 
 # npm comes with many Node installations; Debian's package only when none is on PATH.
