@@ -50,7 +50,7 @@ def cases(command, env):
     Quick test lists none (it runs every case whatever it is asked), and the QML it tests is
     not measured here anyway."""
     out = subprocess.run([command[-1], "-datatags"], capture_output=True, text=True, timeout=60,
-                         env=dict(env, QT_QPA_PLATFORM="offscreen")).stdout
+                         env=dict(env, QT_QPA_PLATFORM="offscreen", LLVM_PROFILE_FILE=os.devnull)).stdout
     seen = []
     for line in out.splitlines():
         found = re.fullmatch(r"(\w+) (\w+)(?: (.*))?", line)
