@@ -217,15 +217,8 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
     emit pullsChanged();
     m_state.setBusy(true);
     const int id = m_work.begin(Work::Kind::ProjectPull, project.name);
-    // The services compose pulls are those it turns on; the files are read now, since a
-    // card may ask before its first reading has come.
-    auto definitions = QtConcurrent::run(workers(), [engine = m_engine, dir]() -> std::optional<ResolvedProject> {
-        try {
-            return engine->composeServices(dir);
-        } catch (const DockerError &) {
-            return std::nullopt;
-        }
-    });
+    // The services compose pulls are those it turns on.
+    auto definitions = m_definitions.current(dir);
     const std::optional<ResolvedProject> defined = co_await definitions;
     if (!self)
         co_return;

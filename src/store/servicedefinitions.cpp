@@ -84,6 +84,17 @@ private:
     QHash<QString, QString> m_prints;
 };
 
+namespace {
+std::optional<ResolvedProject> readServices(const std::shared_ptr<Engine> &engine, const QString &dir)
+{
+    try {
+        return engine->composeServices(dir);
+    } catch (const DockerError &) {
+        return std::nullopt;
+    }
+}
+}
+
 ServiceDefinitions::ServiceDefinitions(std::shared_ptr<Engine> engine, QObject *parent)
     : QObject(parent), m_engine(std::move(engine)), m_thread(new QThread(this)), m_watch(new FileWatch)
 {
@@ -148,6 +159,15 @@ void ServiceDefinitions::reread(const QString &dir)
     m_settle.start();
 }
 
+QCoro::Task<std::optional<ResolvedProject>> ServiceDefinitions::current(QString dir)
+{
+    if (const auto held = m_read.constFind(dir); held != m_read.cend() && !m_touched.contains(dir))
+        co_return *held;
+    ++m_reads;
+    auto future = QtConcurrent::run(readServices, m_engine, dir);
+    co_return co_await future;
+}
+
 QCoro::Task<> ServiceDefinitions::readQueued()
 {
     QPointer<ServiceDefinitions> self(this);
@@ -156,13 +176,7 @@ QCoro::Task<> ServiceDefinitions::readQueued()
         const QString dir = *m_touched.cbegin();
         m_touched.remove(dir);
         ++m_reads;
-        auto future = QtConcurrent::run([engine = m_engine, dir]() -> std::optional<ResolvedProject> {
-            try {
-                return engine->composeServices(dir);
-            } catch (const DockerError &) {
-                return std::nullopt;
-            }
-        });
+        auto future = QtConcurrent::run(readServices, m_engine, dir);
         const std::optional<ResolvedProject> project = co_await future;
         if (!self)
             co_return;

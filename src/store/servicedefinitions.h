@@ -29,6 +29,9 @@ public:
     // Reads the directory again now, as after a change of its files.
     void reread(const QString &dir);
     const QHash<QString, ResolvedProject> &read() const { return m_read; }
+    // The directory's services as they stand: the reading held, unless its files changed
+    // since or none was made yet; then read now. Nullopt when compose cannot read them.
+    QCoro::Task<std::optional<ResolvedProject>> current(QString dir);
     // The `compose config` children started so far.
     int reads() const { return m_reads; }
 

@@ -128,10 +128,7 @@ SshServer::SshServer()
     QProcess::execute(QStringLiteral("ssh-keygen"), {"-q", "-t", "ed25519", "-N", "", "-f", d + "/host"});
     QProcess::execute(QStringLiteral("ssh-keygen"), {"-q", "-t", "ed25519", "-N", "", "-f", d + "/id"});
     QFile::copy(d + "/id.pub", d + "/authorized_keys");
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    m_port = probe.serverPort();
-    probe.close();
+    m_port = freePort();
     writeFile(d + "/sshd_config", QStringLiteral("Port %1\nListenAddress 127.0.0.1\nHostKey %2/host\nPidFile %2/sshd.pid\n"
                                                  "AuthorizedKeysFile %2/authorized_keys\nPermitRootLogin prohibit-password\n"
                                                  "PasswordAuthentication no\nKbdInteractiveAuthentication no\nUsePAM no\nStrictModes no\n"
