@@ -5,6 +5,22 @@
 
 #include <QSet>
 
+namespace {
+// A card's own models go with it; QML may still hold them until the row is gone.
+template <typename Model>
+void dropUnlisted(QHash<QString, Model *> &models, const QSet<QString> &names)
+{
+    for (auto it = models.begin(); it != models.end();) {
+        if (names.contains(it.key())) {
+            ++it;
+        } else {
+            it.value()->deleteLater();
+            it = models.erase(it);
+        }
+    }
+}
+}
+
 int ProjectRow::total() const
 {
     return int(project.containers.size() + std::count_if(services.cbegin(), services.cend(), [](const ProjectService &s) {
@@ -76,22 +92,8 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << DescriptionRole;
         return roles;
     });
-    for (auto it = m_children.begin(); it != m_children.end();) {
-        if (names.contains(it.key())) {
-            ++it;
-        } else {
-            it.value()->deleteLater();
-            it = m_children.erase(it);
-        }
-    }
-    for (auto it = m_services.begin(); it != m_services.end();) {
-        if (names.contains(it.key())) {
-            ++it;
-        } else {
-            it.value()->deleteLater();
-            it = m_services.erase(it);
-        }
-    }
+    dropUnlisted(m_children, names);
+    dropUnlisted(m_services, names);
 }
 
 int ProjectModel::projectCount() const
