@@ -383,7 +383,7 @@ private slots:
             const QString proc = "/proc/" + QString::number(stream->pid());
             QVERIFY(QFileInfo::exists(proc));
             stream->stop();
-            QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(proc), 2000);
+            QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(proc), 10000);
         }
     }
 
