@@ -255,7 +255,7 @@ private slots:
     void reclaimListsOnlyWhatItMay()
     {
         const QString stopped = m_made.run("kt-rc-", {}, {"true"});
-        QTRY_VERIFY(docker({"inspect", "-f", "{{.State.Status}}", stopped}).out.trimmed() == "exited");
+        QTRY_VERIFY_WITH_TIMEOUT(docker({"inspect", "-f", "{{.State.Status}}", stopped}).out.trimmed() == "exited", 20000);
         const QString anonymous = docker({"volume", "create"}).out.trimmed();
         const QString named = uniqueName("kt-rcv-");
         m_made.volumes << anonymous << named;

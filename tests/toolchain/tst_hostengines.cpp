@@ -5,7 +5,6 @@
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusObjectPath>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -161,15 +160,14 @@ private slots:
         }
         qputenv("PATH", bin.path().toUtf8() + ":" + qgetenv("PATH"));
         QFuture<QList<HostEngine>> probe = QtConcurrent::run(&HostEngines::probe);
-        QTRY_VERIFY(QFile::exists(started) && QFile(started).size() > 0);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(started) && QFile(started).size() > 0, 20000);
         QFile pidFile(started);
         QVERIFY(pidFile.open(QIODevice::ReadOnly));
         const qint64 pid = pidFile.readAll().trimmed().toLongLong();
         ChildProcess::quitting();
-        QDeadlineTimer bound(2000);
-        QVERIFY(QTest::qWaitFor([&] { return probe.isFinished(); }, 2000));
-        QVERIFY(!bound.hasExpired());
-        QTRY_VERIFY(::kill(pid_t(pid), 0) != 0);   // the stand-in went with it
+        // Seconds on a loaded machine, against the five minutes the stand-ins would hold it.
+        QVERIFY(QTest::qWaitFor([&] { return probe.isFinished(); }, 10000));
+        QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(pid), 0) != 0, 10000);   // the stand-in went with it
     }
 };
 
