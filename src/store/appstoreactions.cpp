@@ -59,6 +59,8 @@ QCoro::Task<> AppStore::perform(EngineAction action, QString project)
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
+    if (id)
+        m_work.settle(id);
     const bool stopped = id && m_work.stopped(id);
     const Work done = id ? *m_work.find(id) : Work{};
     if (id) {
@@ -104,6 +106,7 @@ QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
     const std::optional<QString> backupFailure = co_await backup;
     if (!self)
         co_return;
+    m_work.settle(id);
     const bool stopped = m_work.stopped(id);
     const Work done = *m_work.find(id);
     if (stopped)
@@ -231,6 +234,7 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
     const std::optional<QString> failure = co_await pull;
     if (!self)
         co_return;
+    m_work.settle(id);
     const Work done = *m_work.find(id);
     const bool stopped = m_work.stopped(id);
     m_work.end(id);

@@ -57,6 +57,7 @@ bool LongWork::stopped(int id) const
 void LongWork::end(int id)
 {
     m_cancels.remove(id);
+    m_relays.remove(id);
     if (m_list.removeIf([id](const Work &w) { return w.id == id; }) > 0)
         emit removed(id);
 }
@@ -71,9 +72,31 @@ struct LongWork::Relay {
     bool queued = false;
 };
 
+void LongWork::take(int id, Relay &relay)
+{
+    QMutexLocker lock(&relay.mutex);
+    relay.queued = false;
+    const auto pull = relay.pull;
+    const auto compose = relay.compose;
+    const auto moved = relay.moved;
+    lock.unlock();
+    update(id, [&](Work &w) {
+        w.pull = pull;
+        w.compose = compose;
+        w.moved = moved;
+    });
+}
+
+void LongWork::settle(int id)
+{
+    if (const auto relay = m_relays.value(id))
+        take(id, *relay);
+}
+
 Watch LongWork::watch(int id, const QString &project)
 {
     auto relay = std::make_shared<Relay>();
+    m_relays.insert(id, relay);
     QPointer<LongWork> self(this);
     const auto handOver = [relay, self, id] {
         // Called with the relay locked.
@@ -81,19 +104,8 @@ Watch LongWork::watch(int id, const QString &project)
             return;
         relay->queued = true;
         QMetaObject::invokeMethod(self.data(), [relay, self, id] {
-            QMutexLocker lock(&relay->mutex);
-            relay->queued = false;
-            const auto pull = relay->pull;
-            const auto compose = relay->compose;
-            const auto moved = relay->moved;
-            lock.unlock();
-            if (self) {
-                self->update(id, [&](Work &w) {
-                    w.pull = pull;
-                    w.compose = compose;
-                    w.moved = moved;
-                });
-            }
+            if (self)
+                self->take(id, *relay);
         }, Qt::QueuedConnection);
     };
     Watch watch;

@@ -57,6 +57,10 @@ public:
     // Sets the work's cancel; the action ends the child and says how far it got.
     Q_INVOKABLE void stop(int id);
     bool stopped(int id) const;
+    // Takes what the worker read last into the work now. Its hand-over may still be queued
+    // when the worker's result arrives, and what is said at the end must not miss the
+    // client's last line.
+    void settle(int id);
     void end(int id);
 
     const QList<Work> &list() const { return m_list; }
@@ -69,7 +73,9 @@ signals:
 
 private:
     struct Relay;
+    void take(int id, Relay &relay);
     QList<Work> m_list;
+    QMap<int, std::shared_ptr<Relay>> m_relays;
     QMap<int, std::shared_ptr<std::atomic_bool>> m_cancels;
     int m_next = 1;
 };

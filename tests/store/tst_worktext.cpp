@@ -1,4 +1,5 @@
 #include "docker.h"
+#include "longwork.h"
 #include "worktext.h"
 
 #include <QTest>
@@ -95,7 +96,18 @@ private slots:
         work.moved.leftOut = {"a", "b", "c", "d", "e"};
         QCOMPARE(WorkText::backedUp(work, "/b.tar"), "Backed up shop_data to /b.tar, without a, b, c and 2 more: sockets cannot be archived");
     }
+
+    // A worker's result can arrive before its last hand-over: the end must still read the
+    // client's last line (it once said "Pulled nginx:1.27" instead).
+    void theEndReadsTheLastLine()
+    {
+        LongWork work;
+        const int id = work.begin(Work::Kind::Pull, "nginx:1.27");
+        work.watch(id).line("Status: Downloaded newer image for nginx:1.27");
+        work.settle(id);
+        QCOMPARE(WorkText::pulled(*work.find(id)), "Downloaded newer image for nginx:1.27");
+    }
 };
 
-QTEST_APPLESS_MAIN(WorkTextTest)
+QTEST_GUILESS_MAIN(WorkTextTest)
 #include "tst_worktext.moc"
