@@ -99,9 +99,11 @@ private slots:
         const Runtime socket = Runtime::socket("kt-socket", engineSocket());
         st.select(socket);
         QTRY_VERIFY(st.events().childPid() > 0 && st.events().childPid() != contextChild);
-        QTRY_VERIFY_WITH_TIMEOUT(childLine(st.events().childPid(), "cmdline").contains("events --format json"), patience);
-        QVERIFY(!childLine(st.events().childPid(), "cmdline").contains("--context"));
-        QVERIFY(childLine(st.events().childPid(), "environ").contains("DOCKER_HOST=unix://" + engineSocket()));
+        const qint64 socketChild = st.events().childPid();
+        QTRY_VERIFY_WITH_TIMEOUT(childLine(socketChild, "cmdline").contains("events --format json"), patience);
+        const QString seen = QString("%1: %2\n%3").arg(socketChild).arg(childLine(socketChild, "cmdline"), childLine(socketChild, "environ"));
+        QVERIFY2(!seen.contains("--context"), qPrintable(seen));
+        QVERIFY2(seen.contains("DOCKER_HOST=unix://" + engineSocket()), qPrintable(seen));
         QTRY_VERIFY_WITH_TIMEOUT(childLine(contextChild, "cmdline").isEmpty(), patience);   // and the old one is gone
         QTRY_VERIFY_WITH_TIMEOUT(find(st, one), 20000);
 
