@@ -59,8 +59,7 @@ QCoro::Task<> AppStore::perform(EngineAction action, QString project)
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
-    if (id)
-        m_work.settle(id);
+    m_work.settle(id);
     const bool stopped = id && m_work.stopped(id);
     const Work done = id ? *m_work.find(id) : Work{};
     if (id) {
