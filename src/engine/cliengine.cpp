@@ -214,9 +214,17 @@ bool CliEngine::answers(const Runtime &runtime) const
     return Docker::capture({QStringLiteral("version"), QStringLiteral("--format"), QStringLiteral("{{.Server.Version}}")}, runtime, {}, wait).status == 0;
 }
 
-void CliEngine::keep(const std::optional<RuntimeEntry> &shown)
+void CliEngine::keep(const QList<RuntimeEntry> &inUse)
 {
-    const bool remote = shown && !shown->runtime.isSocket() && Docker::sshTarget(shown->endpoint);
+    // One kept connection at a time for now: the first remote runtime in use.
+    std::optional<RuntimeEntry> shown;
+    for (const RuntimeEntry &e : inUse) {
+        if (!e.runtime.isSocket() && Docker::sshTarget(e.endpoint)) {
+            shown = e;
+            break;
+        }
+    }
+    const bool remote = shown.has_value();
     if (m_link && remote && m_link->context() == shown->runtime.name && m_link->endpoint() == shown->endpoint)
         return;
     m_link.reset();

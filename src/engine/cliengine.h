@@ -20,7 +20,7 @@ public:
     RuntimeList runtimes() const override;
     bool reachable(const RuntimeEntry &entry) const override;
     bool answers(const Runtime &runtime) const override;
-    void keep(const std::optional<RuntimeEntry> &shown) override;
+    void keep(const QList<RuntimeEntry> &inUse) override;
     // The connection kept for the remote runtime shown; none for any other.
     SshLink *link() const { return m_link.get(); }
     QList<Container> containers(const OptRuntime &runtime) const override;

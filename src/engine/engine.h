@@ -165,7 +165,11 @@ public:
 
     virtual ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const = 0;
 
-    // The runtime now shown, on the interface thread: a remote one gets a connection kept
-    // for it, and any kept for another is ended.
-    virtual void keep(const std::optional<RuntimeEntry> &shown) { (void)shown; }
+    // The runtimes in use now, on the interface thread: the one shown and every one that work
+    // still runs on. A remote one gets a connection kept for it while it is in use; any kept
+    // for a runtime no longer in use is ended.
+    virtual void keep(const QList<RuntimeEntry> &inUse) { (void)inUse; }
+    // The user asked for the runtime again (selected it, or pressed Refresh): a kept
+    // connection that failed for good is tried once more.
+    virtual void retry(const Runtime &runtime) { (void)runtime; }
 };

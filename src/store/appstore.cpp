@@ -54,10 +54,10 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_detourProbe, &QTimer::timeout, this, [this] { tryChosen(); });
     // A remote runtime's connection is kept while it is shown, and only then.
     const auto keep = [this] {
-        std::optional<RuntimeEntry> shown;
+        QList<RuntimeEntry> shown;
         for (const RuntimeEntry &entry : runtimes()) {
             if (entry.runtime == runtime())
-                shown = entry;
+                shown.append(entry);
         }
         m_engine->keep(shown);
     };
