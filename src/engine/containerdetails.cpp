@@ -131,11 +131,4 @@ QString exitMeaning(int exitCode, bool outOfMemory)
     return QStringLiteral("failed (its program's own code)");
 }
 
-bool looksSecret(QStringView name)
-{
-    static const QLatin1String words[] = {QLatin1String("TOKEN"),      QLatin1String("SECRET"), QLatin1String("PASSWORD"), QLatin1String("PASSWD"),
-                                          QLatin1String("KEY"),        QLatin1String("CREDENTIAL"), QLatin1String("AUTH")};
-    return std::any_of(std::begin(words), std::end(words), [&](QLatin1String w) { return name.contains(w, Qt::CaseInsensitive); });
-}
-
 }

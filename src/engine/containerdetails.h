@@ -81,7 +81,4 @@ std::optional<ContainerDetails> parseContainerDetails(const QByteArray &json);
 // fault)", "command not found"; "Killed: out of memory" whatever the code when the engine
 // says so.
 QString exitMeaning(int exitCode, bool outOfMemory);
-// A variable whose value is masked until asked for: its name holds TOKEN, SECRET, PASSWORD,
-// PASSWD, KEY, CREDENTIAL or AUTH, in any case.
-bool looksSecret(QStringView name);
 }

@@ -696,14 +696,6 @@ private slots:
         QTEST(Docker::exitMeaning(code, oom), "meaning");
     }
 
-    void secretNames()
-    {
-        for (const char *secret : {"API_TOKEN", "db_password", "MYSQL_ROOT_PASSWD", "aws_secret_access_key", "SSH_KEY", "GIT_CREDENTIALS", "AuthHeader"})
-            QVERIFY2(Docker::looksSecret(QString::fromLatin1(secret)), secret);
-        for (const char *plain : {"PATH", "LANG", "HOME", "TZ", "DB_HOST"})
-            QVERIFY2(!Docker::looksSecret(QString::fromLatin1(plain)), plain);
-    }
-
     void aChangeAppliedToTheRows_data()
     {
         QTest::addColumn<QString>("status");

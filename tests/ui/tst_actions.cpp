@@ -1,7 +1,9 @@
 #include "actions.h"
 #include "appstore.h"
+#include "composefilestate.h"
 #include "detailsstate.h"
 #include "detailstext.h"
+#include "secrets.h"
 #include "projectdeletion.h"
 #include "settingscontroller.h"
 #include "toolchainstore.h"
@@ -75,6 +77,7 @@ private slots:
     void volumeDataAsksForItsFileFirst();
     void deletionBacksUpEveryVolumeFirst();
     void detailsAreReadOnlyWhileOpen();
+    void composeFileMasksOnlyWhereSubstituted();
     void aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty();
 
 private:
@@ -292,8 +295,8 @@ void TestActions::deletionBacksUpEveryVolumeFirst()
 }
 
 // One inspect when the sheet opens, one more per event of that container while it is open,
-// none after; secrets masked, for a screen reader too, until shown; a removal keeps what was
-// shown and says so.
+// none after; secrets masked until shown, for a screen reader and in the inspect document's
+// find, copy and save too; a removal keeps what was shown and says so.
 void TestActions::detailsAreReadOnlyWhileOpen()
 {
     using Kind = ContainerChange::Kind;
@@ -302,6 +305,7 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     d.name = QStringLiteral("web-1");
     d.state = QStringLiteral("running");
     d.environment = {{QStringLiteral("API_TOKEN"), QStringLiteral("s3cret")}, {QStringLiteral("LANG"), QStringLiteral("C")}};
+    d.document = QStringLiteral("{\n    \"Config\": {\n        \"Env\": [\n            \"API_TOKEN=s3cret\",\n            \"LANG=C\"\n        ]\n    }\n}\n");
     m_engine->setDetails({d});
     QSignalSpy asked(m_actions.get(), &Actions::detailsRequested);
     m_actions->perform(Verb::Details, QStringLiteral("3f1a9c2e7b11"));
@@ -320,12 +324,19 @@ void TestActions::detailsAreReadOnlyWhileOpen()
         return QVariantList();
     };
     const QVariantMap token = environment().first().toMap();
-    QCOMPARE(token.value(QStringLiteral("value")).toString(), QString::fromUtf16(DetailsText::maskedValue));
+    QCOMPARE(token.value(QStringLiteral("value")).toString(), QString::fromUtf16(Secrets::mask));
     QCOMPARE(token.value(QStringLiteral("spoken")).toString(), QStringLiteral("hidden value"));
     QVERIFY(!inspection->copyText().contains(QStringLiteral("s3cret")));
+    Transcript *document = inspection->document();
+    document->setFindText(QStringLiteral("s3cret"));
+    QCOMPARE(document->findStatus(), QStringLiteral("No matches"));
+    QVERIFY(!document->plainText().contains(QStringLiteral("s3cret")));
+    QVERIFY(document->plainText().contains(QStringLiteral("\"API_TOKEN=") + QString::fromUtf16(Secrets::mask) + u'"'));
     inspection->setShowSecrets(true);
     QCOMPARE(environment().first().toMap().value(QStringLiteral("spoken")).toString(), QStringLiteral("s3cret"));
     QCOMPARE(inspection->copyText(), QStringLiteral("API_TOKEN=s3cret\nLANG=C\n"));
+    QCOMPARE(document->findStatus(), QStringLiteral("1 of 1"));
+    QCOMPARE(document->plainText().trimmed(), d.document.trimmed());
 
     emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});
     emit m_store->events().containerChanged({d.id, Kind::Died, 1});
@@ -337,6 +348,37 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     emit m_store->events().containerChanged({d.id, Kind::Started});
     QTest::qWait(50);
     QCOMPARE(inspection->reads(), 2);
+}
+
+// A secret variable's value is masked where compose put it in whole, never inside another
+// scalar that happens to hold the same letters; a multi-line value is masked on every line;
+// the masked file keeps its lines, each masked value a quoted placeholder, so a copy is YAML.
+void TestActions::composeFileMasksOnlyWhereSubstituted()
+{
+    QFile written(m_project + QStringLiteral("/compose.yaml")), dotEnv(m_project + QStringLiteral("/.env"));
+    QVERIFY(written.open(QIODevice::WriteOnly) && dotEnv.open(QIODevice::WriteOnly));
+    written.write("services:\n  db:\n    image: postgres:16\n    environment:\n      POSTGRES_PASSWORD: ${POSTGRES_PASSWORD}\n");
+    dotEnv.write("POSTGRES_PASSWORD=postgres\n");
+    written.close(), dotEnv.close();
+    const QStringList resolved{QStringLiteral("services:"), QStringLiteral("  db:"), QStringLiteral("    environment:"),
+                               QStringLiteral("      POSTGRES_PASSWORD: postgres"), QStringLiteral("      POSTGRES_USER: app"),
+                               QStringLiteral("      PRIVATE_KEY: |-"), QStringLiteral("        -----BEGIN KEY-----"),
+                               QStringLiteral("        postgres"), QStringLiteral("    image: postgres:16")};
+    m_engine->setResolvedText(m_project, resolved.join(u'\n') + u'\n');
+    ComposeFileState file(m_engine, QStringLiteral("shop"), m_project);
+    file.start();
+    QTRY_VERIFY(file.loaded());
+    QVERIFY(file.hasSecrets());
+    const QString mask = QString::fromUtf16(Secrets::mask);
+    QStringList hidden = resolved;
+    hidden[3] = QStringLiteral("      POSTGRES_PASSWORD: \"") + mask + u'"';
+    hidden[5] = QStringLiteral("      PRIVATE_KEY: \"") + mask;
+    hidden[6] = QStringLiteral("        ") + mask;
+    hidden[7] = QStringLiteral("        ") + mask + u'"';
+    QCOMPARE(file.document()->plainText(), hidden.join(u'\n') + u'\n');
+    QCOMPARE(file.variables().first().toMap().value(QStringLiteral("spokenValue")).toString(), QStringLiteral("hidden value"));
+    file.setShowSecrets(true);
+    QCOMPARE(file.document()->plainText(), resolved.join(u'\n') + u'\n');
 }
 
 void TestActions::aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty()

@@ -4,6 +4,7 @@
 #include "listorder.h"
 #include "portlinks.h"
 #include "detailstext.h"
+#include "secrets.h"
 #include "disktext.h"
 #include "diskusage.h"
 #include "failurenotes.h"
@@ -18,6 +19,7 @@
 #include "usagetext.h"
 #include "testsupport.h"
 
+#include <QJsonDocument>
 #include <QLocale>
 
 #include <QSettings>
@@ -69,6 +71,8 @@ private slots:
     void failureNotes();
     void failuresFoundAcrossAGap();
     void detailsTexts();
+    void masking_data();
+    void masking();
     void usageTexts_data();
     void usageTexts();
     void usageTrend();
@@ -521,10 +525,10 @@ void TestViewRules::detailsTexts()
         titles << s.title;
     QCOMPARE(titles, (QStringList{"State", "Configuration", "Environment", "Mounts", "Ports", "Networks", "Labels"}));
     // Both address families of one port open one page; an exposed port has none.
-    QCOMPARE(sections[4].rows, (QList<DetailsText::Row>{{"80/tcp", "published on 0.0.0.0:8080", false, {}, false, "http://localhost:8080"},
+    QCOMPARE(sections[4].rows, (QList<DetailsText::Row>{{"80/tcp", "published on 0.0.0.0:8080", {}, {}, false, "http://localhost:8080"},
                                                         {"80/tcp", "published on [::]:8080"},
                                                         {"443/tcp", "exposed, not published"}}));
-    QCOMPARE(sections[0].rows[0], (DetailsText::Row{"State", "exited (137) · Killed: out of memory", false, {}, true}));
+    QCOMPARE(sections[0].rows[0], (DetailsText::Row{"State", "exited (137) · Killed: out of memory", {}, {}, true}));
     QCOMPARE(sections.last().rows.first(), (DetailsText::Row{"Compose", "2 labels of compose's own"}));
     QCOMPARE(sections.last().rows.size(), 2);
     QCOMPARE(sections[2].note, "No variables are set.");
@@ -545,17 +549,124 @@ void TestViewRules::detailsTexts()
     QCOMPARE(volume[0].rows.last(), (DetailsText::Row{"Size", "not readable from here"}));
     QCOMPARE(volume[1].note, "No container mounts it, running or stopped.");
 
-    // Resolved compose YAML: a secret-looking key's value, in a map or a list, and a secret
-    // variable's value wherever compose substituted it; a short value masks nothing.
-    const QString mask = QString::fromUtf16(DetailsText::maskedValue);
-    const QStringList values{"s3cret", "ab"};
-    const QList<std::pair<QString, QString>> yaml{{"      POSTGRES_PASSWORD: s3cret", "      POSTGRES_PASSWORD: " + mask},
-                                                  {"      - \"API_TOKEN=x y\"", "      - \"API_TOKEN=" + mask},
-                                                  {"      DATABASE_URL: postgres://app:s3cret@db/app", "      DATABASE_URL: postgres://app:" + mask + "@db/app"},
-                                                  {"    image: alpine:3.20", "    image: alpine:3.20"},
-                                                  {"    secrets:", "    secrets:"}};
-    for (const auto &[line, shown] : yaml)
-        QCOMPARE(DetailsText::maskedYaml(line, values), shown);
+    // Every row that holds a value from the engine carries what it shows while hidden: the
+    // environment, the labels, the command with its entrypoint, the check, a build step.
+    d.environment = {{"DATABASE_URL", "postgres://app:s3cret@db/app"}, {"LANG", "C"}};
+    d.labels.insert("com.example.token", "abc");
+    d.entrypoint = {"redis-server"};
+    d.command = {"--requirepass", "s3cret"};
+    d.health = ContainerDetails::Health{"healthy", 0, {}, {"CMD-SHELL", "redis-cli -a s3cret ping"}, 30};
+    QStringList hidden;
+    for (const auto &section : DetailsText::container(d, now))
+        for (const auto &row : section.rows)
+            hidden << (row.masked.isEmpty() ? row.value : row.masked);
+    const QString mask = QString::fromUtf16(Secrets::mask);
+    QVERIFY(!hidden.join(u'\n').contains("s3cret"));
+    for (const QString &shown : QStringList{"postgres://app:" + mask + "@db/app", "C", mask, "--requirepass " + mask, "redis-cli -a " + mask + " ping"})
+        QVERIFY2(hidden.contains(shown), qPrintable(shown));
+    QCOMPARE(DetailsText::environment(d, false), "DATABASE_URL=postgres://app:" + mask + "@db/app\nLANG=C\n");
+    image.layers = {{"|2 MODE=plain PASSWORD=s3cret /bin/sh -c echo built > /built", 6, "6B"}};
+    QCOMPARE(DetailsText::image(image, {}, now).last().rows.first().masked, "|2 MODE=plain PASSWORD=" + mask + " /bin/sh -c echo built > /built");
+}
+
+// One table for the one rule, over every place a value comes from. For a command the words
+// are separated by tabs; for YAML the name holds the values known to be secret; a document
+// compares as JSON, so a masked one must still parse.
+void TestViewRules::masking_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("shown");
+    const QString m = QString::fromUtf16(Secrets::mask);
+    const auto row = [](const char *title, const char *source, const char *name, const QString &value, const QString &shown) {
+        QTest::newRow(title) << QString::fromLatin1(source) << QString::fromUtf8(name) << value << shown;
+    };
+    // Names: words, not letters; what names a file, an id or a setting about a secret is not one.
+    row("API_KEY", "variable", "API_KEY", "abc", m);
+    row("camel case", "variable", "dbPassword", "abc", m);
+    row("PASS", "variable", "SMTP_PASS", "abc", m);
+    row("PWD inside a name", "variable", "MYSQL_PWD", "abc", m);
+    row("DSN", "variable", "SENTRY_DSN", "https://k@sentry.example/1", m);
+    row("CREDENTIALS", "variable", "GIT_CREDENTIALS", "abc", m);
+    row("AUTH", "variable", "AuthHeader", "Bearer abc", m);
+    row("inside a longer word", "variable", "HTPASSWD", "abc", m);
+    row("PWD, the working directory", "variable", "PWD", "/srv", "/srv");
+    row("KEYBOARD", "variable", "KEYBOARD", "us", "us");
+    row("MONKEY", "variable", "MONKEY_MODE", "on", "on");
+    row("TOKEN inside a word", "variable", "TOKENIZERS_PARALLELISM", "false", "false");
+    row("a secret's file", "variable", "POSTGRES_PASSWORD_FILE", "/run/secrets/db", "/run/secrets/db");
+    row("a key's id", "variable", "AWS_ACCESS_KEY_ID", "AKIA0", "AKIA0");
+    row("a reference hides nothing", "variable", "DB_PASSWORD", "$DB_PASSWORD", "$DB_PASSWORD");
+    row("empty", "variable", "DB_PASSWORD", "", "");
+    // Inside a value, whatever its name.
+    row("URL password", "variable", "DATABASE_URL", "postgres://app:s3cret@db/app", "postgres://app:" + m + "@db/app");
+    row("URL without user", "variable", "REDIS_URL", "redis://:s3cret@cache:6379/0", "redis://:" + m + "@cache:6379/0");
+    row("URL without password", "variable", "UPSTREAM", "https://app@host:8080/x", "https://app@host:8080/x");
+    row("URL query", "variable", "HOOK", "https://h/x?user=a&access_token=s3cret&n=1", "https://h/x?user=a&access_token=" + m + "&n=1");
+    row("flag in a value", "variable", "JAVA_OPTS", "-Xmx1g -Dspring.datasource.password=s3cret", "-Xmx1g -Dspring.datasource.password=" + m);
+    row("label", "label", "traefik.http.middlewares.auth.basicauth.users", "admin:$apr1$x$y", m);
+    row("label, plain", "label", "com.docker.compose.config-hash", "3f2a", "3f2a");
+    row("driver option list", "option", "o", "addr=10.0.0.1,username=app,password=s3cret", "addr=10.0.0.1,username=app,password=" + m);
+    row("driver option", "option", "password", "s3cret", m);
+    row("driver option, plain", "option", "device", "//10.0.0.1/share", "//10.0.0.1/share");
+    // Commands: the word after a secret flag; a short flag only for a program known to take
+    // a password by it.
+    row("--requirepass x", "command", "", "redis-server\t--requirepass\ts3cret\t--port\t6379", "redis-server\t--requirepass\t" + m + "\t--port\t6379");
+    row("--token=x", "command", "", "app\t--token=s3cret", "app\t--token=" + m);
+    row("-p is a port elsewhere", "command", "", "docker\trun\t-p\t8080:80\tnginx", "docker\trun\t-p\t8080:80\tnginx");
+    row("mysql -px", "command", "", "mysql\t-uroot\t-ps3cret", "mysql\t-uroot\t-p" + m);
+    row("redis-cli -a x", "command", "", "CMD\tredis-cli\t-a\ts3cret\tping", "CMD\tredis-cli\t-a\t" + m + "\tping");
+    row("shell check", "command", "", "CMD-SHELL\tredis-cli -a s3cret ping", "CMD-SHELL\tredis-cli -a " + m + " ping");
+    row("sh -c", "command", "", "sh\t-c\tsqlcmd -U sa -P \"s3 cret\" -Q \"SELECT 1\"", "sh\t-c\tsqlcmd -U sa -P " + m + " -Q \"SELECT 1\"");
+    row("curl -u", "command", "", "curl\t-u\tadmin:s3cret\thttps://h", "curl\t-u\tadmin:" + m + "\thttps://h");
+    row("a flag alone", "command", "", "mongod\t--auth\t--bind_ip_all", "mongod\t--auth\t--bind_ip_all");
+    // Image history, as the classic builder and BuildKit record it.
+    row("build arguments", "text", "", "|2 MODE=plain PASSWORD=s3cret /bin/sh -c echo built > /built", "|2 MODE=plain PASSWORD=" + m + " /bin/sh -c echo built > /built");
+    row("ENV step", "text", "", "ENV DB_PASSWORD=envs3cret", "ENV DB_PASSWORD=" + m);
+    row("ARG step", "text", "", "ARG PASSWORD", "ARG PASSWORD");
+    row("RUN mysql", "text", "", "RUN mysql -uroot -ps3cret -e 'select 1'; mysql -p s3cret", "RUN mysql -uroot -p" + m + " -e 'select 1'; mysql -p " + m);
+    row("connection string", "text", "", "host=db user=app password=s3cret", "host=db user=app password=" + m);
+    // The inspect document.
+    row("document", "document", "",
+        R"({"Path":"redis-server","Args":["--requirepass","s3cret"],"Config":{"Env":["API_TOKEN=s3cret","URL=redis://:s3cret@c","LANG=C"],)"
+        R"("Labels":{"com.example.token":"abc","tier":"db"}},"NetworkSettings":{"SandboxKey":"/var/run/docker/netns/1"}})",
+        R"({"Path":"redis-server","Args":["--requirepass","M"],"Config":{"Env":["API_TOKEN=M","URL=redis://:M@c","LANG=C"],)"
+        R"("Labels":{"com.example.token":"M","tier":"db"}},"NetworkSettings":{"SandboxKey":"/var/run/docker/netns/1"}})");
+    // Compose's resolved YAML.
+    row("substituted whole", "yaml", "postgres", "      PLAIN: postgres", "      PLAIN: \"" + m + "\"");
+    row("never inside a word", "yaml", "postgres", "    image: postgres:16", "    image: postgres:16");
+    row("secret key", "yaml", "", "      POSTGRES_PASSWORD: '1234'", "      POSTGRES_PASSWORD: \"" + m + "\"");
+    row("list entry keeps its quotes", "yaml", "", "      - \"API_TOKEN=x y\"", "      - \"API_TOKEN=" + m + "\"");
+    row("URL under a plain key", "yaml", "", "      DB: postgres://app:s3cret@db/app", "      DB: \"postgres://app:" + m + "@db/app\"");
+    row("command items", "yaml", "", "    command:\n      - redis-server\n      - --requirepass\n      - s3cret",
+        "    command:\n      - redis-server\n      - --requirepass\n      - \"" + m + "\"");
+    row("block scalar whole", "yaml", "", "      PRIVATE_KEY: |\n        -----BEGIN-----\n\n        abc\n    image: x",
+        "      PRIVATE_KEY: \"" + m + "\n        " + m + "\n\n        " + m + "\"\n    image: x");
+    row("continued line whole", "yaml", "s3cret", "    x-note: a long line that goes on\n      to s3cret\n    y: 1",
+        "    x-note: \"" + m + "\n      " + m + "\"\n    y: 1");
+    row("secret names, not secrets", "yaml", "", "    secrets:\n      - db_password\n    null_token: null", "    secrets:\n      - db_password\n    null_token: null");
+}
+
+void TestViewRules::masking()
+{
+    QFETCH(QString, source);
+    QFETCH(QString, name);
+    QFETCH(QString, value);
+    QFETCH(QString, shown);
+    if (source == QLatin1String("command")) {
+        QCOMPARE(Secrets::arguments(value.split(u'\t')).join(u'\t'), shown);
+    } else if (source == QLatin1String("text")) {
+        QCOMPARE(Secrets::text(value), shown);
+    } else if (source == QLatin1String("document")) {
+        const QJsonDocument masked = QJsonDocument::fromJson(Secrets::document(value).toUtf8());
+        QVERIFY(!masked.isNull());
+        QCOMPARE(masked, QJsonDocument::fromJson(shown.replace(u'M', QString::fromUtf16(Secrets::mask)).toUtf8()));
+    } else if (source == QLatin1String("yaml")) {
+        QCOMPARE(Secrets::yaml(value, name.isEmpty() ? QStringList() : name.split(u',')), shown);
+    } else {
+        QCOMPARE(Secrets::value(name, value), shown);
+    }
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()

@@ -1,11 +1,10 @@
 #include "detailstext.h"
 
 #include "portlinks.h"
-
+#include "secrets.h"
 #include "volumesize.h"
 
 #include <QLocale>
-#include <QRegularExpression>
 
 namespace DetailsText {
 
@@ -15,6 +14,21 @@ const QString composePrefix = QStringLiteral("com.docker.compose.");
 QString plural(qint64 n, const char *unit)
 {
     return QStringLiteral("%1 %2%3").arg(n).arg(QLatin1String(unit)).arg(n == 1 ? QString() : QStringLiteral("s"));
+}
+
+// A row whose value may hold a secret: shown is the value as the masking rule shows it.
+Row row(const QString &label, const QString &value, const QString &shown)
+{
+    return {label, value, shown == value ? QString() : shown};
+}
+
+// A map's rows, each value read by its key: labels, driver options.
+QList<Row> rows(const QMap<QString, QString> &map)
+{
+    QList<Row> out;
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        out.append(row(it.key(), it.value(), Secrets::value(it.key(), it.value())));
+    return out;
 }
 }
 
@@ -63,7 +77,7 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
     QList<Section> sections;
 
     const bool failed = d.outOfMemory || ((d.state == QLatin1String("exited") || d.state == QLatin1String("dead")) && d.exitCode != 0);
-    Section state{QStringLiteral("State"), {{QStringLiteral("State"), DetailsText::state(d), false, {}, failed}}, {}};
+    Section state{QStringLiteral("State"), {{QStringLiteral("State"), DetailsText::state(d), {}, {}, failed}}, {}};
     if (d.startedAt.isValid())
         state.rows.append({QStringLiteral("Started"), when(d.startedAt, now)});
     if (d.finishedAt.isValid() && d.state != QLatin1String("running") && d.state != QLatin1String("paused"))
@@ -71,24 +85,33 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
     const QString policy = d.restartPolicy.isEmpty() ? QStringLiteral("no") : d.restartPolicy;
     state.rows.append({QStringLiteral("Restart policy"), policy});
     state.rows.append({QStringLiteral("Restarts"), QString::number(d.restartCount)});
-    if (!d.error.isEmpty())
-        state.rows.append({QStringLiteral("Engine says"), d.error, false, {}, true});
+    if (!d.error.isEmpty()) {
+        Row says = row(QStringLiteral("Engine says"), d.error, Secrets::text(d.error));
+        says.alarm = true;
+        state.rows.append(says);
+    }
     sections.append(state);
 
     if (d.health) {
         const auto &h = *d.health;
-        Section health{QStringLiteral("Health"), {{QStringLiteral("Status"), h.status, false, {}, h.status == QLatin1String("unhealthy")}}, {}};
+        Section health{QStringLiteral("Health"), {{QStringLiteral("Status"), h.status, {}, {}, h.status == QLatin1String("unhealthy")}}, {}};
         if (h.failingStreak > 0)
             health.rows.append({QStringLiteral("Failing"), h.failingStreak == 1 ? QStringLiteral("the last probe")
                                                                                 : QStringLiteral("the last %1 probes").arg(h.failingStreak)});
         // "CMD-SHELL" runs its one string through a shell; "CMD" is the words as they are.
-        const QStringList test = h.test.mid(h.test.value(0).startsWith(QLatin1String("CMD")) ? 1 : 0);
-        health.rows.append({QStringLiteral("Check"), h.test.value(0) == QLatin1String("CMD-SHELL") ? test.join(u' ') : command(test)});
+        const auto check = [&](const QStringList &words) {
+            const QStringList test = words.mid(words.value(0).startsWith(QLatin1String("CMD")) ? 1 : 0);
+            return words.value(0) == QLatin1String("CMD-SHELL") ? test.join(u' ') : command(test);
+        };
+        health.rows.append(row(QStringLiteral("Check"), check(h.test), check(Secrets::arguments(h.test))));
         health.rows.append({QStringLiteral("Every"), plural(h.intervalSeconds, "second")});
         for (const auto &probe : h.probes) {
             const QString output = probe.output.trimmed();
-            health.rows.append({ago(probe.start, now), QStringLiteral("exit %1").arg(probe.exitCode) + (output.isEmpty() ? QString() : QStringLiteral(" · ") + output),
-                                false, {}, probe.exitCode != 0});
+            const QString exit = QStringLiteral("exit %1").arg(probe.exitCode);
+            Row said = output.isEmpty() ? Row{ago(probe.start, now), exit}
+                                        : row(ago(probe.start, now), exit + QStringLiteral(" · ") + output, exit + QStringLiteral(" · ") + Secrets::text(output));
+            said.alarm = probe.exitCode != 0;
+            health.rows.append(said);
         }
         sections.append(health);
     }
@@ -97,10 +120,12 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
     config.rows.append({QStringLiteral("Image"), d.image});
     if (!d.imageId.isEmpty())
         config.rows.append({QStringLiteral("Image ID"), d.imageId.section(u':', -1).left(12)});
+    // One command line: the entrypoint names the program its command's flags are for.
+    const QStringList ran = Secrets::arguments(d.entrypoint + d.command);
     if (!d.entrypoint.isEmpty())
-        config.rows.append({QStringLiteral("Entrypoint"), command(d.entrypoint)});
+        config.rows.append(row(QStringLiteral("Entrypoint"), command(d.entrypoint), command(ran.mid(0, d.entrypoint.size()))));
     if (!d.command.isEmpty())
-        config.rows.append({QStringLiteral("Command"), command(d.command)});
+        config.rows.append(row(QStringLiteral("Command"), command(d.command), command(ran.mid(d.entrypoint.size()))));
     config.rows.append({QStringLiteral("Working directory"), d.workingDir.isEmpty() ? QStringLiteral("/") : d.workingDir});
     config.rows.append({QStringLiteral("User"), d.user.isEmpty() ? QStringLiteral("root (the image's default)") : d.user});
     if (d.created.isValid())
@@ -114,7 +139,7 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
 
     Section env{QStringLiteral("Environment"), {}, {}};
     for (const auto &[name, value] : d.environment)
-        env.rows.append({name, value, Docker::looksSecret(name)});
+        env.rows.append(row(name, value, Secrets::value(name, value)));
     if (env.rows.isEmpty())
         env.note = QStringLiteral("No variables are set.");
     sections.append(env);
@@ -123,7 +148,7 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
     for (const auto &m : d.mounts) {
         const QString access = m.readOnly ? QStringLiteral(" · read-only") : QString();
         const QString from = m.type == QLatin1String("volume") && !m.volume.isEmpty() ? m.volume : m.source;
-        mounts.rows.append({m.type, from + QStringLiteral(" → ") + m.destination + access, false, m.type == QLatin1String("volume") ? m.volume : QString()});
+        mounts.rows.append({m.type, from + QStringLiteral(" → ") + m.destination + access, {}, m.type == QLatin1String("volume") ? m.volume : QString()});
     }
     if (mounts.rows.isEmpty())
         mounts.note = QStringLiteral("Nothing is mounted.");
@@ -139,13 +164,13 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
             continue;
         }
         const QString host = p.hostIp.contains(u':') ? u'[' + p.hostIp + u']' : p.hostIp;
-        Row row{label, QStringLiteral("published on %1:%2").arg(host).arg(p.hostPort)};
+        Row published{label, QStringLiteral("published on %1:%2").arg(host).arg(p.hostPort)};
         // The link of that host port, where a browser can reach it: once for both families.
         for (const PortLinks::Link &link : links) {
             if (link.url.port() == p.hostPort && !seen.contains(std::pair(p.hostPort, link.url.toString())))
-                row.url = link.url.toString(), seen.append({p.hostPort, row.url});
+                published.url = link.url.toString(), seen.append({p.hostPort, published.url});
         }
-        ports.rows.append(row);
+        ports.rows.append(published);
     }
     if (ports.rows.isEmpty())
         ports.note = QStringLiteral("It exposes no port.");
@@ -167,13 +192,13 @@ QList<Section> container(const ContainerDetails &d, const QDateTime &now, const 
 
     // Compose's own labels say what the Configuration already shows: folded into one line.
     Section labels{QStringLiteral("Labels"), {}, {}};
-    int compose = 0;
+    QMap<QString, QString> own;
     for (auto it = d.labels.cbegin(); it != d.labels.cend(); ++it) {
-        if (it.key().startsWith(composePrefix))
-            ++compose;
-        else
-            labels.rows.append({it.key(), it.value()});
+        if (!it.key().startsWith(composePrefix))
+            own.insert(it.key(), it.value());
     }
+    const qsizetype compose = d.labels.size() - own.size();
+    labels.rows = rows(own);
     if (compose > 0)
         labels.rows.prepend({QStringLiteral("Compose"), QStringLiteral("%1 of compose's own").arg(plural(compose, "label"))});
     if (labels.rows.isEmpty())
@@ -186,23 +211,8 @@ QString environment(const ContainerDetails &d, bool showSecrets)
 {
     QString text;
     for (const auto &[name, value] : d.environment)
-        text += name + u'=' + (showSecrets || !Docker::looksSecret(name) ? value : QString::fromUtf16(maskedValue)) + u'\n';
+        text += name + u'=' + (showSecrets ? value : Secrets::value(name, value)) + u'\n';
     return text;
-}
-
-QString maskedYaml(const QString &line, const QStringList &secretValues)
-{
-    static const QRegularExpression entry(QStringLiteral(R"(^(\s*(?:-\s+)?["']?)([A-Za-z_][A-Za-z0-9_.-]*)(["']?(?::\s+|=))(.+)$)"));
-    const QString mask = QString::fromUtf16(maskedValue);
-    if (const auto m = entry.match(line); m.hasMatch() && Docker::looksSecret(m.capturedView(2)))
-        return m.captured(1) + m.captured(2) + m.captured(3) + mask;
-    QString shown = line;
-    for (const QString &value : secretValues) {
-        // A value of a character or two would mask half the file and hide nothing.
-        if (value.size() >= 4)
-            shown.replace(value, mask);
-    }
-    return shown;
 }
 
 QList<Container> usersOf(const ImageDetails &image, const QList<Container> &containers)
@@ -229,10 +239,11 @@ QList<Section> image(const ImageDetails &d, const QList<Container> &users, const
     about.rows.append({QStringLiteral("Size"), VolumeSize::format(d.bytes)});
     if (!d.os.isEmpty() || !d.architecture.isEmpty())
         about.rows.append({QStringLiteral("Platform"), d.os + u'/' + d.architecture});
+    const QStringList ran = Secrets::arguments(d.entrypoint + d.command);
     if (!d.entrypoint.isEmpty())
-        about.rows.append({QStringLiteral("Entrypoint"), command(d.entrypoint)});
+        about.rows.append(row(QStringLiteral("Entrypoint"), command(d.entrypoint), command(ran.mid(0, d.entrypoint.size()))));
     if (!d.command.isEmpty())
-        about.rows.append({QStringLiteral("Command"), command(d.command)});
+        about.rows.append(row(QStringLiteral("Command"), command(d.command), command(ran.mid(d.entrypoint.size()))));
     if (!d.exposedPorts.isEmpty())
         about.rows.append({QStringLiteral("Exposes"), d.exposedPorts.join(QStringLiteral(", "))});
     sections.append(about);
@@ -249,7 +260,8 @@ QList<Section> image(const ImageDetails &d, const QList<Container> &users, const
     const auto foldEmpty = [&] {
         if (empty.isEmpty())
             return;
-        layers.rows.append({empty.size() == 1 ? QStringLiteral("no files") : QStringLiteral("no files · %1 steps").arg(empty.size()), empty.join(u'\n')});
+        const QString steps = empty.join(u'\n');
+        layers.rows.append(row(empty.size() == 1 ? QStringLiteral("no files") : QStringLiteral("no files · %1 steps").arg(empty.size()), steps, Secrets::text(steps)));
         empty.clear();
     };
     for (const ImageDetails::Layer &layer : d.layers) {
@@ -258,7 +270,8 @@ QList<Section> image(const ImageDetails &d, const QList<Container> &users, const
             continue;
         }
         foldEmpty();
-        layers.rows.append({VolumeSize::format(layer.bytes), layer.instruction.isEmpty() ? QStringLiteral("(the base image)") : layer.instruction});
+        const QString step = layer.instruction.isEmpty() ? QStringLiteral("(the base image)") : layer.instruction;
+        layers.rows.append(row(VolumeSize::format(layer.bytes), step, Secrets::text(step)));
     }
     foldEmpty();
     if (layers.rows.isEmpty())
@@ -291,9 +304,7 @@ QList<Section> volume(const VolumeDetails &d, const QDateTime &now)
 
     for (const auto &[title, map, none] : {std::tuple(QStringLiteral("Labels"), &d.labels, QStringLiteral("No labels.")),
                                            std::tuple(QStringLiteral("Options"), &d.options, QStringLiteral("The driver's defaults."))}) {
-        Section section{title, {}, {}};
-        for (auto it = map->cbegin(); it != map->cend(); ++it)
-            section.rows.append({it.key(), it.value()});
+        Section section{title, rows(*map), {}};
         if (section.rows.isEmpty())
             section.note = none;
         sections.append(section);
@@ -325,9 +336,7 @@ QList<Section> network(const DockerNetwork &n, const QDateTime &now)
     if (members.rows.isEmpty())
         members.note = QStringLiteral("No container is attached.");
 
-    Section labels{QStringLiteral("Labels"), {}, {}};
-    for (auto it = n.labels.cbegin(); it != n.labels.cend(); ++it)
-        labels.rows.append({it.key(), it.value()});
+    Section labels{QStringLiteral("Labels"), rows(n.labels), {}};
     if (labels.rows.isEmpty())
         labels.note = QStringLiteral("No labels.");
     return {about, members, labels};

@@ -17,8 +17,9 @@ namespace DetailsText {
 struct Row {
     QString label;
     QString value;
-    // Masked until the reader asks for the values: a screen reader hears "hidden value".
-    bool secret = false;
+    // The value as shown while values are hidden, a screen reader hearing "hidden value" for
+    // each mask; empty where nothing in it is secret.
+    QString masked;
     // A volume's name, which the row can show in Volumes.
     QString volume;
     // What went wrong: a failed exit, a failing check; drawn in the danger colour.
@@ -65,15 +66,6 @@ QList<Section> volume(const VolumeDetails &d, const QDateTime &now);
 // under Network.
 QList<Section> network(const DockerNetwork &n, const QDateTime &now);
 
-// What a masked value shows, and what a screen reader hears for it.
-inline constexpr char16_t maskedValue[] = u"••••••••";
-inline constexpr char16_t hiddenValue[] = u"hidden value";
-
 // The environment as Copy gives it, one NAME=value a line, secret values as shown.
 QString environment(const ContainerDetails &d, bool showSecrets);
-
-// A line of resolved compose YAML with what looks secret masked: the value of a key whose
-// name looks secret ("POSTGRES_PASSWORD: s3cret", "- API_TOKEN=abc"), and wherever else one of
-// the given values was substituted (a password inside a URL).
-QString maskedYaml(const QString &line, const QStringList &secretValues);
 }

@@ -57,7 +57,7 @@ Sheet {
                 visible: sheet.file !== null && sheet.file.hasSecrets
                 text: sheet.file && sheet.file.showSecrets ? "Hide values" : "Show values"
                 iconName: sheet.file && sheet.file.showSecrets ? "eye.slash" : "eye"
-                help: "Values whose names look secret are hidden until shown"
+                help: "Values that look secret are hidden until shown, in the file and in what is copied and found"
                 onClicked: sheet.file.showSecrets = !sheet.file.showSecrets
             }
             KorButton {

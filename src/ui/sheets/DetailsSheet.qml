@@ -82,10 +82,11 @@ Sheet {
             }
             KorButton {
                 objectName: "showValues"
-                visible: sheet.page === 0 && sheet.inspection !== null && sheet.inspection.hasSecrets
+                // One switch for both pages: what the sections hide, the document hides too.
+                visible: sheet.inspection !== null && sheet.inspection.hasSecrets
                 text: sheet.inspection && sheet.inspection.showSecrets ? "Hide values" : "Show values"
                 iconName: sheet.inspection && sheet.inspection.showSecrets ? "eye.slash" : "eye"
-                help: "Values whose names look secret are hidden until shown"
+                help: "Values that look secret are hidden until shown, on both pages and in what is copied, saved and found"
                 onClicked: sheet.inspection.showSecrets = !sheet.inspection.showSecrets
             }
             KorButton {

@@ -1,8 +1,7 @@
 #include "composefilestate.h"
 
 #include "appstore.h"
-#include "containerdetails.h"
-#include "detailstext.h"
+#include "secrets.h"
 
 #include <QCoroFuture>
 #include <QPointer>
@@ -22,20 +21,24 @@ void ComposeFileState::start()
 QCoro::Task<> ComposeFileState::read()
 {
     QPointer<ComposeFileState> self(this);
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, dir = m_dir] { return engine->resolvedFile(dir); });
-    const ResolvedFile file = co_await future;
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, dir = m_dir] {
+        const ResolvedFile file = engine->resolvedFile(dir);
+        return std::pair(file, file.valid ? Secrets::yaml(file.text, secretValues(file)) : Secrets::text(file.text));
+    });
+    const auto [file, masked] = co_await future;
     if (!self)
         co_return;
     m_file = file;
+    m_masked = masked;
     fillDocument();
     emit changed();
 }
 
-QStringList ComposeFileState::secretValues() const
+QStringList ComposeFileState::secretValues(const ResolvedFile &file)
 {
     QStringList values;
-    for (const ComposeVariable &v : m_file->variables) {
-        if (Docker::looksSecret(v.name) && !v.value.isEmpty())
+    for (const ComposeVariable &v : file.variables) {
+        if (Secrets::secretName(v.name) && !v.value.isEmpty())
             values << v.value;
     }
     return values;
@@ -43,10 +46,9 @@ QStringList ComposeFileState::secretValues() const
 
 void ComposeFileState::fillDocument()
 {
-    const QStringList secrets = m_showSecrets ? QStringList() : secretValues();
     QList<LogLine> lines;
-    for (const QString &line : m_file->text.split(u'\n'))
-        lines.append({Ansi::Line{m_showSecrets ? line : DetailsText::maskedYaml(line, secrets), {}}, {}, {}});
+    for (const QString &line : (m_showSecrets ? m_file->text : m_masked).split(u'\n'))
+        lines.append({Ansi::Line{line, {}}, {}, {}});
     // Compose ends its YAML with a line break; no empty last line is shown for it.
     if (!lines.isEmpty() && lines.constLast().body.text.isEmpty())
         lines.removeLast();
@@ -58,9 +60,9 @@ bool ComposeFileState::hasSecrets() const
 {
     if (!m_file)
         return false;
-    const QStringList secrets = secretValues();
-    const QStringList lines = m_file->text.split(u'\n');
-    return std::any_of(lines.cbegin(), lines.cend(), [&](const QString &l) { return DetailsText::maskedYaml(l, secrets) != l; });
+    const auto &all = m_file->variables;
+    return m_masked != m_file->text
+        || std::any_of(all.cbegin(), all.cend(), [](const ComposeVariable &v) { return Secrets::value(v.name, v.value) != v.value; });
 }
 
 void ComposeFileState::setShowSecrets(bool show)
@@ -98,10 +100,10 @@ QVariantList ComposeFileState::variables() const
     if (!m_file)
         return rows;
     for (const ComposeVariable &v : m_file->variables) {
-        const bool masked = !m_showSecrets && Docker::looksSecret(v.name) && !v.value.isEmpty();
+        const QString value = m_showSecrets ? v.value : Secrets::value(v.name, v.value);
         rows.append(QVariantMap{{QStringLiteral("name"), v.name},
-                                {QStringLiteral("value"), masked ? QString::fromUtf16(DetailsText::maskedValue) : v.value},
-                                {QStringLiteral("spokenValue"), masked ? QString::fromUtf16(DetailsText::hiddenValue) : v.value},
+                                {QStringLiteral("value"), value},
+                                {QStringLiteral("spokenValue"), QString(value).replace(QString::fromUtf16(Secrets::mask), QString::fromUtf16(Secrets::spoken))},
                                 {QStringLiteral("source"), sourceText(v)},
                                 {QStringLiteral("help"), help(v)},
                                 {QStringLiteral("missing"), v.source == ComposeVariable::Source::Missing}});

@@ -25,8 +25,9 @@ class ComposeFileState : public QObject {
     Q_PROPERTY(QVariantList variables READ variables NOTIFY changed)
     // "3 variables · 1 missing", or that the file uses none.
     Q_PROPERTY(QString variablesCaption READ variablesCaption NOTIFY changed)
-    // Values whose names look secret stay masked, in the file and in the variables, until shown:
-    // the sheet is as likely to be open on a shared screen as the details of a container.
+    // Values that look secret stay masked, in the file (its copy and find too) and in the
+    // variables, until shown: the sheet is as likely to be open on a shared screen as the
+    // details of a container.
     Q_PROPERTY(bool hasSecrets READ hasSecrets NOTIFY changed)
     Q_PROPERTY(bool showSecrets READ showSecrets WRITE setShowSecrets NOTIFY changed)
 
@@ -55,13 +56,16 @@ signals:
 
 private:
     QCoro::Task<> read();
-    QStringList secretValues() const;
+    // What the secret-looking variables hold: masked where compose put one in whole.
+    static QStringList secretValues(const ResolvedFile &file);
     void fillDocument();
 
     std::shared_ptr<Engine> m_engine;
     QString m_title;
     QString m_dir;
     std::optional<ResolvedFile> m_file;
+    // The file as shown while values are hidden.
+    QString m_masked;
     Transcript m_document;
     bool m_started = false;
     bool m_showSecrets = false;

@@ -1,6 +1,7 @@
 #include "detailsstate.h"
 
 #include "appstore.h"
+#include "secrets.h"
 #include "volumesize.h"
 
 #include <QCoroFuture>
@@ -31,7 +32,10 @@ auto onWorker(Query query)
 
 // ---- the sheet's state, whatever it shows ---------------------------------------------------
 
-Inspection::Inspection(AppStore *store, const QString &title, QObject *parent) : QObject(parent), m_store(store), m_title(title) {}
+Inspection::Inspection(AppStore *store, const QString &title, QObject *parent)
+    : QObject(parent), m_store(store), m_runtime(store ? store->runtime() : OptRuntime()), m_title(title)
+{
+}
 
 void Inspection::start()
 {
@@ -75,17 +79,23 @@ template<typename Found, typename Query>
 QCoro::Task<std::optional<QString>> Inspection::keep(std::optional<Found> &kept, Query query)
 {
     QPointer<Inspection> self(this);
-    auto future = onWorker(std::move(query));
+    // The document is masked on the worker too: it may run to many thousand lines.
+    auto future = onWorker([query = std::move(query)] {
+        auto found = query();
+        QString masked = found ? Secrets::document(found->document) : QString();
+        return std::pair(std::move(found), std::move(masked));
+    });
     const auto got = co_await future;
     if (!self)
         co_return std::nullopt;
     if (got.problem)
         co_return got.problem;
+    const auto &[found, masked] = got.found;
     // Gone: what was shown stays, for a reader may still want it.
-    setGone(!got.found);
-    if (got.found) {
-        setDocument(got.found->document);
-        kept = got.found;
+    setGone(!found);
+    if (found) {
+        setDocument(found->document, masked);
+        kept = found;
     }
     co_return std::nullopt;
 }
@@ -96,8 +106,16 @@ void Inspection::setGone(bool gone)
         emit changed();
 }
 
-void Inspection::setDocument(const QString &text)
+void Inspection::setDocument(const QString &text, const QString &masked)
 {
+    m_plainDocument = text;
+    m_maskedDocument = masked;
+    fillDocument();
+}
+
+void Inspection::fillDocument()
+{
+    const QString &text = m_showSecrets ? m_plainDocument : m_maskedDocument;
     if (text == m_shownDocument)
         return;
     m_shownDocument = text;
@@ -114,12 +132,12 @@ QVariantList Inspection::sections() const
     for (const DetailsText::Section &section : composed()) {
         QVariantList rows;
         for (const DetailsText::Row &row : section.rows) {
-            const bool masked = row.secret && !m_showSecrets;
-            const QString value = masked ? QString::fromUtf16(DetailsText::maskedValue) : row.value;
+            const bool masked = !row.masked.isEmpty() && !m_showSecrets;
+            const QString value = masked ? row.masked : row.value;
             rows.append(QVariantMap{{QStringLiteral("label"), row.label},
                                     {QStringLiteral("value"), value},
-                                    {QStringLiteral("spoken"), masked ? QString::fromUtf16(DetailsText::hiddenValue) : row.value},
-                                    {QStringLiteral("secret"), row.secret},
+                                    {QStringLiteral("spoken"), masked ? QString(value).replace(QString::fromUtf16(Secrets::mask), QString::fromUtf16(Secrets::spoken)) : value},
+                                    {QStringLiteral("secret"), !row.masked.isEmpty()},
                                     {QStringLiteral("alarm"), row.alarm},
                                     {QStringLiteral("volume"), row.volume},
                                     {QStringLiteral("url"), row.url}});
@@ -132,8 +150,8 @@ QVariantList Inspection::sections() const
 bool Inspection::hasSecrets() const
 {
     const auto all = composed();
-    return std::any_of(all.cbegin(), all.cend(), [](const DetailsText::Section &s) {
-        return std::any_of(s.rows.cbegin(), s.rows.cend(), [](const DetailsText::Row &r) { return r.secret; });
+    return m_maskedDocument != m_plainDocument || std::any_of(all.cbegin(), all.cend(), [](const DetailsText::Section &s) {
+        return std::any_of(s.rows.cbegin(), s.rows.cend(), [](const DetailsText::Row &r) { return !r.masked.isEmpty(); });
     });
 }
 
@@ -142,6 +160,7 @@ void Inspection::setShowSecrets(bool show)
     if (m_showSecrets == show)
         return;
     m_showSecrets = show;
+    fillDocument();
     emit changed();
 }
 
@@ -166,7 +185,7 @@ void ContainerInspection::follow()
 
 QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
 {
-    auto reading = keep(m_details, [engine = m_store->engine(), id = m_container.id, runtime = m_store->runtime()] { return engine->containerDetails(id, runtime); });
+    auto reading = keep(m_details, [engine = m_store->engine(), id = m_container.id, runtime = m_runtime] { return engine->containerDetails(id, runtime); });
     const std::optional<QString> problem = co_await reading;
     if (m_details)
         m_title = m_details->name;
@@ -179,7 +198,7 @@ QList<DetailsText::Section> ContainerInspection::composed() const
         return {};
     QString endpoint;
     for (const RuntimeEntry &entry : m_store->runtimes()) {
-        if (entry.runtime == m_store->runtime())
+        if (entry.runtime == m_runtime)
             endpoint = entry.endpoint;
     }
     return DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint);
@@ -214,7 +233,7 @@ void ImageInspection::follow()
 
 QCoro::Task<std::optional<QString>> ImageInspection::readOnce()
 {
-    return keep(m_details, [engine = m_store->engine(), id = m_image.id, runtime = m_store->runtime()] { return engine->imageDetails(id, runtime); });
+    return keep(m_details, [engine = m_store->engine(), id = m_image.id, runtime = m_runtime] { return engine->imageDetails(id, runtime); });
 }
 
 QList<DetailsText::Section> ImageInspection::composed() const
@@ -229,7 +248,7 @@ QString ImageInspection::copyText() const
     QString text;
     if (m_details) {
         for (const ImageDetails::Layer &layer : m_details->layers)
-            text += layer.size + u'\t' + layer.instruction + u'\n';
+            text += layer.size + u'\t' + (showSecrets() ? layer.instruction : Secrets::text(layer.instruction)) + u'\n';
     }
     return text;
 }
@@ -260,7 +279,7 @@ void VolumeInspection::follow()
 
 QCoro::Task<std::optional<QString>> VolumeInspection::readOnce()
 {
-    return keep(m_details, [engine = m_store->engine(), name = m_volume.name, runtime = m_store->runtime()] { return engine->volumeDetails(name, runtime); });
+    return keep(m_details, [engine = m_store->engine(), name = m_volume.name, runtime = m_runtime] { return engine->volumeDetails(name, runtime); });
 }
 
 QList<DetailsText::Section> VolumeInspection::composed() const
@@ -302,7 +321,7 @@ void NetworkInspection::follow()
 
 QCoro::Task<std::optional<QString>> NetworkInspection::readOnce()
 {
-    return keep(m_details, [engine = m_store->engine(), name = m_network.name, runtime = m_store->runtime()] { return engine->networkDetails(name, runtime); });
+    return keep(m_details, [engine = m_store->engine(), name = m_network.name, runtime = m_runtime] { return engine->networkDetails(name, runtime); });
 }
 
 QList<DetailsText::Section> NetworkInspection::composed() const

@@ -5,6 +5,7 @@
 #include "detailstext.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
+#include "engine.h"
 #include "imagedetails.h"
 #include "transcript.h"
 
@@ -33,11 +34,12 @@ class Inspection : public QObject {
     Q_PROPERTY(QString problem READ problem NOTIFY changed)
     // Each {title, note, rows: [{label, value, spoken, secret, alarm, volume, url}]}.
     Q_PROPERTY(QVariantList sections READ sections NOTIFY changed)
+    // Values that look secret, in the sections and in the document alike, masked until shown.
     Q_PROPERTY(bool hasSecrets READ hasSecrets NOTIFY changed)
     Q_PROPERTY(bool showSecrets READ showSecrets WRITE setShowSecrets NOTIFY changed)
     // What Copy gives on the details page, and what its button says it copies.
     Q_PROPERTY(QString copyHelp READ copyHelp CONSTANT)
-    // The whole inspect document, for find, copy and save.
+    // The whole inspect document, for find, copy and save: masked as the sections are.
     Q_PROPERTY(Transcript *document READ document CONSTANT)
 
 public:
@@ -65,6 +67,7 @@ signals:
     void changed();
 
 protected:
+    // The engine it reads is the one shown when it is made, for as long as it lives.
     Inspection(AppStore *store, const QString &title, QObject *parent);
     // One reading on a worker, its result applied here; a problem is the engine's words.
     virtual QCoro::Task<std::optional<QString>> readOnce() = 0;
@@ -77,9 +80,10 @@ protected:
     template<typename Found, typename Query>
     QCoro::Task<std::optional<QString>> keep(std::optional<Found> &kept, Query query);
     void setGone(bool gone);
-    void setDocument(const QString &text);
+    void setDocument(const QString &text, const QString &masked);
 
     QPointer<AppStore> m_store;
+    const OptRuntime m_runtime;
     QString m_title;
     QList<QMetaObject::Connection> m_following;
 
@@ -91,6 +95,10 @@ private:
     bool m_reading = false;
     bool m_again = false;
     int m_reads = 0;
+    void fillDocument();
+
+    QString m_plainDocument;
+    QString m_maskedDocument;
     QString m_shownDocument;
     Transcript m_document;
 };
