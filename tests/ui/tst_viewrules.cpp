@@ -73,6 +73,8 @@ private slots:
     void detailsTexts();
     void masking_data();
     void masking();
+    void recordedDetails_data();
+    void recordedDetails();
     void usageTexts_data();
     void usageTexts();
     void usageTrend();
@@ -667,6 +669,58 @@ void TestViewRules::masking()
     } else {
         QCOMPARE(Secrets::value(name, value), shown);
     }
+}
+
+// What the engine wrote: nothing of its own is masked, what a person set as a secret is masked
+// in every row and in the document, and a masked document keeps its lines and stays JSON.
+void TestViewRules::recordedDetails_data()
+{
+    QTest::addColumn<QString>("fixture");
+    QTest::addColumn<QString>("history");
+    QTest::addColumn<int>("hidden");
+    for (const char *plain : {"d-created.json", "d-exited.json", "d-oom.json", "d-paused.json", "d-restarting.json", "d-unhealthy.json", "network.json"})
+        QTest::newRow(plain) << QString::fromLatin1(plain) << QString() << 0;
+    QTest::newRow("API_TOKEN") << "d-running.json" << QString() << 1;
+    QTest::newRow("environment, URL, command, check, label") << "d-secrets.json" << QString() << 7;
+    QTest::newRow("image") << "image.json" << "history.jsonl" << 0;
+    QTest::newRow("image built with a secret argument") << "image-args.json" << "history-args.jsonl" << 3;
+    QTest::newRow("volume driver options") << "volume-options.json" << QString() << 1;
+}
+
+void TestViewRules::recordedDetails()
+{
+    QFETCH(QString, fixture);
+    QFETCH(QString, history);
+    QFETCH(int, hidden);
+    const QByteArray json = TestSupport::fixture(QStringLiteral("details/") + fixture).toUtf8();
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QString document;
+    QList<DetailsText::Section> sections;
+    if (fixture.startsWith(QLatin1String("d-"))) {
+        const auto d = Docker::parseContainerDetails(json);
+        document = d->document, sections = DetailsText::container(*d, now);
+    } else if (fixture.startsWith(QLatin1String("image"))) {
+        const auto d = Docker::parseImageDetails(json, TestSupport::fixture(QStringLiteral("details/") + history).toUtf8());
+        document = d->document, sections = DetailsText::image(*d, {}, now);
+    } else if (fixture.startsWith(QLatin1String("volume"))) {
+        const auto d = Docker::parseVolumeDetails(json);
+        document = d->document, sections = DetailsText::volume(*d, now);
+    } else {
+        const auto d = Docker::parseNetworkDetails(json);
+        document = d->document, sections = DetailsText::network(d->network, now);
+    }
+    const QString masked = Secrets::document(document);
+    QCOMPARE(masked.count(QString::fromUtf16(Secrets::mask)), hidden);
+    QCOMPARE(masked.count(u'\n'), document.count(u'\n'));
+    QVERIFY(!QJsonDocument::fromJson(masked.toUtf8()).isNull());
+    bool anyRow = false;
+    for (const auto &section : sections) {
+        for (const auto &row : section.rows) {
+            anyRow = anyRow || !row.masked.isEmpty();
+            QVERIFY2(!(row.masked.isEmpty() ? row.value : row.masked).contains(QLatin1String("s3cret")), qPrintable(row.label));
+        }
+    }
+    QCOMPARE(anyRow, hidden > 0);
 }
 
 void TestViewRules::terminalPicksTheFirstEmulatorFound()
