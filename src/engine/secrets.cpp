@@ -170,13 +170,15 @@ QList<Span> split(const QString &text)
         while (i < n && !text[i].isSpace()) {
             const QChar c = text[i];
             if (c == u'"' || c == u'\'') {
-                for (++i; i < n && text[i] != c; ++i) {
-                    if (c == u'"' && text[i] == u'\\')
+                // A quote left open ends with its line, as every word does.
+                for (++i; i < n && text[i] != c && text[i] != u'\n'; ++i) {
+                    if (c == u'"' && text[i] == u'\\' && i + 1 < n && text[i + 1] != u'\n')
                         ++i;
                 }
-                ++i;
+                if (i < n && text[i] == c)
+                    ++i;
             } else {
-                i += c == u'\\' ? 2 : 1;
+                i += c == u'\\' && i + 1 < n && text[i + 1] != u'\n' ? 2 : 1;
             }
         }
         i = std::min(i, n);
