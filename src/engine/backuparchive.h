@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -7,9 +8,19 @@
 // its entries belong in a volume.
 namespace Archive {
 
-// The path of every entry, in the archive's order. Reads tar in any of its dialects,
-// compressed or not; throws DockerError, saying why, for anything else.
-QStringList entries(const QString &file);
+// One entry as the archive states it.
+struct Entry {
+    enum class Type { File, Directory, SymbolicLink, HardLink, Other };
+    QString path;
+    Type type = Type::File;
+    // What a link points at; empty for anything else.
+    QString target = {};
+    friend bool operator==(const Entry &, const Entry &) = default;
+};
+
+// Every entry, in the archive's order. Reads tar in any of its dialects, compressed or
+// not; throws DockerError, saying why, for anything else.
+QList<Entry> entries(const QString &file);
 
 // Where `docker cp` must unpack an archive for its entries to land in a volume mounted at
 // /volume in the helper container.
@@ -27,6 +38,6 @@ struct Placement {
     friend bool operator==(const Placement &, const Placement &) = default;
 };
 
-Placement place(const QStringList &entries);
+Placement place(const QList<Entry> &entries);
 
 }

@@ -26,6 +26,39 @@ Labels_ inProject(const QString &project, const QString &dir = {})
         l.insert(QString::fromLatin1(Labels::workingDir), dir);
     return l;
 }
+// A ustar archive of empty entries written as "dir/", "file", "link -> target" (symbolic)
+// or "link => target" (hard), in that order, the way any tar tool would store them.
+QByteArray tarOf(const QStringList &entries)
+{
+    QByteArray archive;
+    for (const QString &entry : entries) {
+        QByteArray header(512, '\0');
+        const auto put = [&](int at, const QByteArray &value) { header.replace(at, value.size(), value); };
+        QString path = entry, target;
+        char type = entry.endsWith(u'/') ? '5' : '0';
+        for (const auto &[arrow, kind] : {std::pair(" -> ", '2'), std::pair(" => ", '1')}) {
+            if (entry.contains(arrow))
+                path = entry.section(arrow, 0, 0), target = entry.section(arrow, 1), type = kind;
+        }
+        put(0, path.toUtf8());
+        put(100, "0000755");
+        put(108, "0000000");
+        put(116, "0000000");
+        put(124, "00000000000");
+        put(136, "00000000000");
+        put(148, "        ");
+        header[156] = type;
+        put(157, target.toUtf8());
+        put(257, QByteArray("ustar\0" "00", 8));
+        unsigned sum = 0;
+        for (const char c : std::as_const(header))
+            sum += uchar(c);
+        put(148, QByteArray::number(sum, 8).rightJustified(6, '0') + QByteArray("\0 ", 2));
+        archive += header;
+    }
+    return archive + QByteArray(1024, '\0');
+}
+
 QStringList names(const QList<Container> &list)
 {
     QStringList out;
@@ -518,6 +551,7 @@ private slots:
     }
 
     // Each change leaves the row as the next listing will show it, so that listing changes nothing.
+    // Each row's entries are written to a real archive and read back as a restore reads it.
     void archivePlacement_data()
     {
         using Kind = Archive::Placement::Kind;
@@ -533,11 +567,24 @@ private slots:
                                               << "it holds a/../../b, a path outside its own folder, so nothing was restored";
         QTest::newRow("absolute") << QStringList{"/etc/x"} << int(Kind::Refused) << "it holds /etc/x, a path outside its own folder, so nothing was restored";
         QTest::newRow("only its own folder") << QStringList{"./", "."} << int(Kind::Refused) << "it holds no files, so nothing was restored";
+        QTest::newRow("a link it holds is only a link") << QStringList{"volume/", "volume/etc -> /etc", "volume/a"} << int(Kind::Root) << "";
+        QTest::newRow("a file through a link it made")
+            << QStringList{"volume/", "volume/link -> /etc", "volume/link/x"} << int(Kind::Refused)
+            << "it holds volume/link/x, a path through the link volume/link it makes itself, so nothing was restored";
+        QTest::newRow("through a link made after it, spelled apart")
+            << QStringList{"./sub/", "./sub//x", "./sub -> ../../root"} << int(Kind::Refused)
+            << "it holds ./sub//x, a path through the link sub it makes itself, so nothing was restored";
+        QTest::newRow("a hard link out") << QStringList{"volume/", "volume/h => ../../etc/shadow"} << int(Kind::Refused)
+                                         << "it holds ../../etc/shadow, a path outside its own folder, so nothing was restored";
     }
     void archivePlacement()
     {
         QFETCH(QStringList, entries);
-        const Archive::Placement placed = Archive::place(entries);
+        QTemporaryDir dir;
+        writeFile(dir.filePath("backup.tar"), tarOf(entries));
+        const QList<Archive::Entry> read = Archive::entries(dir.filePath("backup.tar"));
+        QCOMPARE(read.size(), entries.size());
+        const Archive::Placement placed = Archive::place(read);
         QTEST(int(placed.kind), "kind");
         QTEST(placed.reason, "reason");
     }
