@@ -40,9 +40,7 @@ QList<QJsonObject> rows(const QJsonObject &doc, const char *key)
 
 bool DiskUsage::Volume::isAnonymous() const
 {
-    return name.size() == 64 && std::all_of(name.cbegin(), name.cend(), [](QChar c) {
-        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
-    });
+    return DockerVolume::isAnonymous(name, labels);
 }
 
 qint64 DiskUsage::bytes() const

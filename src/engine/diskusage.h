@@ -38,7 +38,7 @@ struct DiskUsage {
         // Containers that mount it, running or not.
         int links = 0;
         QMap<QString, QString> labels;
-        // A name the engine made up: 64 hexadecimal digits.
+        // Made by the engine for a mount that named none, by its label or its name.
         bool isAnonymous() const;
         friend bool operator==(const Volume &, const Volume &) = default;
     };

@@ -61,7 +61,7 @@ QList<DockerVolume> parseVolumes(const QString &text)
 {
     QList<DockerVolume> list;
     for (const auto &o : ndjson(text))
-        list.append({field(o, "Name"), field(o, "Driver"), field(o, "Mountpoint")});
+        list.append({field(o, "Name"), field(o, "Driver"), field(o, "Mountpoint"), parseLabels(field(o, "Labels"))});
     return list;
 }
 

@@ -1,5 +1,6 @@
 #include "composeproject.h"
 #include "container.h"
+#include "dockervolume.h"
 #include "runtime.h"
 
 #include <algorithm>
@@ -30,4 +31,13 @@ bool Container::hasFailed() const
 int ComposeProject::runningCount() const
 {
     return int(std::count_if(containers.cbegin(), containers.cend(), [](const Container &c) { return c.isRunning(); }));
+}
+
+bool DockerVolume::isAnonymous(const QString &name, const QMap<QString, QString> &labels)
+{
+    if (labels.contains(QStringLiteral("com.docker.volume.anonymous")))
+        return true;
+    return name.size() == 64 && std::all_of(name.cbegin(), name.cend(), [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
+    });
 }

@@ -3,7 +3,6 @@
 #include "volumesize.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -40,8 +39,7 @@ QString notOwnedReason(const QString &volume, const QString &project, const Volu
         return *owner == project ? QString() : QStringLiteral("belongs to ") + *owner;
     if (ownership.declared.contains(volume))
         return {};
-    static const QRegularExpression anonymousName(QStringLiteral("^[0-9a-f]{64}$"));
-    if (labels.contains(QStringLiteral("com.docker.volume.anonymous")) || anonymousName.match(volume).hasMatch())
+    if (DockerVolume::isAnonymous(volume, labels))
         return {};
     return QStringLiteral("not this project’s");
 }

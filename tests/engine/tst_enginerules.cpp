@@ -6,8 +6,11 @@
 #include "docker.h"
 #include "sshlink.h"
 #include "testsupport.h"
+#include "volumesize.h"
 
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -148,6 +151,29 @@ private slots:
         const QList<DockerVolume> many{{"shop_data"}, {"website_assets_v1"}, {"website_assets_v2"}, {"reporting_cache_2026"}};
         QCOMPARE(Docker::mountedVolumes({c({"shop_data", "/srv/web/confi…"}), c({"reporting_cach…"}), c({"website_assets…"})}, many),
                  (QSet<QString>{"shop_data", "reporting_cache_2026"}));
+    }
+
+    void anonymousVolumes_data()
+    {
+        // A line of `docker volume ls --format json`, by its name and labels.
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("labels");
+        QTest::addColumn<bool>("anonymous");
+        const QString hex = "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
+        QTest::newRow("named by an engine that sets no label") << hex << "" << true;
+        QTest::newRow("the engine's label, whatever the name") << "scratch" << "com.docker.volume.anonymous=,owner=ci" << true;
+        QTest::newRow("a name") << "shop_data" << "com.docker.compose.project=shop" << false;
+        QTest::newRow("upper-case digits are a name") << hex.toUpper() << "" << false;
+        QTest::newRow("one digit short is a name") << hex.chopped(1) << "" << false;
+    }
+    void anonymousVolumes()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, labels);
+        const QJsonObject listed{{"Name", name}, {"Driver", "local"}, {"Labels", labels}};
+        const QList<DockerVolume> volumes = Docker::parseVolumes(QString::fromUtf8(QJsonDocument(listed).toJson(QJsonDocument::Compact)));
+        QCOMPARE(volumes.size(), 1);
+        QTEST(volumes.first().isAnonymous(), "anonymous");
     }
 
     void malformedLines()
