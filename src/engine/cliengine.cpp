@@ -124,6 +124,40 @@ QStringList containerArguments(const char *verb, const EngineAction &action)
     return QStringList{QString::fromLatin1(verb)} + action.targets;
 }
 
+// Whether the paths the runtime's engine reports are paths on this machine's disk: only
+// through a unix socket that exists here. A context is asked for its endpoint each time,
+// so a context pointed elsewhere since is never read from the disk.
+bool onThisMachine(const OptRuntime &runtime)
+{
+    if (runtime && runtime->isSocket())
+        return VolumeSize::onThisMachine(QStringLiteral("unix://") + runtime->path);
+    QStringList args{QStringLiteral("context"), QStringLiteral("inspect"), QStringLiteral("--format"), QStringLiteral("{{.Endpoints.docker.Host}}")};
+    if (runtime)
+        args << runtime->name;
+    const auto endpoint = Docker::capture(args);
+    return endpoint.status == 0 && VolumeSize::onThisMachine(endpoint.out.trimmed());
+}
+
+// Why compose would find no configuration: neither the recorded files are all there nor
+// does the directory hold one.
+std::optional<QString> missingConfiguration(const ComposeTarget &target)
+{
+    if (!target.existingFiles().isEmpty() || Docker::composeFile(target.dir))
+        return std::nullopt;
+    return Docker::missingComposeFileMessage(target.dir);
+}
+
+QStringList composeQuery(const ComposeTarget &target, const QStringList &subcommand)
+{
+    return QStringList{QStringLiteral("compose")} + target.options() + subcommand;
+}
+
+// The project named as it was started, then the subcommand, then its services.
+QStringList composeArguments(const EngineAction &action, const QStringList &subcommand)
+{
+    return QStringList{QStringLiteral("compose")} + action.composeTarget().options() + subcommand + action.targets;
+}
+
 } // namespace
 
 struct CliEngine::Listings {
@@ -162,13 +196,14 @@ QStringList CliEngine::arguments(const EngineAction &action)
                 QStringLiteral("id=") + action.targets.value(0)};
     case Kind::ReclaimImage: return {};
     // Plain progress: one line per step, as compose prints for a log.
-    case Kind::ComposeUp: return QStringList{"compose", "--progress", "plain", "up", "-d"} + action.targets;
-    case Kind::ComposeRecreate: return QStringList{"compose", "--progress", "plain", "up", "-d", "--no-deps"} + action.targets;
-    case Kind::ComposePull: return QStringList{"compose", "--progress", "plain", "pull", "--ignore-pull-failures", "--ignore-buildable"} + action.targets;
-    case Kind::ComposeDown: return {QStringLiteral("compose"), QStringLiteral("down")};
-    case Kind::ComposeStart: return QStringList{"compose", "start"} + action.targets;
-    case Kind::ComposeStop: return QStringList{"compose", "stop"} + action.targets;
-    case Kind::ComposeRestart: return QStringList{"compose", "restart"} + action.targets;
+    case Kind::ComposeUp: return composeArguments(action, {"--progress", "plain", "up", "-d"});
+    case Kind::ComposeRecreate: return composeArguments(action, {"--progress", "plain", "up", "-d", "--no-deps"});
+    case Kind::ComposePull: return composeArguments(action, {"--progress", "plain", "pull", "--ignore-pull-failures", "--ignore-buildable"});
+    // The whole project, whatever services were named.
+    case Kind::ComposeDown: return QStringList{QStringLiteral("compose")} + action.composeTarget().options() + QStringList{QStringLiteral("down")};
+    case Kind::ComposeStart: return composeArguments(action, {"start"});
+    case Kind::ComposeStop: return composeArguments(action, {"stop"});
+    case Kind::ComposeRestart: return composeArguments(action, {"restart"});
     // Several children: see moveVolumeData.
     case Kind::BackupVolume:
     case Kind::RestoreVolume: return {};
@@ -178,7 +213,11 @@ QStringList CliEngine::arguments(const EngineAction &action)
 
 QStringList CliEngine::logArguments(const LogSource &source)
 {
-    QStringList args = source.isProject() ? QStringList{"compose", "logs", "-f", "--tail", "300"} : QStringList{"logs", "-f", "--tail", "300"};
+    QStringList args{QStringLiteral("logs"), QStringLiteral("-f"), QStringLiteral("--tail"), QStringLiteral("300")};
+    // By its recorded name alone: compose finds its containers by their label, and the
+    // stream is made on the interface thread, which does not look at the disk for files.
+    if (const auto *p = std::get_if<ComposeProject>(&source.subject))
+        args = QStringList{QStringLiteral("compose")} + (p->name.isEmpty() ? QStringList() : QStringList{QStringLiteral("-p"), p->name}) + args;
     if (source.timestamps)
         args << "--timestamps";
     if (const auto *c = std::get_if<Container>(&source.subject))
@@ -306,9 +345,9 @@ VolumeLabels CliEngine::volumeLabels(const QStringList &volumeNames, const OptRu
         Docker::capture(QStringList{"volume", "inspect", "--format", "{{json .}}"} + volumeNames, runtime).out);
 }
 
-std::optional<qint64> CliEngine::volumeSize(const DockerVolume &volume) const
+std::optional<qint64> CliEngine::volumeSize(const DockerVolume &volume, const OptRuntime &runtime) const
 {
-    if (volume.mountpoint.isEmpty())
+    if (volume.mountpoint.isEmpty() || !onThisMachine(runtime))
         return std::nullopt;
     return VolumeSize::allocatedBytes(volume.mountpoint);
 }
@@ -348,7 +387,7 @@ std::optional<VolumeDetails> CliEngine::volumeDetails(const QString &name, const
     details->users = Docker::parseContainers(Docker::run({QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("--filter"),
                                                           QStringLiteral("volume=") + name, QStringLiteral("--format"), QStringLiteral("json")},
                                                          runtime));
-    if (!details->mountpoint.isEmpty())
+    if (!details->mountpoint.isEmpty() && onThisMachine(runtime))
         details->bytes = VolumeSize::allocatedBytes(details->mountpoint);
     return details;
 }
@@ -365,12 +404,12 @@ std::optional<NetworkDetails> CliEngine::networkDetails(const QString &name, con
     return Docker::parseNetworkDetails(inspected.out.toUtf8());
 }
 
-ComposeCheck CliEngine::checkCompose(const QString &dir) const
+ComposeCheck CliEngine::checkCompose(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(dir));
+    if (const auto missing = missingConfiguration(target))
+        return ComposeCheck::makeInvalid(*missing);
     // "-q" prints nothing on standard output; what compose has to say is on standard error.
-    const auto checked = Docker::capture({"compose", "config", "-q"}, std::nullopt, dir);
+    const auto checked = Docker::capture(composeQuery(target, {"config", "-q"}), std::nullopt, target.dir);
     if (checked.status == -1)
         return ComposeCheck::makeInvalid(checked.err);
     if (checked.status == 0)
@@ -381,21 +420,22 @@ ComposeCheck CliEngine::checkCompose(const QString &dir) const
     return ComposeCheck::makeInvalid(message);
 }
 
-ResolvedProject CliEngine::composeProject(const QString &dir) const
+ResolvedProject CliEngine::composeProject(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        throw DockerError(Docker::missingComposeFileMessage(dir));
-    return Docker::parseComposeConfig(Docker::run({"compose", "config", "--format", "json"}, std::nullopt, dir), dir);
+    if (const auto missing = missingConfiguration(target))
+        throw DockerError(*missing);
+    return Docker::parseComposeConfig(Docker::run(composeQuery(target, {"config", "--format", "json"}), std::nullopt, target.dir), target.dir);
 }
 
-ResolvedProject CliEngine::composeServices(const QString &dir) const
+ResolvedProject CliEngine::composeServices(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        throw DockerError(Docker::missingComposeFileMessage(dir));
+    if (const auto missing = missingConfiguration(target))
+        throw DockerError(*missing);
     // Every profile at once: the inactive ones' services are listed too, each with its profiles.
-    ResolvedProject project = Docker::parseComposeConfig(Docker::run({"compose", "--profile", "*", "config", "--format", "json"}, std::nullopt, dir), dir);
+    ResolvedProject project = Docker::parseComposeConfig(
+        Docker::run(composeQuery(target, {"--profile", "*", "config", "--format", "json"}), std::nullopt, target.dir), target.dir);
     const auto environment = QProcessEnvironment::systemEnvironment();
-    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    const auto dotEnvValues = Docker::dotEnvIn(target.dir);
     project.activeProfiles = Docker::activeProfiles(environment.contains(QStringLiteral("COMPOSE_PROFILES"))
                                                         ? std::optional(environment.value(QStringLiteral("COMPOSE_PROFILES")))
                                                         : std::nullopt,
@@ -408,21 +448,22 @@ ResolvedProject CliEngine::composeServices(const QString &dir) const
     return project;
 }
 
-ResolvedFile CliEngine::resolvedFile(const QString &dir) const
+ResolvedFile CliEngine::resolvedFile(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        return {Docker::missingComposeFileMessage(dir), false, {}};
-    const auto resolved = Docker::capture({"compose", "config"}, std::nullopt, dir);
+    if (const auto missing = missingConfiguration(target))
+        return {*missing, false, {}};
+    const auto resolved = Docker::capture(composeQuery(target, {"config"}), std::nullopt, target.dir);
     ResolvedFile file{resolved.status == 0 ? resolved.out : Docker::composeMessages(resolved.err).join(u'\n'), resolved.status == 0, {}};
     if (!file.valid && file.text.isEmpty())
         file.text = QStringLiteral("compose config exited %1.").arg(resolved.status);
     QString written;
-    for (const QString &path : Docker::composeFiles(dir)) {
+    const QStringList recorded = target.existingFiles();
+    for (const QString &path : recorded.isEmpty() ? Docker::composeFiles(target.dir) : recorded) {
         QFile f(path);
         if (f.open(QIODevice::ReadOnly))
             written += QString::fromUtf8(f.readAll()) + u'\n';
     }
-    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    const auto dotEnvValues = Docker::dotEnvIn(target.dir);
     QMap<QString, QString> environment;
     const auto system = QProcessEnvironment::systemEnvironment();
     for (const QString &key : system.keys())
@@ -516,9 +557,10 @@ void CliEngine::moveVolumeData(const EngineAction &action, const OptRuntime &run
         // The archive is a little larger than the data; the size is what there is to tell.
         qint64 size = 0;
         QStringList leftOut;
+        const bool here = onThisMachine(runtime);
         for (const DockerVolume &v : volumes(runtime)) {
-            if (v.name == volume && !v.mountpoint.isEmpty()) {
-                size = volumeSize(v).value_or(0);
+            if (here && v.name == volume && !v.mountpoint.isEmpty()) {
+                size = VolumeSize::allocatedBytes(v.mountpoint).value_or(0);
                 leftOut = VolumeSize::unarchivable(v.mountpoint);
             }
         }

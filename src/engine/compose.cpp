@@ -159,6 +159,22 @@ QStringList composeFiles(const QString &dir)
 
 } // namespace Docker
 
+QStringList ComposeTarget::existingFiles() const
+{
+    const bool all = std::all_of(files.cbegin(), files.cend(), [](const QString &f) { return QFileInfo(f).isAbsolute() && QFileInfo::exists(f); });
+    return all ? files : QStringList();
+}
+
+QStringList ComposeTarget::options() const
+{
+    QStringList args;
+    if (!name.isEmpty())
+        args << QStringLiteral("-p") << name;
+    for (const QString &file : existingFiles())
+        args << QStringLiteral("-f") << file;
+    return args;
+}
+
 bool ServiceDefinition::activeWith(const QStringList &activeProfiles) const
 {
     return profiles.isEmpty() || activeProfiles.contains(QStringLiteral("*"))

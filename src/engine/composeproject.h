@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 // Containers that share a compose project label, or a project known only from the registry.
@@ -12,6 +13,9 @@ struct ComposeProject {
     std::optional<QString> workingDir;
     QList<Container> containers;
     int serviceCount = 0;
+    // The configuration files it was started with, absolute, as compose recorded them; empty
+    // where no container or registry entry told.
+    QStringList configFiles = {};
 
     int runningCount() const;
 

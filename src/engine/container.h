@@ -46,4 +46,6 @@ inline constexpr auto project = "com.docker.compose.project";
 inline constexpr auto workingDir = "com.docker.compose.project.working_dir";
 inline constexpr auto workingDirHyphen = "com.docker.compose.project.working-dir";
 inline constexpr auto service = "com.docker.compose.service";
+// Comma-separated absolute paths.
+inline constexpr auto configFiles = "com.docker.compose.project.config_files";
 }

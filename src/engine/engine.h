@@ -2,6 +2,7 @@
 
 #include "composecheck.h"
 #include "composefile.h"
+#include "composetarget.h"
 #include "container.h"
 #include "containerdetails.h"
 #include "imagedetails.h"
@@ -124,8 +125,9 @@ public:
     // Never fail: a container or volume the engine no longer has is simply missing.
     virtual MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const = 0;
     virtual VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const = 0;
-    // Bytes the volume's data takes on disk; none when it cannot be read from here.
-    virtual std::optional<qint64> volumeSize(const DockerVolume &volume) const = 0;
+    // Bytes the volume's data takes on disk; none when it cannot be read from here, which
+    // is always so for a runtime whose engine runs on another machine.
+    virtual std::optional<qint64> volumeSize(const DockerVolume &volume, const OptRuntime &runtime) const = 0;
     // One container as `docker inspect` describes it; none when the engine has no such
     // container. A query: it fails at the deadline.
     virtual std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const = 0;
@@ -138,14 +140,16 @@ public:
     // One network (`docker network inspect`); none when the engine has no such network.
     virtual std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const = 0;
 
+    // The compose queries read the project from its recorded files where they still exist,
+    // else from the directory's own.
     // Never fails: an unusable configuration is an invalid check.
-    virtual ComposeCheck checkCompose(const QString &dir) const = 0;
-    virtual ResolvedProject composeProject(const QString &dir) const = 0;
+    virtual ComposeCheck checkCompose(const ComposeTarget &target) const = 0;
+    virtual ResolvedProject composeProject(const ComposeTarget &target) const = 0;
     // The project with every service its files define, whatever their profile: one
     // `compose config` for all. A query: it fails at the deadline.
-    virtual ResolvedProject composeServices(const QString &dir) const = 0;
+    virtual ResolvedProject composeServices(const ComposeTarget &target) const = 0;
     // Never fails: a file compose cannot load is an invalid one, with compose's words.
-    virtual ResolvedFile resolvedFile(const QString &dir) const = 0;
+    virtual ResolvedFile resolvedFile(const ComposeTarget &target) const = 0;
 
     // Queries (every call but perform and exec) end after a deadline, failing with a message
     // that says so; perform and exec run until they finish or, for exec, are cancelled.

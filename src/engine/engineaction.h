@@ -1,5 +1,7 @@
 #pragma once
 
+#include "composetarget.h"
+
 #include <QStringList>
 #include <optional>
 
@@ -24,7 +26,8 @@ struct EngineAction {
         ReclaimContainer,  // a stopped container by id
         ReclaimImage,      // an image by id, then the names the plan showed for it
         ReclaimCache,      // a build cache record by id
-        // The project in dir; with targets, only those services.
+        // The project in dir, under its recorded name and files where given; with targets,
+        // only those services.
         ComposeUp,      // detached, with what the services depend on
         ComposeDown,    // the whole project
         ComposeStart,
@@ -40,12 +43,26 @@ struct EngineAction {
     QStringList targets;
     QString argument;
     std::optional<QString> dir;
+    // A compose project's recorded name and configuration files: compose then acts on the
+    // project as it was started, not on a namesake made from the directory.
+    QString project = {};
+    QStringList files = {};
 
     static EngineAction on(Kind kind, QStringList targets) { return {kind, std::move(targets), {}, std::nullopt}; }
     static EngineAction commit(const QString &container, const QString &image) { return {Kind::Commit, {container}, image, std::nullopt}; }
     static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
     static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
+    // Up from a directory never started: compose names the project itself.
     static EngineAction compose(Kind kind, const QString &dir, QStringList services = {}) { return {kind, std::move(services), {}, dir}; }
+    static EngineAction compose(Kind kind, const ComposeTarget &target, QStringList services = {})
+    {
+        return {kind, std::move(services), {}, target.dir, target.name, target.files};
+    }
+    static EngineAction compose(Kind kind, const ComposeProject &project, QStringList services = {})
+    {
+        return {kind, std::move(services), {}, project.workingDir, project.name, project.configFiles};
+    }
+    ComposeTarget composeTarget() const { return {dir.value_or(QString()), project, files}; }
     static EngineAction reclaimImage(const QString &id, const QStringList &names) { return {Kind::ReclaimImage, QStringList{id} + names, {}, std::nullopt}; }
     static EngineAction volumeData(Kind kind, const QString &volume, const QString &file) { return {kind, {volume}, file, std::nullopt}; }
 

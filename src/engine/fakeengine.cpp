@@ -487,9 +487,15 @@ VolumeLabels FakeEngine::volumeLabels(const QStringList &volumeNames, const OptR
     return labels;
 }
 
-std::optional<qint64> FakeEngine::volumeSize(const DockerVolume &volume) const
+std::optional<qint64> FakeEngine::volumeSize(const DockerVolume &volume, const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);
+    // A runtime listed with an endpoint that is no socket is another machine's, whose disk is
+    // not read; whether a socket is here is not asked, so recorded contexts answer anywhere.
+    for (const RuntimeEntry &entry : std::as_const(m_runtimes.list)) {
+        if (runtime && entry.runtime == *runtime && !entry.endpoint.startsWith(QLatin1String("unix://")))
+            return std::nullopt;
+    }
     for (const Holdings &h : std::as_const(m_holdings)) {
         if (h.sizes.contains(volume.name))
             return h.sizes.value(volume.name);
@@ -497,48 +503,53 @@ std::optional<qint64> FakeEngine::volumeSize(const DockerVolume &volume) const
     return std::nullopt;
 }
 
-ComposeCheck FakeEngine::checkCompose(const QString &dir) const
+ComposeCheck FakeEngine::checkCompose(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(dir));
+    if (target.existingFiles().isEmpty() && !Docker::composeFile(target.dir))
+        return ComposeCheck::makeInvalid(Docker::missingComposeFileMessage(target.dir));
     QMutexLocker lock(&m_mutex);
     try {
         enter(Call::Compose, std::nullopt);
     } catch (const DockerError &e) {
         return ComposeCheck::makeInvalid(e.message());
     }
-    return m_checks.value(dir, ComposeCheck::makeValid());
+    return m_checks.value(target.dir, ComposeCheck::makeValid());
 }
 
-ResolvedProject FakeEngine::composeProject(const QString &dir) const
+ResolvedProject FakeEngine::composeProject(const ComposeTarget &target) const
 {
-    if (!Docker::composeFile(dir))
-        throw DockerError(Docker::missingComposeFileMessage(dir));
+    if (target.existingFiles().isEmpty() && !Docker::composeFile(target.dir))
+        throw DockerError(Docker::missingComposeFileMessage(target.dir));
     QMutexLocker lock(&m_mutex);
     enter(Call::Compose, std::nullopt);
-    const auto it = m_projects.constFind(dir);
+    const auto it = m_projects.constFind(target.dir);
     if (it == m_projects.cend())
-        throw DockerError(QStringLiteral("Could not read a compose project from ") + dir);
-    return *it;
+        throw DockerError(QStringLiteral("Could not read a compose project from ") + target.dir);
+    // As "-p" does: the project takes the name it was given.
+    ResolvedProject project = *it;
+    if (!target.name.isEmpty())
+        project.name = target.name;
+    return project;
 }
 
-ResolvedProject FakeEngine::composeServices(const QString &dir) const
+ResolvedProject FakeEngine::composeServices(const ComposeTarget &target) const
 {
-    return composeProject(dir);
+    return composeProject(target);
 }
 
-ResolvedFile FakeEngine::resolvedFile(const QString &dir) const
+ResolvedFile FakeEngine::resolvedFile(const ComposeTarget &target) const
 {
-    const ComposeCheck check = checkCompose(dir);
+    const ComposeCheck check = checkCompose(target);
     QString written;
-    for (const QString &path : Docker::composeFiles(dir)) {
+    const QStringList recorded = target.existingFiles();
+    for (const QString &path : recorded.isEmpty() ? Docker::composeFiles(target.dir) : recorded) {
         QFile f(path);
         if (f.open(QIODevice::ReadOnly))
             written += QString::fromUtf8(f.readAll());
     }
-    const auto dotEnvValues = Docker::dotEnvIn(dir);
+    const auto dotEnvValues = Docker::dotEnvIn(target.dir);
     QMutexLocker lock(&m_mutex);
-    return {check.valid ? m_resolvedTexts.value(dir, written) : check.message, check.valid, Docker::composeVariables(written, {}, dotEnvValues)};
+    return {check.valid ? m_resolvedTexts.value(target.dir, written) : check.message, check.valid, Docker::composeVariables(written, {}, dotEnvValues)};
 }
 
 void FakeEngine::setProgress(EngineAction::Kind kind, const QStringList &lines)
@@ -567,6 +578,17 @@ void FakeEngine::perform(const EngineAction &action, const OptRuntime &runtime, 
     apply(action, m_holdings[keyOf(runtime)]);
 }
 
+namespace {
+// Compose told the project's name finds its containers by their label; told a directory
+// alone, by the project the directory names, which here is the directory's containers.
+bool ofProject(const EngineAction &action, const Container &c)
+{
+    if (!action.project.isEmpty())
+        return c.project() == action.project;
+    return action.dir && c.workingDir() == action.dir;
+}
+}
+
 // Up makes a container for each service of the project that has none, as compose would.
 void FakeEngine::createServices(const EngineAction &action, Holdings &h) const
 {
@@ -577,17 +599,20 @@ void FakeEngine::createServices(const EngineAction &action, Holdings &h) const
         if (!action.targets.isEmpty() ? !action.targets.contains(service.name) : !service.activeWith(project->activeProfiles))
             continue;
         const bool exists = std::any_of(h.containers.cbegin(), h.containers.cend(), [&](const Container &c) {
-            return c.workingDir() == action.dir && c.labels.value(QLatin1String(Labels::service)) == service.name;
+            return ofProject(action, c) && c.labels.value(QLatin1String(Labels::service)) == service.name;
         });
         if (exists)
             continue;
-        const QString name = project->name + u'-' + service.name + QStringLiteral("-1");
+        const QString projectName = action.project.isEmpty() ? project->name : action.project;
+        const QString name = projectName + u'-' + service.name + QStringLiteral("-1");
         Container made{QStringLiteral("f%1").arg(qHash(name), 12, 16, QLatin1Char('0')), name,
-                       service.image.isEmpty() ? project->name + u'-' + service.name : service.image,
+                       service.image.isEmpty() ? projectName + u'-' + service.name : service.image,
                        QStringLiteral("running"), QStringLiteral("Up Less than a second"), {}, {}};
-        made.labels.insert(QLatin1String(Labels::project), project->name);
+        made.labels.insert(QLatin1String(Labels::project), projectName);
         made.labels.insert(QLatin1String(Labels::service), service.name);
         made.labels.insert(QLatin1String(Labels::workingDir), *action.dir);
+        if (!action.files.isEmpty())
+            made.labels.insert(QLatin1String(Labels::configFiles), action.files.join(u','));
         h.containers.append(made);
     }
 }
@@ -602,8 +627,7 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
         }
     };
     const auto inDir = [&](const Container &c) {
-        return action.dir && c.workingDir() == action.dir
-            && (action.targets.isEmpty() || action.targets.contains(c.labels.value(QLatin1String(Labels::service))));
+        return ofProject(action, c) && (action.targets.isEmpty() || action.targets.contains(c.labels.value(QLatin1String(Labels::service))));
     };
     switch (action.kind) {
     case Kind::Start:

@@ -116,7 +116,7 @@ public:
     void setDiskUsage(const std::optional<DiskUsage> &usage);
     MountMap volumeMounts(const QStringList &containerNames, const OptRuntime &runtime) const override;
     VolumeLabels volumeLabels(const QStringList &volumeNames, const OptRuntime &runtime) const override;
-    std::optional<qint64> volumeSize(const DockerVolume &volume) const override;
+    std::optional<qint64> volumeSize(const DockerVolume &volume, const OptRuntime &runtime) const override;
     // What setDetails gave for the id (or a prefix of it), else details made from the listed
     // row; none for a container the holdings do not list.
     std::optional<ContainerDetails> containerDetails(const QString &id, const OptRuntime &runtime) const override;
@@ -127,11 +127,11 @@ public:
     // Made from the holdings: the volume, its labels and size, the containers mounting it.
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
-    ComposeCheck checkCompose(const QString &dir) const override;
-    ResolvedProject composeProject(const QString &dir) const override;
+    ComposeCheck checkCompose(const ComposeTarget &target) const override;
+    ResolvedProject composeProject(const ComposeTarget &target) const override;
     // The project set for dir, every service kept; its text is compose's YAML when set.
-    ResolvedProject composeServices(const QString &dir) const override;
-    ResolvedFile resolvedFile(const QString &dir) const override;
+    ResolvedProject composeServices(const ComposeTarget &target) const override;
+    ResolvedFile resolvedFile(const ComposeTarget &target) const override;
     using Engine::perform;
     void perform(const EngineAction &action, const OptRuntime &runtime, const Watch &watch) const override;
     ExecResult exec(const QString &containerId, const QString &command, const OptRuntime &runtime, Cancel cancel) const override;

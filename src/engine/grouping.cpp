@@ -30,6 +30,8 @@ QList<ComposeProject> group(const QList<Container> &containers)
         // Containers of one project that disagree about the directory: the first one wins.
         if (!project.workingDir)
             project.workingDir = c.workingDir();
+        if (project.configFiles.isEmpty())
+            project.configFiles = c.labels.value(QString::fromLatin1(Labels::configFiles)).split(u',', Qt::SkipEmptyParts);
     }
     for (auto &p : projects)
         sortByName(p.containers);

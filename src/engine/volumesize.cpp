@@ -1,5 +1,6 @@
 #include "volumesize.h"
 
+#include <QFileInfo>
 #include <QLocale>
 
 #include <cerrno>
@@ -81,6 +82,12 @@ QStringList unarchivable(const QString &path)
             found << relative;
     }, true);
     return found;
+}
+
+bool onThisMachine(const QString &endpoint)
+{
+    const QString scheme = QStringLiteral("unix://");
+    return endpoint.startsWith(scheme) && endpoint.size() > scheme.size() && QFileInfo::exists(endpoint.mid(scheme.size()));
 }
 
 QString format(qint64 bytes)

@@ -32,8 +32,12 @@ QByteArray ProjectRegistry::encode() const
     QJsonObject root;
     for (auto it = byRuntime.cbegin(); it != byRuntime.cend(); ++it) {
         QJsonArray list;
-        for (const auto &p : it.value())
-            list.append(QJsonObject{{"name", p.name}, {"workingDir", p.workingDir}, {"services", QJsonArray::fromStringList(p.services)}});
+        for (const auto &p : it.value()) {
+            QJsonObject entry{{"name", p.name}, {"workingDir", p.workingDir}, {"services", QJsonArray::fromStringList(p.services)}};
+            if (!p.configFiles.isEmpty())
+                entry.insert("configFiles", QJsonArray::fromStringList(p.configFiles));
+            list.append(entry);
+        }
         root.insert(it.key(), list);
     }
     return QJsonDocument(root).toJson(QJsonDocument::Compact);
@@ -61,6 +65,15 @@ std::optional<ProjectRegistry> ProjectRegistry::decode(const QByteArray &bytes)
                 if (!s.isString())
                     return std::nullopt;
                 project.services.append(s.toString());
+            }
+            // Entries saved before files were remembered have none.
+            const auto files = o.value("configFiles");
+            if (!files.isUndefined() && !files.isArray())
+                return std::nullopt;
+            for (const auto &f : files.toArray()) {
+                if (!f.isString())
+                    return std::nullopt;
+                project.configFiles.append(f.toString());
             }
             list.append(project);
         }
@@ -121,12 +134,15 @@ void ProjectRegistry::record(const QList<ComposeProject> &projects, const Key &k
                 services.append(*it);
         }
         std::stable_sort(services.begin(), services.end(), Docker::codePointLess);
+        QStringList files = project.configFiles;
         if (existing >= 0) {
             if (services.isEmpty())
                 services = list[existing].services;
-            list[existing] = {project.name, dir, services};
+            if (files.isEmpty())
+                files = list[existing].configFiles;
+            list[existing] = {project.name, dir, services, files};
         } else {
-            list.append({project.name, dir, services});
+            list.append({project.name, dir, services, files});
         }
     }
     byRuntime.insert(*key, list);
@@ -170,6 +186,8 @@ QList<ComposeProject> ProjectRegistry::merge(const QList<ComposeProject> &discov
         if (k >= 0) {
             const auto &entry = known[k];
             project.serviceCount = int(entry.services.size());
+            if (project.configFiles.isEmpty())
+                project.configFiles = entry.configFiles;
             if (!project.workingDir)
                 project.workingDir = entry.workingDir;
             else if (holdsComposeFile(dirs, *project.workingDir) == false && holdsComposeFile(dirs, entry.workingDir) == true)
@@ -180,7 +198,7 @@ QList<ComposeProject> ProjectRegistry::merge(const QList<ComposeProject> &discov
     }
     for (const auto &entry : known) {
         if (!seen.contains(entry.name))
-            result.append({entry.name, entry.workingDir, {}, int(entry.services.size())});
+            result.append({entry.name, entry.workingDir, {}, int(entry.services.size()), entry.configFiles});
     }
     std::stable_sort(result.begin(), result.end(),
                      [](const ComposeProject &a, const ComposeProject &b) { return Docker::codePointLess(a.name, b.name); });

@@ -81,21 +81,37 @@ TeardownPlan plan(const ComposeProject &project, const QList<Container> &allCont
     }
     if (project.workingDir && (QFileInfo::exists(*project.workingDir) || QFileInfo(*project.workingDir).isSymLink()))
         result.workingDir = project.workingDir;
+    result.configFiles = project.configFiles;
     return result;
 }
 
+
+namespace {
+// The project as compose resolves it for the target. Without all of its recorded files, the
+// name it was started with is left out: the directory alone must then resolve to it, or
+// the directory's file is another project's.
+std::optional<ResolvedProject> resolveOwn(const Engine &engine, ComposeTarget target, const QString &project)
+{
+    if (target.existingFiles().isEmpty())
+        target.name.clear();
+    ResolvedProject resolved = engine.composeProject(target);
+    if (resolved.name != project)
+        return std::nullopt;
+    return resolved;
+}
+}
 
 VolumeOwnership ownConfiguration(const Engine &engine, const ComposeProject &project)
 {
     if (!project.workingDir)
         return {};
     try {
-        const auto resolved = engine.composeProject(*project.workingDir);
-        if (resolved.name != project.name)
+        const auto resolved = resolveOwn(engine, ComposeTarget::of(project), project.name);
+        if (!resolved)
             return {};
         VolumeOwnership own;
-        own.external = resolved.externalVolumes;
-        for (const auto &v : resolved.volumes) {
+        own.external = resolved->externalVolumes;
+        for (const auto &v : resolved->volumes) {
             if (!own.external.contains(v))
                 own.declared.append(v);
         }
@@ -105,24 +121,24 @@ VolumeOwnership ownConfiguration(const Engine &engine, const ComposeProject &pro
     }
 }
 
-bool composeDownIsOwn(const Engine &engine, const QString &dir, const QString &project)
+bool composeDownIsOwn(const Engine &engine, const ComposeTarget &target, const QString &project)
 {
-    if (!Docker::composeFile(dir))
+    if (target.existingFiles().isEmpty() && !Docker::composeFile(target.dir))
         return false;
     try {
-        return engine.composeProject(dir).name == project;
+        return resolveOwn(engine, target, project).has_value();
     } catch (const DockerError &) {
         return true;
     }
 }
 
-QMap<QString, QString> volumeSizes(const Engine &engine, const QList<DockerVolume> &volumes, const QStringList &only)
+QMap<QString, QString> volumeSizes(const Engine &engine, const QList<DockerVolume> &volumes, const QStringList &only, const OptRuntime &runtime)
 {
     QMap<QString, QString> sizes;
     for (const auto &v : volumes) {
         if (!only.contains(v.name))
             continue;
-        const auto bytes = engine.volumeSize(v);
+        const auto bytes = engine.volumeSize(v, runtime);
         if (bytes && *bytes > 0)
             sizes.insert(v.name, VolumeSize::format(*bytes));
     }
@@ -142,7 +158,7 @@ TeardownPlan assemble(const Engine &engine, const ComposeProject &project, const
     for (const auto &use : plan(project, allContainers, mounts, ownership, {}).volumes)
         touched.append(use.name);
     ownership.labels = engine.volumeLabels(touched, runtime);
-    return plan(project, allContainers, mounts, ownership, volumeSizes(engine, volumes, touched));
+    return plan(project, allContainers, mounts, ownership, volumeSizes(engine, volumes, touched, runtime));
 }
 
 } // namespace Teardown

@@ -424,6 +424,64 @@ private slots:
         }
     }
 
+    // Two projects that compose, asked from their directory alone, would call by the
+    // directory's name: "shop", started with -p in a folder of another name, and one started
+    // with -f from a folder whose own compose.yaml defines another service. Each is stopped,
+    // recreated and taken down as itself, and the project the folder itself names, running
+    // beside them, is never touched.
+    void composeActsOnTheProjectAsStarted()
+    {
+        using Kind = EngineAction::Kind;
+        const QString shop = uniqueName("kt-shop-");
+        ComposeDir shopDir(sleeperCompose("app"));
+        ComposeDir prodDir(sleeperCompose("app"));
+        writeFile(prodDir.dir.filePath("compose.prod.yml"), sleeperCompose("prod"));
+        const QString namesake = e.composeProject(shopDir.path()).name, prod = e.composeProject(prodDir.path()).name;
+        QVERIFY(namesake != shop);
+        const auto cleanup = qScopeGuard([&] {
+            for (const QString &name : {shop, namesake, prod})
+                docker({"compose", "-p", name, "down", "-v", "-t", "0"});
+        });
+        QCOMPARE(docker({"compose", "-p", shop, "up", "-d"}, shopDir.path()).status, 0);
+        QCOMPARE(docker({"compose", "up", "-d"}, shopDir.path()).status, 0);
+        QCOMPARE(docker({"compose", "-f", "compose.prod.yml", "up", "-d"}, prodDir.path()).status, 0);
+
+        // Service and state of each container, by project.
+        const auto states = [&] {
+            QMap<QString, QStringList> seen;
+            for (const ComposeProject &p : Docker::group(e.containers({}))) {
+                for (const Container &c : p.containers)
+                    seen[p.name] << c.labels.value(Labels::service) + ":" + c.state;
+            }
+            return seen;
+        };
+        const auto project = [&](const QString &name) {
+            for (const ComposeProject &p : Docker::group(e.containers({}))) {
+                if (p.name == name)
+                    return p;
+            }
+            return ComposeProject{name, std::nullopt, {}, 0};
+        };
+        const QString namesakeId = project(namesake).containers.value(0).id;
+        const ComposeProject shopProject = project(shop), prodProject = project(prod);
+        QCOMPARE(shopProject.configFiles, QStringList{shopDir.dir.filePath("compose.yaml")});
+        QCOMPARE(prodProject.configFiles, QStringList{prodDir.dir.filePath("compose.prod.yml")});
+        QCOMPARE(e.composeProject(ComposeTarget::of(shopProject)).name, shop);
+        QCOMPARE(e.composeServices(ComposeTarget::of(prodProject)).services, QStringList{"prod"});
+
+        for (const ComposeProject &p : {shopProject, prodProject}) {
+            const QString service = p.name == shop ? "app" : "prod";
+            e.perform(EngineAction::compose(Kind::ComposeStop, p), {});
+            QCOMPARE(states().value(p.name), QStringList{service + ":exited"});
+            e.perform(EngineAction::compose(Kind::ComposeRecreate, p, {service}), {});
+            QCOMPARE(states().value(p.name), QStringList{service + ":running"});
+            e.perform(EngineAction::compose(Kind::ComposeDown, p), {});
+            QVERIFY(!states().contains(p.name));
+        }
+        QCOMPARE(states().value(namesake), QStringList{"app:running"});
+        QCOMPARE(project(namesake).containers.value(0).id, namesakeId);
+    }
+
     void runtimesFromRealContexts()
     {
         const QString missing = uniqueName("kt-missing-"), tcp = uniqueName("kt-tcp-");

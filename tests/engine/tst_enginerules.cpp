@@ -216,6 +216,12 @@ private slots:
 
         const auto hyphen = Docker::group({box("x-1", "running", {{Labels::project, "x"}, {Labels::workingDirHyphen, "/x"}})});
         QCOMPARE(hyphen.first().workingDir, std::optional<QString>("/x"));
+
+        // The files it was started with, from the first container that tells.
+        const auto started = Docker::group({box("s-1", "running", {{Labels::project, "s"}}),
+                                            box("s-2", "running", {{Labels::project, "s"}, {Labels::configFiles, "/p/compose.yaml,/p/compose.prod.yml"}}),
+                                            box("s-3", "running", {{Labels::project, "s"}, {Labels::configFiles, "/q/compose.yaml"}})});
+        QCOMPARE(started.first().configFiles, QStringList({"/p/compose.yaml", "/p/compose.prod.yml"}));
     }
 
     void sortingIsStableCodePointOrder()
@@ -337,7 +343,7 @@ private slots:
         QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("docker-compose.yml"));
         writeFile(dir.filePath("compose.yaml"), "services: {}\n");
         QCOMPARE(Docker::composeFile(dir.path()), std::optional<QString>("compose.yaml"));
-        QCOMPARE(CliEngine().checkCompose("/nope/missing"),
+        QCOMPARE(CliEngine().checkCompose(QStringLiteral("/nope/missing")),
                  ComposeCheck::makeInvalid("No compose file in /nope/missing — looked for compose.yaml, compose.yml, docker-compose.yaml, docker-compose.yml."));
     }
 
@@ -345,13 +351,15 @@ private slots:
     {
         QTest::addColumn<QString>("endpoint");
         QTest::addColumn<bool>("reachable");
-        QTest::newRow("existing socket") << "unix://@SOCK" << true;
-        QTest::newRow("missing path") << "unix:///nope/docker.sock" << false;
-        QTest::newRow("dangling link") << "unix://@DANGLING" << false;
-        QTest::newRow("bare scheme") << "unix://" << false;
-        QTest::newRow("ssh") << "ssh://me@build-host" << true;
-        QTest::newRow("tcp") << "tcp://10.0.0.2:2375" << true;
-        QTest::newRow("empty") << "" << true;
+        // Whether the paths its engine reports, such as a volume's, are on this machine's disk.
+        QTest::addColumn<bool>("here");
+        QTest::newRow("existing socket") << "unix://@SOCK" << true << true;
+        QTest::newRow("missing path") << "unix:///nope/docker.sock" << false << false;
+        QTest::newRow("dangling link") << "unix://@DANGLING" << false << false;
+        QTest::newRow("bare scheme") << "unix://" << false << false;
+        QTest::newRow("ssh") << "ssh://me@build-host" << true << false;
+        QTest::newRow("tcp") << "tcp://10.0.0.2:2375" << true << false;
+        QTest::newRow("empty") << "" << true << false;
     }
     void reachability()
     {
@@ -361,6 +369,7 @@ private slots:
         QFile::link(dir.filePath("gone"), dir.filePath("dangling"));
         endpoint.replace("@SOCK", dir.filePath("d.sock")).replace("@DANGLING", dir.filePath("dangling"));
         QTEST(Docker::endpointReachable(endpoint), "reachable");
+        QTEST(VolumeSize::onThisMachine(endpoint), "here");
     }
 
     void runtimeList()
@@ -415,6 +424,47 @@ private slots:
         QCOMPARE(Docker::runtimeNamed("apple-container"),
                  Runtime::socket("apple-container", "/opt/homebrew/var/run/socktainer/.socktainer/container.sock"));
         QCOMPARE(Docker::runtimeNamed("--shot"), Runtime::context("--shot"));
+    }
+
+    // A project is told to compose as it was started: its recorded name, and its recorded
+    // files while every one of them is still there. "@" is a folder holding compose.yaml and
+    // compose.prod.yml.
+    void composeCommandLines_data()
+    {
+        using Kind = EngineAction::Kind;
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QStringList>("services");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("started with -p, no file recorded") << int(Kind::ComposeStop) << "shop" << QStringList{} << QStringList{"web"}
+                                                           << "compose -p shop stop web";
+        QTest::newRow("started with -f") << int(Kind::ComposeRecreate) << "p" << QStringList{"@/compose.prod.yml"} << QStringList{"web"}
+                                         << "compose -p p -f @/compose.prod.yml --progress plain up -d --no-deps web";
+        QTest::newRow("two files, in their order") << int(Kind::ComposePull) << "shop" << QStringList{"@/compose.yaml", "@/compose.prod.yml"} << QStringList{}
+                                                   << "compose -p shop -f @/compose.yaml -f @/compose.prod.yml --progress plain pull --ignore-pull-failures --ignore-buildable";
+        QTest::newRow("a recorded file gone: none of them") << int(Kind::ComposeRestart) << "shop" << QStringList{"@/compose.yaml", "@/gone.yml"}
+                                                            << QStringList{} << "compose -p shop restart";
+        QTest::newRow("down takes the whole project") << int(Kind::ComposeDown) << "shop" << QStringList{"@/compose.yaml"} << QStringList{"web"}
+                                                      << "compose -p shop -f @/compose.yaml down";
+        QTest::newRow("a directory never started") << int(Kind::ComposeUp) << "" << QStringList{} << QStringList{} << "compose --progress plain up -d";
+    }
+    void composeCommandLines()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, name);
+        QFETCH(QStringList, files);
+        QFETCH(QStringList, services);
+        QFETCH(QString, expected);
+        QTemporaryDir dir;
+        writeFile(dir.filePath("compose.yaml"), "services: {}\n");
+        writeFile(dir.filePath("compose.prod.yml"), "services: {}\n");
+        files.replaceInStrings("@", dir.path());
+        ComposeProject project{name, dir.path(), {}, 0, files};
+        const EngineAction action = name.isEmpty() ? EngineAction::compose(EngineAction::Kind(kind), dir.path(), services)
+                                                   : EngineAction::compose(EngineAction::Kind(kind), project, services);
+        QCOMPARE(action.dir, std::optional(dir.path()));
+        QCOMPARE(CliEngine::arguments(action).join(' ').replace(dir.path(), "@"), expected);
     }
 
     void readingAnEvent_data()

@@ -254,7 +254,7 @@ private slots:
         QVERIFY(!follower.running());
         QCOMPARE(CliEngine::logArguments({m_web, true}), QStringList({"logs", "-f", "--tail", "300", "--timestamps", "abc123"}));
         QCOMPARE(CliEngine::logArguments({ComposeProject{"shop", "/srv/shop", {}, 1}, false}),
-                 QStringList({"compose", "logs", "-f", "--tail", "300"}));
+                 QStringList({"compose", "-p", "shop", "logs", "-f", "--tail", "300"}));
     }
 
     void transcriptEntry_data()

@@ -46,11 +46,14 @@ private slots:
         ProjectRegistry r;
         r.add({"shop", "/srv/shop", {"db", "web"}}, def);
         const DirectoryMap moved{{"/srv/shop", {}}, {"/srv/shop2", {true, true}}};
-        r.record({grouped({member("shop", "shop-x", {}, "/srv/shop2")})}, def, moved);
-        QCOMPARE(r.projects(def), (QList<KnownProject>{{"shop", "/srv/shop2", {"db", "web"}}}));
+        Container started = member("shop", "shop-x", {}, "/srv/shop2");
+        started.labels.insert(Labels::configFiles, "/srv/shop2/compose.yaml,/srv/shop2/prod.yml");
+        r.record({grouped({started})}, def, moved);
+        QCOMPARE(r.projects(def), (QList<KnownProject>{{"shop", "/srv/shop2", {"db", "web"}, {"/srv/shop2/compose.yaml", "/srv/shop2/prod.yml"}}}));
         // Duplicate service labels are kept, sorted.
         r.record({grouped({member("shop", "b", "web", "/srv/shop2"), member("shop", "a", "web", "/srv/shop2"), member("shop", "c", "B", "/srv/shop2")})}, def, moved);
         QCOMPARE(r.projects(def).first().services, QStringList({"B", "web", "web"}));
+        QCOMPARE(r.projects(def).first().configFiles, QStringList({"/srv/shop2/compose.yaml", "/srv/shop2/prod.yml"}));
     }
 
     // What the disk showed of the directory the labels name and of the one remembered: "yes"
@@ -87,7 +90,7 @@ private slots:
     void mergeFillsMissingDirectoryAndSorts()
     {
         const auto discovered = grouped({member("middle", "m-1")});
-        const QList<KnownProject> known{{"zebra", "/z", {}}, {"middle", "/remembered", {"a", "b"}}, {"alpha", "/a", {"x"}}};
+        const QList<KnownProject> known{{"zebra", "/z", {}, {"/z/compose.prod.yml"}}, {"middle", "/remembered", {"a", "b"}, {"/remembered/compose.yaml"}}, {"alpha", "/a", {"x"}}};
         const auto merged = ProjectRegistry::merge({discovered}, known, {});
         QStringList order;
         for (const auto &p : merged)
@@ -97,6 +100,9 @@ private slots:
         QCOMPARE(merged[1].serviceCount, 2);
         QCOMPARE(merged[1].containers.size(), 1);
         QCOMPARE(merged[0].serviceCount, 1);
+        // Still addressed as started, with no container left to tell, or none that tells.
+        QCOMPARE(merged[2].configFiles, QStringList({"/z/compose.prod.yml"}));
+        QCOMPARE(merged[1].configFiles, QStringList({"/remembered/compose.yaml"}));
     }
 
     void addForgetAndMissingKey()
@@ -128,14 +134,16 @@ private slots:
         QCOMPARE(ProjectRegistry::load(settings), ProjectRegistry{});
         ProjectRegistry r;
         r.add({"storefront", "/tmp", {"db", "php"}}, apple);
-        r.add({"ünïcode", "/srv/x y", {}}, def);
+        r.add({"ünïcode", "/srv/x y", {}, {"/srv/x y/compose.yaml", "/srv/x y/prod.yml"}}, def);
         r.save(settings);
         settings.sync();
         QCOMPARE(settings.value("knownProjects").typeId(), QMetaType::QByteArray);
         QSettings reread(m_tmp.filePath("roundtrip.conf"), QSettings::NativeFormat);
         QCOMPARE(ProjectRegistry::load(reread), r);
+        // A project with no files recorded is saved as before they were remembered.
         QCOMPARE(reread.value("knownProjects").toByteArray(),
-                 QByteArray(R"({"apple-container":[{"name":"storefront","services":["db","php"],"workingDir":"/tmp"}],"default":[{"name":"ünïcode","services":[],"workingDir":"/srv/x y"}]})"));
+                 QByteArray(R"({"apple-container":[{"name":"storefront","services":["db","php"],"workingDir":"/tmp"}],)"
+                            R"("default":[{"configFiles":["/srv/x y/compose.yaml","/srv/x y/prod.yml"],"name":"ünïcode","services":[],"workingDir":"/srv/x y"}]})"));
     }
 
     void undecodableBytesArePreserved_data()
@@ -145,6 +153,7 @@ private slots:
         QTest::newRow("array") << QByteArray("[1,2]");
         QTest::newRow("entry missing a field") << QByteArray(R"({"default":[{"name":"a","services":[]}]})");
         QTest::newRow("service not a string") << QByteArray(R"({"default":[{"name":"a","workingDir":"/a","services":[1]}]})");
+        QTest::newRow("config files not a list") << QByteArray(R"({"default":[{"name":"a","workingDir":"/a","services":[],"configFiles":"/a/compose.yaml"}]})");
     }
     void undecodableBytesArePreserved()
     {

@@ -1,4 +1,5 @@
 #include "cliengine.h"
+#include "fakeengine.h"
 #include "teardownplan.h"
 #include "reclaimplan.h"
 #include "testsupport.h"
@@ -160,9 +161,46 @@ private slots:
         QCOMPARE(VolumeSize::allocatedBytes("/nope/gone"), std::nullopt);
 
         const QList<DockerVolume> volumes{{"data", "local", dir.path()}, {"gone", "local", "/nope/gone"}, {"other", "local", dir.path()}};
-        const auto sizes = Teardown::volumeSizes(CliEngine(), volumes, {"data", "gone"});
+        writeFile(dir.filePath("engine.sock"), "");
+        const auto sizes = Teardown::volumeSizes(CliEngine(), volumes, {"data", "gone"}, Runtime::socket("here", dir.filePath("engine.sock")));
         QCOMPARE(sizes.keys(), QStringList({"data"}));
         QCOMPARE(sizes.value("data"), VolumeSize::format(*bytes));
+        // Another machine's engine names a path that may well exist here, holding something else.
+        QCOMPARE(Teardown::volumeSizes(CliEngine(), volumes, {"data"}, Runtime::socket("elsewhere", "/nope/engine.sock")), (QMap<QString, QString>{}));
+    }
+
+    // The project "shop", started from a folder whose own name compose would give it as
+    // "folder"; its files recorded or not, and still there or not.
+    void declarationsComeFromTheProjectAsStarted_data()
+    {
+        QTest::addColumn<QString>("resolvesAs");   // the folder's name for the project, alone
+        QTest::addColumn<QStringList>("recorded");
+        QTest::addColumn<bool>("declared");
+        QTest::newRow("started with -p, its file recorded") << "folder" << QStringList{"compose.yaml"} << true;
+        QTest::newRow("started with -f and -p") << "folder" << QStringList{"compose.prod.yml"} << true;
+        QTest::newRow("a recorded file gone: the folder is another project") << "folder" << QStringList{"compose.prod.yml", "gone.yml"} << false;
+        QTest::newRow("nothing recorded: the folder is another project") << "folder" << QStringList{} << false;
+        QTest::newRow("nothing recorded, the folder's own project") << "shop" << QStringList{} << true;
+    }
+    void declarationsComeFromTheProjectAsStarted()
+    {
+        QFETCH(QString, resolvesAs);
+        QFETCH(QStringList, recorded);
+        QFETCH(bool, declared);
+        QTemporaryDir dir;
+        writeFile(dir.filePath("compose.yaml"), "services: {}\n");
+        writeFile(dir.filePath("compose.prod.yml"), "services: {}\n");
+        for (QString &file : recorded)
+            file = dir.filePath(file);
+        FakeEngine engine;
+        engine.setComposeProject(dir.path(), {resolvesAs, {"web"}, {"data", "ext"}, {"ext"}});
+        const ComposeProject shop{"shop", dir.path(), {}, 1, recorded};
+        const VolumeOwnership own = Teardown::ownConfiguration(engine, shop);
+        QCOMPARE(own.declared, declared ? QStringList{"data"} : QStringList{});
+        QCOMPARE(own.external, declared ? QStringList{"ext"} : QStringList{});
+        const TeardownPlan plan = Teardown::plan(shop, {}, {}, own, {});
+        QCOMPARE(plan.target(), ComposeTarget(dir.path(), "shop", recorded));
+        QCOMPARE(Teardown::composeDownIsOwn(engine, plan.target(), "shop"), declared);
     }
 };
 
