@@ -1,4 +1,5 @@
 #include "actions.h"
+#include "category.h"
 #include "appstore.h"
 #include "detailsstate.h"
 #include "desktop.h"
@@ -77,10 +78,13 @@ private slots:
     void staleLineComesAndGoes();
     void screenReaderReadsTheWindow();
     void detailsSheetFromTheKeyboard();
+    void runtimeChangesUnderEveryViewAndSheet_data();
+    void runtimeChangesUnderEveryViewAndSheet();
     void orcaSaysWhatTheKeyboardReaches();
 
 private:
     QQuickItem *activeControl() const;
+    QStringList openSheets() const;
     QJsonObject readAloud(const QString &mode);
 
     // The accessibility bus a screen reader would listen on, private to the test.
@@ -367,6 +371,95 @@ void TestMainWindow::detailsSheetFromTheKeyboard()
     QVERIFY(QJsonDocument(readAloud(QStringLiteral("texts"))).toJson().contains("POSTGRES_PASSWORD: correct-horse-battery"));
     QTest::keyClick(m_window, Qt::Key_Escape);
     QTRY_VERIFY(!m_window->findChild<QObject *>(QStringLiteral("detailsSheet"))->property("visible").toBool());
+}
+
+QStringList TestMainWindow::openSheets() const
+{
+    QStringList open;
+    for (QObject *o : m_window->findChildren<QObject *>()) {
+        if (o->inherits("QQuickPopup") && o->property("opened").toBool())
+            open << (o->objectName().isEmpty() ? QString::fromLatin1(o->metaObject()->className()).section(u'_', 0, 0) : o->objectName());
+    }
+    return open;
+}
+
+void TestMainWindow::runtimeChangesUnderEveryViewAndSheet_data()
+{
+    QTest::addColumn<int>("category");
+    QTest::addColumn<int>("verb");
+    QTest::addColumn<QString>("subject");
+    struct Sheet {
+        const char *name;
+        int verb;
+        const char *subject;
+    };
+    const Sheet sheets[] = {
+        {"no sheet", -1, ""},
+        {"logs", Verb::ContainerLogs, "8c2d4e6f1a22"},
+        {"details", Verb::Details, "8c2d4e6f1a22"},
+        {"console", Verb::Console, "8c2d4e6f1a22"},
+        {"commit", Verb::Commit, "8c2d4e6f1a22"},
+        {"project deletion", Verb::DeleteProject, "storefront"},
+        {"compose file", Verb::ShowComposeFile, "storefront"},
+        {"down", Verb::Down, "storefront"},
+        {"volume removal", Verb::RemoveVolume, "notes_data"},
+        {"prune", Verb::PruneImages, ""},
+        {"reclaim", Verb::Reclaim, ""},
+    };
+    for (Category c : Categories::shown) {
+        for (const Sheet &s : sheets)
+            QTest::addRow("%s, %s", qPrintable(Categories::label(c)), s.name) << int(c) << s.verb << QString::fromLatin1(s.subject);
+    }
+}
+
+// A pick in the runtime picker, then the engine picked going away and the store's detour to
+// the other one, with each view shown and each sheet open over it: each empties the lists
+// and the disk report under whatever shows them.
+void TestMainWindow::runtimeChangesUnderEveryViewAndSheet()
+{
+    QFETCH(int, category);
+    QFETCH(int, verb);
+    QFETCH(QString, subject);
+    const QString staging = QStringLiteral("staging"), local = QStringLiteral("default");
+    m_engine->setReachable(staging, true);
+    m_shell->setCategory(category);
+    const bool disk = category == int(Category::Disk);
+    // Each change is polished and drawn before the next: a layout still holding what went
+    // away falls over there, not in the change itself.
+    const auto drawn = [&] { return !m_window->grabWindow().isNull(); };
+    const auto settled = [&] {
+        return !m_store->scheduler().listing(m_store->runtime()) && m_shell->sectionCount() > 0
+            && (!disk || (m_shell->disk()->hasReport() && !m_shell->disk()->reading()));
+    };
+    QTRY_VERIFY(settled());
+    if (verb >= 0) {
+        m_session->actions().perform(Verb::Kind(verb), subject);
+        QTRY_COMPARE(openSheets().size(), 1);
+    }
+
+    // What the picker does with its row.
+    int row = 0;
+    while (m_shell->runtimes()->runtimeAt(row) != Runtime::context(staging))
+        ++row;
+    m_shell->selectRuntime(row);
+    QCOMPARE(m_store->runtime()->name, staging);
+    QVERIFY(drawn());
+    QTRY_VERIFY(settled());
+    QVERIFY(drawn());
+
+    const QString gone = QStringLiteral("Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?");
+    m_engine->setReachable(staging, false);
+    for (FakeEngine::Call call : {FakeEngine::Call::Listing, FakeEngine::Call::Images, FakeEngine::Call::Volumes, FakeEngine::Call::Networks,
+                                  FakeEngine::Call::Inspection})
+        m_engine->failWith(call, gone, staging);
+    if (disk)
+        m_shell->disk()->read();
+    m_store->refresh();
+    QTRY_COMPARE(m_store->runtime()->name, local);
+    QVERIFY(drawn());
+    QTRY_VERIFY(settled());
+    QVERIFY(!m_shell->disk()->failed());
+    QVERIFY(drawn());
 }
 
 // Orca itself, walking the window by keyboard: its debug log has every utterance as

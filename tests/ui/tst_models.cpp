@@ -207,7 +207,8 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
     // Every model the views read, watched from before its first rows.
     std::vector<std::unique_ptr<QAbstractItemModelTester>> testers;
     for (QAbstractItemModel *m : std::initializer_list<QAbstractItemModel *>{shell.containers(), shell.projects(), shell.images(),
-                                                                            shell.volumes(), shell.runtimes(), &tools})
+                                                                            shell.volumes(), shell.runtimes(), &tools,
+                                                                            shell.disk()->items(), shell.disk()->tiles()})
         testers.push_back(std::make_unique<QAbstractItemModelTester>(m, QAbstractItemModelTester::FailureReportingMode::QtTest));
     Tool docker{QStringLiteral("docker"), QStringLiteral("Docker CLI")};
     Tool compose{QStringLiteral("compose"), QStringLiteral("Docker Compose")};
@@ -257,6 +258,21 @@ void TestModels::unchangedPollThroughTheStoreEmitsNothing()
     QCOMPARE(ids(*next.containers()), (QStringList{"a", "c", "b"}));
     next.setCategory(int(Category::Images));
     QCOMPARE(next.sortChoices().value(next.sortIndex()), "As listed");
+
+    // A disk report read, or one emptied by a change of runtime, changes what the tiles say;
+    // the tiles themselves stay, since a layout holds them.
+    DiskTileModel *tiles = shell.disk()->tiles();
+    QCOMPARE(tiles->count(), 4);
+    Spies told(tiles);
+    DiskUsage usage;
+    usage.volumes = {{QStringLiteral("v1"), 4096, 1}};
+    shell.disk()->show(usage, QDateTime::currentDateTime());
+    QCOMPARE(tiles->index(2).data(DiskTileModel::DetailRole).toString(), QStringLiteral("1 volume · 1 mounted"));
+    emit store.runtimeChanged();
+    QCOMPARE(tiles->index(2).data(DiskTileModel::TotalRole).toString(), QStringLiteral("—"));
+    QCOMPARE(tiles->index(2).data(DiskTileModel::DetailRole).toString(), QString());
+    QCOMPARE(told.total(), told.changed.size());
+    QVERIFY(told.changed.size() >= 2);
 }
 
 QTEST_GUILESS_MAIN(TestModels)

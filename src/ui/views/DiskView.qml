@@ -64,7 +64,13 @@ ColumnLayout {
             Rectangle {
                 id: tile
 
-                required property var modelData
+                required property string title
+                required property string iconName
+                required property string total
+                required property string detail
+                required property string reclaimable
+                required property string spoken
+                required property string description
 
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
@@ -74,8 +80,8 @@ ColumnLayout {
                 border.width: 1
                 border.color: Theme.line
                 Accessible.role: Accessible.StaticText
-                Accessible.name: modelData.title + ", " + modelData.total
-                Accessible.description: [modelData.detail, modelData.reclaimable].filter(t => t !== "").join(", ")
+                Accessible.name: spoken
+                Accessible.description: description
 
                 ColumnLayout {
                     id: tileColumn
@@ -88,26 +94,26 @@ ColumnLayout {
                         spacing: 7
 
                         KorIcon {
-                            name: tile.modelData.icon
+                            name: tile.iconName
                             tint: Theme.muted
                             size: 14
                         }
                         Text {
                             Layout.fillWidth: true
-                            text: tile.modelData.title
+                            text: tile.title
                             color: Theme.muted
                             font: Theme.varied("Inter", 500, 12)
                             elide: Text.ElideRight
                         }
                     }
                     Text {
-                        text: tile.modelData.total
+                        text: tile.total
                         color: Theme.ink
                         font: Theme.varied("Space Grotesk", 600, 20)
                     }
                     Text {
                         Layout.fillWidth: true
-                        text: tile.modelData.detail
+                        text: tile.detail
                         color: Theme.muted
                         font: Theme.varied("Inter", 400, 11.5)
                         wrapMode: Text.Wrap
@@ -117,7 +123,7 @@ ColumnLayout {
                     Text {
                         Layout.fillWidth: true
                         visible: text !== ""
-                        text: tile.modelData.reclaimable
+                        text: tile.reclaimable
                         color: Theme.inkSoft
                         font: Theme.varied("Inter", 500, 11.5)
                         elide: Text.ElideRight

@@ -3,7 +3,6 @@
 #include "appstore.h"
 
 #include <QLocale>
-#include <QVariantMap>
 
 DiskPanel::DiskPanel(AppStore *store, QObject *parent) : QObject(parent), m_store(store)
 {
@@ -26,16 +25,7 @@ DiskPanel::DiskPanel(AppStore *store, QObject *parent) : QObject(parent), m_stor
         if (m_shown)
             read();
     });
-}
-
-QVariantList DiskPanel::tiles() const
-{
-    QVariantList list;
-    for (const DiskText::Tile &t : DiskText::tiles(m_usage.value_or(DiskUsage{}))) {
-        list.append(QVariantMap{{QStringLiteral("title"), t.title}, {QStringLiteral("icon"), t.icon}, {QStringLiteral("total"), m_usage ? t.total : QStringLiteral("—")},
-                                {QStringLiteral("detail"), m_usage ? t.detail : QString()}, {QStringLiteral("reclaimable"), t.reclaimable}});
-    }
-    return list;
+    present();
 }
 
 QString DiskPanel::status() const
@@ -111,5 +101,14 @@ void DiskPanel::present()
         });
     }
     m_items.setRows(rows, largest);
+    QList<DiskText::Tile> tiles = DiskText::tiles(m_usage.value_or(DiskUsage{}));
+    if (!m_usage) {
+        // Nothing read yet: a tile says so rather than counting nothing.
+        for (DiskText::Tile &t : tiles) {
+            t.total = QStringLiteral("—");
+            t.detail.clear();
+        }
+    }
+    m_tiles.setTiles(tiles);
     emit readChanged();
 }

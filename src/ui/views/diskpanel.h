@@ -1,12 +1,12 @@
 #pragma once
 
 #include "diskmodel.h"
+#include "disktilemodel.h"
 #include "diskusage.h"
 
 #include <QDateTime>
 #include <QObject>
 #include <QTimer>
-#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 #include <optional>
 
@@ -19,7 +19,7 @@ class DiskPanel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The shell makes the disk panel")
     Q_PROPERTY(DiskModel *items READ items CONSTANT)
-    Q_PROPERTY(QVariantList tiles READ tiles NOTIFY readChanged)
+    Q_PROPERTY(DiskTileModel *tiles READ tiles CONSTANT)
     Q_PROPERTY(bool reading READ reading NOTIFY readChanged)
     Q_PROPERTY(bool hasReport READ hasReport NOTIFY readChanged)
     // "Read at 14:05", "Reading where the disk goes…", or why it could not be read.
@@ -31,7 +31,8 @@ public:
 
     DiskModel *items() { return &m_items; }
     const DiskModel *items() const { return &m_items; }
-    QVariantList tiles() const;
+    DiskTileModel *tiles() { return &m_tiles; }
+    const DiskTileModel *tiles() const { return &m_tiles; }
     bool reading() const { return m_reading; }
     bool hasReport() const { return m_usage.has_value(); }
     QString status() const;
@@ -53,6 +54,7 @@ private:
 
     AppStore *m_store;
     DiskModel m_items;
+    DiskTileModel m_tiles;
     std::optional<DiskUsage> m_usage;
     QDateTime m_readAt;
     QString m_error;
