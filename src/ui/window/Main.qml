@@ -184,13 +184,32 @@ ApplicationWindow {
             onPicked: category => window.shell.category = category
         }
 
-        ColumnLayout {
+        // Tab goes from the library to the list it opens, then to the toolbar and the banners
+        // above the list. Tab follows the tree, so the column's items sit in that order and
+        // their rows put them back where they are seen.
+        GridLayout {
             SplitView.fillWidth: true
-            spacing: 0
+            columns: 1
+            rowSpacing: 0
 
+            SectionView {
+                Layout.row: 3
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                Layout.topMargin: 4
+                shell: window.shell
+                store: window.store
+                onContainerAction: (verb, id, detail) => window.actions.perform(verb, id, detail)
+                onProjectAction: (verb, name, detail) => window.actions.perform(verb, name, detail)
+                onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
+                onVolumeAction: (verb, name) => window.actions.perform(verb, name)
+                onNetworkAction: (verb, name) => window.actions.perform(verb, name)
+                onDiskAction: verb => window.actions.perform(verb, "")
+            }
             Toolbar {
                 id: toolbar
 
+                Layout.row: 0
                 Layout.fillWidth: true
                 title: window.shell.categoryLabel
                 count: window.shell.categoryCount
@@ -209,6 +228,7 @@ ApplicationWindow {
             }
             StaleLine {
                 objectName: "staleLine"
+                Layout.row: 1
                 Layout.fillWidth: true
                 Layout.leftMargin: 18
                 Layout.rightMargin: 16
@@ -216,6 +236,7 @@ ApplicationWindow {
                 text: window.shell.staleText
             }
             Banners {
+                Layout.row: 2
                 Layout.fillWidth: true
                 Layout.leftMargin: 16
                 Layout.rightMargin: 16
@@ -227,19 +248,6 @@ ApplicationWindow {
                 onDismissNotice: window.store.dismissNotice()
                 onDismissUpdate: window.toolchain.dismissNotice()
                 onOpenSettings: window.openSettings()
-            }
-            SectionView {
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-                Layout.topMargin: 4
-                shell: window.shell
-                store: window.store
-                onContainerAction: (verb, id, detail) => window.actions.perform(verb, id, detail)
-                onProjectAction: (verb, name, detail) => window.actions.perform(verb, name, detail)
-                onImageAction: (verb, id, reference) => window.actions.perform(verb, id, reference)
-                onVolumeAction: (verb, name) => window.actions.perform(verb, name)
-                onNetworkAction: (verb, name) => window.actions.perform(verb, name)
-                onDiskAction: verb => window.actions.perform(verb, "")
             }
         }
     }

@@ -3,7 +3,8 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Korvat
 
-// One sidebar row: a section's icon, label and row count.
+// One sidebar row: a section's icon, label and row count. The sidebar, not the row, is the
+// Tab stop.
 T.AbstractButton {
     id: control
 
@@ -16,7 +17,7 @@ T.AbstractButton {
 
     implicitWidth: 180
     implicitHeight: 30
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: Qt.ClickFocus
     hoverEnabled: true
     checkable: false
 

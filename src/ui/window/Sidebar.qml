@@ -5,7 +5,8 @@ import QtQuick.Templates as T
 import Korvat
 
 // The library: one row per section with its count, and the running and stopped counters,
-// which lead to the disk view.
+// which lead to the disk view. It is one Tab stop, as a list is: the arrows and Home/End walk
+// the sections (the counters last), Enter or Space picks the one the keyboard is on.
 Rectangle {
     id: root
 
@@ -18,7 +19,64 @@ Rectangle {
 
     signal picked(int category)
 
+    // The sections in reading order, the counters last.
+    function stops(): list<Item> {
+        const all = [];
+        for (let i = 0; i < sections.count; ++i)
+            all.push(sections.itemAt(i));
+        all.push(footer);
+        return all;
+    }
+
+    function go(move: int) {
+        const all = root.stops();
+        let at = all.findIndex(stop => stop.activeFocus);
+        // Tab in lands on the section shown.
+        if (at < 0)
+            at = all.findIndex(stop => stop.current);
+        const next = ListKeys.step(all.map(() => 0), true, Qt.point(Math.max(at, 0), -1), move, all.length);
+        if (next.x >= 0)
+            all[next.x].forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    function leave(forward: bool) {
+        const next = root.nextItemInFocusChain(forward);
+        if (next !== null && next !== root)
+            next.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason);
+    }
+
     color: Theme.chrome
+    activeFocusOnTab: true
+    Accessible.role: Accessible.PageTabList
+    Accessible.name: "Library"
+
+    onActiveFocusChanged: {
+        if (root.activeFocus)
+            root.go(ListKeys.Here);
+    }
+    // The sections hold the keyboard by themselves; what they leave to their parents comes here.
+    Keys.onPressed: event => {
+        switch (event.key) {
+        case Qt.Key_Up: root.go(ListKeys.Up); break;
+        case Qt.Key_Down: root.go(ListKeys.Down); break;
+        case Qt.Key_Home: root.go(ListKeys.Home); break;
+        case Qt.Key_End: root.go(ListKeys.End); break;
+        // A section would hand Backtab to this item, which would hand it straight back.
+        case Qt.Key_Tab: root.leave(true); break;
+        case Qt.Key_Backtab: root.leave(false); break;
+        case Qt.Key_Return:
+        case Qt.Key_Enter: {
+            const stop = root.stops().find(s => s.activeFocus);
+            if (stop === undefined)
+                return;
+            stop.clicked();
+            break;
+        }
+        default:
+            return;
+        }
+        event.accepted = true;
+    }
 
     ColumnLayout {
         anchors.fill: parent
@@ -41,6 +99,8 @@ Rectangle {
             caption: "Library"
         }
         Repeater {
+            id: sections
+
             model: root.categories
 
             NavItem {
@@ -77,7 +137,7 @@ Rectangle {
             implicitHeight: implicitContentHeight + topPadding + bottomPadding
             topPadding: 7
             bottomPadding: 7
-            focusPolicy: Qt.StrongFocus
+            focusPolicy: Qt.ClickFocus
             hoverEnabled: true
             Accessible.role: Accessible.PageTab
             Accessible.name: "Disk, " + root.runningText.toLowerCase() + ", " + root.stoppedText.toLowerCase()

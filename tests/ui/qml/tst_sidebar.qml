@@ -70,4 +70,32 @@ TestCase {
         compare(second.category, 2);
         compare(second.categoryLabel, "Images");
     }
+
+    // The sidebar is one stop: Tab lands on the section shown, the arrows and Home/End walk
+    // the sections and then the disk counters without picking, Enter and Space pick.
+    function test_keyboard_data() {
+        return [
+            { tag: "tab lands on the section shown", shown: 2, keys: [], focused: 2, picked: 2 },
+            { tag: "down walks without picking", shown: 0, keys: [Qt.Key_Down, Qt.Key_Down], focused: 2, picked: 0 },
+            { tag: "up stops at the first", shown: 1, keys: [Qt.Key_Up, Qt.Key_Up], focused: 0, picked: 1 },
+            { tag: "the counters come last", shown: 4, keys: [Qt.Key_Down, Qt.Key_Down], focused: 5, picked: 4 },
+            { tag: "home and end", shown: 3, keys: [Qt.Key_End, Qt.Key_Home], focused: 0, picked: 3 },
+            { tag: "enter picks", shown: 0, keys: [Qt.Key_Down, Qt.Key_Return], focused: 1, picked: 1 },
+            { tag: "space picks the counters", shown: 1, keys: [Qt.Key_End, Qt.Key_Space], focused: 5, picked: 5 },
+        ];
+    }
+
+    function test_keyboard(data) {
+        const shell = Fixtures.shell("keys");
+        shell.category = data.shown;
+        const s = createTemporaryObject(sidebar, testCase, { shell: shell });
+        const stops = navItems(s).concat([findChild(s, "diskFooter")]);
+        s.forceActiveFocus(Qt.TabFocusReason);
+        for (const key of data.keys)
+            keyClick(key);
+        compare(stops.findIndex(stop => stop.activeFocus), data.focused);
+        verify(stops[data.focused].visualFocus);
+        compare(shell.category, data.picked);
+        compare(stops.findIndex(stop => stop.current), data.picked);
+    }
 }
