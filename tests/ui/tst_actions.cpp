@@ -295,8 +295,9 @@ void TestActions::deletionBacksUpEveryVolumeFirst()
 }
 
 // One inspect when the sheet opens, one more per event of that container while it is open,
-// none after; secrets masked until shown, for a screen reader and in the inspect document's
-// find, copy and save too; a removal keeps what was shown and says so.
+// none after, each of the engine it was opened on; secrets masked until shown, for a screen
+// reader and in the inspect document's find, copy and save too; a removal keeps what was
+// shown and says so.
 void TestActions::detailsAreReadOnlyWhileOpen()
 {
     using Kind = ContainerChange::Kind;
@@ -338,9 +339,16 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     QCOMPARE(document->findStatus(), QStringLiteral("1 of 1"));
     QCOMPARE(document->plainText().trimmed(), d.document.trimmed());
 
+    // Read again from the engine it was opened on, though another one is shown by now.
+    const Runtime other = Runtime::socket(QStringLiteral("other"), QStringLiteral("/run/other.sock"));
+    m_engine->setHoldings({}, other.name);
+    m_store->select(other);
+    QSignalSpy read(inspection, &Inspection::changed);
     emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});
     emit m_store->events().containerChanged({d.id, Kind::Died, 1});
-    QTRY_COMPARE(inspection->reads(), 2);
+    QTRY_VERIFY(!read.isEmpty());
+    QCOMPARE(inspection->reads(), 2);
+    QVERIFY(!inspection->gone());
     emit m_store->events().containerChanged({d.id, Kind::Destroyed});
     QVERIFY(inspection->gone());
     QVERIFY(inspection->loaded());
