@@ -518,6 +518,20 @@ private slots:
         QCOMPARE(entry("apple-container"), RuntimeEntry{});
 
         Docker::setLaunch({});
+
+        // A volume's mountpoint is a path on its engine's machine, read here only through a
+        // context whose socket is here: the same path, named by another context, may hold
+        // anything.
+        const QString volume = uniqueName("kt-v-");
+        m_made.volumes << volume;
+        QCOMPARE(docker({"volume", "create", volume}).status, 0);
+        const QList<DockerVolume> volumes = e.volumes({});
+        const auto created = std::find_if(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) { return v.name == volume; });
+        QVERIFY(created != volumes.cend());
+        QVERIFY(e.volumeSize(*created, Runtime::context(engineContext())).has_value());
+        QVERIFY(e.volumeSize(*created, std::nullopt).has_value());
+        QCOMPARE(e.volumeSize(*created, Runtime::context(tcp)), std::nullopt);
+        QCOMPARE(e.volumeSize(*created, Runtime::context(missing)), std::nullopt);
     }
 
 };
