@@ -160,16 +160,26 @@ private slots:
         const auto tar = [&](const QStringList &args) { return QProcess::execute("tar", args) == 0; };
         QVERIFY(tar({"-C", dir.filePath("tree"), "-cf", dir.filePath("plain.tar"), "."}));
         QVERIFY(tar({"-C", dir.filePath("tree"), "-cPf", dir.filePath("escape.tar"), "a.txt", "../outside.txt"}));
+        // A link to /etc, then a file appended through it: unpacked in order, x lands in /etc.
+        QDir(dir.path()).mkpath("linked");
+        QVERIFY(QFile::link("/etc", dir.filePath("linked/link")));
+        QDir(dir.path()).mkpath("through/link");
+        write("through/link/x", "no\n");
+        QVERIFY(tar({"-C", dir.filePath("linked"), "-cf", dir.filePath("through.tar"), "link"}));
+        QVERIFY(tar({"-C", dir.filePath("through"), "-rf", dir.filePath("through.tar"), "link/x"}));
 
         e.perform(EngineAction::volumeData(Kind::RestoreVolume, plain, dir.filePath("plain.tar")), {});
         QCOMPARE(docker({"run", "--rm", "-v", plain + ":/d", engineImage(), "cat", "/d/a.txt", "/d/sub/b.txt"}).out, "alpha\nbeta\n");
-        try {
-            e.perform(EngineAction::volumeData(Kind::RestoreVolume, refused, dir.filePath("escape.tar")), {});
-            QFAIL("an archive reaching outside its folder was restored");
-        } catch (const DockerError &error) {
-            QVERIFY2(error.message().contains("../outside.txt, a path outside its own folder"), qPrintable(error.message()));
+        for (const auto &[archive, why] : {std::pair("escape.tar", "../outside.txt, a path outside its own folder"),
+                                           std::pair("through.tar", "link/x, a path through the link link it makes itself")}) {
+            try {
+                e.perform(EngineAction::volumeData(Kind::RestoreVolume, refused, dir.filePath(archive)), {});
+                QFAIL(qPrintable(QString(archive) + " was restored"));
+            } catch (const DockerError &error) {
+                QVERIFY2(error.message().contains(why), qPrintable(error.message()));
+            }
+            QCOMPARE(docker({"run", "--rm", "-v", refused + ":/d", engineImage(), "ls", "-A", "/d"}).out, QString());
         }
-        QCOMPARE(docker({"run", "--rm", "-v", refused + ":/d", engineImage(), "ls", "-A", "/d"}).out, QString());
 
         const QString mountpoint = docker({"volume", "inspect", "--format", "{{.Mountpoint}}", sockets}).out.trimmed();
         QLocalServer listening;
