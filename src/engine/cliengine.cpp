@@ -253,22 +253,50 @@ bool CliEngine::answers(const Runtime &runtime) const
     return Docker::capture({QStringLiteral("version"), QStringLiteral("--format"), QStringLiteral("{{.Server.Version}}")}, runtime, {}, wait).status == 0;
 }
 
+void CliEngine::Later::operator()(QObject *o) const
+{
+    if (o->thread() == QThread::currentThread())
+        delete o;
+    else
+        o->deleteLater();
+}
+
 void CliEngine::keep(const QList<RuntimeEntry> &inUse)
 {
-    // One kept connection at a time for now: the first remote runtime in use.
-    std::optional<RuntimeEntry> shown;
+    QMap<QString, QString> wanted;
     for (const RuntimeEntry &e : inUse) {
-        if (!e.runtime.isSocket() && Docker::sshTarget(e.endpoint)) {
-            shown = e;
-            break;
+        if (!e.runtime.isSocket() && Docker::sshTarget(e.endpoint))
+            wanted.insert(e.runtime.name, e.endpoint);
+    }
+    for (auto it = m_links.begin(); it != m_links.end();) {
+        SshLink *link = it->second.get();
+        const auto want = wanted.constFind(it->first);
+        const bool same = want != wanted.cend() && *want == link->endpoint();
+        // Out of use, a link's connection ends; one that failed for good stays, idle, so that
+        // its children still fail at once rather than log in on their own.
+        if (same || (want == wanted.cend() && link->state() == SshLink::State::Failed)) {
+            link->setInUse(same);
+            ++it;
+        } else {
+            it = m_links.erase(it);
         }
     }
-    const bool remote = shown.has_value();
-    if (m_link && remote && m_link->context() == shown->runtime.name && m_link->endpoint() == shown->endpoint)
-        return;
-    m_link.reset();
-    if (remote)
-        m_link.reset(new SshLink(shown->runtime.name, shown->endpoint));
+    for (auto it = wanted.cbegin(); it != wanted.cend(); ++it) {
+        if (!m_links.count(it.key()))
+            m_links.emplace(it.key(), std::unique_ptr<SshLink, Later>(new SshLink(it.key(), it.value())));
+    }
+}
+
+void CliEngine::retry(const Runtime &runtime)
+{
+    if (SshLink *kept = link(runtime.name); kept && !runtime.isSocket())
+        kept->retry();
+}
+
+SshLink *CliEngine::link(const QString &context) const
+{
+    const auto it = m_links.find(context);
+    return it == m_links.end() ? nullptr : it->second.get();
 }
 
 QList<Container> CliEngine::containers(const OptRuntime &runtime) const

@@ -4,6 +4,7 @@
 #include "sshlink.h"
 
 #include <QMutex>
+#include <map>
 
 // The engine reached through the docker command-line client: every operation is one docker
 // child whose output is parsed. The only code that builds a docker argument list.
@@ -21,8 +22,10 @@ public:
     bool reachable(const RuntimeEntry &entry) const override;
     bool answers(const Runtime &runtime) const override;
     void keep(const QList<RuntimeEntry> &inUse) override;
-    // The connection kept for the remote runtime shown; none for any other.
-    SshLink *link() const { return m_link.get(); }
+    void retry(const Runtime &runtime) override;
+    // The connection kept for a remote runtime in use (or one that failed for good, kept
+    // idle so that its children fail at once); none for any other. On the interface thread.
+    SshLink *link(const QString &context) const;
     QList<Container> containers(const OptRuntime &runtime) const override;
     QList<DockerImage> images(const OptRuntime &runtime) const override;
     QList<DockerVolume> volumes(const OptRuntime &runtime) const override;
@@ -57,7 +60,8 @@ private:
     std::unique_ptr<Listings> m_last;
     // Ended on its own thread, whichever thread lets the engine go last.
     struct Later {
-        void operator()(QObject *o) const { o->deleteLater(); }
+        void operator()(QObject *o) const;
     };
-    std::unique_ptr<SshLink, Later> m_link;
+    // One per remote context, by its name.
+    std::map<QString, std::unique_ptr<SshLink, Later>> m_links;
 };

@@ -80,7 +80,8 @@ std::unique_ptr<QProcess> process(const QStringList &args, const OptRuntime &run
     if (runtime && runtime->isSocket())
         env.insert(QStringLiteral("DOCKER_HOST"), QStringLiteral("unix://") + runtime->path);
     // A remote context's connections ride on the one kept for it: through its forwarded
-    // socket once there is one, else through ssh sessions multiplexed over it.
+    // socket once there is one, else through its ssh stand-in, which waits for the kept
+    // connection or fails with what it said, and never logs in by itself.
     if (runtime && !runtime->isSocket()) {
         if (!forward.isEmpty())
             env.insert(QStringLiteral("DOCKER_HOST"), forward);
@@ -268,7 +269,7 @@ void follow(const QStringList &args, const OptRuntime &runtime, const Dir &dir, 
     hand(err.finish(), true);
     if (child->exitCode() != 0) {
         message.removeAll(QString());
-        throw DockerError(message.isEmpty() ? QStringLiteral("docker exited %1").arg(child->exitCode()) : message.join(u'\n'));
+        throw DockerError(message.isEmpty() ? QStringLiteral("docker exited %1").arg(child->exitCode()) : withSshHint(message.join(u'\n')));
     }
 }
 

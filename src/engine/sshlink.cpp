@@ -6,16 +6,40 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
+#include <algorithm>
+#include <QHash>
 #include <QMap>
 #include <QMutex>
 #include <QProcess>
+#include <QSaveFile>
 #include <QStandardPaths>
 #include <QUrl>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
 namespace {
 QMutex shimsMutex;
 QMap<QString, QString> shims;
 QMap<QString, QString> forwards;
+
+// The last login to each target, whichever link made it: two contexts may name one host,
+// and a link made anew must not forget what the host said to the one before it.
+struct Login {
+    Clock::time_point began = Clock::now() - 1h;
+    bool active = false;
+    // How it failed, where it did.
+    std::optional<SshFailure> failed;
+    QString message;
+};
+QHash<QString, Login> logins;
+
+// How long a login may take before it is given up; how long, in steps of 0.2 s, a docker
+// child waits for one under way (past that deadline: it always sees the outcome); and how
+// long a question over the kept connection may take.
+constexpr auto loginDeadline = 20s;
+constexpr int childWaitSteps = 125;
+constexpr auto askDeadline = 20s;
 
 QString quoted(const QString &word)
 {
@@ -27,6 +51,17 @@ QString baseDirectory()
     // A control socket's path must stay under 108 bytes.
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     return runtime.isEmpty() || runtime.size() > 40 ? QDir::tempPath() : runtime;
+}
+
+std::chrono::milliseconds since(Clock::time_point then)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - then);
+}
+
+bool writeAtomically(const QString &path, const QByteArray &content)
+{
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
 }
 }
 
@@ -42,9 +77,11 @@ std::optional<SshTarget> sshTarget(const QString &endpoint)
 
 QString withSshHint(const QString &message)
 {
-    if (!message.contains(QLatin1String("Permission denied (publickey")))
-        return message;
-    return message + QStringLiteral("\nssh needs a passphrase for the key, or has no key this host accepts — add the key to your ssh agent (ssh-add).");
+    if (message.contains(QLatin1String("Permission denied (publickey")))
+        return message + QStringLiteral("\nssh needs a passphrase for the key, or has no key this host accepts — add the key to your ssh agent (ssh-add).");
+    if (message.contains(QLatin1String("Host key verification failed")))
+        return message + QStringLiteral("\nssh does not know this host's key, or it changed — connect once with ssh in a terminal to check it.");
+    return message;
 }
 
 QStringList sshOptions()
@@ -57,6 +94,65 @@ QStringList sshOptions()
     return options;
 }
 
+SshFailure sshFailure(const QString &message)
+{
+    // What another try cannot change without the user: the server's answer to the key,
+    // the host's key, a key that needs its passphrase, ssh's own configuration.
+    static const char *const forGood[] = {
+        "Permission denied",
+        "Too many authentication failures",
+        "Authentication failed",
+        "Host key verification failed",
+        "REMOTE HOST IDENTIFICATION HAS CHANGED",
+        "you have requested strict checking",
+        "passphrase",
+        "Unable to negotiate",
+        "Bad configuration option",
+        "Bad owner or permissions",
+        "Can't open user config file",
+    };
+    // The host took the connection and let it go before any login: ssh's words for a
+    // server that is full, or that has begun to turn this address away.
+    static const char *const dropped[] = {
+        "Connection closed by",
+        "Connection reset by",
+        "kex_exchange_identification",
+        "Received disconnect from",
+        "banner exchange",
+    };
+    const auto says = [&](const auto &list) {
+        return std::any_of(std::begin(list), std::end(list), [&](const char *words) { return message.contains(QLatin1String(words), Qt::CaseInsensitive); });
+    };
+    if (says(forGood))
+        return SshFailure::Permanent;
+    return says(dropped) ? SshFailure::Dropped : SshFailure::Transient;
+}
+
+std::chrono::milliseconds sshBackoff(int failures)
+{
+    if (failures <= 0)
+        return 0ms;
+    return std::min<std::chrono::milliseconds>(std::chrono::milliseconds(1000LL << std::min(failures - 1, 5)), 30s);
+}
+
+std::optional<std::chrono::milliseconds> sshNextLogin(SshFailure kind, int failures, std::chrono::milliseconds sinceBegan,
+                                                      std::chrono::milliseconds sinceEnded, bool asked)
+{
+    const auto atLeastZero = [](std::chrono::milliseconds wait) { return std::max(wait, std::chrono::milliseconds(0)); };
+    const auto spaced = atLeastZero(sshRefusedSpacing - sinceBegan);
+    const auto regular = atLeastZero(sshBackoff(failures) - sinceEnded);
+    switch (kind) {
+    case SshFailure::Permanent:
+        return asked ? std::optional(spaced) : std::nullopt;
+    case SshFailure::Dropped:
+        return asked ? spaced : std::max(spaced, regular);
+    case SshFailure::Transient:
+        break;
+    }
+    // Asked, a host that did not answer is tried soon, though not again within 5 s of the last.
+    return asked ? std::min(regular, atLeastZero(5s - sinceBegan)) : regular;
+}
+
 }
 
 SshLink::SshLink(const QString &context, const QString &endpoint, QObject *parent)
@@ -65,39 +161,28 @@ SshLink::SshLink(const QString &context, const QString &endpoint, QObject *paren
       m_ssh(QStandardPaths::findExecutable(QStringLiteral("ssh")))
 {
     m_retry.setSingleShot(true);
-    QObject::connect(&m_retry, &QTimer::timeout, this, &SshLink::connect);
+    QObject::connect(&m_retry, &QTimer::timeout, this, &SshLink::attempt);
+    m_deadline.setSingleShot(true);
+    QObject::connect(&m_deadline, &QTimer::timeout, this, [this] {
+        if (!m_master || m_state == State::Up)
+            return;
+        m_timedOut = true;
+        ChildProcess::kill(*m_master);
+    });
     // Without an ssh client or a place for the socket, children connect as they would
     // without Korvat.
-    if (!m_target || !m_dir.isValid() || m_ssh.isEmpty())
+    if (!m_target || !m_dir.isValid() || m_ssh.isEmpty() || !writeShim())
         return;
-    // Every connection of a child rides on the kept one; with the kept one down, ssh makes
-    // its own, as it would without Korvat.
-    QFile shim(m_dir.filePath(QStringLiteral("ssh")));
-    if (!shim.open(QIODevice::WriteOnly))
-        return;
-    QStringList words{m_ssh, QStringLiteral("-o"), QStringLiteral("ControlMaster=no"), QStringLiteral("-o"),
-                      QStringLiteral("ControlPath=") + m_dir.filePath(QStringLiteral("c"))};
-    words += Docker::sshOptions();
-    QStringList line;
-    for (const QString &w : std::as_const(words))
-        line << quoted(w);
-    // While the kept connection is being made, a child waits for it (up to ten seconds)
-    // rather than open one of its own.
-    const QByteArray dir = quoted(m_dir.path()).toUtf8();
-    shim.write("#!/bin/sh\n"
-               "i=0\n"
-               "while [ -e " + dir + "/connecting ] && [ ! -S " + dir + "/c ] && [ $i -lt 100 ]; do sleep 0.1; i=$((i+1)); done\n"
-               "exec " + line.join(u' ').toUtf8() + " \"$@\"\n");
-    shim.close();
-    shim.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-
     m_watcher = new QFileSystemWatcher({m_dir.path()}, this);
     QObject::connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, &SshLink::lookForSocket);
+    // Children started before the first login wait for it.
+    m_state = State::Connecting;
+    QFile(m_dir.filePath(QStringLiteral("connecting"))).open(QIODevice::WriteOnly);
     {
         QMutexLocker lock(&shimsMutex);
         shims.insert(m_context, m_dir.path());
     }
-    connect();
+    attempt();
 }
 
 SshLink::~SshLink()
@@ -109,10 +194,93 @@ SshLink::~SshLink()
             forwards.remove(m_context);
         }
     }
+    // Its questions over the connection end with it.
+    for (QProcess *helper : findChildren<QProcess *>(Qt::FindDirectChildrenOnly)) {
+        helper->disconnect(this);
+        ChildProcess::kill(*helper);
+    }
     if (m_master) {
         m_master->disconnect(this);
         ChildProcess::kill(*m_master);
+        if (m_state != State::Up) {
+            QMutexLocker lock(&shimsMutex);
+            logins[targetKey()].active = false;
+        }
     }
+}
+
+bool SshLink::writeShim()
+{
+    const QString d = m_dir.path();
+    const QByteArray host = quoted(m_target->host).toUtf8();
+    QStringList options;
+    for (const QString &o : Docker::sshOptions())
+        options << quoted(o);
+    // Run by ssh in place of a network connection: a child whose multiplexed session found
+    // the kept connection gone must not log in on its own.
+    const QByteArray down = "#!/bin/sh\n"
+                            "cat " + quoted(d + QStringLiteral("/failed")).toUtf8() + " >&2 2>/dev/null || echo \"ssh: Korvat's connection to \"" + host + "\" is down\" >&2\n"
+                            "exit 1\n";
+    // The stand-in reads ssh's own command line only as far as the destination: who, where
+    // and on which port. A login there rides on the kept connection; one anywhere else, or
+    // one that sets where it goes or how it connects by itself, is the real ssh's, untouched.
+    const QByteArray shim =
+        "#!/bin/sh\n"
+        "real=" + quoted(m_ssh).toUtf8() + "\n"
+        "d=" + quoted(d).toUtf8() + "\n"
+        "user= host= port= next= dashes= ours=yes\n"
+        "value() {\n"
+        "  case $1 in\n"
+        "    l) user=$2 ;;\n"
+        "    p) port=$2 ;;\n"
+        "    o) case $2 in\n"
+        "         [Uu][Ss][Ee][Rr][=\\ ]*|[Pp][Oo][Rr][Tt][=\\ ]*|[Hh][Oo][Ss][Tt][Nn][Aa][Mm][Ee]*|[Pp][Rr][Oo][Xx][Yy]*|[Cc][Oo][Nn][Tt][Rr][Oo][Ll]*) ours= ;;\n"
+        "       esac ;;\n"
+        "    F|J|O|S|W|w) ours= ;;\n"
+        "  esac\n"
+        "}\n"
+        "for a in \"$@\"; do\n"
+        "  if [ -n \"$next\" ]; then value \"$next\" \"$a\"; next=; continue; fi\n"
+        "  if [ -n \"$dashes\" ]; then [ -n \"$host\" ] && break; host=$a; continue; fi\n"
+        "  case $a in\n"
+        "    --) dashes=1 ;;\n"
+        "    -?*) rest=${a#-}\n"
+        "      while [ -n \"$rest\" ]; do\n"
+        "        c=${rest%\"${rest#?}\"}; rest=${rest#?}\n"
+        "        case $c in\n"
+        "          [BbcDEeFIiJLlmOoPpQRSWw]) if [ -n \"$rest\" ]; then value \"$c\" \"$rest\"; rest=; else next=$c; fi ;;\n"
+        "          M) ours= ;;\n"
+        "        esac\n"
+        "      done ;;\n"
+        "    *) [ -n \"$host\" ] && break; host=$a ;;\n"
+        "  esac\n"
+        "done\n"
+        "case $host in *@*) user=${host%@*}; host=${host##*@} ;; esac\n"
+        "[ \"$host\" = " + host + " ] && [ \"$user\" = " + quoted(m_target->user).toUtf8() + " ] && [ \"${port:-0}\" = "
+        + QByteArray::number(m_target->port) + " ] || ours=\n"
+        "[ -n \"$ours\" ] || exec \"$real\" \"$@\"\n"
+        "i=0\n"
+        "while :; do\n"
+        "  if [ -S \"$d/c\" ]; then\n"
+        "    exec \"$real\" -o ControlMaster=no -o \"ControlPath=$d/c\" -o \"ProxyCommand='$d/down'\" " + options.join(u' ').toUtf8() + " \"$@\"\n"
+        "  fi\n"
+        "  if [ -e \"$d/failed\" ]; then cat \"$d/failed\" >&2; exit 255; fi\n"
+        "  if [ ! -e \"$d/connecting\" ] || [ $i -ge " + QByteArray::number(childWaitSteps) + " ]; then\n"
+        "    echo \"ssh: Korvat's connection to \"" + host + "\" is not up\" >&2; exit 255\n"
+        "  fi\n"
+        "  sleep 0.2; i=$((i+1))\n"
+        "done\n";
+    const auto executable = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+    QFile guard(m_dir.filePath(QStringLiteral("down")));
+    if (!guard.open(QIODevice::WriteOnly) || guard.write(down) != down.size())
+        return false;
+    guard.close();
+    guard.setPermissions(executable);
+    QFile stand(m_dir.filePath(QStringLiteral("ssh")));
+    if (!stand.open(QIODevice::WriteOnly) || stand.write(shim) != shim.size())
+        return false;
+    stand.close();
+    return stand.setPermissions(executable);
 }
 
 QString SshLink::shimFor(const QString &context)
@@ -136,9 +304,17 @@ void SshLink::setForward(const QString &host)
         forwards.insert(m_context, host);
 }
 
+QString SshLink::targetKey() const
+{
+    return m_target ? m_target->user + u'@' + m_target->host + u':' + QString::number(m_target->port) : QString();
+}
+
 QStringList SshLink::sshCommand(const QStringList &args) const
 {
-    QStringList all{QStringLiteral("-S"), m_dir.filePath(QStringLiteral("c"))};
+    // Over the kept connection only: with it gone, the guard fails the child rather than
+    // let it log in.
+    QStringList all{QStringLiteral("-S"), m_dir.filePath(QStringLiteral("c")), QStringLiteral("-o"), QStringLiteral("ControlMaster=no"),
+                    QStringLiteral("-o"), QStringLiteral("ProxyCommand=") + quoted(m_dir.filePath(QStringLiteral("down")))};
     all += Docker::sshOptions();
     if (!m_target->user.isEmpty())
         all << QStringLiteral("-l") << m_target->user;
@@ -147,33 +323,45 @@ QStringList SshLink::sshCommand(const QStringList &args) const
     return all + args;
 }
 
+QProcess *SshLink::sshChild(const QStringList &args, std::chrono::milliseconds deadline)
+{
+    auto *child = new QProcess(this);
+    child->setProgram(m_ssh);
+    child->setArguments(sshCommand(args));
+    child->setStandardInputFile(QProcess::nullDevice());
+    ChildProcess::prepare(*child);
+    auto *timer = new QTimer(child);
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, child, [child] { ChildProcess::kill(*child); });
+    QObject::connect(child, &QProcess::started, timer, [timer, deadline] { timer->start(deadline); });
+    QObject::connect(child, &QProcess::errorOccurred, child, [child](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            child->deleteLater();
+    });
+    return child;
+}
+
 void SshLink::forward()
 {
     if (m_asking)
         return;
     // The host's own client says where its engine is: its DOCKER_HOST, else its context.
-    auto *ask = new QProcess(this);
+    QProcess *ask = sshChild({QStringLiteral("--"), m_target->host, QStringLiteral("docker"), QStringLiteral("context"), QStringLiteral("inspect"),
+                              QStringLiteral("--format"), QStringLiteral("'{{.Endpoints.docker.Host}}'")},
+                             askDeadline);
     m_asking = ask;
-    ask->setProgram(m_ssh);
-    ask->setArguments(sshCommand({QStringLiteral("--"), m_target->host, QStringLiteral("docker"), QStringLiteral("context"), QStringLiteral("inspect"),
-                                  QStringLiteral("--format"), QStringLiteral("'{{.Endpoints.docker.Host}}'")}));
-    ask->setStandardInputFile(QProcess::nullDevice());
-    ChildProcess::prepare(*ask);
-    QObject::connect(ask, &QProcess::finished, this, [this, ask](int status) {
+    QObject::connect(ask, &QProcess::finished, this, [this, ask](int status, QProcess::ExitStatus how) {
         ask->deleteLater();
         const QString host = QString::fromUtf8(ask->readAllStandardOutput()).trimmed();
-        if (status != 0 || !host.startsWith(QLatin1String("unix:///")) || !m_connected)
+        if (how != QProcess::NormalExit || status != 0 || !host.startsWith(QLatin1String("unix:///")) || !connected())
             return;
         const QString local = m_dir.filePath(QStringLiteral("d.sock"));
         QFile::remove(local);
-        auto *add = new QProcess(this);
-        add->setProgram(m_ssh);
-        add->setArguments(sshCommand({QStringLiteral("-O"), QStringLiteral("forward"), QStringLiteral("-L"), local + u':' + host.mid(7), QStringLiteral("--"), m_target->host}));
-        add->setStandardInputFile(QProcess::nullDevice());
-        ChildProcess::prepare(*add);
-        QObject::connect(add, &QProcess::finished, this, [this, add, local](int added) {
+        QProcess *add = sshChild({QStringLiteral("-O"), QStringLiteral("forward"), QStringLiteral("-L"), local + u':' + host.mid(7), QStringLiteral("--"), m_target->host},
+                                 askDeadline);
+        QObject::connect(add, &QProcess::finished, this, [this, add, local](int added, QProcess::ExitStatus addHow) {
             add->deleteLater();
-            if (added == 0 && m_connected && QFileInfo::exists(local))
+            if (addHow == QProcess::NormalExit && added == 0 && connected() && QFileInfo::exists(local))
                 setForward(QStringLiteral("unix://") + local);
         });
         add->start();
@@ -181,8 +369,77 @@ void SshLink::forward()
     ask->start();
 }
 
-void SshLink::connect()
+void SshLink::schedule(std::optional<std::chrono::milliseconds> wait)
 {
+    if (!wait)
+        m_retry.stop();
+    else
+        m_retry.start(*wait);
+}
+
+void SshLink::retry()
+{
+    if (m_master || !m_target || m_ssh.isEmpty() || !m_watcher)
+        return;
+    if (!m_inUse) {
+        m_asked = true;
+        return;
+    }
+    m_asked = false;
+    schedule(Docker::sshNextLogin(m_kind, m_failures, since(m_began), since(m_ended), true));
+}
+
+void SshLink::setInUse(bool inUse)
+{
+    if (m_inUse == inUse)
+        return;
+    m_inUse = inUse;
+    if (!inUse) {
+        m_retry.stop();
+        if (m_master)
+            ChildProcess::kill(*m_master);
+    } else if (m_asked) {
+        retry();
+    }
+}
+
+void SshLink::attempt()
+{
+    if (m_master || !m_inUse || !m_watcher)
+        return;
+    {
+        // One login at a time to a host, whichever link makes it; none sooner than 30 s
+        // after one it refused or dropped.
+        QMutexLocker lock(&shimsMutex);
+        Login &last = logins[targetKey()];
+        if (last.active) {
+            m_retry.start(1s);
+            return;
+        }
+        if (last.failed && last.failed != SshFailure::Transient && since(last.began) < Docker::sshRefusedSpacing) {
+            const QString message = last.message;
+            const SshFailure kind = *last.failed;
+            const auto wait = Docker::sshRefusedSpacing - since(last.began);
+            lock.unlock();
+            if (m_state == State::Connecting) {
+                m_kind = kind;
+                m_state = kind == SshFailure::Permanent ? State::Failed : State::Waiting;
+                setFailed(message);
+            }
+            m_retry.start(wait);
+            return;
+        }
+        last.active = true;
+        last.began = Clock::now();
+    }
+    m_began = Clock::now();
+    m_state = State::Connecting;
+    m_said.clear();
+    m_timedOut = false;
+    // The mark first, then the old failure gone: a child never sees neither and gives up.
+    QFile(m_dir.filePath(QStringLiteral("connecting"))).open(QIODevice::WriteOnly);
+    QFile::remove(m_dir.filePath(QStringLiteral("failed")));
+
     m_master = std::make_unique<QProcess>();
     m_master->setProgram(m_ssh);
     QStringList args{QStringLiteral("-M"), QStringLiteral("-N"), QStringLiteral("-S"), m_dir.filePath(QStringLiteral("c")),
@@ -200,41 +457,87 @@ void SshLink::connect()
     m_master->setArguments(args);
     m_master->setStandardInputFile(QProcess::nullDevice());
     m_master->setStandardOutputFile(QProcess::nullDevice());
-    // What it says on failure is said again by the children's own clients, with the hint.
-    m_master->setStandardErrorFile(QProcess::nullDevice());
     ChildProcess::prepare(*m_master);
-    QFile(m_dir.filePath(QStringLiteral("connecting"))).open(QIODevice::WriteOnly);
+    // What it says is why it failed, for the children to say in its place.
+    QProcess *master = m_master.get();
+    QObject::connect(master, &QProcess::readyReadStandardError, this, [this, master] {
+        if (master != m_master.get())
+            return;
+        m_said += master->readAllStandardError();
+        if (m_said.size() > 4096)
+            m_said = m_said.right(4096);
+    });
     QObject::connect(m_master.get(), &QProcess::finished, this, &SshLink::ended);
     QObject::connect(m_master.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
             ended();
     });
+    m_deadline.start(loginDeadline);
     m_master->start();
+}
+
+void SshLink::setFailed(const QString &message)
+{
+    m_message = message;
+    writeAtomically(m_dir.filePath(QStringLiteral("failed")), message.toUtf8() + '\n');
+    QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
 }
 
 void SshLink::ended()
 {
     if (!m_master)
         return;
-    QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
-    setForward({});
+    m_deadline.stop();
+    m_said += m_master->readAllStandardError();
+    const bool wasUp = m_state == State::Up;
     m_master.release()->deleteLater();
-    m_connected = false;
-    m_retry.start(m_backoff);
-    m_backoff = std::min<std::chrono::milliseconds>(m_backoff * 2, std::chrono::seconds(30));
+    // A killed master leaves its socket behind.
+    QFile::remove(m_dir.filePath(QStringLiteral("c")));
+    setForward({});
+    m_ended = Clock::now();
+
+    QString said;
+    for (const QString &line : QString::fromUtf8(m_said).split(u'\n')) {
+        // What ssh tells on any login, not why this one failed.
+        if (!line.trimmed().isEmpty() && !line.startsWith(QLatin1String("Warning: Permanently added")))
+            said += line.trimmed() + u'\n';
+    }
+    said = said.trimmed();
+    if (m_timedOut)
+        said = QStringLiteral("ssh: %1 did not answer within %2 s").arg(m_target->host).arg(loginDeadline.count());
+    else if (said.isEmpty())
+        said = QStringLiteral("ssh: the connection to %1 ended").arg(m_target->host);
+    m_kind = wasUp ? SshFailure::Transient : Docker::sshFailure(said);
+    m_failures = wasUp ? 1 : m_failures + 1;
+    if (!wasUp) {
+        QMutexLocker lock(&shimsMutex);
+        Login &last = logins[targetKey()];
+        last.active = false;
+        last.failed = m_kind;
+        last.message = said;
+    }
+    m_state = m_kind == SshFailure::Permanent ? State::Failed : State::Waiting;
+    setFailed(said);
+    if (m_inUse)
+        schedule(Docker::sshNextLogin(m_kind, m_failures, since(m_began), 0ms, false));
 }
 
 void SshLink::lookForSocket()
 {
-    const bool up = m_master && QFileInfo::exists(m_dir.filePath(QStringLiteral("c")));
-    if (up == m_connected)
+    if (!m_master || m_state == State::Up || !QFileInfo::exists(m_dir.filePath(QStringLiteral("c"))))
         return;
-    m_connected = up;
-    if (up) {
-        QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
-        m_backoff = std::chrono::milliseconds(1000);
-        forward();
-    } else {
-        setForward({});
+    m_state = State::Up;
+    m_deadline.stop();
+    m_failures = 0;
+    m_message.clear();
+    m_said.clear();
+    {
+        QMutexLocker lock(&shimsMutex);
+        Login &last = logins[targetKey()];
+        last.active = false;
+        last.failed.reset();
     }
+    QFile::remove(m_dir.filePath(QStringLiteral("connecting")));
+    QFile::remove(m_dir.filePath(QStringLiteral("failed")));
+    forward();
 }

@@ -794,6 +794,93 @@ private slots:
         const QString refused = "error during connect: ssh: connect to host 127.0.0.1 port 22: Connection refused";
         QCOMPARE(Docker::withSshHint(refused), refused);
         QVERIFY(Docker::withSshHint("root@host: Permission denied (publickey).").endsWith("— add the key to your ssh agent (ssh-add)."));
+        QVERIFY(Docker::withSshHint("Host key verification failed.").endsWith("connect once with ssh in a terminal to check it."));
+    }
+
+    // What OpenSSH 9 prints when a login fails (BatchMode, no terminal): only what the user
+    // must change stops the attempts; a host that does not answer is tried again, and one
+    // that takes the connection and drops it is tried again, slowly.
+    void sshFailures_data()
+    {
+        QTest::addColumn<QString>("said");
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("key refused") << "root@127.0.0.1: Permission denied (publickey)." << "for good";
+        QTest::newRow("no method left") << "deploy@build.example: Permission denied (publickey,password,keyboard-interactive)." << "for good";
+        QTest::newRow("too many keys offered") << "Received disconnect from 10.0.0.9 port 22:2: Too many authentication failures\n"
+                                                  "Disconnected from 10.0.0.9 port 22" << "for good";
+        QTest::newRow("host key unknown") << "No ED25519 host key is known for build.example and you have requested strict checking.\n"
+                                             "Host key verification failed." << "for good";
+        QTest::newRow("host key changed") << "@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@\n"
+                                             "@    WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED!     @\n"
+                                             "@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@@\n"
+                                             "Host key for build.example has changed and you have requested strict checking.\n"
+                                             "Host key verification failed." << "for good";
+        QTest::newRow("passphrase wanted") << "Load key \"/home/me/.ssh/id_ed25519\": incorrect passphrase supplied to decrypt private key" << "for good";
+        QTest::newRow("no common algorithm") << "Unable to negotiate with 10.0.0.9 port 22: no matching host key type found. Their offer: ssh-dss" << "for good";
+        QTest::newRow("broken config") << "/home/me/.ssh/config: line 3: Bad configuration option: hostnme\n"
+                                          "/home/me/.ssh/config: terminating, 1 bad configuration options" << "for good";
+        QTest::newRow("connection refused") << "ssh: connect to host 127.0.0.1 port 2222: Connection refused" << "for now";
+        QTest::newRow("timeout") << "ssh: connect to host 10.0.0.9 port 22: Connection timed out" << "for now";
+        QTest::newRow("no route") << "ssh: connect to host 10.0.0.9 port 22: No route to host" << "for now";
+        QTest::newRow("network down") << "ssh: connect to host 10.0.0.9 port 22: Network is unreachable" << "for now";
+        QTest::newRow("name not resolved") << "ssh: Could not resolve hostname build.example: Temporary failure in name resolution" << "for now";
+        QTest::newRow("keep-alives unanswered") << "Timeout, server 10.0.0.9 not responding." << "for now";
+        QTest::newRow("Korvat's own deadline") << "ssh: build.example did not answer within 20 s" << "for now";
+        QTest::newRow("nothing said") << "" << "for now";
+        QTest::newRow("reset before the banner") << "kex_exchange_identification: read: Connection reset by peer\n"
+                                                    "Connection reset by 10.0.0.9 port 22" << "dropped";
+        QTest::newRow("closed before the banner") << "kex_exchange_identification: Connection closed by remote host\n"
+                                                     "Connection closed by 10.0.0.9 port 22" << "dropped";
+        QTest::newRow("no banner in time") << "Connection timed out during banner exchange\nConnection to 10.0.0.9 port 22 timed out" << "dropped";
+        QTest::newRow("sent away") << "Received disconnect from 10.0.0.9 port 22:2: too many connections\nDisconnected from 10.0.0.9 port 22" << "dropped";
+    }
+    void sshFailures()
+    {
+        QFETCH(QString, said);
+        const SshFailure kind = Docker::sshFailure(said);
+        QTEST(QString(kind == SshFailure::Permanent ? "for good" : kind == SshFailure::Dropped ? "dropped" : "for now"), "kind");
+    }
+
+    // When the next login to a host may begin: backoff from the end of one that found no
+    // answer; from the start of one the host refused or dropped, 30 s at least, and after a
+    // refusal only when asked.
+    void sshNextLogins_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("failures");
+        QTest::addColumn<int>("sinceBegan");
+        QTest::addColumn<int>("sinceEnded");
+        QTest::addColumn<bool>("asked");
+        QTest::addColumn<int>("wait");   // ms; -1: none until asked
+        QTest::newRow("no answer, first") << "for now" << 1 << 15000 << 0 << false << 1000;
+        QTest::newRow("no answer, second") << "for now" << 2 << 0 << 0 << false << 2000;
+        QTest::newRow("no answer, fifth") << "for now" << 5 << 0 << 0 << false << 16000;
+        QTest::newRow("no answer, sixth: at most 30 s") << "for now" << 6 << 0 << 0 << false << 30000;
+        QTest::newRow("no answer, fortieth") << "for now" << 40 << 0 << 0 << false << 30000;
+        QTest::newRow("no answer, partly waited") << "for now" << 4 << 9000 << 3000 << false << 5000;
+        QTest::newRow("no answer, asked: sooner") << "for now" << 6 << 2000 << 1000 << true << 3000;
+        QTest::newRow("no answer, asked long after") << "for now" << 6 << 20000 << 5000 << true << 0;
+        QTest::newRow("no answer, asked, backoff sooner still") << "for now" << 1 << 1500 << 500 << true << 500;
+        QTest::newRow("dropped, first: 30 s from its start") << "dropped" << 1 << 200 << 0 << false << 29800;
+        QTest::newRow("dropped, long backoff") << "dropped" << 6 << 40000 << 10000 << false << 20000;
+        QTest::newRow("dropped, asked: still 30 s") << "dropped" << 1 << 5000 << 4800 << true << 25000;
+        QTest::newRow("dropped, asked after a minute") << "dropped" << 6 << 60000 << 59000 << true << 0;
+        QTest::newRow("refused: not by itself") << "for good" << 1 << 0 << 0 << false << -1;
+        QTest::newRow("refused, long ago: not by itself") << "for good" << 3 << 3600000 << 3600000 << false << -1;
+        QTest::newRow("refused, asked at once") << "for good" << 1 << 1000 << 900 << true << 29000;
+        QTest::newRow("refused, asked after 10 s") << "for good" << 1 << 10000 << 9000 << true << 20000;
+        QTest::newRow("refused, asked after a minute") << "for good" << 2 << 60000 << 59000 << true << 0;
+    }
+    void sshNextLogins()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, failures);
+        QFETCH(int, sinceBegan);
+        QFETCH(int, sinceEnded);
+        QFETCH(bool, asked);
+        const SshFailure failure = kind == "for good" ? SshFailure::Permanent : kind == "dropped" ? SshFailure::Dropped : SshFailure::Transient;
+        const auto wait = Docker::sshNextLogin(failure, failures, std::chrono::milliseconds(sinceBegan), std::chrono::milliseconds(sinceEnded), asked);
+        QTEST(wait ? int(wait->count()) : -1, "wait");
     }
 
     void exitMeanings_data()

@@ -142,9 +142,9 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!st.runtimes().isEmpty(), 20000);
         const Runtime remote = Runtime::context(context);
         st.select(remote);
-        QTRY_VERIFY_WITH_TIMEOUT(engine->link() && engine->link()->connected(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link(context) && engine->link(context)->connected(), 20000);
         // The host's engine socket, forwarded: children then start no ssh of their own.
-        QTRY_VERIFY_WITH_TIMEOUT(engine->link()->forwarded().startsWith("unix://"), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link(context)->forwarded().startsWith("unix://"), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(!st.images().isEmpty() && st.events().healthy(), 30000);
 
         // An outside change arrives by events; an action, exec and logs go the same way.
@@ -185,7 +185,151 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!st.stale() && !st.error() && st.events().healthy(), 60000);
         const QString late = m_made.run("kt-sshl-");
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), patience);
-        QTRY_VERIFY_WITH_TIMEOUT(engine->link()->connected(), 40000);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link(context)->connected(), 40000);
+    }
+
+    // A server that refuses the key sees one login, however often the store polls, and then
+    // none until the user asks again; asked, it sees the next at once, and asked once more,
+    // the one after that no sooner than 30 s later. Meanwhile every docker child fails at
+    // once with ssh's words and the hint.
+    void aRefusedKeyLogsInOnceUntilAsked()
+    {
+        SshServer sshd;
+        sshd.setKeyAccepted(false);
+        QVERIFY2(sshd.start(), qPrintable(sshd.why()));
+        const QString context = uniqueName("kt-sshno-");
+        m_made.contexts << context;
+        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        auto s = settings();
+        auto engine = std::make_shared<CliEngine>();
+        AppStore st(s.get(), engine);
+        st.setWindowVisible(true);
+        st.start();
+        QTRY_VERIFY_WITH_TIMEOUT(!st.runtimes().isEmpty(), 20000);
+        const Runtime remote = Runtime::context(context);
+        QElapsedTimer sinceFirst;
+        sinceFirst.start();
+        st.select(remote);
+        QTRY_VERIFY_WITH_TIMEOUT(engine->link(context) && engine->link(context)->state() == SshLink::State::Failed, 20000);
+        SshLink *link = engine->link(context);
+        QVERIFY2(link->failure().contains("Permission denied (publickey)"), qPrintable(link->failure()));
+        QTRY_VERIFY_WITH_TIMEOUT(st.error() && st.error()->contains("ssh-add"), 20000);
+        QVERIFY2(st.error()->contains("Permission denied (publickey)"), qPrintable(*st.error()));
+
+        // A docker child fails at once, with the hint, and logs in no more than the polls do.
+        QElapsedTimer took;
+        took.start();
+        try {
+            engine->containers(remote);
+            QFAIL("listed through a refused key");
+        } catch (const DockerError &e) {
+            QVERIFY2(QString(e.what()).contains("ssh-add"), e.what());
+        }
+        QVERIFY2(took.elapsed() < 5000, qPrintable(QString::number(took.elapsed())));
+        // Past the 30 s a refusing host is spared, the polls and the stream's retries go on
+        // failing, and nothing logs in by itself.
+        QTest::qWait(int(std::max<qint64>(0, 35000 - sinceFirst.elapsed())));
+        QVERIFY2(sshd.connections() == 1, qPrintable(sshd.log()));
+        QCOMPARE(link->state(), SshLink::State::Failed);
+
+        // Asked again, though the key is still refused: one more login, at once.
+        st.select(remote);
+        engine->retry(remote);
+        QCOMPARE(engine->link(context), link);
+        QTRY_VERIFY_WITH_TIMEOUT(sshd.connections() == 2, 10000);
+        QElapsedTimer sinceSecond;
+        sinceSecond.start();
+        QTRY_VERIFY_WITH_TIMEOUT(link->state() == SshLink::State::Failed, 20000);
+
+        // The key accepted and the user asking at once: the next login waits out 30 s from
+        // the last refused one, then the connection comes up and the lists follow.
+        sshd.setKeyAccepted(true);
+        engine->retry(remote);
+        QTest::qWait(int(std::max<qint64>(0, 25000 - sinceSecond.elapsed())));
+        QVERIFY2(sshd.connections() == 2, qPrintable(sshd.log()));
+        QTRY_VERIFY_WITH_TIMEOUT(link->connected(), 20000);
+        QVERIFY2(sinceSecond.elapsed() >= 28000, qPrintable(QString::number(sinceSecond.elapsed())));
+        QCOMPARE(sshd.connections(), 3);
+        QTRY_VERIFY_WITH_TIMEOUT(!st.error() && !st.images().isEmpty(), 30000);
+    }
+
+    // The stand-in on a remote runtime's children's path carries its own host's logins over
+    // the kept connection and no other's: an ssh to another host (a build's ssh builder, git)
+    // runs the real ssh as it would without Korvat.
+    void theStandInCarriesOnlyItsHost()
+    {
+        SshServer sshd;
+        QVERIFY2(sshd.start(), qPrintable(sshd.why()));
+        const QString context = uniqueName("kt-sshsi-");
+        m_made.contexts << context;
+        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        CliEngine engine;
+        engine.keep({{Runtime::context(context), sshd.endpoint(), true}});
+        QTRY_VERIFY_WITH_TIMEOUT(engine.link(context) && engine.link(context)->connected(), 20000);
+        QCOMPARE(sshd.connections(), 1);
+        const QString standIn = SshLink::shimFor(context) + "/ssh";
+        QVERIFY(QFileInfo(standIn).isExecutable());
+        const auto run = [&](const QStringList &args) {
+            QProcess ssh;
+            ssh.setStandardInputFile(QProcess::nullDevice());
+            ssh.start(standIn, args);
+            return ssh.waitForFinished(30000) ? QString::fromUtf8(ssh.readAllStandardOutput()).trimmed() + QString::fromUtf8(ssh.readAllStandardError()).trimmed()
+                                              : QString("no end");
+        };
+        // As the docker client calls it, and as a user would: carried.
+        QCOMPARE(run({"-o", "ConnectTimeout=30", "-T", "-l", "root", "--", "korvat-ssh", "echo", "carried"}), "carried");
+        QCOMPARE(run({"root@korvat-ssh", "echo", "again"}), "again");
+        QCOMPARE(sshd.connections(), 1);
+        // Another host, the same host on a port of its own choosing, or with a configuration
+        // of its own: the real ssh's own login.
+        QCOMPARE(run({"-F", sshd.config(), "-o", "BatchMode=yes", "root@korvat-other", "echo", "direct"}), "direct");
+        QCOMPARE(sshd.connections(), 2);
+        QCOMPARE(run({"-F", sshd.config(), "-o", "BatchMode=yes", "-l", "root", "--", "korvat-ssh", "echo", "own config"}), "own config");
+        QCOMPARE(sshd.connections(), 3);
+        QCOMPARE(run({"-F", sshd.config(), "-oBatchMode=yes", "-oPort=1", "-l", "root", "korvat-ssh", "true"}).contains("port 1"), true);
+        QVERIFY2(sshd.connections() == 3, qPrintable(sshd.log()));
+    }
+
+    // Work on one remote runtime goes on while another is kept beside it: keep() with the
+    // second added, or the same list again, leaves the first's connection as it was.
+    void keepingASecondRuntimeLeavesTheFirst()
+    {
+        SshServer sshd;
+        QVERIFY2(sshd.start(), qPrintable(sshd.why()));
+        const QString first = uniqueName("kt-ssha-"), second = uniqueName("kt-sshb-");
+        m_made.contexts << first << second;
+        for (const QString &context : {first, second})
+            QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        const RuntimeEntry a{Runtime::context(first), sshd.endpoint(), true}, b{Runtime::context(second), sshd.endpoint(), true};
+        CliEngine engine;
+        engine.keep({a});
+        QTRY_VERIFY_WITH_TIMEOUT(engine.link(first) && engine.link(first)->connected(), 20000);
+        SshLink *kept = engine.link(first);
+        QTRY_VERIFY_WITH_TIMEOUT(kept->forwarded().startsWith("unix://"), 20000);
+        QCOMPARE(sshd.connections(), 1);
+
+        engine.keep({b, a});
+        QCOMPARE(engine.link(first), kept);
+        QTRY_VERIFY_WITH_TIMEOUT(engine.link(second) && engine.link(second)->connected(), 20000);
+        QVERIFY(kept->connected());
+        QCOMPARE(sshd.connections(), 2);
+        // The same list again, an entry's reachability read anew: nothing made again.
+        SshLink *beside = engine.link(second);
+        engine.keep({a, {b.runtime, b.endpoint, false}});
+        QCOMPARE(engine.link(first), kept);
+        QCOMPARE(engine.link(second), beside);
+        QVERIFY(!engine.images(a.runtime).isEmpty());
+        QVERIFY(!engine.images(b.runtime).isEmpty());
+        QVERIFY2(sshd.connections() == 2, qPrintable(sshd.log()));
+
+        // The first no longer in use: its connection ends, the second's stays.
+        engine.keep({b});
+        QCOMPARE(engine.link(first), nullptr);
+        QCOMPARE(SshLink::shimFor(first), QString());
+        QCOMPARE(engine.link(second), beside);
+        QVERIFY(beside->connected());
+        QVERIFY(!engine.images(b.runtime).isEmpty());
+        QCOMPARE(sshd.connections(), 2);
     }
 
     // A project started with -p in a directory whose file names another project, beside that

@@ -1,6 +1,7 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QMultiHash>
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -137,7 +138,7 @@ SshServer::SshServer()
     QFile hostKey(d + "/host.pub");
     hostKey.open(QIODevice::ReadOnly);
     writeFile(d + "/known_hosts", QStringLiteral("[127.0.0.1]:%1 ").arg(m_port).toUtf8() + hostKey.readAll());
-    writeFile(d + "/ssh_config", QStringLiteral("Host korvat-ssh\n  HostName 127.0.0.1\n  Port %1\n  IdentityFile %2/id\n  IdentitiesOnly yes\n"
+    writeFile(d + "/ssh_config", QStringLiteral("Host korvat-ssh korvat-other\n  HostName 127.0.0.1\n  Port %1\n  IdentityFile %2/id\n  IdentitiesOnly yes\n"
                                                 "  IdentityAgent none\n  UserKnownHostsFile %2/known_hosts\n  StrictHostKeyChecking yes\n")
                                      .arg(m_port).arg(d).toUtf8());
     qputenv("KORVAT_SSH_CONFIG", (d + "/ssh_config").toUtf8());
@@ -170,16 +171,49 @@ bool SshServer::start()
     return true;
 }
 
+namespace {
+// The processes under pid, children before their own children.
+QList<pid_t> descendants(pid_t pid)
+{
+    QMultiHash<pid_t, pid_t> children;
+    for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        QFile stat(QStringLiteral("/proc/") + entry + QStringLiteral("/stat"));
+        if (stat.open(QIODevice::ReadOnly)) {
+            // "pid (name) state ppid …": the name may hold spaces, never ") ".
+            const QString text = QString::fromLatin1(stat.readAll());
+            children.insert(pid_t(text.section(QStringLiteral(") "), 1).section(u' ', 1, 1).toInt()), pid_t(entry.toInt()));
+        }
+    }
+    QList<pid_t> found{pid};
+    for (qsizetype i = 0; i < found.size(); ++i)
+        found += children.values(found[i]);
+    found.removeFirst();
+    return found;
+}
+}
+
 void SshServer::stop()
 {
     if (m_pid <= 0)
         return;
+    // Its sessions, still serving, go too: the host is gone. They are this server's own,
+    // found before it goes; another test's server is left alone.
+    const QList<pid_t> sessions = descendants(pid_t(m_pid));
     ::kill(pid_t(m_pid), SIGTERM);
+    for (const pid_t session : sessions)
+        ::kill(session, SIGTERM);
     for (int i = 0; i < 50 && ::kill(pid_t(m_pid), 0) == 0; ++i)
         QThread::msleep(100);
-    // Sessions of its children, still serving, go too: the host is gone.
-    QProcess::execute(QStringLiteral("pkill"), {"-f", "sshd: root@notty"});
     m_pid = 0;
+}
+
+QString SshServer::config() const { return m_dir.filePath(QStringLiteral("ssh_config")); }
+
+void SshServer::setKeyAccepted(bool accepted)
+{
+    QFile key(m_dir.filePath(QStringLiteral("id.pub")));
+    key.open(QIODevice::ReadOnly);
+    writeFile(m_dir.filePath(QStringLiteral("authorized_keys")), accepted ? key.readAll() : QByteArray());
 }
 
 bool SshServer::running() const { return m_pid > 0 && ::kill(pid_t(m_pid), 0) == 0; }

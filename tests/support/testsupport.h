@@ -83,16 +83,22 @@ private:
     QString m_why;
 };
 
+// The same configuration also names the server "korvat-other", as another host would be.
 class SshServer {
 public:
     SshServer();
     ~SshServer();
     bool start();
+    // Ends the server and every session it serves, as a host going away would.
     void stop();
     bool running() const;
     // "ssh://root@korvat-ssh"
     QString endpoint() const;
-    // Connections the server accepted so far.
+    // The client's configuration file (KORVAT_SSH_CONFIG).
+    QString config() const;
+    // Whether the server accepts the client's key; read by the server at each login.
+    void setKeyAccepted(bool accepted);
+    // Connections the server accepted so far: every login attempt, failed or not.
     int connections() const;
     QString log() const;
     QString why() const { return m_why; }
