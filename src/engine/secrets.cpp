@@ -254,12 +254,14 @@ QStringList strings(const QJsonArray &array)
     return out;
 }
 
-QJsonArray array(const QStringList &strings)
+// The array with its strings as shown; anything but a string kept as the engine wrote it.
+QJsonArray shownIn(QJsonArray array, const QStringList &shown)
 {
-    QJsonArray out;
-    for (const QString &s : strings)
-        out.append(s);
-    return out;
+    for (qsizetype i = 0; i < array.size() && i < shown.size(); ++i) {
+        if (array.at(i).isString())
+            array[i] = shown[i];
+    }
+    return array;
 }
 
 QJsonValue walk(const QJsonValue &value);
@@ -278,21 +280,20 @@ QJsonObject walk(QJsonObject object)
             const QString s = v.toString();
             *it = secretName(key) ? (hides(s) ? maskText() : s) : text(s);
         } else if (v.isArray() && key == QLatin1String("Env")) {
-            QJsonArray env;
-            for (const QJsonValue &e : v.toArray()) {
-                const QString variable = e.toString();
+            QStringList env;
+            for (const QString &variable : strings(v.toArray())) {
                 const qsizetype equals = variable.indexOf(u'=');
-                env.append(equals < 0 ? variable : variable.left(equals + 1) + Secrets::value(QStringView(variable).left(equals), variable.mid(equals + 1)));
+                env << (equals < 0 ? variable : variable.left(equals + 1) + Secrets::value(QStringView(variable).left(equals), variable.mid(equals + 1)));
             }
-            *it = env;
+            *it = shownIn(v.toArray(), env);
         } else if (v.isArray() && key == QLatin1String("Entrypoint")) {
-            *it = array(ran.mid(0, entrypoint.size()));
+            *it = shownIn(v.toArray(), ran.mid(0, entrypoint.size()));
         } else if (v.isArray() && key == QLatin1String("Cmd")) {
-            *it = array(ran.mid(entrypoint.size()));
+            *it = shownIn(v.toArray(), ran.mid(entrypoint.size()));
         } else if (v.isArray() && key == QLatin1String("Args")) {
-            *it = array(arguments(QStringList{object.value(QLatin1String("Path")).toString()} + strings(v.toArray())).mid(1));
+            *it = shownIn(v.toArray(), arguments(QStringList{object.value(QLatin1String("Path")).toString()} + strings(v.toArray())).mid(1));
         } else if (v.isArray() && key == QLatin1String("Test")) {
-            *it = array(arguments(strings(v.toArray())));
+            *it = shownIn(v.toArray(), arguments(strings(v.toArray())));
         } else {
             *it = walk(v);
         }
