@@ -11,10 +11,8 @@ void DiskModel::setRows(const QList<DiskText::Row> &rows, qint64 largest)
                  roles << NameRole;
              if (a.bytes != b.bytes)
                  roles << SizeRole << ShareRole;
-             if (a.use != b.use)
-                 roles << UseRole;
-             if (a.detail != b.detail)
-                 roles << DetailRole;
+             if (a.use != b.use || a.detail != b.detail)
+                 roles << LineRole;
              if (!roles.isEmpty())
                  roles << DescriptionRole;
              return roles;
@@ -30,8 +28,7 @@ QVariant DiskModel::roleData(const DiskText::Row &r, int role) const
     case NameRole: return r.name;
     case IconRole: return DiskText::icon(r.kind);
     case SizeRole: return DiskText::size(r.bytes);
-    case UseRole: return r.use;
-    case DetailRole: return r.detail;
+    case LineRole: return r.detail.isEmpty() ? r.use : r.use + QStringLiteral("  ·  ") + r.detail;
     case ShareRole: return m_largest > 0 && r.bytes > 0 ? double(r.bytes) / double(m_largest) : 0.0;
     case DescriptionRole: return DiskText::spoken(r);
     }
@@ -40,6 +37,5 @@ QVariant DiskModel::roleData(const DiskText::Row &r, int role) const
 
 QHash<int, QByteArray> DiskModel::roleNames() const
 {
-    return {{NameRole, "name"}, {IconRole, "kindIcon"}, {SizeRole, "size"}, {UseRole, "use"},
-            {DetailRole, "what"}, {ShareRole, "share"}, {DescriptionRole, "description"}};
+    return {{NameRole, "name"}, {IconRole, "kindIcon"}, {SizeRole, "size"}, {LineRole, "line"}, {ShareRole, "share"}, {DescriptionRole, "description"}};
 }

@@ -16,8 +16,8 @@ public:
         NameRole = Qt::UserRole + 1,
         IconRole,
         SizeRole,
-        UseRole,
-        DetailRole,
+        // Who holds it, then what the size is of where that needs saying.
+        LineRole,
         ShareRole,
         DescriptionRole,
     };

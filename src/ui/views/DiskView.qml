@@ -133,7 +133,8 @@ ColumnLayout {
         }
     }
     SectionCaption {
-        Layout.leftMargin: 30
+        // On the list's rows' leading edge, under the section's title.
+        Layout.leftMargin: 22
         Layout.bottomMargin: 4
         visible: list.visible
         caption: "Largest first"
@@ -154,33 +155,45 @@ ColumnLayout {
             required property string name
             required property string kindIcon
             required property string size
-            required property string use
-            required property string what
+            required property string line
             required property real share
             required property string description
 
             width: list.rowWidth
             title: name
-            // Who holds it, and what the size is of where that needs saying.
-            detail: what === "" ? use : use + "  ·  " + what
-            trailing: size
+            detail: line
             spoken: description
             iconName: kindIcon
 
-            Rectangle {
-                objectName: "shareTrack"
-                width: 72
-                height: 5
+            // The size beside its bar, read as one: how much, and how much of the largest.
+            Row {
                 anchors.verticalCenter: parent ? parent.verticalCenter : undefined
-                radius: 2.5
-                color: Theme.control
-                Accessible.ignored: true
+                spacing: 12
 
                 Rectangle {
-                    width: Math.max(parent.width * row.share, row.share > 0 ? 3 : 0)
-                    height: parent.height
+                    objectName: "shareTrack"
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 72
+                    height: 5
                     radius: 2.5
-                    color: Theme.ion
+                    color: Theme.wash
+                    Accessible.ignored: true
+
+                    Rectangle {
+                        width: Math.max(parent.width * row.share, row.share > 0 ? 3 : 0)
+                        height: parent.height
+                        radius: 2.5
+                        color: Theme.ion
+                    }
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 84
+                    horizontalAlignment: Text.AlignRight
+                    text: row.size
+                    color: Theme.muted
+                    font: Theme.varied("JetBrains Mono", 400, 11)
+                    Accessible.ignored: true
                 }
             }
         }
