@@ -386,7 +386,7 @@ void benchReclaim(AppStore &store, int rounds)
         const DiskReading read = QCoro::waitFor(store.readDisk());
         QElapsedTimer r;
         r.start();
-        plan = AppStore::reclaimPlan(read.usage.value_or(DiskUsage{}), store.images());
+        plan = AppStore::reclaimPlan(read);
         rules << r.nsecsElapsed() / 1e6;
         plans << t.nsecsElapsed() / 1e6;
         shell << shellMs("docker system df -v --format json >/dev/null; docker system df --format json >/dev/null");

@@ -40,10 +40,10 @@ DumpReport gatherDump(const Engine &engine, const std::optional<QString> &contex
         else if (!Docker::composeFile(*project.workingDir))
             row.compose = Compose::NoComposeFile;
         else
-            row.check = engine.checkCompose(*project.workingDir);
+            row.check = engine.checkCompose(ComposeTarget::of(project));
         if (row.compose == Compose::Checked && row.check.valid) {
             try {
-                row.defined = engine.composeServices(*project.workingDir);
+                row.defined = engine.composeServices(ComposeTarget::of(project));
             } catch (const DockerError &) {
                 // The check above already says what compose thinks of the files.
             }

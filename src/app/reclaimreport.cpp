@@ -27,12 +27,9 @@ ReclaimReport gatherReclaim(const Engine &engine, const std::optional<QString> &
     const std::optional<Runtime> runtime = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     ReclaimReport report{context, all};
     try {
-        QMultiMap<QString, QString> tags;
-        for (const DockerImage &i : engine.images(runtime)) {
-            if (i.repository != QLatin1String("<none>"))
-                tags.insert(i.id.left(12), i.repository + u':' + i.tag);
-        }
-        report.plan = Reclaim::plan(engine.diskUsage(runtime), tags);
+        const QList<DockerImage> images = engine.images(runtime);
+        report.plan = Reclaim::plan(Docker::withListedNames(engine.diskUsage(runtime), images, engine.containers(runtime)), images);
+        report.plan.runtime = runtime;
     } catch (const DockerError &e) {
         report.error = e.message();
     }

@@ -16,6 +16,11 @@
 
 
 namespace {
+// How long one removal of a reclaim may take before it counts as stuck.
+constexpr std::chrono::minutes reclaimDeadline{5};
+}
+
+namespace {
 
 // Most polls print exactly what the last one printed; the bytes tell before any decoding,
 // and the list parsed last time is handed out again, sharing its data.
@@ -509,6 +514,12 @@ void CliEngine::perform(const EngineAction &action, const OptRuntime &runtime, c
         return moveVolumeData(action, runtime, watch);
     case Kind::ReclaimImage:
         return reclaimImage(action, runtime, watch);
+    // A reclaim removes one object a step; one the engine cannot remove within minutes is
+    // stuck, and the rest of the plan should not wait on it.
+    case Kind::ReclaimContainer:
+    case Kind::ReclaimCache:
+        Docker::run(arguments(action), runtime, action.dir, Docker::Wait{reclaimDeadline, watch.cancel, {}});
+        return;
     // A pull draws its byte counts only on a terminal; on a pipe it tells layers alone.
     case Kind::Pull:
         return Docker::follow(arguments(action), runtime, action.dir, watch, true, [](QStringView) { return false; });
@@ -533,6 +544,14 @@ void CliEngine::reclaimImage(const EngineAction &action, const OptRuntime &runti
     const QString id = action.targets.value(0);
     const QStringList planned = action.targets.mid(1);
     const Docker::Wait wait{Docker::Wait::query().deadline, watch.cancel, {}};
+    // Each name goes on its own, so one container made since the plan (from any of them)
+    // would be left with an image it could no longer be named by: asked right before the
+    // first name goes, it keeps them all.
+    const QString users = Docker::run({QStringLiteral("ps"), QStringLiteral("-a"), QStringLiteral("-q"), QStringLiteral("--filter"),
+                                       QStringLiteral("ancestor=") + id},
+                                      runtime, {}, wait);
+    if (!users.trimmed().isEmpty())
+        throw DockerError(QStringLiteral("Kept: a container uses it now."));
     const QString tags = Docker::run({QStringLiteral("image"), QStringLiteral("inspect"), QStringLiteral("--format"),
                                       QStringLiteral("{{range .RepoTags}}{{.}} {{end}}"), id},
                                      runtime, {}, wait);
@@ -541,7 +560,7 @@ void CliEngine::reclaimImage(const EngineAction &action, const OptRuntime &runti
         if (!planned.contains(name))
             throw DockerError(QStringLiteral("Kept: it was named %1 after the plan was made.").arg(name));
     }
-    Docker::run(QStringList{QStringLiteral("rmi")} + (names.isEmpty() ? QStringList{id} : names), runtime, {}, wait);
+    Docker::run(QStringList{QStringLiteral("rmi")} + (names.isEmpty() ? QStringList{id} : names), runtime, {}, Docker::Wait{reclaimDeadline, watch.cancel, {}});
 }
 
 // A volume's content moves through a helper container that is created, never started, with

@@ -43,6 +43,8 @@ struct PortBinding {
 
 namespace Labels {
 inline constexpr auto project = "com.docker.compose.project";
+// Set on the containers Korvat makes for its own work, such as moving a volume's data.
+inline constexpr auto helper = "org.korvat.helper";
 inline constexpr auto workingDir = "com.docker.compose.project.working_dir";
 inline constexpr auto workingDirHyphen = "com.docker.compose.project.working-dir";
 inline constexpr auto service = "com.docker.compose.service";

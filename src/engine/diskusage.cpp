@@ -1,5 +1,7 @@
 #include "diskusage.h"
 
+#include <QHash>
+
 #include "docker.h"
 
 #include <QJsonArray>
@@ -97,6 +99,34 @@ void parseDiskTotals(const QByteArray &jsonLines, DiskUsage &usage)
         if (DiskUsage::Total *t = kinds.value(text(o, "Type")))
             *t = {count(o, "TotalCount"), count(o, "Active"), bytes(o, "Size"), bytes(o, "Reclaimable")};
     }
+}
+
+
+DiskUsage withListedNames(DiskUsage usage, const QList<DockerImage> &images, const QList<Container> &containers)
+{
+    const auto shortId = [](const QString &id) { return id.mid(id.indexOf(u':') + 1).left(12); };
+    QHash<QString, std::pair<QString, QString>> imageNames;
+    for (const DockerImage &i : images) {
+        auto &name = imageNames[shortId(i.id)];
+        const bool named = !i.repository.isEmpty() && i.repository != QLatin1String("<none>") && i.tag != QLatin1String("<none>");
+        // The first name in order, so one image reads the same on every reading.
+        if (named && (name.first.isEmpty() || name.first == QLatin1String("<none>") || i.repository + u':' + i.tag < name.first + u':' + name.second))
+            name = {i.repository, i.tag};
+        else if (name.first.isEmpty())
+            name = {QStringLiteral("<none>"), QStringLiteral("<none>")};
+    }
+    for (DiskUsage::Image &i : usage.images) {
+        if (const auto it = imageNames.constFind(shortId(i.id)); it != imageNames.cend()) {
+            i.repository = it->first;
+            i.tag = it->second;
+        }
+    }
+    QHash<QString, QString> containerNames;
+    for (const Container &c : containers)
+        containerNames.insert(shortId(c.id), c.name);
+    for (DiskUsage::Container &c : usage.containers)
+        c.name = containerNames.value(shortId(c.id), c.name);
+    return usage;
 }
 
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "container.h"
+#include "dockerimage.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -76,4 +79,8 @@ DiskUsage parseDiskUsage(const QByteArray &json);
 // `docker system df --format json`: one line per kind. Fills the totals of usage; a kind
 // missing or unreadable keeps its unknown sizes.
 void parseDiskTotals(const QByteArray &jsonLines, DiskUsage &usage);
+// The report with every image and container named as the engine's listings name them, by id:
+// some engines' reports name every image "<none>", or cut the first letter of a container's
+// name. An image the listing gives no name becomes "<none>"; one it lacks keeps the report's.
+DiskUsage withListedNames(DiskUsage usage, const QList<DockerImage> &images, const QList<Container> &containers);
 }

@@ -68,11 +68,26 @@ QStringList ReclaimPlan::never()
 
 namespace Reclaim {
 
-ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags)
+namespace {
+QString shortId(const QString &id)
+{
+    return id.mid(id.indexOf(u':') + 1).left(12);
+}
+}
+
+ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed)
 {
     using Kind = ReclaimPlan::Kind;
     ReclaimPlan::Category dangling{Kind::DanglingImages, true, {}}, cache{Kind::BuildCache, true, {}}, unused{Kind::UnusedImages, false, {}},
         stopped{Kind::StoppedContainers, false, {}}, anonymous{Kind::AnonymousVolumes, false, {}};
+
+    QSet<QString> listedIds;
+    QMultiMap<QString, QString> tags;
+    for (const DockerImage &i : listed) {
+        listedIds << shortId(i.id);
+        if (i.repository != QLatin1String("<none>") && i.tag != QLatin1String("<none>") && !i.repository.isEmpty())
+            tags.insert(shortId(i.id), i.repository + u':' + i.tag);
+    }
 
     // An image counts as used when the report says so or when a listed container names it:
     // the count and the list are two readings, and either one is enough to keep it.
@@ -83,19 +98,20 @@ ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags
             mounted << v;
     }
     for (const DiskUsage::Image &i : usage.images) {
-        const QString shortId = i.id.mid(i.id.indexOf(u':') + 1).left(12);
-        QStringList names = tags.values(shortId);
-        if (names.isEmpty() && !i.isDangling())
-            names << i.repository + u':' + i.tag;
+        const QString id = shortId(i.id);
+        if (!listedIds.contains(id))
+            continue;
+        QStringList names = tags.values(id);
         names.sort();
-        const bool used = i.containers > 0 || named.contains(i.id) || named.contains(shortId)
+        names.removeDuplicates();
+        const bool used = i.containers > 0 || named.contains(i.id) || named.contains(id)
                        || std::any_of(names.cbegin(), names.cend(), [&](const QString &n) {
                               return named.contains(n) || (n.endsWith(QLatin1String(":latest")) && named.contains(n.chopped(7)));
                           });
         if (used)
             continue;
-        ReclaimPlan::Item item{i.id, names.isEmpty() ? shortId : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes, names};
-        (i.isDangling() ? dangling : unused).items.append(item);
+        ReclaimPlan::Item item{i.id, names.isEmpty() ? id : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes, names};
+        (names.isEmpty() ? dangling : unused).items.append(item);
     }
     for (const DiskUsage::Cache &c : usage.buildCache) {
         if (!c.inUse)
@@ -103,7 +119,8 @@ ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags
     }
     for (const DiskUsage::Container &c : usage.containers) {
         const bool stoppedState = c.state == QLatin1String("exited") || c.state == QLatin1String("created") || c.state == QLatin1String("dead");
-        if (stoppedState && !c.labels.contains(QLatin1String(Labels::project)))
+        // Korvat's own helpers are its business, gone by the time their work ends.
+        if (stoppedState && !c.labels.contains(QLatin1String(Labels::project)) && !c.labels.contains(QLatin1String(Labels::helper)))
             stopped.items.append({c.id, c.name, c.bytes});
     }
     for (const DiskUsage::Volume &v : usage.volumes) {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "diskusage.h"
+#include "dockerimage.h"
+#include "runtime.h"
+#include <optional>
 
 #include <QList>
 #include <QMultiMap>
@@ -33,6 +36,8 @@ struct ReclaimPlan {
     QList<Category> categories;
     // The engine's sum of everything it holds when the plan was made; -1 if unknown.
     qint64 before = -1;
+    // The engine it was read from, and the only one it may act on.
+    std::optional<Runtime> runtime;
 
     // The categories of those kinds, in plan order.
     QList<Category> chosen(const QList<Kind> &kinds) const;
@@ -51,7 +56,8 @@ struct ReclaimPlan {
 namespace Reclaim {
 // Dangling images and build cache not in use, by default; tagged images no container uses,
 // stopped containers of no compose project, and anonymous volumes no container mounts, on
-// request. tags: every tag of each image id, as `docker images` lists them (the report
-// names an image by one of them only).
-ReclaimPlan plan(const DiskUsage &usage, const QMultiMap<QString, QString> &tags = {});
+// request. listed: the engine's image listing, read with the report. It alone says what an
+// image is called (a report may name one tag of several, or none at all), so an image is
+// dangling only when the listing gives it no name, and one the listing lacks is kept.
+ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed);
 }

@@ -52,17 +52,19 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
     connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
     connect(&m_detourProbe, &QTimer::timeout, this, [this] { tryChosen(); });
-    // A remote runtime's connection is kept while it is shown, and only then.
+    // A remote runtime's connection is kept while it is shown or work runs on it: a change
+    // of runtime must not cut a backup half-way.
     const auto keep = [this] {
-        QList<RuntimeEntry> shown;
+        QList<RuntimeEntry> inUse;
         for (const RuntimeEntry &entry : runtimes()) {
-            if (entry.runtime == runtime())
-                shown.append(entry);
+            if (entry.runtime == runtime() || m_holds.holds(entry.runtime))
+                inUse.append(entry);
         }
-        m_engine->keep(shown);
+        m_engine->keep(inUse);
     };
     connect(&m_state, &EngineState::runtimeChanged, this, keep);
     connect(&m_state, &EngineState::runtimesChanged, this, keep);
+    connect(&m_holds, &EngineHolds::changed, this, keep);
     connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
     connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
     connect(&m_state, &EngineState::runtimeChanged, this, [this] {
@@ -223,6 +225,8 @@ QCoro::Task<> AppStore::loadContexts()
 
 void AppStore::select(const Runtime &runtime)
 {
+    // Asked for by name: a connection that had failed for good is worth one more try.
+    m_engine->retry(runtime);
     m_chosen = runtime;
     m_detourProbe.stop();
     m_state.setRuntime(runtime);
@@ -299,6 +303,13 @@ Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime
     f.runtimes = RuntimeSelection::rechecked(*engine, std::move(f.runtimes));
     return f;
 }
+}
+
+void AppStore::refreshAsked()
+{
+    if (runtime())
+        m_engine->retry(*runtime());
+    refresh();
 }
 
 QCoro::Task<> AppStore::refresh(Listings lists)

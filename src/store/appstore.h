@@ -3,6 +3,7 @@
 #include "composeproject.h"
 #include "directorychecks.h"
 #include "engine.h"
+#include "engineholds.h"
 #include "enginestate.h"
 #include "failurewatch.h"
 #include "longwork.h"
@@ -24,10 +25,14 @@
 class QSettings;
 class QThreadPool;
 
-// One reading of where the disk goes: the report, or why there is none.
+// One reading of where one engine's disk goes: the report, its objects named as the
+// engine's listings name them, or why there is none.
 struct DiskReading {
     std::optional<DiskUsage> usage;
     QString error;
+    std::optional<Runtime> runtime = {};
+    // The engine's image listing, read with the report: what every image is called.
+    QList<DockerImage> images = {};
 };
 
 // The one object every view reads and every action goes through. It composes what the
@@ -72,8 +77,9 @@ public:
     // The services each project's files define, by directory; read again when they change.
     const ServiceDefinitions &definitions() const { return m_definitions; }
     ServiceDefinitions &definitions() { return m_definitions; }
-    // The last pull of each project's images, by project, until recreated or dismissed.
-    const QHash<QString, PullSummary> &pulls() const { return m_pulls; }
+    // The last pull of each project's images on the selected runtime, by project, until
+    // recreated or dismissed.
+    QHash<QString, PullSummary> pulls() const { return m_pulls.value(runtimeKey().value_or(QString())); }
     bool stale() const { return m_scheduler.stale(); }
     // When the oldest listing still outstanding started; invalid when none is.
     QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
@@ -87,6 +93,10 @@ public:
     UsageWatch &usage() { return m_usage; }
     // The long actions under way: pulls, compose up, deletions, backups and restores.
     LongWork &work() { return m_work; }
+    // The runtimes work under way holds, each to the end of that work.
+    EngineHolds &holds() { return m_holds; }
+    // The selected runtime, held for an operation that begins now.
+    OnEngine onSelected() { return m_holds.hold(runtime()); }
     const RefreshScheduler &scheduler() const { return m_scheduler; }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
 
@@ -114,6 +124,8 @@ public:
     // more listing follows the running one, and every caller waiting meanwhile returns
     // after that follow-up has been applied.
     QCoro::Task<> refresh(Listings lists = everyListing);
+    // A refresh the user asked for: a connection that failed for good is tried once more.
+    void refreshAsked();
     void select(const Runtime &runtime);
 
     void start(const Container &c);
@@ -166,13 +178,15 @@ public:
     // Where the selected runtime's disk goes; read only when asked, since the engine walks
     // every layer and volume to answer.
     QCoro::Task<DiskReading> readDisk();
-    // What a reclaim would remove from the reading, naming images by all their tags.
-    static ReclaimPlan reclaimPlan(const DiskUsage &usage, const QList<DockerImage> &images);
+    QCoro::Task<DiskReading> readDisk(std::optional<Runtime> runtime);
+    // What a reclaim would remove from the reading, on the reading's engine alone, naming
+    // images by all their tags.
+    static ReclaimPlan reclaimPlan(const DiskReading &read);
     // One step per item of the chosen categories, containers first.
     static QList<DeletionStep> reclaimSteps(const ReclaimPlan &plan, const QList<ReclaimPlan::Kind> &chosen);
-    // Removes exactly the items of the chosen categories, one at a time, each by its id,
-    // under the work id, a Reclaim begun by the caller. Stopped, it ends after the removal
-    // under way. Returns the bytes the engine counts as freed, if it tells.
+    // Removes exactly the items of the chosen categories, one at a time, each by its id, on
+    // the plan's engine, under the work id, a Reclaim begun by the caller. Stopped, it ends
+    // the removal under way. Returns the bytes the engine counts as freed, if it tells.
     QCoro::Task<std::optional<qint64>> reclaim(ReclaimPlan plan, QList<ReclaimPlan::Kind> chosen, int workId = 0);
 
     // Docker children mostly wait, so they get a pool wider than the cores. Everything on it
@@ -219,9 +233,12 @@ private:
     // expected name, only when the directory holds that project.
     QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
     void act(const EngineAction &action);
-    QFuture<std::optional<QString>> attempt(const EngineAction &action, Watch watch = {}) const;
+    // The action on the operation's engine, on an action worker: what went wrong, or nothing.
+    QFuture<std::optional<QString>> attempt(const OnEngine &on, const EngineAction &action, Watch watch = {}) const;
+    // The image listing of the operation's engine, on a worker; none when it failed.
+    QFuture<std::optional<QList<DockerImage>>> listImages(const OnEngine &on) const;
     // A compose action names its project, for what its progress says.
-    QCoro::Task<> perform(EngineAction action, QString project = {});
+    QCoro::Task<> perform(OnEngine on, EngineAction action, QString project = {});
     // The services the project was last seen with, where it is known.
     QStringList servicesOf(const QString &project) const;
     QCoro::Task<> pollOnce();
@@ -240,7 +257,9 @@ private:
     UsageWatch m_usage;
     LongWork m_work;
     ServiceDefinitions m_definitions;
-    QHash<QString, PullSummary> m_pulls;
+    // By runtime, then project: a namesake on another engine is another project.
+    QHash<QString, QHash<QString, PullSummary>> m_pulls;
+    EngineHolds m_holds;
     QString m_filter;
     bool m_started = false;
     // The runtime the user chose, or the one chosen at launch: a hand-over is a detour from it.
@@ -254,9 +273,8 @@ private:
         ContainerChange change;
     };
     QList<Told> m_told;
-    // The disk report under way, if any, and whose.
-    QFuture<DiskReading> m_diskReading;
-    std::optional<Runtime> m_diskRuntime;
+    // The disk report under way for each runtime, if any.
+    QHash<QString, QFuture<DiskReading>> m_diskReadings;
     // The event stream was down at some time since the last listing of the containers.
     bool m_streamGap = true;
 };

@@ -9,18 +9,29 @@
 
 void AppStore::act(const EngineAction &action)
 {
-    perform(action);
+    perform(onSelected(), action);
 }
 
-// The action on an action worker: what went wrong, or nothing.
-QFuture<std::optional<QString>> AppStore::attempt(const EngineAction &action, Watch watch) const
+// No step asks which runtime is selected: the operation says where it began.
+QFuture<std::optional<QString>> AppStore::attempt(const OnEngine &on, const EngineAction &action, Watch watch) const
 {
-    return QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime = runtime(), watch]() -> std::optional<QString> {
+    return QtConcurrent::run(actionWorkers(), [engine = m_engine, action, runtime = on.runtime, watch]() -> std::optional<QString> {
         try {
             engine->perform(action, runtime, watch);
             return std::nullopt;
         } catch (const DockerError &e) {
             return e.message();
+        }
+    });
+}
+
+QFuture<std::optional<QList<DockerImage>>> AppStore::listImages(const OnEngine &on) const
+{
+    return QtConcurrent::run(workers(), [engine = m_engine, runtime = on.runtime]() -> std::optional<QList<DockerImage>> {
+        try {
+            return engine->images(runtime);
+        } catch (const DockerError &) {
+            return std::nullopt;
         }
     });
 }
@@ -46,16 +57,18 @@ QString subjectOf(const EngineAction &action, const QString &project)
 }
 }
 
-QCoro::Task<> AppStore::perform(EngineAction action, QString project)
+QCoro::Task<> AppStore::perform(OnEngine on, EngineAction action, QString project)
 {
     QPointer<AppStore> self(this);
     m_state.setBusy(true);
     // Long actions show how far they got and can be stopped.
     const auto kind = longWork(action.kind);
     const int id = kind ? m_work.begin(*kind, subjectOf(action, project)) : 0;
+    if (id)
+        m_work.update(id, [&](Work &w) { w.engine = on.name(); });
     const Watch watch = kind ? m_work.watch(id, action.dir ? project : QString()) : Watch{};
     // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-    auto future = attempt(action, watch);
+    auto future = attempt(on, action, watch);
     const std::optional<QString> failure = co_await future;
     if (!self)
         co_return;
@@ -99,9 +112,11 @@ void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(Eng
 QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
 {
     QPointer<AppStore> self(this);
+    const OnEngine on = onSelected();
     m_state.setBusy(true);
     const int id = m_work.begin(Work::Kind::Backup, volume);
-    auto backup = attempt(EngineAction::volumeData(Kind::BackupVolume, volume, file), m_work.watch(id));
+    m_work.update(id, [&](Work &w) { w.engine = on.name(); });
+    auto backup = attempt(on, EngineAction::volumeData(Kind::BackupVolume, volume, file), m_work.watch(id));
     const std::optional<QString> backupFailure = co_await backup;
     if (!self)
         co_return;
@@ -116,7 +131,7 @@ QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
     } else if (backupFailure) {
         m_state.setError(QStringLiteral("Nothing was removed: the backup of %1 failed: %2").arg(volume, *backupFailure));
     } else {
-        auto removal = attempt(EngineAction::on(Kind::RemoveVolume, {volume}));
+        auto removal = attempt(on, EngineAction::on(Kind::RemoveVolume, {volume}));
         const std::optional<QString> removalFailure = co_await removal;
         if (!self)
             co_return;
@@ -149,11 +164,11 @@ QCoro::Task<bool> AppStore::usableDirectory(ComposeProject project)
 QCoro::Task<> AppStore::up(ComposeProject project)
 {
     QPointer<AppStore> self(this);
+    const OnEngine on = onSelected();
     if (!co_await usableDirectory(project) || !self)
         co_return;
-    const QString dir = *project.workingDir;
     m_state.setBusy(true);
-    auto future = QtConcurrent::run(workers(), [engine = m_engine, dir] { return engine->checkCompose(dir); });
+    auto future = QtConcurrent::run(workers(), [engine = m_engine, target = ComposeTarget::of(project)] { return engine->checkCompose(target); });
     const ComposeCheck check = co_await future;
     if (!self)
         co_return;
@@ -163,14 +178,15 @@ QCoro::Task<> AppStore::up(ComposeProject project)
         co_return;
     }
     m_state.setNotice(check.warning);
-    co_await perform(EngineAction::compose(Kind::ComposeUp, dir), project.name);
+    co_await perform(on, EngineAction::compose(Kind::ComposeUp, project), project.name);
 }
 
 QCoro::Task<> AppStore::down(ComposeProject project)
 {
     QPointer<AppStore> self(this);
+    const OnEngine on = onSelected();
     if (co_await usableDirectory(project) && self)
-        act(EngineAction::compose(Kind::ComposeDown, *project.workingDir));
+        co_await perform(on, EngineAction::compose(Kind::ComposeDown, project));
 }
 
 namespace {
@@ -203,33 +219,37 @@ void AppStore::forget(const ComposeProject &project)
 QCoro::Task<> AppStore::serviceAction(ComposeProject project, EngineAction::Kind kind, QString service)
 {
     QPointer<AppStore> self(this);
+    const OnEngine on = onSelected();
     if (!co_await usableDirectory(project) || !self)
         co_return;
-    const EngineAction action = EngineAction::compose(kind, *project.workingDir, QStringList{service});
-    co_await perform(action, project.name);
+    const EngineAction action = EngineAction::compose(kind, project, QStringList{service});
+    co_await perform(on, action, project.name);
 }
 
 QCoro::Task<> AppStore::pullNewer(ComposeProject project)
 {
     QPointer<AppStore> self(this);
+    const OnEngine on = onSelected();
     if (!co_await usableDirectory(project) || !self)
         co_return;
     const QString dir = *project.workingDir;
-    m_pulls.remove(project.name);
+    m_pulls[on.name()].remove(project.name);
     emit pullsChanged();
     m_state.setBusy(true);
     const int id = m_work.begin(Work::Kind::ProjectPull, project.name);
+    m_work.update(id, [&](Work &w) { w.engine = on.name(); });
     // The services compose pulls are those it turns on.
     auto definitions = m_definitions.current(dir);
     const std::optional<ResolvedProject> defined = co_await definitions;
     if (!self)
         co_return;
-    // What the engine lists under each image's name before, to tell a newer one after.
-    co_await refresh(Listing::Images);
+    // What the engine lists under each image's name before, to tell a newer one after; read
+    // from the project's engine, whichever the lists show by then.
+    auto listedBefore = listImages(on);
+    const QList<DockerImage> before = (co_await listedBefore).value_or(QList<DockerImage>{});
     if (!self)
         co_return;
-    const QList<DockerImage> before = images();
-    auto pull = attempt(EngineAction::compose(Kind::ComposePull, dir), m_work.watch(id, project.name));
+    auto pull = attempt(on, EngineAction::compose(Kind::ComposePull, project), m_work.watch(id, project.name));
     const std::optional<QString> failure = co_await pull;
     if (!self)
         co_return;
@@ -242,9 +262,11 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
         m_state.setNotice(WorkText::stopped(done));
         co_return;
     }
-    co_await refresh(Listing::Images);
+    auto listedAfter = listImages(on);
+    const QList<DockerImage> after = (co_await listedAfter).value_or(QList<DockerImage>{});
     if (!self)
         co_return;
+    refresh(Listing::Images);
     if (failure && !defined) {
         m_state.setError(failure);
         co_return;
@@ -260,24 +282,25 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
             pulled.append(s);
     }
     m_state.setError(failure);
-    m_pulls.insert(project.name, ProjectServices::compare(pulled, before, images(), failed));
+    m_pulls[on.name()].insert(project.name, ProjectServices::compare(pulled, before, after, failed));
     emit pullsChanged();
 }
 
 QCoro::Task<> AppStore::recreate(ComposeProject project)
 {
-    const QStringList newer = m_pulls.value(project.name).newer;
+    const OnEngine on = onSelected();
+    const QStringList newer = m_pulls.value(on.name()).value(project.name).newer;
     dismissPull(project.name);
     QPointer<AppStore> self(this);
     if (newer.isEmpty() || !co_await usableDirectory(project) || !self)
         co_return;
-    const EngineAction action = EngineAction::compose(Kind::ComposeRecreate, *project.workingDir, newer);
-    co_await perform(action, project.name);
+    const EngineAction action = EngineAction::compose(Kind::ComposeRecreate, project, newer);
+    co_await perform(on, action, project.name);
 }
 
 void AppStore::dismissPull(const QString &project)
 {
-    if (m_pulls.remove(project))
+    if (m_pulls[runtimeKey().value_or(QString())].remove(project))
         emit pullsChanged();
 }
 

@@ -8,21 +8,32 @@
 
 QCoro::Task<DiskReading> AppStore::readDisk()
 {
+    return readDisk(runtime());
+}
+
+QCoro::Task<DiskReading> AppStore::readDisk(std::optional<Runtime> runtime)
+{
     QPointer<AppStore> self(this);
-    const auto runtime = this->runtime();
+    const QString key = runtime ? runtime->name : QString();
     // The engine answers one disk report at a time: whoever asks while one is under way
     // shares its answer.
-    if (!m_diskReading.isValid() || m_diskReading.isFinished() || m_diskRuntime != runtime) {
-        m_diskRuntime = runtime;
-        m_diskReading = QtConcurrent::run(workers(), [engine = m_engine, runtime]() -> DiskReading {
+    QFuture<DiskReading> &reading = m_diskReadings[key];
+    if (!reading.isValid() || reading.isFinished()) {
+        reading = QtConcurrent::run(workers(), [engine = m_engine, runtime]() -> DiskReading {
             try {
-                return {engine->diskUsage(runtime), {}};
+                // The listings name what the report holds; read beside it, from the same engine.
+                auto images = QtConcurrent::run(workers(), [engine, runtime] { return engine->images(runtime); });
+                auto containers = QtConcurrent::run(workers(), [engine, runtime] { return engine->containers(runtime); });
+                DiskUsage usage = engine->diskUsage(runtime);
+                const QList<DockerImage> listed = images.result();
+                usage = Docker::withListedNames(std::move(usage), listed, containers.result());
+                return {std::move(usage), {}, runtime, listed};
             } catch (const DockerError &e) {
-                return {std::nullopt, e.message()};
+                return {std::nullopt, e.message(), runtime};
             }
         });
     }
-    auto future = m_diskReading;
+    auto future = reading;
     DiskReading read = co_await future;
     // A reading for a runtime no longer shown tells nothing of the one that is.
     if (self && read.usage && runtime == this->runtime())
@@ -30,15 +41,11 @@ QCoro::Task<DiskReading> AppStore::readDisk()
     co_return read;
 }
 
-ReclaimPlan AppStore::reclaimPlan(const DiskUsage &usage, const QList<DockerImage> &images)
+ReclaimPlan AppStore::reclaimPlan(const DiskReading &read)
 {
-    // The report names an image by one of its tags; the listing has them all.
-    QMultiMap<QString, QString> tags;
-    for (const DockerImage &i : images) {
-        if (i.repository != QLatin1String("<none>") && i.tag != QLatin1String("<none>"))
-            tags.insert(i.id.mid(i.id.indexOf(u':') + 1).left(12), i.repository + u':' + i.tag);
-    }
-    return Reclaim::plan(usage, tags);
+    ReclaimPlan plan = Reclaim::plan(read.usage.value_or(DiskUsage{}), read.images);
+    plan.runtime = read.runtime;
+    return plan;
 }
 
 QList<DeletionStep> AppStore::reclaimSteps(const ReclaimPlan &plan, const QList<ReclaimPlan::Kind> &chosen)
@@ -68,7 +75,10 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
     using Step = DeletionStep;
     using Kind = EngineAction::Kind;
     QPointer<AppStore> self(this);
-    const int id = workId ? workId : m_work.begin(Work::Kind::Reclaim, runtime() ? runtime()->name : QString());
+    // The plan was read from one engine, and everything it removes goes there.
+    const OnEngine on = m_holds.hold(plan.runtime);
+    const int id = workId ? workId : m_work.begin(Work::Kind::Reclaim, on.name());
+    m_work.update(id, [&](Work &w) { w.engine = on.name(); });
     QList<Step> steps = reclaimSteps(plan, chosen);
     QMap<QString, QStringList> tags;
     for (const ReclaimPlan::Category &c : plan.categories) {
@@ -79,7 +89,6 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
     show();
 
     for (qsizetype i = 0; i < steps.size(); ++i) {
-        // Stopping waits for the removal under way, which is one object: never half of one.
         if (m_work.stopped(id)) {
             for (qsizetype j = i; j < steps.size(); ++j)
                 steps[j].state = Step::State::Skipped;
@@ -96,7 +105,8 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
         default: action = EngineAction::reclaimImage(subject, tags.value(subject)); break;
         }
         // Named before it is awaited: GCC 12 destroys temporaries inside a co_await twice.
-        auto future = attempt(action);
+        // A stop ends the removal under way; the engine finishes or leaves whole what it had.
+        auto future = attempt(on, action, Watch{m_work.cancel(id), {}, {}});
         const std::optional<QString> failure = co_await future;
         if (!self)
             co_return std::nullopt;
@@ -115,7 +125,7 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
     // What was freed is the engine's own count, read again: layers shared between removed
     // images come free only with the last of them, so no sum of the plan's sizes says it.
     // Read after the lists, it is also the report a disk view shows for them.
-    auto after = readDisk();
+    auto after = readDisk(on.runtime);
     const DiskReading read = co_await after;
     if (!read.usage || plan.before < 0 || read.usage->bytes() < 0)
         co_return std::nullopt;

@@ -12,7 +12,9 @@ QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
     const auto containers = this->containers();
     const auto volumes = this->volumes();
     auto future = QtConcurrent::run(workers(), [=, engine = m_engine] { return Teardown::assemble(*engine, project, containers, volumes, runtime); });
-    co_return co_await future;
+    TeardownPlan plan = co_await future;
+    plan.runtime = runtime;
+    co_return plan;
 }
 
 QList<DeletionStep> AppStore::deletionSteps(const TeardownPlan &plan, bool trashDirectory, const QString &backupFolder)
@@ -44,8 +46,11 @@ QCoro::Task<std::optional<QString>> AppStore::deleteProject(TeardownPlan plan, b
     using Step = DeletionStep;
     using Kind = EngineAction::Kind;
     QPointer<AppStore> self(this);
-    const auto key = runtimeKey();
+    // The plan was made on one engine, and every step goes there.
+    const OnEngine on = m_holds.hold(plan.runtime);
+    const auto key = plan.runtime ? std::optional(plan.runtime->name) : std::nullopt;
     const int id = workId ? workId : m_work.begin(Work::Kind::Deletion, plan.project);
+    m_work.update(id, [&](Work &w) { w.engine = on.name(); });
     QList<Step> steps = deletionSteps(plan, trashDirectory, backupFolder);
     const auto show = [&] { m_work.update(id, [&](Work &w) { w.steps = steps; }); };
     show();
@@ -69,7 +74,7 @@ QCoro::Task<std::optional<QString>> AppStore::deleteProject(TeardownPlan plan, b
         switch (steps[i].kind) {
         case Step::Kind::Backup: {
             // A backup holds nothing half done, so a stop ends it at once.
-            auto future = attempt(EngineAction::volumeData(Kind::BackupVolume, subject, backupFile(backupFolder, subject, at)), m_work.watch(id));
+            auto future = attempt(on, EngineAction::volumeData(Kind::BackupVolume, subject, backupFile(backupFolder, subject, at)), m_work.watch(id));
             failure = co_await future;
             if (failure && self && !m_work.stopped(id))
                 backupProblem = QStringLiteral("the backup of %1 failed: %2").arg(subject, *failure);
@@ -79,22 +84,22 @@ QCoro::Task<std::optional<QString>> AppStore::deleteProject(TeardownPlan plan, b
             // A directory that now resolves to another project would take that one down instead.
             bool composeDown = false;
             if (plan.workingDir) {
-                auto check = QtConcurrent::run(workers(), [engine = m_engine, dir = *plan.workingDir, name = plan.project] {
-                    return Teardown::composeDownIsOwn(*engine, dir, name);
+                auto check = QtConcurrent::run(workers(), [engine = m_engine, target = plan.target(), name = plan.project] {
+                    return Teardown::composeDownIsOwn(*engine, target, name);
                 });
                 composeDown = co_await check;
             }
             if (!self)
                 co_return std::nullopt;
             if (composeDown || !plan.containers.isEmpty()) {
-                auto future = attempt(composeDown ? EngineAction::compose(Kind::ComposeDown, *plan.workingDir)
-                                                  : EngineAction::on(Kind::Remove, plan.containers));
+                auto future = attempt(on, composeDown ? EngineAction::compose(Kind::ComposeDown, plan.target())
+                                                      : EngineAction::on(Kind::Remove, plan.containers));
                 failure = co_await future;
             }
             break;
         }
         case Step::Kind::Volume: {
-            auto future = attempt(EngineAction::on(Kind::RemoveVolume, {subject}));
+            auto future = attempt(on, EngineAction::on(Kind::RemoveVolume, {subject}));
             failure = co_await future;
             break;
         }

@@ -31,6 +31,8 @@ struct Work {
     Kind kind = Kind::Pull;
     // The image, project or volume it acts on; a reclaim's runtime.
     QString subject;
+    // The runtime it runs on, whatever is selected meanwhile.
+    QString engine = {};
     QDateTime startedAt;
     // Asked to stop; it ends at the next point where stopping loses nothing.
     bool stopping = false;
@@ -53,6 +55,8 @@ public:
     int begin(Work::Kind kind, const QString &subject, QDateTime at = QDateTime::currentDateTimeUtc());
     // The Watch for the action's worker: progress read into the work, stop carried to the child.
     Watch watch(int id, const QString &project = {});
+    // Only the stop, for work whose steps print nothing worth reading.
+    Cancel cancel(int id) const { return m_cancels.value(id); }
     void update(int id, const std::function<void(Work &)> &change);
     // Sets the work's cancel; the action ends the child and says how far it got.
     Q_INVOKABLE void stop(int id);

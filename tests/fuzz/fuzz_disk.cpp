@@ -1,4 +1,5 @@
 #include "diskusage.h"
+#include "docker.h"
 #include "fuzz.h"
 #include "reclaimplan.h"
 
@@ -14,7 +15,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     DiskUsage usage = Docker::parseDiskUsage(bytes);
     Docker::parseDiskTotals(bytes, usage);
     FUZZ_PROMISE(usage.bytes() >= -1);
-    const ReclaimPlan plan = Reclaim::plan(usage);
+    // The listing comes from the same bytes read as `docker images` lines, so the fuzzer
+    // also meets ids listed twice, tagged and untagged, and images the listing lacks.
+    const QList<DockerImage> images = Docker::parseImages(QString::fromUtf8(bytes));
+    usage = Docker::withListedNames(std::move(usage), images, {});
+    const ReclaimPlan plan = Reclaim::plan(usage, images);
+    const auto shortId = [](const QString &id) { return id.mid(id.indexOf(u':') + 1).left(12); };
+    for (const auto &item : plan.categories.value(0).items) {
+        // Dangling means the listing gave it no name, on every row it has there.
+        FUZZ_PROMISE(std::none_of(images.cbegin(), images.cend(), [&](const DockerImage &i) {
+            return shortId(i.id) == shortId(item.id) && i.repository != QLatin1String("<none>") && !i.repository.isEmpty() && i.tag != QLatin1String("<none>");
+        }));
+    }
     QSet<QString> listed;
     for (const auto &category : plan.categories) {
         FUZZ_PROMISE(category.bytes() >= 0);

@@ -31,31 +31,51 @@ private slots:
     void reclaimPlan_data()
     {
         QTest::addColumn<QByteArray>("df");
+        // `docker images` beside it; where empty, the report's own names, as one engine gives both.
+        QTest::addColumn<QString>("listing");
         QTest::addColumn<QStringList>("expected");
         const QByteArray recorded = fixture("disk/df.json").toUtf8();
-        QTest::newRow("recorded") << recorded
+        QTest::newRow("recorded") << recorded << fixture("disk/images.jsonl")
                                   << QStringList{"danglingImages: 93a034b43d4e", "unusedImages: disk/unused:1, disk/dangle:1",
                                                  "stoppedContainers: d-stopped d-keeper", "anonymousVolumes: 75760b5937da"};
         QTest::newRow("an image named by a container is used, whatever the count says")
             << QByteArray(R"({"Images":[{"ID":"sha256:aaaaaaaaaaaa1","Repository":"web","Tag":"latest","Containers":"0"}],
                              "Containers":[{"ID":"c1","Names":"x","Image":"web","State":"running"}]})")
-            << QStringList{};
+            << QString() << QStringList{};
         QTest::newRow("cache in use stays; a dead container goes; a short hex name is a name")
             << QByteArray(R"({"BuildCache":[{"ID":"k1","InUse":"true","Size":"1MB"},{"ID":"k2","InUse":"false","Size":"2MB","Description":"mount /root/.cache"}],
                              "Containers":[{"ID":"c2","Names":"gone","State":"dead","Size":"5MB"}],
                              "Volumes":[{"Name":"deadbeef","Links":"0"}]})")
-            << QStringList{"buildCache: mount /root/.cache", "stoppedContainers: gone"};
+            << QString() << QStringList{"buildCache: mount /root/.cache", "stoppedContainers: gone"};
+        // Some engines' reports call every image "<none>" and keep their own helpers about:
+        // the listing alone says what is dangling, and an image it lacks is kept.
+        QTest::newRow("names come from the listing, not the report")
+            << QByteArray(R"({"Images":[{"ID":"sha256:aaaaaaaaaaaa1","Repository":"<none>","Tag":"<none>","Containers":"0"},
+                                        {"ID":"sha256:bbbbbbbbbbbb1","Repository":"<none>","Tag":"<none>","Containers":"0"},
+                                        {"ID":"sha256:cccccccccccc1","Repository":"<none>","Tag":"<none>","Containers":"0"}],
+                             "Containers":[{"ID":"c4","Names":"korvat-volume-1","State":"created","Labels":"org.korvat.helper=volume-data"}]})")
+            << QString(R"({"ID":"aaaaaaaaaaaa","Repository":"app","Tag":"1"}
+{"ID":"aaaaaaaaaaaa","Repository":"app","Tag":"latest"}
+{"ID":"bbbbbbbbbbbb","Repository":"<none>","Tag":"<none>"})")
+            << QStringList{"danglingImages: bbbbbbbbbbbb", "unusedImages: app:1, app:latest"};
         QTest::newRow("a container's mounts keep an anonymous volume, whatever its links say")
             << QByteArray(R"({"Volumes":[{"Name":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef","Links":"0"}],
                              "Containers":[{"ID":"c3","Names":"y","State":"running","Mounts":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"}]})")
-            << QStringList{};
-        QTest::newRow("not json") << QByteArray("Error response from daemon") << QStringList{};
+            << QString() << QStringList{};
+        QTest::newRow("not json") << QByteArray("Error response from daemon") << QString() << QStringList{};
     }
     void reclaimPlan()
     {
         QFETCH(QByteArray, df);
+        QFETCH(QString, listing);
+        const DiskUsage usage = Docker::parseDiskUsage(df);
+        QList<DockerImage> images = Docker::parseImages(listing);
+        if (listing.isEmpty()) {
+            for (const DiskUsage::Image &i : usage.images)
+                images.append({i.id, i.repository, i.tag, {}});
+        }
         QStringList seen;
-        for (const ReclaimPlan::Category &c : Reclaim::plan(Docker::parseDiskUsage(df)).categories) {
+        for (const ReclaimPlan::Category &c : Reclaim::plan(Docker::withListedNames(usage, images, {}), images).categories) {
             QStringList names;
             for (const auto &i : c.items)
                 names << i.name;

@@ -484,7 +484,7 @@ private slots:
         QCoro::waitFor(st.loadContexts());
         const DiskReading read = QCoro::waitFor(st.readDisk());
         QVERIFY2(read.usage, qPrintable(read.error));
-        const ReclaimPlan plan = AppStore::reclaimPlan(*read.usage, st.images());
+        const ReclaimPlan plan = AppStore::reclaimPlan(read);
 
         using Kind = ReclaimPlan::Kind;
         QMap<QString, Kind> listed;
@@ -551,7 +551,7 @@ private slots:
         auto s = settings();
         AppStore st(s.get(), std::make_shared<CliEngine>());
         QCoro::waitFor(st.loadContexts());
-        ReclaimPlan plan = AppStore::reclaimPlan(*QCoro::waitFor(st.readDisk()).usage, st.images());
+        ReclaimPlan plan = AppStore::reclaimPlan(QCoro::waitFor(st.readDisk()));
         for (auto &c : plan.categories)
             c.items.removeIf([&](const ReclaimPlan::Item &i) { return !images.contains(i.id); });
         QCOMPARE(plan.categories.first().items.size(), 3);

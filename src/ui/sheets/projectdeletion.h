@@ -48,7 +48,7 @@ public:
     // Why the kept volumes stay: other containers use them, or they are not the project's.
     static QString keptDetail(const TeardownPlan &plan);
 
-    QString title() const { return QStringLiteral("Delete ") + m_project.name; }
+    QString title() const { return QStringLiteral("Delete ") + m_project.name + (m_runtime ? QStringLiteral(" on ") + m_runtime->name : QString()); }
     bool planned() const { return m_plan.has_value(); }
     QStringList containers() const;
     QVariantList removable() const;
@@ -87,6 +87,8 @@ signals:
 private:
     QPointer<AppStore> m_store;
     ComposeProject m_project;
+    // The engine the sheet was opened on; its plan and every step go there.
+    std::optional<Runtime> m_runtime;
     std::optional<TeardownPlan> m_plan;
     bool m_trash = false;
     bool m_working = false;

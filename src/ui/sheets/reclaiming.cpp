@@ -59,8 +59,8 @@ QHash<int, QByteArray> ReclaimModel::roleNames() const
 }
 
 Reclaiming::Reclaiming(AppStore *store, QObject *parent)
-    : QObject(parent), m_store(store),
-      m_title(store && store->runtime() ? QStringLiteral("Reclaim space on ") + store->runtime()->name : QStringLiteral("Reclaim space"))
+    : QObject(parent), m_store(store), m_runtime(store ? store->runtime() : std::nullopt),
+      m_title(m_runtime ? QStringLiteral("Reclaim space on ") + m_runtime->name : QStringLiteral("Reclaim space"))
 {
 }
 
@@ -152,8 +152,9 @@ void Reclaiming::start()
     if (m_started || m_plan || !m_store)
         return;
     m_started = true;
-    [](QPointer<Reclaiming> self, QPointer<AppStore> store) -> QCoro::Task<> {
-        auto reading = store->readDisk();
+    // The sheet reads, plans and removes on the engine it was opened on.
+    [](QPointer<Reclaiming> self, QPointer<AppStore> store, std::optional<Runtime> runtime) -> QCoro::Task<> {
+        auto reading = store->readDisk(runtime);
         const DiskReading read = co_await reading;
         if (!self || !store)
             co_return;
@@ -162,8 +163,8 @@ void Reclaiming::start()
             emit self->changed();
             co_return;
         }
-        self->showPlan(AppStore::reclaimPlan(*read.usage, store->images()));
-    }(this, m_store);
+        self->showPlan(AppStore::reclaimPlan(read));
+    }(this, m_store, m_runtime);
 }
 
 void Reclaiming::setChosen(int kind, bool chosen)
@@ -184,7 +185,7 @@ void Reclaiming::confirm()
         return;
     m_working = true;
     LongWork &work = m_store->work();
-    m_workId = work.begin(Work::Kind::Reclaim, m_store->runtime() ? m_store->runtime()->name : QString());
+    m_workId = work.begin(Work::Kind::Reclaim, m_plan->runtime ? m_plan->runtime->name : QString());
     connect(&work, &LongWork::changed, this, [this](int id) {
         if (id != m_workId || !m_store)
             return;

@@ -104,6 +104,7 @@ private:
     void update();
 
     QPointer<AppStore> m_store;
+    std::optional<Runtime> m_runtime;
     ReclaimModel m_rows;
     std::optional<ReclaimPlan> m_plan;
     QList<ReclaimPlan::Kind> m_chosen;

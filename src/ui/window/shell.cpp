@@ -275,7 +275,7 @@ void Shell::firstShown()
 
 void Shell::refresh()
 {
-    m_store->refresh();
+    m_store->refreshAsked();
     if (m_category == Category::Disk)
         m_disk.read();
 }
@@ -284,6 +284,8 @@ void Shell::selectRuntime(int row)
 {
     if (const auto runtime = m_runtimes.runtimeAt(row); runtime && runtime != m_store->runtime())
         m_store->select(*runtime);
+    else if (runtime)
+        m_store->refreshAsked();
 }
 
 void Shell::addProject(const QUrl &directory)
