@@ -27,6 +27,8 @@ packages=(
   openssh-server
   # a local registry the pull-progress tests push to and pull from
   docker-registry
+  # another engine's Docker API, whose reports differ from dockerd's
+  podman
   # a real X server for the tray and window tests, and a screen reader's view of the window:
   # AT-SPI read from outside, and Orca itself
   xvfb xauth at-spi2-core python3-pyatspi orca
