@@ -1,4 +1,5 @@
 #include "cliengine.h"
+#include "kernelusage.h"
 
 #include "backuparchive.h"
 #include "childprocess.h"
@@ -666,15 +667,62 @@ std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const Opt
                                            ProcessStream::Mode::Merged);
 }
 
+namespace {
+// Where the counters of these containers are, when their engine runs on this machine and
+// every one of them can be read here.
+std::optional<KernelUsageStream::Found> locateGroups(const QStringList &containerIds, const OptRuntime &runtime)
+{
+    if (containerIds.isEmpty() || !onThisMachine(runtime))
+        return std::nullopt;
+    const auto inspected = Docker::capture(QStringList{QStringLiteral("inspect"), QStringLiteral("--type"), QStringLiteral("container"),
+                                                       QStringLiteral("--format"), QStringLiteral("{{.Id}} {{.State.Pid}}")}
+                                               + containerIds,
+                                           runtime);
+    const QStringList lines = inspected.out.split(u'\n', Qt::SkipEmptyParts);
+    if (inspected.status != 0 || lines.size() != containerIds.size())
+        return std::nullopt;
+    KernelUsageStream::Found found;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QStringList words = lines.at(i).split(u' ', Qt::SkipEmptyParts);
+        const qint64 pid = words.value(1).toLongLong();
+        if (words.size() != 2 || pid <= 0)
+            return std::nullopt;
+        QFile groups(QStringLiteral("/proc/%1/cgroup").arg(pid));
+        const QByteArray text = groups.open(QIODevice::ReadOnly) ? groups.readAll() : QByteArray();
+        // A process of this number that is not the container's (its engine sees other
+        // processes: another machine's, or a VM's) names another group.
+        if (!text.contains(words.at(0).toLatin1()))
+            return std::nullopt;
+        const auto paths = Cgroup::paths(text);
+        if (!paths)
+            return std::nullopt;
+        found.groups.append({containerIds.at(i), *paths});
+    }
+    QFile meminfo(QStringLiteral("/proc/meminfo"));
+    if (meminfo.open(QIODevice::ReadOnly)) {
+        // "MemTotal:       24568432 kB"
+        const QList<QByteArray> first = meminfo.readLine().simplified().split(' ');
+        if (first.size() == 3 && first.at(0) == "MemTotal:")
+            found.machineMemory = first.at(1).toLongLong() * 1024;
+    }
+    return found;
+}
+}
+
 std::unique_ptr<EngineStream> CliEngine::usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const
 {
-    QStringList arguments{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")};
-    if (read == UsageRead::Once)
-        arguments << QStringLiteral("--no-stream");
-    auto child = Docker::process(arguments + containerIds, runtime);
-    // `docker stats` (28) ignores SIGTERM and SIGINT; it holds nothing, so it is killed.
-    ChildProcess::prepare(*child, SIGKILL);
-    return std::make_unique<ProcessStream>(std::move(child), ProcessStream::Mode::OutputOnly, std::chrono::milliseconds(0));
+    const auto engineStats = [containerIds, runtime, read]() -> std::unique_ptr<EngineStream> {
+        QStringList arguments{QStringLiteral("stats"), QStringLiteral("--format"), QStringLiteral("json")};
+        if (read == UsageRead::Once)
+            arguments << QStringLiteral("--no-stream");
+        auto child = Docker::process(arguments + containerIds, runtime);
+        // `docker stats` (28) ignores SIGTERM and SIGINT; it holds nothing, so it is killed.
+        ChildProcess::prepare(*child, SIGKILL);
+        return std::make_unique<ProcessStream>(std::move(child), ProcessStream::Mode::OutputOnly, std::chrono::milliseconds(0));
+    };
+    // The engine reads every container it is asked about, and that work outweighs the
+    // client's; the kernel's counters cost a few small reads.
+    return std::make_unique<KernelUsageStream>([containerIds, runtime] { return locateGroups(containerIds, runtime); }, engineStats, read);
 }
 
 ShellCommand CliEngine::shell(const QString &containerName, const OptRuntime &runtime) const

@@ -1,4 +1,6 @@
 #include "backuparchive.h"
+#include "cgroupusage.h"
+#include "kernelusage.h"
 #include "cliengine.h"
 #include "containerdetails.h"
 #include "fakeengine.h"
@@ -533,11 +535,58 @@ private slots:
             << std::optional(Usage{"st3", {}, {}, {}});
         QTest::newRow("erasing the rest of the screen") << QByteArray(" \x1b[K\x1b[J") << std::optional<Usage>();
         QTest::newRow("not json") << QByteArray("Error response from daemon: No such container: nosuch") << std::optional<Usage>();
+        QTest::newRow("as the kernel's counters are written") << KernelUsageStream::line("kt", 49.5, 8'400'000, std::nullopt)
+                                                               << std::optional(Usage{"kt", 49.5, 8'400'000, {}});
     }
     void readingUsage()
     {
         QFETCH(QByteArray, line);
         QTEST(Docker::readUsage(line), "usage");
+    }
+
+    // Where a container's counters are, from its process's /proc/<pid>/cgroup, and what
+    // they read: one mount per controller, one tree for all, or both at once.
+    void controlGroups_data()
+    {
+        QTest::addColumn<QByteArray>("proc");
+        QTest::addColumn<QString>("paths");
+        QTest::newRow("a mount per controller (this machine's)")
+            << QByteArray("9:name=systemd:/docker/c1\n4:memory:/docker/c1\n2:cpuacct:/docker/c1\n1:cpu:/docker/c1\n0::/\n")
+            << "/r/cpuacct/docker/c1 /r/memory/docker/c1 v1";
+        QTest::newRow("cpu and cpuacct mounted together")
+            << QByteArray("3:cpu,cpuacct:/docker/c2\n5:memory:/docker/c2\n") << "/r/cpu,cpuacct/docker/c2 /r/memory/docker/c2 v1";
+        QTest::newRow("one tree") << QByteArray("0::/system.slice/docker-c3.scope\n")
+                                  << "/r/system.slice/docker-c3.scope /r/system.slice/docker-c3.scope v2";
+        QTest::newRow("a group that climbs out") << QByteArray("0::/../../etc\n") << "";
+        QTest::newRow("memory not accounted, no tree") << QByteArray("2:cpuacct:/docker/c4\n") << "";
+    }
+    void controlGroups()
+    {
+        QFETCH(QByteArray, proc);
+        const auto paths = Cgroup::paths(proc, "/r");
+        QTEST(paths ? paths->cpu + ' ' + paths->memory + (paths->unified ? " v2" : " v1") : QString(), "paths");
+    }
+    void controlGroupCounters_data()
+    {
+        QTest::addColumn<bool>("unified");
+        QTest::addColumn<QByteArrayList>("files");
+        QTest::addColumn<std::optional<Cgroup::Counters>>("counters");
+        QTest::newRow("v1: the file cache it can drop is left out")
+            << false << QByteArrayList{"5000000000\n", "10485760\n", "cache 4096\ntotal_inactive_file 2097152\n", "67108864\n"}
+            << std::optional(Cgroup::Counters{5'000'000'000, 8'388'608, 67'108'864});
+        QTest::newRow("v1 without a limit of its own")
+            << false << QByteArrayList{"7\n", "4096\n", "", "9223372036854771712\n"} << std::optional(Cgroup::Counters{7, 4096, {}});
+        QTest::newRow("v2: microseconds, and no limit is max")
+            << true << QByteArrayList{"usage_usec 2500\nuser_usec 2000\n", "1048576\n", "anon 1\ninactive_file 4096\n", "max\n"}
+            << std::optional(Cgroup::Counters{2'500'000, 1'044'480, {}});
+        QTest::newRow("unreadable") << true << QByteArrayList{"", "x", "", ""} << std::optional<Cgroup::Counters>();
+    }
+    void controlGroupCounters()
+    {
+        QFETCH(bool, unified);
+        QFETCH(QByteArrayList, files);
+        QTEST(Cgroup::parse(unified, files[0], files[1], files[2], files[3]), "counters");
+        QCOMPARE(Cgroup::cpuPercent({1'000'000'000, 0, {}}, {1'500'000'000, 0, {}}, 1'000'000'000), 50.0);
     }
     void byteSizes()
     {
