@@ -7,8 +7,8 @@
 #include <QPointer>
 #include <QtConcurrent>
 
-ComposeFileState::ComposeFileState(std::shared_ptr<Engine> engine, QString project, QString dir, QObject *parent)
-    : QObject(parent), m_engine(std::move(engine)), m_title(std::move(project)), m_dir(std::move(dir))
+ComposeFileState::ComposeFileState(std::shared_ptr<Engine> engine, QString project, ComposeTarget target, QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_title(std::move(project)), m_target(std::move(target))
 {
 }
 
@@ -21,8 +21,8 @@ void ComposeFileState::start()
 QCoro::Task<> ComposeFileState::read()
 {
     QPointer<ComposeFileState> self(this);
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, dir = m_dir] {
-        const ResolvedFile file = engine->resolvedFile(dir);
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, target = m_target] {
+        const ResolvedFile file = engine->resolvedFile(target);
         return std::pair(file, file.valid ? Secrets::yaml(file.text, secretValues(file)) : Secrets::text(file.text));
     });
     const auto [file, masked] = co_await future;

@@ -32,10 +32,10 @@ class ComposeFileState : public QObject {
     Q_PROPERTY(bool showSecrets READ showSecrets WRITE setShowSecrets NOTIFY changed)
 
 public:
-    ComposeFileState(std::shared_ptr<Engine> engine, QString project, QString dir, QObject *parent = nullptr);
+    ComposeFileState(std::shared_ptr<Engine> engine, QString project, ComposeTarget target, QObject *parent = nullptr);
 
     QString title() const { return m_title; }
-    QString directory() const { return m_dir; }
+    QString directory() const { return m_target.dir; }
     bool loaded() const { return m_file.has_value(); }
     QString problem() const { return m_file && !m_file->valid ? m_file->text : QString(); }
     Transcript *document() { return &m_document; }
@@ -62,7 +62,8 @@ private:
 
     std::shared_ptr<Engine> m_engine;
     QString m_title;
-    QString m_dir;
+    // Read as the project was started: its recorded files, where they are all still there.
+    ComposeTarget m_target;
     std::optional<ResolvedFile> m_file;
     // The file as shown while values are hidden.
     QString m_masked;

@@ -326,7 +326,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::ShowComposeFile:
         return onProject([this](const ComposeProject &p) {
             if (p.workingDir)
-                emit composeFileRequested(ownedByQml(new ComposeFileState(m_store->engine(), p.name, *p.workingDir)));
+                emit composeFileRequested(ownedByQml(new ComposeFileState(m_store->engine(), p.name, ComposeTarget::of(p))));
         });
     case Verb::ServiceUp:
     case Verb::ServiceStart:
