@@ -503,6 +503,7 @@ ResolvedFile CliEngine::resolvedFile(const ComposeTarget &target) const
     for (const QString &key : system.keys())
         environment.insert(key, system.value(key));
     file.variables = Docker::composeVariables(written, environment, dotEnvValues);
+    file.written = written;
     return file;
 }
 

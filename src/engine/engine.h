@@ -70,6 +70,8 @@ struct ResolvedFile {
     QString text;
     bool valid = false;
     QList<ComposeVariable> variables;
+    // The files as written, before substitution: where each variable is used.
+    QString written = {};
     friend bool operator==(const ResolvedFile &, const ResolvedFile &) = default;
 };
 

@@ -549,7 +549,8 @@ ResolvedFile FakeEngine::resolvedFile(const ComposeTarget &target) const
     }
     const auto dotEnvValues = Docker::dotEnvIn(target.dir);
     QMutexLocker lock(&m_mutex);
-    return {check.valid ? m_resolvedTexts.value(target.dir, written) : check.message, check.valid, Docker::composeVariables(written, {}, dotEnvValues)};
+    return {check.valid ? m_resolvedTexts.value(target.dir, written) : check.message, check.valid, Docker::composeVariables(written, {}, dotEnvValues),
+            written};
 }
 
 void FakeEngine::setProgress(EngineAction::Kind kind, const QStringList &lines)

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 // Which values stay hidden until a reader asks for them, wherever they came from: one table of
 // the words that make a name secret, and the rules that find a secret inside a value. Every
@@ -41,7 +42,11 @@ QString document(const QString &json);
 // Resolved compose YAML as shown while hidden: a scalar under a secret key, one equal to a
 // known secret (a variable substituted whole), and a command's secret words. A masked scalar
 // becomes a quoted placeholder and one that spans lines is masked whole, so the text keeps
-// its lines and stays YAML.
-QString yaml(const QString &text, const QStringList &known);
+// its lines and stays YAML. With sites, a known secret is masked only under those keys (or
+// in those keys' lists): a password "postgres" leaves "POSTGRES_DB: postgres" shown.
+QString yaml(const QString &text, const QStringList &known, const std::optional<QStringList> &sites = std::nullopt);
+// The keys under which the files as written use any of these variables ("${DB_PASS}",
+// "$DB_PASS"): a key of a mapping, a NAME of a list's NAME=value, or the key of a list.
+QStringList substitutedAt(const QString &written, const QStringList &variables);
 
 }

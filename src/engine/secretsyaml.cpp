@@ -244,6 +244,18 @@ QString content(const QStringList &lines, const Scalar &s)
 }
 
 
+// Where a scalar sits, for telling where a variable was substituted: its key, a list
+// item's NAME of NAME=value, or the key its list is under.
+QString siteOf(const Scalar &s, const QString &says)
+{
+    if (!s.key.isEmpty())
+        return s.key;
+    static const QRegularExpression assignment(QStringLiteral(R"(^([A-Za-z_][A-Za-z0-9_.-]*)=)"));
+    if (const auto m = assignment.match(says); m.hasMatch())
+        return m.captured(1);
+    return s.owner;
+}
+
 // A mapping's value by its key; a sequence's "NAME=value" item (environment, labels) as a
 // variable, its value all the rest of it.
 QString shownAs(const Scalar &s, const QString &says, const QStringList &known)
@@ -259,13 +271,33 @@ QString shownAs(const Scalar &s, const QString &says, const QStringList &known)
 }
 }
 
-QString yaml(const QString &text, const QStringList &known)
+QStringList substitutedAt(const QString &written, const QStringList &variables)
+{
+    QList<QRegularExpression> uses;
+    for (const QString &v : variables)
+        uses << QRegularExpression(QStringLiteral("\\$\\{?") + QRegularExpression::escape(v) + QStringLiteral("(?![A-Za-z0-9_])"));
+    const QStringList lines = written.split(u'\n');
+    QStringList sites;
+    for (const Scalar &s : scalars(lines)) {
+        const QString says = content(lines, s);
+        if (std::any_of(uses.cbegin(), uses.cend(), [&](const QRegularExpression &use) { return use.match(says).hasMatch(); }))
+            sites << siteOf(s, says);
+    }
+    sites.removeDuplicates();
+    return sites;
+}
+
+QString yaml(const QString &text, const QStringList &known, const std::optional<QStringList> &sites)
 {
     const QStringList lines = text.split(u'\n');
     const QList<Scalar> all = scalars(lines);
     QStringList says;
     for (const Scalar &s : all)
         says << content(lines, s);
+    // A value equal to a secret is hidden only where a secret was substituted, when that is known.
+    const auto knownAt = [&](const Scalar &s, const QString &value) {
+        return !sites || sites->contains(siteOf(s, value)) ? known : QStringList();
+    };
 
     QStringList shown = says;
     QList<bool> done(all.size(), false);
@@ -284,12 +316,12 @@ QString yaml(const QString &text, const QStringList &known)
             QStringList words;
             for (qsizetype j : items)
                 words << says[j];
-            const QStringList masked = arguments(words, known);
+            const QStringList masked = arguments(words, knownAt(s, says[k]));
             for (qsizetype n = 0; n < items.size(); ++n)
                 shown[items[n]] = masked[n], done[items[n]] = true;
             continue;
         }
-        shown[k] = shownAs(s, says[k], known);
+        shown[k] = shownAs(s, says[k], knownAt(s, says[k]));
     }
 
     const QString mask = QString::fromUtf16(Secrets::mask);

@@ -638,6 +638,10 @@ void TestViewRules::masking_data()
     // Compose's resolved YAML.
     row("substituted whole", "yaml", "postgres", "      PLAIN: postgres", "      PLAIN: \"" + m + "\"");
     row("never inside a word", "yaml", "postgres", "    image: postgres:16", "    image: postgres:16");
+    // The files as written say where DB_PASS went: only there is its value hidden.
+    row("only where it was substituted", "substituted", "postgres|DB_PASS|  environment:\n    CONN: ${DB_PASS}\n    POSTGRES_DB: postgres\n  command: [\"x\", \"$DB_PASS\"]",
+        "  environment:\n    CONN: postgres\n    POSTGRES_DB: postgres\n  command:\n    - x\n    - postgres",
+        "  environment:\n    CONN: \"" + m + "\"\n    POSTGRES_DB: postgres\n  command:\n    - x\n    - \"" + m + "\"");
     row("secret key", "yaml", "", "      POSTGRES_PASSWORD: '1234'", "      POSTGRES_PASSWORD: \"" + m + "\"");
     row("list entry keeps its quotes", "yaml", "", "      - \"API_TOKEN=x y\"", "      - \"API_TOKEN=" + m + "\"");
     row("URL under a plain key", "yaml", "", "      DB: postgres://app:s3cret@db/app", "      DB: \"postgres://app:" + m + "@db/app\"");
@@ -664,6 +668,9 @@ void TestViewRules::masking()
         const QJsonDocument masked = QJsonDocument::fromJson(Secrets::document(value).toUtf8());
         QVERIFY(!masked.isNull());
         QCOMPARE(masked, QJsonDocument::fromJson(shown.replace(u'M', QString::fromUtf16(Secrets::mask)).toUtf8()));
+    } else if (source == QLatin1String("substituted")) {
+        const QStringList parts = name.split(u'|');
+        QCOMPARE(Secrets::yaml(value, {parts[0]}, Secrets::substitutedAt(parts[2], {parts[1]})), shown);
     } else if (source == QLatin1String("yaml")) {
         QCOMPARE(Secrets::yaml(value, name.isEmpty() ? QStringList() : name.split(u',')), shown);
     } else {

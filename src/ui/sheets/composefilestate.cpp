@@ -23,7 +23,14 @@ QCoro::Task<> ComposeFileState::read()
     QPointer<ComposeFileState> self(this);
     auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, target = m_target] {
         const ResolvedFile file = engine->resolvedFile(target);
-        return std::pair(file, file.valid ? Secrets::yaml(file.text, secretValues(file)) : Secrets::text(file.text));
+        QStringList secretVariables;
+        for (const ComposeVariable &v : file.variables) {
+            if (Secrets::secretName(v.name))
+                secretVariables << v.name;
+        }
+        const QString masked = file.valid ? Secrets::yaml(file.text, secretValues(file), Secrets::substitutedAt(file.written, secretVariables))
+                                          : Secrets::text(file.text);
+        return std::pair(file, masked);
     });
     const auto [file, masked] = co_await future;
     if (!self)
