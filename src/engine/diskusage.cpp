@@ -108,9 +108,13 @@ DiskUsage withListedNames(DiskUsage usage, const QList<DockerImage> &images, con
     QHash<QString, std::pair<QString, QString>> imageNames;
     for (const DockerImage &i : images) {
         auto &name = imageNames[shortId(i.id)];
-        const bool named = !i.repository.isEmpty() && i.repository != QLatin1String("<none>") && i.tag != QLatin1String("<none>");
+        // A repository without a tag (pulled by digest) is a name too; a tag is the better one.
+        const bool named = !i.repository.isEmpty() && i.repository != QLatin1String("<none>");
+        const auto rank = [](const QString &repository, const QString &tag) {
+            return std::pair(tag == QLatin1String("<none>"), repository + u':' + tag);
+        };
         // The first name in order, so one image reads the same on every reading.
-        if (named && (name.first.isEmpty() || name.first == QLatin1String("<none>") || i.repository + u':' + i.tag < name.first + u':' + name.second))
+        if (named && (name.first.isEmpty() || name.first == QLatin1String("<none>") || rank(i.repository, i.tag) < rank(name.first, name.second)))
             name = {i.repository, i.tag};
         else if (name.first.isEmpty())
             name = {QStringLiteral("<none>"), QStringLiteral("<none>")};

@@ -81,12 +81,18 @@ ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed)
     ReclaimPlan::Category dangling{Kind::DanglingImages, true, {}}, cache{Kind::BuildCache, true, {}}, unused{Kind::UnusedImages, false, {}},
         stopped{Kind::StoppedContainers, false, {}}, anonymous{Kind::AnonymousVolumes, false, {}};
 
-    QSet<QString> listedIds;
-    QMultiMap<QString, QString> tags;
+    // An image pulled by digest is listed with its repository and no tag: named all the same.
+    QSet<QString> listedIds, namedIds;
+    QMultiMap<QString, QString> tags, untagged;
     for (const DockerImage &i : listed) {
         listedIds << shortId(i.id);
-        if (i.repository != QLatin1String("<none>") && i.tag != QLatin1String("<none>") && !i.repository.isEmpty())
+        if (i.repository.isEmpty() || i.repository == QLatin1String("<none>"))
+            continue;
+        namedIds << shortId(i.id);
+        if (i.tag != QLatin1String("<none>") && !i.tag.isEmpty())
             tags.insert(shortId(i.id), i.repository + u':' + i.tag);
+        else
+            untagged.insert(shortId(i.id), i.repository + QStringLiteral(" (by digest)"));
     }
 
     // An image counts as used when the report says so or when a listed container names it:
@@ -110,8 +116,10 @@ ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed)
                           });
         if (used)
             continue;
-        ReclaimPlan::Item item{i.id, names.isEmpty() ? id : names.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes, names};
-        (names.isEmpty() ? dangling : unused).items.append(item);
+        QStringList shown = names + untagged.values(id);
+        shown.removeDuplicates();
+        ReclaimPlan::Item item{i.id, shown.isEmpty() ? id : shown.join(QStringLiteral(", ")), i.uniqueBytes >= 0 ? i.uniqueBytes : i.bytes, names};
+        (namedIds.contains(id) ? unused : dangling).items.append(item);
     }
     for (const DiskUsage::Cache &c : usage.buildCache) {
         if (!c.inUse)

@@ -58,6 +58,7 @@ namespace Reclaim {
 // stopped containers of no compose project, and anonymous volumes no container mounts, on
 // request. listed: the engine's image listing, read with the report. It alone says what an
 // image is called (a report may name one tag of several, or none at all), so an image is
-// dangling only when the listing gives it no name, and one the listing lacks is kept.
+// dangling only when the listing gives it no name (a repository without a tag, as a pull by
+// digest leaves, is a name), and one the listing lacks is kept.
 ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed);
 }

@@ -52,12 +52,14 @@ private slots:
         QTest::newRow("names come from the listing, not the report")
             << QByteArray(R"({"Images":[{"ID":"sha256:aaaaaaaaaaaa1","Repository":"<none>","Tag":"<none>","Containers":"0"},
                                         {"ID":"sha256:bbbbbbbbbbbb1","Repository":"<none>","Tag":"<none>","Containers":"0"},
-                                        {"ID":"sha256:cccccccccccc1","Repository":"<none>","Tag":"<none>","Containers":"0"}],
+                                        {"ID":"sha256:cccccccccccc1","Repository":"<none>","Tag":"<none>","Containers":"0"},
+                                        {"ID":"sha256:dddddddddddd1","Repository":"<none>","Tag":"<none>","Containers":"0"}],
                              "Containers":[{"ID":"c4","Names":"korvat-volume-1","State":"created","Labels":"org.korvat.helper=volume-data"}]})")
             << QString(R"({"ID":"aaaaaaaaaaaa","Repository":"app","Tag":"1"}
 {"ID":"aaaaaaaaaaaa","Repository":"app","Tag":"latest"}
-{"ID":"bbbbbbbbbbbb","Repository":"<none>","Tag":"<none>"})")
-            << QStringList{"danglingImages: bbbbbbbbbbbb", "unusedImages: app:1, app:latest"};
+{"ID":"bbbbbbbbbbbb","Repository":"<none>","Tag":"<none>"}
+{"ID":"cccccccccccc","Repository":"pinned","Tag":"<none>"})")
+            << QStringList{"danglingImages: bbbbbbbbbbbb", "unusedImages: app:1, app:latest, pinned (by digest)"};
         QTest::newRow("a container's mounts keep an anonymous volume, whatever its links say")
             << QByteArray(R"({"Volumes":[{"Name":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef","Links":"0"}],
                              "Containers":[{"ID":"c3","Names":"y","State":"running","Mounts":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"}]})")
