@@ -79,9 +79,11 @@ Placement place(const QList<Entry> &entries)
     // Unpacked in order, an entry below one of the archive's own symbolic links is written
     // wherever that link points, which may be anywhere on the engine's machine. Whatever the
     // order, such an archive is refused.
+    // A hard link to one of them is the same link under another name, and a hard link is
+    // made to whatever its target names, so no entry may pass through any link at all.
     QStringList links;
     for (const Entry &entry : entries) {
-        if (entry.type == Entry::Type::SymbolicLink)
+        if (entry.type == Entry::Type::SymbolicLink || entry.type == Entry::Type::HardLink)
             links << QDir::cleanPath(landing(entry.path)) + u'/';
     }
     bool ours = true;
@@ -96,8 +98,9 @@ Placement place(const QList<Entry> &entries)
             return outside(entry.target);
         // ".." is refused above, so cleaning only folds "//" and "/./" the way unpacking would.
         const QString cleaned = QDir::cleanPath(path);
+        const QString target = entry.type == Entry::Type::HardLink ? QDir::cleanPath(landing(entry.target)) + u'/' : QString();
         for (const QString &link : std::as_const(links)) {
-            if (cleaned.startsWith(link))
+            if (cleaned.startsWith(link) || (!target.isEmpty() && (target == link || target.startsWith(link))))
                 return {Placement::Kind::Refused, QStringLiteral("it holds %1, a path through the link %2 it makes itself, so nothing was restored")
                                                       .arg(entry.path, link.chopped(1))};
         }

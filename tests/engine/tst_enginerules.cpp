@@ -701,6 +701,14 @@ private slots:
             << "it holds ./sub//x, a path through the link sub it makes itself, so nothing was restored";
         QTest::newRow("a hard link out") << QStringList{"volume/", "volume/h => ../../etc/shadow"} << int(Kind::Refused)
                                          << "it holds ../../etc/shadow, a path outside its own folder, so nothing was restored";
+        // A hard link to its own symbolic link is that link again; one into it writes there.
+        QTest::newRow("through a hard link to a link it made")
+            << QStringList{"volume/", "volume/l -> /etc", "volume/h => volume/l", "volume/h/x"} << int(Kind::Refused)
+            << "it holds volume/h, a path through the link volume/l it makes itself, so nothing was restored";
+        QTest::newRow("a hard link into a link it made")
+            << QStringList{"volume/", "volume/l -> /etc", "volume/h => volume/l/shadow"} << int(Kind::Refused)
+            << "it holds volume/h, a path through the link volume/l it makes itself, so nothing was restored";
+        QTest::newRow("a hard link to a file it holds") << QStringList{"volume/", "volume/a", "volume/b => volume/a"} << int(Kind::Root) << "";
     }
     void archivePlacement()
     {
