@@ -361,15 +361,17 @@ void TestActions::detailsAreReadOnlyWhileOpen()
 // A secret variable's value is masked where compose put it in whole, never inside another
 // scalar that happens to hold the same letters; a multi-line value is masked on every line;
 // the masked file keeps its lines, each masked value a quoted placeholder, so a copy is YAML.
+// A variable of a plain name is secret by the key it is given to, in the file and in its row.
 void TestActions::composeFileMasksOnlyWhereSubstituted()
 {
     QFile written(m_project + QStringLiteral("/compose.yaml")), dotEnv(m_project + QStringLiteral("/.env"));
     QVERIFY(written.open(QIODevice::WriteOnly) && dotEnv.open(QIODevice::WriteOnly));
-    written.write("services:\n  db:\n    image: postgres:16\n    environment:\n      POSTGRES_PASSWORD: ${POSTGRES_PASSWORD}\n");
-    dotEnv.write("POSTGRES_PASSWORD=postgres\n");
+    written.write("services:\n  db:\n    image: postgres:16\n    environment:\n      POSTGRES_PASSWORD: ${PG}\n      CONN: $PG\n      POSTGRES_DB: postgres\n");
+    dotEnv.write("PG=postgres\n");
     written.close(), dotEnv.close();
     const QStringList resolved{QStringLiteral("services:"), QStringLiteral("  db:"), QStringLiteral("    environment:"),
-                               QStringLiteral("      POSTGRES_PASSWORD: postgres"), QStringLiteral("      POSTGRES_USER: app"),
+                               QStringLiteral("      POSTGRES_PASSWORD: postgres"), QStringLiteral("      CONN: postgres"),
+                               QStringLiteral("      POSTGRES_DB: postgres"),
                                QStringLiteral("      PRIVATE_KEY: |-"), QStringLiteral("        -----BEGIN KEY-----"),
                                QStringLiteral("        postgres"), QStringLiteral("    image: postgres:16")};
     m_engine->setResolvedText(m_project, resolved.join(u'\n') + u'\n');
@@ -380,9 +382,10 @@ void TestActions::composeFileMasksOnlyWhereSubstituted()
     const QString mask = QString::fromUtf16(Secrets::mask);
     QStringList hidden = resolved;
     hidden[3] = QStringLiteral("      POSTGRES_PASSWORD: \"") + mask + u'"';
-    hidden[5] = QStringLiteral("      PRIVATE_KEY: \"") + mask;
-    hidden[6] = QStringLiteral("        ") + mask;
-    hidden[7] = QStringLiteral("        ") + mask + u'"';
+    hidden[4] = QStringLiteral("      CONN: \"") + mask + u'"';
+    hidden[6] = QStringLiteral("      PRIVATE_KEY: \"") + mask;
+    hidden[7] = QStringLiteral("        ") + mask;
+    hidden[8] = QStringLiteral("        ") + mask + u'"';
     QCOMPARE(file.document()->plainText(), hidden.join(u'\n') + u'\n');
     QCOMPARE(file.variables().first().toMap().value(QStringLiteral("spokenValue")).toString(), QStringLiteral("hidden value"));
     file.setShowSecrets(true);

@@ -23,32 +23,37 @@ QCoro::Task<> ComposeFileState::read()
     QPointer<ComposeFileState> self(this);
     auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, target = m_target] {
         const ResolvedFile file = engine->resolvedFile(target);
-        QStringList secretVariables;
+        const QStringList secret = secretVariables(file);
+        QStringList values;
         for (const ComposeVariable &v : file.variables) {
-            if (Secrets::secretName(v.name))
-                secretVariables << v.name;
+            if (secret.contains(v.name) && !v.value.isEmpty())
+                values << v.value;
         }
-        const QString masked = file.valid ? Secrets::yaml(file.text, secretValues(file), Secrets::substitutedAt(file.written, secretVariables))
-                                          : Secrets::text(file.text);
-        return std::pair(file, masked);
+        // Compose's refusal may quote the value it could not read.
+        const QString masked = file.valid ? Secrets::yaml(file.text, values, Secrets::substitutedAt(file.written, secret)) : Secrets::text(file.text, values);
+        return std::tuple(file, masked, secret);
     });
-    const auto [file, masked] = co_await future;
+    const auto [file, masked, secret] = co_await future;
     if (!self)
         co_return;
     m_file = file;
     m_masked = masked;
+    m_secretVariables = secret;
     fillDocument();
     emit changed();
 }
 
-QStringList ComposeFileState::secretValues(const ResolvedFile &file)
+QStringList ComposeFileState::secretVariables(const ResolvedFile &file)
 {
-    QStringList values;
+    // A variable is secret by its own name, or by the name of any key the files give it to:
+    // "PG" substituted into POSTGRES_PASSWORD is a password.
+    QStringList secret;
     for (const ComposeVariable &v : file.variables) {
-        if (Secrets::secretName(v.name) && !v.value.isEmpty())
-            values << v.value;
+        const auto sites = Secrets::secretName(v.name) ? QStringList() : Secrets::substitutedAt(file.written, {v.name});
+        if (Secrets::secretName(v.name) || std::any_of(sites.cbegin(), sites.cend(), [](const QString &s) { return Secrets::secretName(s); }))
+            secret << v.name;
     }
-    return values;
+    return secret;
 }
 
 void ComposeFileState::fillDocument()
@@ -69,7 +74,9 @@ bool ComposeFileState::hasSecrets() const
         return false;
     const auto &all = m_file->variables;
     return m_masked != m_file->text
-        || std::any_of(all.cbegin(), all.cend(), [](const ComposeVariable &v) { return Secrets::value(v.name, v.value) != v.value; });
+        || std::any_of(all.cbegin(), all.cend(), [this](const ComposeVariable &v) {
+               return (m_secretVariables.contains(v.name) && !v.value.isEmpty()) || Secrets::value(v.name, v.value) != v.value;
+           });
 }
 
 void ComposeFileState::setShowSecrets(bool show)
@@ -107,7 +114,9 @@ QVariantList ComposeFileState::variables() const
     if (!m_file)
         return rows;
     for (const ComposeVariable &v : m_file->variables) {
-        const QString value = m_showSecrets ? v.value : Secrets::value(v.name, v.value);
+        const QString value = m_showSecrets                        ? v.value
+                            : m_secretVariables.contains(v.name) && !v.value.isEmpty() ? QString::fromUtf16(Secrets::mask)
+                                                                                       : Secrets::value(v.name, v.value);
         rows.append(QVariantMap{{QStringLiteral("name"), v.name},
                                 {QStringLiteral("value"), value},
                                 {QStringLiteral("spokenValue"), QString(value).replace(QString::fromUtf16(Secrets::mask), QString::fromUtf16(Secrets::spoken))},

@@ -37,7 +37,7 @@ public:
     QString title() const { return m_title; }
     QString directory() const { return m_target.dir; }
     bool loaded() const { return m_file.has_value(); }
-    QString problem() const { return m_file && !m_file->valid ? m_file->text : QString(); }
+    QString problem() const { return m_file && !m_file->valid ? (m_showSecrets ? m_file->text : m_masked) : QString(); }
     Transcript *document() { return &m_document; }
     QVariantList variables() const;
     QString variablesCaption() const;
@@ -57,7 +57,7 @@ signals:
 private:
     QCoro::Task<> read();
     // What the secret-looking variables hold: masked where compose put one in whole.
-    static QStringList secretValues(const ResolvedFile &file);
+    static QStringList secretVariables(const ResolvedFile &file);
     void fillDocument();
 
     std::shared_ptr<Engine> m_engine;
@@ -67,6 +67,7 @@ private:
     std::optional<ResolvedFile> m_file;
     // The file as shown while values are hidden.
     QString m_masked;
+    QStringList m_secretVariables;
     Transcript m_document;
     bool m_started = false;
     bool m_showSecrets = false;
