@@ -258,6 +258,18 @@ void TestActions::volumeDataAsksForItsFileFirst()
     // The failed backup, then the whole one and the removal.
     const EngineAction backup = EngineAction::volumeData(Kind::BackupVolume, QStringLiteral("shop_data"), QStringLiteral("/tmp/kept.tar"));
     QCOMPARE(m_engine->performed().mid(1), (QList<EngineAction>{backup, backup, EngineAction::on(Kind::RemoveVolume, {QStringLiteral("shop_data")})}));
+
+    // Asked on one runtime, answered after the window moved to another: nothing runs anywhere.
+    const qsizetype before = m_engine->performed().size();
+    m_actions->perform(Verb::RemoveVolume, QStringLiteral("shop_data"));
+    const Runtime other = Runtime::socket(QStringLiteral("other"), QStringLiteral("/run/other.sock"));
+    m_engine->setHoldings(m_engine->holdings(), other.name);
+    m_store->select(other);
+    m_actions->removeVolume(QStringLiteral("shop_data"));
+    m_actions->pruneVolumes();
+    QVERIFY(m_store->errorText().startsWith(QStringLiteral("Nothing was done: the window moved from")));
+    QTest::qWait(50);
+    QCOMPARE(m_engine->performed().size(), before);
 }
 
 // With a backup folder chosen, each volume the deletion would remove is backed up first; a

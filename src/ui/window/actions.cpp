@@ -160,7 +160,26 @@ void Actions::removeImage(const QString &id, const QString &reference)
     }
 }
 
-void Actions::pruneImages() { m_store->pruneImages(); }
+void Actions::ask()
+{
+    m_askedOn = m_store->runtime();
+}
+
+bool Actions::answeredOnAsked()
+{
+    if (m_store->runtime() == m_askedOn)
+        return true;
+    m_store->reportError(QStringLiteral("Nothing was done: the window moved from %1 to %2 while you were asked. Ask again on the runtime you mean.")
+                             .arg(m_askedOn ? m_askedOn->name : QStringLiteral("the default runtime"),
+                                  m_store->runtime() ? m_store->runtime()->name : QStringLiteral("the default runtime")));
+    return false;
+}
+
+void Actions::pruneImages()
+{
+    if (answeredOnAsked())
+        m_store->pruneImages();
+}
 
 std::optional<DockerVolume> Actions::volume(const QString &name) const
 {
@@ -173,13 +192,23 @@ std::optional<DockerVolume> Actions::volume(const QString &name) const
 
 void Actions::removeVolume(const QString &name)
 {
+    if (!answeredOnAsked())
+        return;
     if (const auto v = volume(name))
         m_store->remove(*v);
 }
 
-void Actions::backUpFirst(const QString &volume) { volumeData(Verb::RemoveVolume, volume, {}); }
+void Actions::backUpFirst(const QString &volume)
+{
+    if (answeredOnAsked())
+        volumeData(Verb::RemoveVolume, volume, {});
+}
 
-void Actions::pruneVolumes() { m_store->pruneVolumes(); }
+void Actions::pruneVolumes()
+{
+    if (answeredOnAsked())
+        m_store->pruneVolumes();
+}
 
 std::optional<DockerNetwork> Actions::network(const QString &name) const
 {
@@ -203,7 +232,8 @@ void Actions::up(const QString &name)
 
 void Actions::down(const QString &name)
 {
-    withProject(name, [this](const ComposeProject &p) { m_store->down(p); });
+    if (answeredOnAsked())
+        withProject(name, [this](const ComposeProject &p) { m_store->down(p); });
 }
 
 void Actions::startAll(const QString &name)
@@ -236,10 +266,13 @@ void Actions::relocate(const QString &name, const QUrl &directory)
 
 void Actions::volumeData(Verb::Kind verb, const QString &name, const QUrl &file)
 {
+    if (file.isLocalFile() && !answeredOnAsked())
+        return;
     const auto volume = this->volume(name);
     if (!volume)
         return;
     if (!file.isLocalFile()) {
+        ask();
         const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral(" yyyy-MM-dd HHmm"));
         emit volumeFileRequested(verb, name, QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + u'/' + name + stamp + QStringLiteral(".tar")));
         return;
@@ -312,6 +345,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Up: return up(subject);
     case Verb::Down:
         return onProject([this](const ComposeProject &p) {
+            ask();
             emit downRequested(p.name, ProjectCard::downConfirmation(int(p.containers.size())));
         });
     case Verb::StartAll: return startAll(subject);
@@ -356,7 +390,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onProject([this](const ComposeProject &p) { emit deletionRequested(ownedByQml(new ProjectDeletion(m_store, p))); });
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
-    case Verb::PruneImages: emit pruneRequested(true); return;
+    case Verb::PruneImages: ask(); emit pruneRequested(true); return;
     case Verb::VolumeDetails:
         if (const auto found = volume(subject))
             emit detailsRequested(ownedByQml(new VolumeInspection(m_store, *found)));
@@ -371,12 +405,14 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::RemoveVolume:
         if (!detail.isEmpty())
             return volumeData(verb, subject, QUrl(detail));
-        if (volume(subject))
+        if (volume(subject)) {
+            ask();
             emit volumeRemovalRequested(subject, QStringLiteral("%1 and every file in it are deleted, and cannot be brought back. "
                                                                 "Back up first saves its files to a .tar archive you choose, and "
                                                                 "removes the volume only once the archive is whole.").arg(subject));
+        }
         return;
-    case Verb::PruneVolumes: emit pruneRequested(false); return;
+    case Verb::PruneVolumes: ask(); emit pruneRequested(false); return;
     case Verb::BackupVolume:
     case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));
     case Verb::ShowVolume: emit volumeShown(subject); return;

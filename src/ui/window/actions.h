@@ -115,5 +115,12 @@ private:
             act(*p);
     }
 
+    // A question asked of the user (take down, remove, prune, where to save) is about the
+    // runtime shown when it was asked; its answer acts there or, if the window has moved to
+    // another runtime since, nowhere, with a line that says so.
+    void ask();
+    bool answeredOnAsked();
+
     QPointer<AppStore> m_store;
+    std::optional<Runtime> m_askedOn;
 };
