@@ -211,6 +211,20 @@ QList<EngineAction> FakeEngine::performed() const
     return m_performed;
 }
 
+QList<Runtime> FakeEngine::kept() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_kept;
+}
+
+void FakeEngine::keep(const QList<RuntimeEntry> &inUse)
+{
+    QMutexLocker lock(&m_mutex);
+    m_kept.clear();
+    for (const RuntimeEntry &e : inUse)
+        m_kept.append(e.runtime);
+}
+
 namespace {
 QList<FakeStream *> alive(QList<QPointer<FakeStream>> &streams)
 {

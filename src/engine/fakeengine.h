@@ -90,6 +90,8 @@ public:
 
     int calls(Call call) const;
     QList<EngineAction> performed() const;
+    // The runtimes last said to be in use.
+    QList<Runtime> kept() const;
     // The streams made so far that still exist, newest last.
     QList<FakeStream *> eventStreams() const;
     QList<FakeStream *> logStreams() const;
@@ -140,6 +142,7 @@ public:
     std::unique_ptr<EngineStream> events(const OptRuntime &runtime) const override;
     std::unique_ptr<EngineStream> logs(const LogSource &source, const OptRuntime &runtime) const override;
     std::unique_ptr<EngineStream> usage(const QStringList &containerIds, const OptRuntime &runtime, UsageRead read) const override;
+    void keep(const QList<RuntimeEntry> &inUse) override;
     ShellCommand shell(const QString &containerName, const OptRuntime &runtime) const override;
 
 private:
@@ -165,6 +168,7 @@ private:
     QSet<int> m_heldActions;
     mutable QMap<Call, int> m_calls;
     mutable QList<EngineAction> m_performed;
+    QList<Runtime> m_kept;
     std::function<ExecResult(const QString &, const QString &)> m_exec;
     QByteArray m_logOutput;
     QMap<EngineAction::Kind, QStringList> m_progress;

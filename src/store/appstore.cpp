@@ -57,7 +57,8 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     const auto keep = [this] {
         QList<RuntimeEntry> inUse;
         for (const RuntimeEntry &entry : runtimes()) {
-            if (entry.runtime == runtime() || m_holds.holds(entry.runtime))
+            // The chosen one too while detoured: it is probed until it answers again.
+            if (entry.runtime == runtime() || m_holds.holds(entry.runtime) || (detoured() && entry.runtime == *m_chosen))
                 inUse.append(entry);
         }
         m_engine->keep(inUse);

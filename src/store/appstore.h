@@ -240,7 +240,7 @@ private:
     // A compose action names its project, for what its progress says.
     QCoro::Task<> perform(OnEngine on, EngineAction action, QString project = {});
     // The services the project was last seen with, where it is known.
-    QStringList servicesOf(const QString &project) const;
+    QStringList servicesOf(const QString &project, const QString &runtime = {}) const;
     QCoro::Task<> pollOnce();
     QCoro::Task<> reread(Listings lists, bool afterHandover);
     QCoro::Task<> fetchAndApply(Listings lists, bool afterHandover);

@@ -77,7 +77,7 @@ QCoro::Task<> AppStore::perform(OnEngine on, EngineAction action, QString projec
     const Work done = id ? *m_work.find(id) : Work{};
     if (id) {
         if (stopped)
-            m_state.setNotice(WorkText::stopped(*m_work.find(id), servicesOf(project)));
+            m_state.setNotice(WorkText::stopped(*m_work.find(id), servicesOf(project, on.name())));
         else if (!failure && action.kind == EngineAction::Kind::Pull)
             m_state.setNotice(WorkText::pulled(*m_work.find(id)));
         m_work.end(id);
@@ -202,9 +202,9 @@ QStringList ids(const ComposeProject &project)
 void AppStore::startAll(const ComposeProject &project) { act(EngineAction::on(Kind::Start, ids(project))); }
 void AppStore::stopAll(const ComposeProject &project) { act(EngineAction::on(Kind::Stop, ids(project))); }
 
-QStringList AppStore::servicesOf(const QString &project) const
+QStringList AppStore::servicesOf(const QString &project, const QString &runtime) const
 {
-    for (const KnownProject &known : registry().projects(runtimeKey())) {
+    for (const KnownProject &known : registry().projects(runtime.isEmpty() ? runtimeKey() : std::optional(runtime))) {
         if (known.name == project)
             return known.services;
     }
@@ -334,6 +334,8 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
 {
     if (!runtime())
         co_return QStringLiteral("Choose a runtime first.");
+    // Added to the runtime shown when asked, whichever is shown once compose has answered.
+    const auto key = runtimeKey();
     QPointer<AppStore> self(this);
     auto future = QtConcurrent::run(workers(), readProject, m_engine, dir);
     const ReadProject read = co_await future;
@@ -345,7 +347,7 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
     }
     if (!self)
         co_return std::nullopt;
-    m_memory.add({read.project->name, dir, read.project->services}, runtimeKey());
+    m_memory.add({read.project->name, dir, read.project->services}, key);
     co_await refresh();
     co_return std::nullopt;
 }

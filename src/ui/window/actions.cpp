@@ -313,6 +313,24 @@ T *ownedByQml(T *object)
     QQmlEngine::setObjectOwnership(object, QQmlEngine::JavaScriptOwnership);
     return object;
 }
+
+// Holds a runtime in use for as long as its parent lives.
+class HeldEngine : public QObject {
+public:
+    HeldEngine(OnEngine on, QObject *parent) : QObject(parent), m_on(std::move(on)) {}
+
+private:
+    OnEngine m_on;
+};
+}
+
+// A sheet reads and runs on the runtime it was opened on, and that runtime stays in use (a
+// remote one keeps its connection) until the sheet's object is gone.
+template<typename T>
+T *Actions::opened(T *object)
+{
+    new HeldEngine(m_store->onSelected(), object);
+    return ownedByQml(object);
 }
 
 void Actions::perform(Verb::Kind verb, const QString &subject, const QString &detail)
@@ -328,13 +346,13 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::OpenTerminal: return openTerminal(subject);
     case Verb::ContainerLogs:
         return onContainer([this](const Container &c) {
-            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtime())), c.name);
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtime())), c.name);
         });
     case Verb::Details:
-        return onContainer([this](const Container &c) { emit detailsRequested(ownedByQml(new ContainerInspection(m_store, c))); });
+        return onContainer([this](const Container &c) { emit detailsRequested(opened(new ContainerInspection(m_store, c))); });
     case Verb::Console:
         return onContainer([this](const Container &c) {
-            emit consoleRequested(ownedByQml(new ExecConsole(m_store->engine(), c, m_store->runtime())));
+            emit consoleRequested(opened(new ExecConsole(m_store->engine(), c, m_store->runtime())));
         });
     case Verb::Commit:
         return onContainer([this](const Container &c) { emit commitRequested(c.id, c.name); });
@@ -375,31 +393,31 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     }
     case Verb::ServiceLogs:
         return onProject([this, detail](const ComposeProject &p) {
-            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p, detail), m_store->runtime())),
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p, detail), m_store->runtime())),
                                p.name + QStringLiteral(" · ") + detail);
         });
     case Verb::ProjectLogs:
         return onProject([this](const ComposeProject &p) {
-            emit logsRequested(ownedByQml(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);
         });
     case Verb::ToggleMute: {
         FailureWatch &failures = m_store->failures();
         return failures.setMuted(subject, !failures.muted(subject));
     }
     case Verb::DeleteProject:
-        return onProject([this](const ComposeProject &p) { emit deletionRequested(ownedByQml(new ProjectDeletion(m_store, p))); });
+        return onProject([this](const ComposeProject &p) { emit deletionRequested(opened(new ProjectDeletion(m_store, p))); });
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
     case Verb::PruneImages: ask(); emit pruneRequested(true); return;
     case Verb::VolumeDetails:
         if (const auto found = volume(subject))
-            emit detailsRequested(ownedByQml(new VolumeInspection(m_store, *found)));
+            emit detailsRequested(opened(new VolumeInspection(m_store, *found)));
         return;
     case Verb::ImageDetails: {
         const auto &images = m_store->images();
         const auto image = std::find_if(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == subject; });
         if (image != images.cend())
-            emit detailsRequested(ownedByQml(new ImageInspection(m_store, *image)));
+            emit detailsRequested(opened(new ImageInspection(m_store, *image)));
         return;
     }
     case Verb::RemoveVolume:
@@ -416,11 +434,11 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::BackupVolume:
     case Verb::RestoreVolume: return volumeData(verb, subject, QUrl(detail));
     case Verb::ShowVolume: emit volumeShown(subject); return;
-    case Verb::Reclaim: emit reclaimRequested(ownedByQml(new Reclaiming(m_store))); return;
+    case Verb::Reclaim: emit reclaimRequested(opened(new Reclaiming(m_store))); return;
     case Verb::RemoveNetwork: return removeNetwork(subject);
     case Verb::NetworkDetails:
         if (const auto found = network(subject))
-            emit detailsRequested(ownedByQml(new NetworkInspection(m_store, *found)));
+            emit detailsRequested(opened(new NetworkInspection(m_store, *found)));
         return;
     }
 }

@@ -119,6 +119,8 @@ private:
     // runtime shown when it was asked; its answer acts there or, if the window has moved to
     // another runtime since, nowhere, with a line that says so.
     void ask();
+    template<typename T>
+    T *opened(T *object);
     bool answeredOnAsked();
 
     QPointer<AppStore> m_store;
