@@ -678,7 +678,7 @@ std::optional<KernelUsageStream::Found> locateGroups(const QStringList &containe
     const auto inspected = Docker::capture(QStringList{QStringLiteral("inspect"), QStringLiteral("--type"), QStringLiteral("container"),
                                                        QStringLiteral("--format"), QStringLiteral("{{.Id}} {{.State.Pid}}")}
                                                + containerIds,
-                                           runtime);
+                                           runtime, {}, Docker::Wait{std::chrono::seconds(5), nullptr, {}});
     const QStringList lines = inspected.out.split(u'\n', Qt::SkipEmptyParts);
     if (inspected.status != 0 || lines.size() != containerIds.size())
         return std::nullopt;

@@ -4,7 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
-#include <thread>
+#include <QThreadPool>
 
 KernelUsageStream::KernelUsageStream(Locate locate, Fallback fallback, UsageRead read, QObject *parent)
     : EngineStream(parent), m_locate(std::move(locate)), m_fallback(std::move(fallback)), m_read(read)
@@ -26,9 +26,11 @@ void KernelUsageStream::start()
     m_running = true;
     emit runningChanged();
     // Finding the groups asks the engine for each container's process once: off this thread,
-    // and let go of if the stream goes first.
+    // and let go of if the stream stops or goes first. On the application's own pool, which
+    // is waited for before Qt itself goes.
     QPointer<KernelUsageStream> self(this);
-    std::thread([self, locate = m_locate, alive = m_alive] {
+    const int generation = ++m_generation;
+    QThreadPool::globalInstance()->start([self, locate = m_locate, alive = m_alive, generation] {
         std::optional<Found> found;
         try {
             found = locate();
@@ -36,12 +38,12 @@ void KernelUsageStream::start()
         }
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, alive, found] {
-                if (*alive && self && self->m_running)
+            [self, alive, found, generation] {
+                if (*alive && self && self->m_generation == generation && self->m_running)
                     self->located(found);
             },
             Qt::QueuedConnection);
-    }).detach();
+    });
 }
 
 void KernelUsageStream::located(std::optional<Found> found)
@@ -101,6 +103,7 @@ void KernelUsageStream::end()
 
 void KernelUsageStream::stop()
 {
+    ++m_generation;
     m_timer.stop();
     if (m_inner)
         m_inner->stop();

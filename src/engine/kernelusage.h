@@ -67,5 +67,7 @@ private:
     QTimer m_timer;
     QByteArray m_pending;
     bool m_running = false;
+    // Which start a location found belongs to: one begun before a stop is dropped.
+    int m_generation = 0;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
