@@ -351,10 +351,18 @@ void TestActions::detailsAreReadOnlyWhileOpen()
     QCOMPARE(document->findStatus(), QStringLiteral("1 of 1"));
     QCOMPARE(document->plainText().trimmed(), d.document.trimmed());
 
-    // Read again from the engine it was opened on, though another one is shown by now.
     const Runtime other = Runtime::socket(QStringLiteral("other"), QStringLiteral("/run/other.sock"));
+    // While another is shown, the events are that engine's: the sheet neither reads nor goes
+    // on them. Shown again, its own engine's events read it there.
+    const Runtime opened = *m_store->runtime();
     m_engine->setHoldings({}, other.name);
     m_store->select(other);
+    emit m_store->events().containerChanged({d.id, Kind::Destroyed});
+    emit m_store->events().containerChanged({d.id, Kind::Died, 1});
+    QTest::qWait(50);
+    QCOMPARE(inspection->reads(), 1);
+    QVERIFY(!inspection->gone());
+    m_store->select(opened);
     QSignalSpy read(inspection, &Inspection::changed);
     emit m_store->events().containerChanged({QStringLiteral("ffff0000"), Kind::Died, 1});
     emit m_store->events().containerChanged({d.id, Kind::Died, 1});

@@ -37,6 +37,11 @@ Inspection::Inspection(AppStore *store, const QString &title, QObject *parent)
 {
 }
 
+bool Inspection::onItsRuntime() const
+{
+    return m_store && m_store->runtime() == m_runtime;
+}
+
 void Inspection::start()
 {
     if (m_active || !m_store)
@@ -175,7 +180,7 @@ void ContainerInspection::follow()
 {
     m_following << connect(&m_store->events(), &EngineEvents::containerChanged, this, [this](const ContainerChange &change) {
         // Events name a container by its whole id, listings by a prefix of it.
-        if (m_container.id.isEmpty() || !change.id.startsWith(m_container.id))
+        if (!onItsRuntime() || m_container.id.isEmpty() || !change.id.startsWith(m_container.id))
             return;
         if (change.kind == ContainerChange::Kind::Destroyed)
             return setGone(true);
@@ -213,7 +218,7 @@ QString ContainerInspection::copyText() const
 
 ImageInspection::ImageInspection(AppStore *store, const DockerImage &image, QObject *parent)
     : Inspection(store, image.repository.isEmpty() || image.repository == QLatin1String("<none>") ? image.id : image.repository + u':' + image.tag, parent),
-      m_image(image)
+      m_image(image), m_containers(store ? store->containers() : QList<Container>())
 {
 }
 
@@ -222,13 +227,20 @@ void ImageInspection::follow()
     // Image events reach the store as a listing of the images; it is read again when the
     // listing shows a change, and gone when the listing no longer has it.
     m_following << connect(m_store.data(), &AppStore::imagesChanged, this, [this] {
+        if (!onItsRuntime())
+            return;
         const auto &images = m_store->images();
         if (std::none_of(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == m_image.id; }))
             return setGone(true);
         read();
     });
     // Which containers use it is the store's list, read without asking the engine.
-    m_following << connect(m_store.data(), &AppStore::containersChanged, this, &Inspection::changed);
+    m_following << connect(m_store.data(), &AppStore::containersChanged, this, [this] {
+        if (!onItsRuntime())
+            return;
+        m_containers = m_store->containers();
+        emit changed();
+    });
 }
 
 QCoro::Task<std::optional<QString>> ImageInspection::readOnce()
@@ -240,7 +252,7 @@ QList<DetailsText::Section> ImageInspection::composed() const
 {
     if (!m_details || !m_store)
         return {};
-    return DetailsText::image(*m_details, DetailsText::usersOf(*m_details, m_store->containers()), QDateTime::currentDateTimeUtc());
+    return DetailsText::image(*m_details, DetailsText::usersOf(*m_details, m_containers), QDateTime::currentDateTimeUtc());
 }
 
 QString ImageInspection::copyText() const
@@ -265,6 +277,8 @@ void VolumeInspection::follow()
     // Volume events reach the store as a listing of the volumes, container events as one of
     // the containers: either may change what mounts it.
     const auto again = [this] {
+        if (!onItsRuntime())
+            return;
         const auto &volumes = m_store->volumes();
         if (std::none_of(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) { return v.name == m_volume.name; }))
             return setGone(true);
@@ -309,6 +323,8 @@ void NetworkInspection::follow()
     // Network events, containers joining and leaving among them, reach the store as a
     // listing of the networks.
     m_following << connect(m_store.data(), &AppStore::networksChanged, this, [this] {
+        if (!onItsRuntime())
+            return;
         const auto &networks = m_store->networks();
         const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return n.id == m_network.id; });
         if (found == networks.cend())

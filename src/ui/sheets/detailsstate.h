@@ -84,6 +84,8 @@ protected:
 
     QPointer<AppStore> m_store;
     const OptRuntime m_runtime;
+    // Whether the store shows the sheet's runtime: its lists and events are another's if not.
+    bool onItsRuntime() const;
     QString m_title;
     QList<QMetaObject::Connection> m_following;
 
@@ -168,6 +170,8 @@ protected:
 private:
     DockerImage m_image;
     std::optional<ImageDetails> m_details;
+    // Its runtime's containers as last listed, for which of them use it.
+    QList<Container> m_containers;
 };
 
 class NetworkInspection : public Inspection {
