@@ -190,9 +190,11 @@ void ContainerInspection::follow()
 
 QCoro::Task<std::optional<QString>> ContainerInspection::readOnce()
 {
+    QPointer<ContainerInspection> self(this);
     auto reading = keep(m_details, [engine = m_store->engine(), id = m_container.id, runtime = m_runtime] { return engine->containerDetails(id, runtime); });
     const std::optional<QString> problem = co_await reading;
-    if (m_details)
+    // The sheet may have closed while the engine answered.
+    if (self && m_details)
         m_title = m_details->name;
     co_return problem;
 }
