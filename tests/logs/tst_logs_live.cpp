@@ -75,9 +75,11 @@ private slots:
         const QByteArray svc = "    image: " + engineImage().toUtf8() + "\n";
         ComposeDir dir("services:\n  alpha:\n" + svc + "    command: [\"sh\", \"-c\", \"printf '\\\\033[32mfrom-alpha\\\\033[0m\\\\n'; echo err-alpha >&2; exec sleep 3600\"]\n"
                        "  beta:\n" + svc + "    command: [\"sh\", \"-c\", \"echo from-beta; exec sleep 3600\"]\n");
-        QCOMPARE(docker({"compose", "up", "-d"}, dir.path()).status, 0);
+        // Followed by the name it was started under, as its containers record it.
+        const QString name = uniqueName("kt-logs-").toLower();
+        QCOMPARE(docker({"compose", "-p", name, "up", "-d"}, dir.path()).status, 0);
         {
-            LogFollower follower(m_engine, LogSource::project({"p", dir.path(), {}, 2}), std::nullopt);
+            LogFollower follower(m_engine, LogSource::project({name, dir.path(), {}, 2}), std::nullopt);
             follower.start();
             QVERIFY(waitForText(follower, "from-alpha"));
             QVERIFY(waitForText(follower, "from-beta"));
@@ -90,7 +92,7 @@ private slots:
         }
         // Gone with the follower, the compose plugin included.
         QVERIFY(QTest::qWaitFor([] { return processesWith({"compose", "logs", "--tail"}).isEmpty(); }, 5000));
-        docker({"compose", "down", "-t", "0"}, dir.path());
+        docker({"compose", "-p", name, "down", "-t", "0"}, dir.path());
     }
 
     void destroyingTheFollowerEndsItsChild()
