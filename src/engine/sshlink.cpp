@@ -386,6 +386,7 @@ void SshLink::retry()
         return;
     }
     m_asked = false;
+    m_userAsked = true;
     schedule(Docker::sshNextLogin(m_kind, m_failures, since(m_began), since(m_ended), true));
 }
 
@@ -416,19 +417,24 @@ void SshLink::attempt()
             m_retry.start(1s);
             return;
         }
-        if (last.failed && last.failed != SshFailure::Transient && since(last.began) < Docker::sshRefusedSpacing) {
+        // A refusal for good, told to a link made since, holds for it too: only the user
+        // asking again tries once more.
+        const bool refusedForGood = last.failed == SshFailure::Permanent && !m_userAsked;
+        if (refusedForGood || (last.failed && last.failed != SshFailure::Transient && since(last.began) < Docker::sshRefusedSpacing)) {
             const QString message = last.message;
             const SshFailure kind = *last.failed;
             const auto wait = Docker::sshRefusedSpacing - since(last.began);
             lock.unlock();
-            if (m_state == State::Connecting) {
+            if (m_state == State::Connecting || refusedForGood) {
                 m_kind = kind;
                 m_state = kind == SshFailure::Permanent ? State::Failed : State::Waiting;
                 setFailed(message);
             }
-            m_retry.start(wait);
+            if (!refusedForGood)
+                m_retry.start(wait);
             return;
         }
+        m_userAsked = false;
         last.active = true;
         last.began = Clock::now();
     }

@@ -126,5 +126,7 @@ private:
     std::chrono::steady_clock::time_point m_ended = m_began;
     bool m_inUse = true;
     bool m_asked = false;
+    // The user asked for this link since its last login: a wait for the spacing ends in one.
+    bool m_userAsked = false;
     bool m_timedOut = false;
 };
