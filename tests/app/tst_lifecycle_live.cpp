@@ -71,8 +71,9 @@ class LifecycleLive : public QObject {
             const auto children = descendants(korvat->processId());
             return std::any_of(children.cbegin(), children.cend(), [&](qint64 c) { return procText(c, "cmdline").contains(verb); });
         };
-        if (!QTest::qWaitFor([&] { return running(" events ") && running(" stats "); }, 30000))
-            qWarning("korvat started no event stream or no usage reader");
+        // The usage of this engine's containers is read from the kernel, with no child of its own.
+        if (!QTest::qWaitFor([&] { return running(" events "); }, 30000))
+            qWarning("korvat started no event stream");
         return korvat;
     }
 
@@ -96,7 +97,7 @@ private slots:
         auto korvat = start();
         const qint64 pid = korvat->processId();
         const QList<qint64> children = descendants(pid);
-        QVERIFY(children.size() >= 2);
+        QVERIFY(!children.isEmpty());
 
         // A child holds only its own descriptors beyond the standard three.
         const QStringList ours = descriptors(pid, 0);
