@@ -45,6 +45,21 @@ class AppStoreLive : public QObject {
     // On a loaded machine a child's exec can trail its fork by seconds. An event's change
     // awaited this long still proves the stream: the polls are a minute apart.
     static constexpr int patience = 20000;
+    // A docker context for the test's sshd, removed when the test case ends; empty if the
+    // client would not make it.
+    QString contextOn(const SshServer &sshd, const QString &prefix)
+    {
+        const QString context = uniqueName(prefix);
+        m_made.contexts << context;
+        return docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status == 0 ? context : QString();
+    }
+    // Started with the window shown, once it has listed its runtimes.
+    static bool shown(AppStore &st)
+    {
+        st.setWindowVisible(true);
+        st.start();
+        return QTest::qWaitFor([&] { return !st.runtimes().isEmpty(); }, 20000);
+    }
     static bool shell(const QString &script)
     {
         QProcess sh;
@@ -131,15 +146,12 @@ private slots:
     {
         SshServer sshd;
         QVERIFY2(sshd.start(), qPrintable(sshd.why()));
-        const QString context = uniqueName("kt-ssh-");
-        m_made.contexts << context;
-        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        const QString context = contextOn(sshd, "kt-ssh-");
+        QVERIFY(!context.isEmpty());
         auto s = settings();
         auto engine = std::make_shared<CliEngine>();
         AppStore st(s.get(), engine);
-        st.setWindowVisible(true);
-        st.start();
-        QTRY_VERIFY_WITH_TIMEOUT(!st.runtimes().isEmpty(), 20000);
+        QVERIFY(shown(st));
         const Runtime remote = Runtime::context(context);
         st.select(remote);
         QTRY_VERIFY_WITH_TIMEOUT(engine->link(context) && engine->link(context)->connected(), 20000);
@@ -197,15 +209,12 @@ private slots:
         SshServer sshd;
         sshd.setKeyAccepted(false);
         QVERIFY2(sshd.start(), qPrintable(sshd.why()));
-        const QString context = uniqueName("kt-sshno-");
-        m_made.contexts << context;
-        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        const QString context = contextOn(sshd, "kt-sshno-");
+        QVERIFY(!context.isEmpty());
         auto s = settings();
         auto engine = std::make_shared<CliEngine>();
         AppStore st(s.get(), engine);
-        st.setWindowVisible(true);
-        st.start();
-        QTRY_VERIFY_WITH_TIMEOUT(!st.runtimes().isEmpty(), 20000);
+        QVERIFY(shown(st));
         const Runtime remote = Runtime::context(context);
         QElapsedTimer sinceFirst;
         sinceFirst.start();
@@ -260,9 +269,8 @@ private slots:
     {
         SshServer sshd;
         QVERIFY2(sshd.start(), qPrintable(sshd.why()));
-        const QString context = uniqueName("kt-sshsi-");
-        m_made.contexts << context;
-        QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        const QString context = contextOn(sshd, "kt-sshsi-");
+        QVERIFY(!context.isEmpty());
         CliEngine engine;
         engine.keep({{Runtime::context(context), sshd.endpoint(), true}});
         QTRY_VERIFY_WITH_TIMEOUT(engine.link(context) && engine.link(context)->connected(), 20000);
@@ -296,10 +304,8 @@ private slots:
     {
         SshServer sshd;
         QVERIFY2(sshd.start(), qPrintable(sshd.why()));
-        const QString first = uniqueName("kt-ssha-"), second = uniqueName("kt-sshb-");
-        m_made.contexts << first << second;
-        for (const QString &context : {first, second})
-            QCOMPARE(docker({"context", "create", context, "--docker", "host=" + sshd.endpoint()}).status, 0);
+        const QString first = contextOn(sshd, "kt-ssha-"), second = contextOn(sshd, "kt-sshb-");
+        QVERIFY(!first.isEmpty() && !second.isEmpty());
         const RuntimeEntry a{Runtime::context(first), sshd.endpoint(), true}, b{Runtime::context(second), sshd.endpoint(), true};
         CliEngine engine;
         engine.keep({a});
