@@ -1,6 +1,7 @@
 #include "reclaimplan.h"
 
 #include "container.h"
+#include "secrets.h"
 
 #include <QSet>
 
@@ -123,7 +124,8 @@ ReclaimPlan plan(const DiskUsage &usage, const QList<DockerImage> &listed)
     }
     for (const DiskUsage::Cache &c : usage.buildCache) {
         if (!c.inUse)
-            cache.items.append({c.id, c.description.isEmpty() ? c.kind : c.description, c.bytes});
+            // A build step's words may carry a build argument's secret.
+            cache.items.append({c.id, c.description.isEmpty() ? c.kind : Secrets::text(c.description), c.bytes});
     }
     for (const DiskUsage::Container &c : usage.containers) {
         const bool stoppedState = c.state == QLatin1String("exited") || c.state == QLatin1String("created") || c.state == QLatin1String("dead");

@@ -2,6 +2,7 @@
 #include "fakeengine.h"
 #include "teardownplan.h"
 #include "reclaimplan.h"
+#include "secrets.h"
 #include "testsupport.h"
 #include "volumesize.h"
 
@@ -42,11 +43,12 @@ private slots:
             << QByteArray(R"({"Images":[{"ID":"sha256:aaaaaaaaaaaa1","Repository":"web","Tag":"latest","Containers":"0"}],
                              "Containers":[{"ID":"c1","Names":"x","Image":"web","State":"running"}]})")
             << QString() << QStringList{};
-        QTest::newRow("cache in use stays; a dead container goes; a short hex name is a name")
-            << QByteArray(R"({"BuildCache":[{"ID":"k1","InUse":"true","Size":"1MB"},{"ID":"k2","InUse":"false","Size":"2MB","Description":"mount /root/.cache"}],
+        QTest::newRow("cache in use stays, a step's secret is hidden; a dead container goes; a short hex name is a name")
+            << QByteArray(R"({"BuildCache":[{"ID":"k1","InUse":"true","Size":"1MB"},{"ID":"k2","InUse":"false","Size":"2MB","Description":"mount /root/.cache"},
+                                            {"ID":"k3","InUse":"false","Size":"3MB","Description":"RUN NPM_TOKEN=s3cret npm ci"}],
                              "Containers":[{"ID":"c2","Names":"gone","State":"dead","Size":"5MB"}],
                              "Volumes":[{"Name":"deadbeef","Links":"0"}]})")
-            << QString() << QStringList{"buildCache: mount /root/.cache", "stoppedContainers: gone"};
+            << QString() << QStringList{"buildCache: RUN NPM_TOKEN=" + QString::fromUtf16(Secrets::mask) + " npm ci mount /root/.cache", "stoppedContainers: gone"};
         // Some engines' reports call every image "<none>" and keep their own helpers about:
         // the listing alone says what is dangling, and an image it lacks is kept.
         QTest::newRow("names come from the listing, not the report")

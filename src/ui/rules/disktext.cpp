@@ -1,6 +1,7 @@
 #include "disktext.h"
 
 #include "container.h"
+#include "secrets.h"
 #include "volumesize.h"
 #include "worktext.h"
 
@@ -139,7 +140,8 @@ QList<Row> rows(const DiskUsage &u)
                      v.isAnonymous() ? QStringLiteral("anonymous volume") : QString()});
     }
     for (const auto &c : u.buildCache) {
-        list.append({Row::Kind::Cache, c.id, c.description.isEmpty() ? c.kind : c.description, c.bytes,
+        // A build step's words may carry a build argument's secret.
+        list.append({Row::Kind::Cache, c.id, c.description.isEmpty() ? c.kind : Secrets::text(c.description), c.bytes,
                      c.inUse ? QStringLiteral("Build cache in use") : QStringLiteral("Build cache not in use"), c.kind});
     }
     std::stable_sort(list.begin(), list.end(), [](const Row &a, const Row &b) { return a.bytes > b.bytes; });
