@@ -2,11 +2,16 @@
 # A private docker engine for Korvat's tests and demo: its own dockerd on its own
 # socket, a private DOCKER_CONFIG (compose plugin and a context that points at the
 # engine), and a busybox image built locally, since no registry can be reached.
+# Beside it runs a second engine, for what only shows with two: its own dockerd in a
+# network namespace of its own, with no default bridge and no iptables rules, the same
+# image, and a context of its own in the same DOCKER_CONFIG.
 #
-#   engine.sh start   start it (harmless when it already runs)
-#   engine.sh stop    stop it and remove every process, mount and directory it made
-#   engine.sh restart stop the daemon, keeping its data, and start it again
-#   engine.sh env     print the shell exports that point docker at it
+#   engine.sh start         start both (harmless when they already run)
+#   engine.sh stop          stop both and remove every process, mount and directory they made
+#   engine.sh restart       stop the first daemon, keeping its data, and start it again
+#   engine.sh stop-second   stop the second daemon, keeping its data
+#   engine.sh start-second  start the second daemon again (or for the first time)
+#   engine.sh env           print the shell exports that point docker at them
 set -euo pipefail
 
 root=${KORVAT_ENGINE_DIR:-/tmp/korvat-engine}
@@ -16,6 +21,17 @@ sock=$root/docker.sock
 config=$root/config
 context=korvat-test
 image=korvat-test/busybox:1
+# Test networks come from a range of their own: a developer's engines, which may already
+# hold dozens of networks, rarely reach into it, and the next engine up skips whatever
+# another one took. With a pool set, the daemon deletes docker0 and makes it anew from the
+# pool each time it restarts.
+pool=base=10.213.0.0/16,size=24
+second=$root/second
+sock2=$second/docker.sock
+# As short as the first's: the daemons keep their unix sockets here, and a socket's path
+# must fit in 107 bytes.
+execroot2=${execroot}2
+context2=korvat-second
 
 say() { echo "engine: $*" >&2; }
 
@@ -40,7 +56,7 @@ fetch_next_release() {
               -o Dir::State::Lists="$work/lists" -o Dir::Cache="$work/cache" -o APT::Sandbox::User=root)
   apt-get "${opts[@]}" update >/dev/null
   (cd "$work" && apt-get "${opts[@]}" download "$pkg" >/dev/null)
-  dpkg-deb -x "$work"/${pkg}_*.deb "$work/x"
+  dpkg-deb -x "$work/$pkg"_*.deb "$work/x"
   mkdir -p "$(dirname "$dest")"
   cp "$work/x/$3" "$dest"
   chmod +x "$dest"
@@ -65,44 +81,109 @@ export PATH="$cache/bin:\${PATH#$cache/bin:}"
 export DOCKER_CONFIG="$config"
 export KORVAT_TEST_SOCKET="$sock"
 export KORVAT_TEST_CONTEXT="$context"
+export KORVAT_TEST_SOCKET2="$sock2"
+export KORVAT_TEST_CONTEXT2="$context2"
 export KORVAT_TEST_IMAGE="$image"
 unset DOCKER_HOST DOCKER_CONTEXT
 E
 }
 
-running() {
-  [[ -f $root/dockerd.pid ]] && kill -0 "$(cat "$root/dockerd.pid")" 2>/dev/null
-}
-
 dk() { PATH="$cache/bin:$PATH" DOCKER_CONFIG=$config docker "$@"; }
 
-start() {
+answers() { dk -H "unix://$1/docker.sock" version >/dev/null 2>&1; }
+
+# launch DIR EXECROOT host|own FLAGS...: a dockerd keeping its socket, data, pid file and
+# log in DIR, unless that one already runs; "own" gives it a network namespace of its own,
+# which goes with the daemon and everything it made there. unshare and sh both exec, so
+# the pid that lands in the pidfile is the one started here.
+launch() {
+  local dir=$1 xroot=$2 net=$3
+  shift 3
+  ours "$dir/dockerd.pid" "$dir/dockerd.pid" >/dev/null && return 0
+  command -v dockerd >/dev/null || { say "dockerd is not installed (run scripts/setup.sh)"; exit 1; }
+  mkdir -p "$dir" "$xroot"
+  local cmd=(dockerd --host "unix://$dir/docker.sock" --data-root "$dir/data" --exec-root "$xroot"
+             --pidfile "$dir/dockerd.pid" "$@")
+  # Loopback comes up first, or a port published on 127.0.0.1 there has no address to take.
+  [[ $net == own ]] && cmd=(unshare --net sh -c 'ip link set lo up && exec "$@"' sh "${cmd[@]}")
+  say "starting dockerd on $dir/docker.sock"
+  nohup "${cmd[@]}" >"$dir/dockerd.log" 2>&1 </dev/null &
+}
+
+await() {
+  local dir=$1
+  for _ in $(seq 1 150); do
+    answers "$dir" && return 0
+    sleep 0.2
+  done
+  say "dockerd did not answer; its log:"
+  tail -20 "$dir/dockerd.log" >&2
+  exit 1
+}
+
+launch_first() { launch "$root" "$execroot" host --default-address-pool "$pool"; }
+
+# Out of the host's network namespace: a daemon with --bridge=none deletes whatever docker0
+# it finds, cutting the first engine's containers off, and its networks would take bridges
+# and addresses from the host's. From there its published ports and the host's loopback
+# are out of reach.
+launch_second() {
+  local flags=(--bridge=none --iptables=false)
+  # Older daemons do not know the flag, and never write ip6tables rules anyway.
+  if dockerd --help 2>&1 | grep -q -- --ip6tables; then flags+=(--ip6tables=false); fi
+  launch "$second" "$execroot2" own "${flags[@]}"
+}
+
+prepare() {
   ensure_tools
   mkdir -p "$root" "$config/cli-plugins"
   cp "$cache/docker-compose" "$config/cli-plugins/docker-compose"
-  if ! running; then
-    command -v dockerd >/dev/null || { say "dockerd is not installed (run scripts/setup.sh)"; exit 1; }
-    mkdir -p "$execroot"
-    say "starting dockerd on $sock"
-    nohup dockerd --host "unix://$sock" --data-root "$root/data" --exec-root "$execroot" \
-      --pidfile "$root/dockerd.pid" >"$root/dockerd.log" 2>&1 </dev/null &
-    for _ in $(seq 1 150); do
-      dk -H "unix://$sock" version >/dev/null 2>&1 && break
-      sleep 0.2
-    done
-    dk -H "unix://$sock" version >/dev/null 2>&1 || { say "dockerd did not answer; its log:"; tail -20 "$root/dockerd.log" >&2; exit 1; }
-  fi
+}
+
+finish_first() {
   if ! dk context inspect "$context" >/dev/null 2>&1; then
     dk context create "$context" --docker "host=unix://$sock" >/dev/null
   fi
   dk context use "$context" >/dev/null 2>&1
-  if ! dk image inspect "$image" >/dev/null 2>&1; then
-    build_image
+  if ! dk -H "unix://$sock" image inspect "$image" >/dev/null 2>&1; then
+    build_image "$sock"
   fi
 }
 
+# The same image as on the first engine, id and all, when the first is there to give it.
+finish_second() {
+  if ! dk context inspect "$context2" >/dev/null 2>&1; then
+    dk context create "$context2" --docker "host=unix://$sock2" >/dev/null
+  fi
+  if ! dk -H "unix://$sock2" image inspect "$image" >/dev/null 2>&1; then
+    if answers "$root" && dk -H "unix://$sock" image inspect "$image" >/dev/null 2>&1; then
+      dk -H "unix://$sock" save "$image" | dk -H "unix://$sock2" load >/dev/null
+    else
+      build_image "$sock2"
+    fi
+  fi
+}
+
+# Both daemons come up together; the second then takes the first's image.
+start() {
+  prepare
+  launch_first
+  launch_second
+  await "$root"
+  await "$second"
+  finish_first
+  finish_second
+}
+
+start_second() {
+  prepare
+  launch_second
+  await "$second"
+  finish_second
+}
+
 build_image() {
-  local work
+  local host=unix://$1 work
   work=$(mktemp -d)
   if [[ ! -f $cache/busybox ]]; then
     if [[ -x /bin/busybox ]] && file_is_static /bin/busybox; then
@@ -118,65 +199,95 @@ build_image() {
   for applet in sh ash sleep echo cat ls env true false mkdir rm printf seq head tail wc grep sed touch date id kill ps; do
     ln -s busybox "$work/root/bin/$applet"
   done
-  tar -C "$work/root" -c . | dk import -c 'CMD ["/bin/sh"]' -c 'ENV PATH=/bin' - "$image" >/dev/null
+  tar -C "$work/root" -c . | dk -H "$host" import -c 'CMD ["/bin/sh"]' -c 'ENV PATH=/bin' - "$image" >/dev/null
   rm -rf "$work"
 }
 
 file_is_static() { ! ldd "$1" >/dev/null 2>&1; }
 
 # The pid in a pidfile, only while that process is still the one this engine started:
-# its command line names this engine's own directory. A pid that was reused by then, by
-# another engine or anything else, is left alone.
+# its command line holds mark, a path of this engine's own. A pid that was reused by then,
+# by another engine or anything else, is left alone.
 ours() {
-  local file=$1 dir=$2 pid
+  local file=$1 mark=$2 pid
   [[ -f $file ]] || return 1
   pid=$(cat "$file" 2>/dev/null) || return 1
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -qF -- "$dir" || return 1
+  tr '\0' ' ' 2>/dev/null <"/proc/$pid/cmdline" | grep -qF -- "$mark" || return 1
   echo "$pid"
 }
 
+# A daemon gives its containers up to 15 seconds to stop before it goes, so it gets a little
+# longer than that. A killed one is waited for too: a new daemon refuses to start while the
+# pid in its pidfile is still there.
 end() {
   local pid=$1
   kill "$pid" 2>/dev/null || true
-  for _ in $(seq 1 100); do kill -0 "$pid" 2>/dev/null || return 0; sleep 0.1; done
+  for _ in $(seq 1 200); do kill -0 "$pid" 2>/dev/null || return 0; sleep 0.1; done
   kill -9 "$pid" 2>/dev/null || true
+  for _ in $(seq 1 50); do kill -0 "$pid" 2>/dev/null || return 0; sleep 0.1; done
 }
 
-stop() {
-  # Read both before anything stops: dockerd removes containerd's pidfile on its way out.
+# halt DIR EXECROOT: ends a daemon and its containerd but keeps their data, as when a
+# machine's engine stops. Each is known by a path only its own command line names, since
+# the second engine's paths begin with the first's.
+halt() {
   local daemon shim
-  daemon=$(ours "$root/dockerd.pid" "$root") || daemon=
-  shim=$(ours "$execroot/containerd/containerd.pid" "$execroot") || shim=
-  if [[ -n $daemon ]] && running; then
-    # Containers first, so no shim outlives the daemon.
-    dk -H "unix://$sock" ps -aq 2>/dev/null | xargs -r docker -H "unix://$sock" rm -f >/dev/null 2>&1 || true
-  fi
-  [[ -n $daemon ]] && end "$daemon"
-  [[ -n $shim ]] && end "$shim"
-  local m
-  for dir in "$root" "$execroot"; do
-    [[ -d $dir ]] || continue
-    while read -r m; do umount -l "$m" 2>/dev/null || true; done < <(awk -v d="$dir" '$2 ~ "^"d {print $2}' /proc/mounts | sort -r)
-    rm -rf "$dir"
+  # Read both before anything stops: dockerd removes containerd's pidfile on its way out.
+  daemon=$(ours "$1/dockerd.pid" "$1/dockerd.pid") || daemon=
+  shim=$(ours "$2/containerd/containerd.pid" "$2/containerd/") || shim=
+  if [[ -n $daemon ]]; then end "$daemon"; fi
+  if [[ -n $shim ]]; then end "$shim"; fi
+}
+
+# empty DIR: the engine's containers go before it does, so no shim outlives the daemon, and
+# its networks too, whose bridges would otherwise stay in the kernel holding their
+# addresses long after the data is gone.
+empty() {
+  local dir=$1 host=unix://$1/docker.sock ids
+  ours "$dir/dockerd.pid" "$dir/dockerd.pid" >/dev/null && answers "$dir" || return 0
+  mapfile -t ids < <(dk -H "$host" ps -aq 2>/dev/null)
+  if ((${#ids[@]})); then dk -H "$host" rm -f "${ids[@]}" >/dev/null 2>&1 || true; fi
+  dk -H "$host" network prune -f >/dev/null 2>&1 || true
+}
+
+# remove DIR...: unmounts whatever is left under each directory, then deletes it.
+remove() {
+  local d m
+  for d in "$@"; do
+    [[ -d $d ]] || continue
+    while read -r m; do umount -l "$m" 2>/dev/null || true; done < <(awk -v d="$d" '$2 == d || index($2, d "/") == 1 {print $2}' /proc/mounts | sort -r)
+    rm -rf "$d"
   done
 }
 
-# Ends the daemon and its containerd but keeps their data, as when a machine's engine
-# restarts, then starts it again.
+# The daemons take seconds each to shut down, so they do it together. The second lives
+# inside the first's directory, so its mounts go first.
+stop() {
+  empty "$second"
+  empty "$root"
+  halt "$second" "$execroot2" &
+  halt "$root" "$execroot" &
+  wait
+  remove "$second" "$execroot2" "$root" "$execroot"
+}
+
+# The first daemon goes and comes back with its data, as when a machine's engine restarts;
+# the second is left as it is.
 restart() {
-  local daemon shim
-  daemon=$(ours "$root/dockerd.pid" "$root") || daemon=
-  shim=$(ours "$execroot/containerd/containerd.pid" "$execroot") || shim=
-  [[ -n $daemon ]] && end "$daemon"
-  [[ -n $shim ]] && end "$shim"
-  start
+  halt "$root" "$execroot"
+  prepare
+  launch_first
+  await "$root"
+  finish_first
 }
 
 case ${1:-} in
   start) start; exports ;;
   stop) stop ;;
   restart) restart ;;
+  stop-second) halt "$second" "$execroot2" ;;
+  start-second) start_second ;;
   env) exports ;;
-  *) echo "usage: $0 start|stop|restart|env" >&2; exit 2 ;;
+  *) echo "usage: $0 start|stop|restart|stop-second|start-second|env" >&2; exit 2 ;;
 esac

@@ -44,6 +44,8 @@ bool engineAnswers(QString *why)
 QString engineImage() { return qEnvironmentVariable("KORVAT_TEST_IMAGE", QStringLiteral("korvat-test/busybox:1")); }
 QString engineSocket() { return qEnvironmentVariable("KORVAT_TEST_SOCKET"); }
 QString engineContext() { return qEnvironmentVariable("KORVAT_TEST_CONTEXT", QStringLiteral("korvat-test")); }
+QString secondEngineSocket() { return qEnvironmentVariable("KORVAT_TEST_SOCKET2"); }
+QString secondEngineContext() { return qEnvironmentVariable("KORVAT_TEST_CONTEXT2", QStringLiteral("korvat-second")); }
 
 QString uniqueName(const QString &prefix)
 {

@@ -20,6 +20,10 @@ bool engineAnswers(QString *why);
 QString engineImage();
 QString engineSocket();
 QString engineContext();
+// The second private engine: same image, no default bridge, and a network namespace of its
+// own, so nothing it publishes can be reached from here.
+QString secondEngineSocket();
+QString secondEngineContext();
 
 // A name no other test run uses, safe for containers, volumes and compose projects.
 QString uniqueName(const QString &prefix);
