@@ -45,7 +45,7 @@ struct Session::Parts {
           store(settings, std::move(backends.engine), std::move(backends.timing)),
           toolchain(settings, std::move(backends.tools), std::move(backends.toolchainClock)), shell(&store, &toolchain, settings), actions(&store),
           hostEngines(std::move(backends.hostProbe), std::move(backends.services)),
-          settingsController(&toolchain, settings, QCoreApplication::applicationFilePath(), &hostEngines)
+          settingsController(&toolchain, settings, QCoreApplication::applicationFilePath(), &hostEngines, &store)
     {
         Theme::setInstance(&theme);
         window = UiEngine::loadMainWindow(engine, &store, &toolchain, &shell, &actions, &settingsController);

@@ -6,6 +6,8 @@
 
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QThreadPool>
+#include <QtConcurrent>
 
 QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &current)
 {
@@ -13,23 +15,45 @@ QString runtimeLine(const RuntimeEntry &entry, const std::optional<Runtime> &cur
         + (current && entry.runtime == *current ? QStringLiteral("  [opens here]") : QString());
 }
 
-DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context)
+namespace {
+template<typename T>
+std::optional<int> counted(const Engine &engine, QList<T> (Engine::*listing)(const OptRuntime &) const, const OptRuntime &runtime)
 {
-    DumpReport report;
-    report.context = context;
-    const std::optional<Runtime> target = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     try {
-        report.runtimes = engine.runtimes();
+        return int((engine.*listing)(runtime).size());
     } catch (const DockerError &) {
-        // Without a runtime list the rest of the report still says what is wrong.
+        return std::nullopt;
     }
+}
 
+DumpReport::WatchedEngine readWatched(const Engine &engine, const RuntimeEntry &entry)
+{
+    DumpReport::WatchedEngine read{entry, engine.answers(entry.runtime)};
+    if (!read.answers)
+        return read;
+    const OptRuntime runtime = entry.runtime;
+    try {
+        const QList<Container> containers = engine.containers(runtime);
+        read.containers = int(containers.size());
+        read.running = int(std::count_if(containers.cbegin(), containers.cend(), [](const Container &c) { return c.isRunning(); }));
+    } catch (const DockerError &) {
+        // Both counts stay null; the other listings may still answer.
+    }
+    read.images = counted(engine, &Engine::images, runtime);
+    read.volumes = counted(engine, &Engine::volumes, runtime);
+    read.networks = counted(engine, &Engine::networks, runtime);
+    return read;
+}
+
+// What the runtime asked for holds: its containers by project, and its totals.
+void readSelected(const Engine &engine, const std::optional<Runtime> &target, DumpReport &report)
+{
     QList<Container> containers;
     try {
         containers = engine.containers(target);
     } catch (const DockerError &e) {
         report.failure = e.message();
-        return report;
+        return;
     }
     report.containerCount = int(containers.size());
     using Compose = DumpReport::Project::Compose;
@@ -60,6 +84,32 @@ DumpReport gatherDump(const Engine &engine, const std::optional<QString> &contex
     } catch (const DockerError &e) {
         report.totalsFailure = e.message();
     }
+}
+}
+
+DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context, const QStringList &watchedRemotes)
+{
+    DumpReport report;
+    report.context = context;
+    const std::optional<Runtime> target = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
+    try {
+        report.runtimes = engine.runtimes();
+    } catch (const DockerError &) {
+        // Without a runtime list the rest of the report still says what is wrong.
+    }
+
+    // A thread for each engine, all while the selected one is read: a hung engine costs
+    // its own deadline once, not one more for each engine behind it.
+    const QList<RuntimeEntry> watched = RuntimeSelection::watched(report.runtimes.list, watchedRemotes, target ? target : report.runtimes.current);
+    QThreadPool pool;
+    pool.setMaxThreadCount(std::max(1, int(watched.size())));
+    QList<QFuture<DumpReport::WatchedEngine>> reading;
+    for (const RuntimeEntry &entry : watched)
+        reading.append(QtConcurrent::run(&pool, [&engine, entry] { return readWatched(engine, entry); }));
+
+    readSelected(engine, target, report);
+    for (QFuture<DumpReport::WatchedEngine> &read : reading)
+        report.engines.append(read.result());
     return report;
 }
 
@@ -194,7 +244,15 @@ QJsonObject dumpJson(const DumpReport &report)
                                     {"endpoint", entry.endpoint},
                                     {"reachable", entry.reachable},
                                     {"opensHere", report.runtimes.current == entry.runtime}});
-    QJsonObject json{{"schema", 1}, {"runtimes", runtimes}, {"runtime", orNull(report.context)}};
+    QJsonArray engines;
+    for (const auto &e : report.engines) {
+        const QJsonValue counts = e.answers ? QJsonObject{{"containers", orNull(e.containers)}, {"running", orNull(e.running)},
+                                                          {"images", orNull(e.images)}, {"volumes", orNull(e.volumes)},
+                                                          {"networks", orNull(e.networks)}}
+                                            : QJsonValue();
+        engines.append(QJsonObject{{"name", e.entry.runtime.name}, {"endpoint", e.entry.endpoint}, {"answers", e.answers}, {"counts", counts}});
+    }
+    QJsonObject json{{"schema", 1}, {"runtimes", runtimes}, {"engines", engines}, {"runtime", orNull(report.context)}};
     if (report.failure) {
         json.insert("error", *report.failure);
         return json;

@@ -19,7 +19,19 @@ struct DumpReport {
         // What the files define, when compose could read them.
         std::optional<ResolvedProject> defined = {};
     };
+    // One watched runtime, read on its own: counts only when its engine answers, each null
+    // when its listing failed.
+    struct WatchedEngine {
+        RuntimeEntry entry;
+        bool answers = false;
+        std::optional<int> containers = {};
+        std::optional<int> running = {};
+        std::optional<int> images = {};
+        std::optional<int> volumes = {};
+        std::optional<int> networks = {};
+    };
     RuntimeList runtimes;
+    QList<WatchedEngine> engines;
     std::optional<QString> context;
     // Why the containers could not be listed; nothing below it is known then.
     std::optional<QString> failure;
@@ -32,7 +44,8 @@ struct DumpReport {
     std::optional<QString> totalsFailure;
 };
 
-DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context);
+// watchedRemotes: the runtimes of other machines watched beside this machine's, by name.
+DumpReport gatherDump(const Engine &engine, const std::optional<QString> &context, const QStringList &watchedRemotes);
 // `korvat --dump [context]`.
 void writeDump(const DumpReport &report, QTextStream &out);
 // `korvat --dump --json [context]`: the schema the README describes.

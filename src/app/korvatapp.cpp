@@ -6,11 +6,13 @@
 #include "planreport.h"
 #include "reclaimreport.h"
 #include "selftest.h"
+#include "settings.h"
 #include "shots.h"
 #include "toolsreport.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
+#include <QSettings>
 #include <QTextStream>
 
 namespace {
@@ -84,7 +86,7 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         print(gatherPlan(engine, invocation.value, invocation.context), planJson, writePlan);
         break;
     case Mode::Dump:
-        print(gatherDump(engine, invocation.context), dumpJson, writeDump);
+        print(gatherDump(engine, invocation.context, Settings::watchedRemotes.read(QSettings())), dumpJson, writeDump);
         break;
     case Mode::Reclaim:
         print(gatherReclaim(engine, invocation.context, invocation.all), reclaimJson, writeReclaim);

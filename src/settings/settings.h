@@ -45,4 +45,8 @@ inline const Setting<QStringList> dismissedToolUpdates{QStringLiteral("dismissed
 // A desktop notification when a container fails, except for the muted projects.
 inline const Setting<bool> notifyOnFailure{QStringLiteral("notifyOnFailure"), true};
 inline const Setting<QStringList> mutedProjects{QStringLiteral("mutedProjects"), {}};
+// Runtimes of other machines (ssh://, tcp://) watched beside this machine's, by name.
+inline const Setting<QStringList> watchedRemotes{QStringLiteral("watchedRemotes"), {}};
+// The window shows every watched engine, or only the selected runtime.
+inline const Setting<bool> showAllEngines{QStringLiteral("showAllEngines"), true};
 }

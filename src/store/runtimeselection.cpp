@@ -2,6 +2,8 @@
 
 #include "docker.h"
 
+#include <QSet>
+
 namespace RuntimeSelection {
 
 QString label(const RuntimeEntry &entry)
@@ -14,6 +16,37 @@ QList<RuntimeEntry> rechecked(const Engine &engine, QList<RuntimeEntry> rows)
     for (auto &row : rows)
         row.reachable = engine.reachable(row);
     return rows;
+}
+
+bool isLocal(const RuntimeEntry &entry)
+{
+    return entry.runtime.isSocket() || entry.endpoint.startsWith(QLatin1String("unix://"));
+}
+
+QList<RuntimeEntry> watched(const QList<RuntimeEntry> &entries, const QStringList &remotesOn, const std::optional<Runtime> &selected)
+{
+    const auto wanted = [&](const RuntimeEntry &e) {
+        return (selected && e.runtime == *selected) || (isLocal(e) ? e.reachable : remotesOn.contains(e.runtime.name));
+    };
+    QString selectedEndpoint;
+    for (const RuntimeEntry &e : entries) {
+        if (selected && e.runtime == *selected)
+            selectedEndpoint = e.endpoint;
+    }
+    QList<RuntimeEntry> out;
+    QSet<QString> endpoints;
+    for (const RuntimeEntry &e : entries) {
+        if (!wanted(e))
+            continue;
+        const bool isSelected = selected && e.runtime == *selected;
+        // An empty endpoint says nothing of where it goes, so it is nobody's twin.
+        if (!e.endpoint.isEmpty() && !isSelected && (endpoints.contains(e.endpoint) || e.endpoint == selectedEndpoint))
+            continue;
+        if (!e.endpoint.isEmpty())
+            endpoints.insert(e.endpoint);
+        out.append(e);
+    }
+    return out;
 }
 
 QString handedOver(const Runtime &from, const Runtime &to)

@@ -199,6 +199,11 @@ private slots:
         QCOMPARE(asJson["schema"].toInt(), 1);
         QCOMPARE(dumpFromJson(asJson), expected.section('\n', 2));
         QCOMPARE(asJson["totals"]["running"].toInt(), 6);
+        // The offline context is on this machine yet unreachable, so only the engine that answers is watched.
+        const QJsonObject counts{{"containers", 8}, {"running", 6}, {"images", count({"images", "-q"})},
+                                 {"volumes", count({"volume", "ls", "-q"})}, {"networks", count({"network", "ls", "-q"})}};
+        QCOMPARE(asJson["engines"].toArray(),
+                 QJsonArray{QJsonObject({{"name", "default"}, {"endpoint", "unix://" + engineSocket()}, {"answers", true}, {"counts", counts}})});
 
         // A named context reaches the CLI: this one's socket is missing.
         const QString runtimeLines = expected.section('\n', 0, 1) + "\n";
@@ -215,7 +220,11 @@ private slots:
                  "runtime: kt-offline · offline  unix:///nope/kt-offline.sock\n"
                  "dump failed: " + cliError + "\n");
         QCOMPARE(korvat({"--plan", "anything"}, "unix:///nope/kt-dead.sock"), "plan failed: cannot list containers\n");
-        QCOMPARE(json({"--dump"}, "unix:///nope/kt-dead.sock")["error"].toString(), cliError);
+        const QJsonObject dead = json({"--dump"}, "unix:///nope/kt-dead.sock");
+        QCOMPARE(dead["error"].toString(), cliError);
+        // Still the engine the report is about, though nothing else of it is known.
+        QCOMPARE(dead["engines"].toArray(),
+                 QJsonArray{QJsonObject({{"name", "default"}, {"endpoint", "unix:///nope/kt-dead.sock"}, {"answers", false}, {"counts", QJsonValue()}})});
     }
 
     void planKeepsSharedVolumes()

@@ -48,8 +48,9 @@ public:
     Q_INVOKABLE QObject *store() { return m_store; }
     Q_INVOKABLE QObject *toolchain() { return m_toolchain; }
     Q_INVOKABLE QObject *actions() { return new Actions(m_store, this); }
-    // Settings over the sample tools, or, with probe set, over stand-in tools that have not
-    // answered yet; "slow" makes the stand-in brew take its time to update.
+    // Settings over the sample tools and runtimes (one of them on another machine), or, with
+    // probe set, over stand-in tools that have not answered yet and this machine's runtime
+    // alone; "slow" makes the stand-in brew take its time to update.
     Q_INVOKABLE QObject *settings(const QString &kind)
     {
         auto *settings = new QSettings(m_dir.filePath(QStringLiteral("settings-") + kind), QSettings::IniFormat, this);
@@ -64,7 +65,8 @@ public:
             if (kind == QLatin1String("slow"))
                 m_tools->set(QStringLiteral("update.sleep"), "3");
         }
-        return new SettingsController(toolchain, settings, QStringLiteral("/usr/bin/korvat"), nullptr, this);
+        m_engine = sample ? SampleData::engine(code()) : std::make_shared<FakeEngine>();
+        return new SettingsController(toolchain, settings, QStringLiteral("/usr/bin/korvat"), nullptr, sampleStore(settings), this);
     }
     // A real job: /bin/sh runs the upgrade script against a stand-in brew that prints and fails.
     Q_INVOKABLE QObject *failingJob()

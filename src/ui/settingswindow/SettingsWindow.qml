@@ -4,8 +4,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Korvat
 
-// Settings: the menu bar icon, the launch check, login, the appearance, and the runtime
-// tools, or on Linux without them the engines installed here.
+// Settings: the menu bar icon, the launch check, login, the appearance, the engines of other
+// machines to watch, and the runtime tools, or on Linux without them the engines installed here.
 ApplicationWindow {
     id: window
 
@@ -43,6 +43,65 @@ ApplicationWindow {
         color: Theme.muted
         font: Theme.varied("Inter", 400, 12)
         wrapMode: Text.Wrap
+    }
+    // A runtime of another machine, with the switch that watches it beside this machine's.
+    component RemoteRow: Rectangle {
+        id: remote
+
+        required property string name
+        required property string endpoint
+        required property bool watched
+        required property string switchName
+
+        signal watchToggled(string name, bool on)
+
+        implicitHeight: remoteLine.implicitHeight + 24
+        radius: 10
+        color: Theme.card
+        border.color: Theme.line
+        Accessible.role: Accessible.Grouping
+        Accessible.name: name
+        Accessible.description: endpoint
+
+        RowLayout {
+            id: remoteLine
+
+            anchors.fill: parent
+            anchors.margins: 12
+            spacing: 10
+
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 4
+
+                Text {
+                    Layout.fillWidth: true
+                    text: remote.name
+                    color: Theme.ink
+                    font: Theme.varied("Inter", 600, 13)
+                    elide: Text.ElideRight
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: remote.endpoint
+                    color: Theme.muted
+                    font: Theme.varied("JetBrains Mono", 400, 11)
+                    elide: Text.ElideRight
+                }
+            }
+            KorSwitch {
+                objectName: "watch-" + remote.name
+                // No label beside it: its track ends where the row's buttons end.
+                spacing: 0
+                checked: remote.watched
+                Accessible.name: remote.switchName
+                onToggled: {
+                    remote.watchToggled(remote.name, checked);
+                    // The remembered choice wins over the click.
+                    checked = Qt.binding(() => remote.watched);
+                }
+            }
+        }
     }
 
     ScrollView {
@@ -146,6 +205,24 @@ ApplicationWindow {
                     Layout.fillWidth: true
                     Layout.topMargin: 8
                     onAct: (engine, scope, unit) => window.settings.actOnUnit(engine, scope, unit)
+                }
+            }
+
+            Caption {
+                caption: "Engines on other machines"
+            }
+            Note {
+                objectName: "remoteEnginesNote"
+                visible: text !== ""
+                text: window.settings.remoteEnginesNote
+            }
+            Repeater {
+                model: window.settings.remoteEngines
+
+                RemoteRow {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 8
+                    onWatchToggled: (name, on) => window.settings.setWatched(name, on)
                 }
             }
 

@@ -1,9 +1,11 @@
 #include "settingscontroller.h"
 #include "settings.h"
 
+#include "appstore.h"
 #include "docker.h"
 #include "hostenginestore.h"
 #include "loginitem.h"
+#include "runtimeselection.h"
 #include "toolchainstore.h"
 #include "toolrules.h"
 
@@ -81,12 +83,47 @@ QHash<int, QByteArray> HostEngineModel::roleNames() const
     return {{NameRole, "name"}, {VersionLineRole, "versionLine"}, {NoteRole, "note"}, {UnitsRole, "units"}};
 }
 
+void RemoteEngineModel::setEngines(const QList<RemoteEngine> &engines)
+{
+    sync(m_rows, engines, [](const RemoteEngine &e) { return e.name; }, [](const RemoteEngine &a, const RemoteEngine &b) {
+        QList<int> roles;
+        if (a.endpoint != b.endpoint)
+            roles << EndpointRole;
+        if (a.watched != b.watched)
+            roles << WatchedRole;
+        return roles;
+    });
+}
+
+QVariant RemoteEngineModel::roleData(const RemoteEngine &engine, int role) const
+{
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole: return engine.name;
+    case EndpointRole: return engine.endpoint;
+    case WatchedRole: return engine.watched;
+    case SwitchNameRole: return QStringLiteral("Watch ") + engine.name;
+    }
+    return {};
+}
+
+QHash<int, QByteArray> RemoteEngineModel::roleNames() const
+{
+    return {{NameRole, "name"}, {EndpointRole, "endpoint"}, {WatchedRole, "watched"}, {SwitchNameRole, "switchName"}};
+}
+
 SettingsController::SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, HostEngineStore *hostEngines,
-                                       QObject *parent)
+                                       AppStore *store, QObject *parent)
     : QObject(parent), m_toolchain(toolchain), m_settings(settings), m_executable(std::move(executable)), m_hostEngineStore(hostEngines),
       m_hostEnginesShown(hostEngines
-                         && HostEngines::replaceToolchain(toolchain->brewAvailable(), QFileInfo::exists(Docker::launch().appleSocketPath)))
+                         && HostEngines::replaceToolchain(toolchain->brewAvailable(), QFileInfo::exists(Docker::launch().appleSocketPath))),
+      m_store(store)
 {
+    if (m_store) {
+        connect(m_store, &AppStore::runtimesChanged, this, &SettingsController::listRemotes);
+        connect(m_store, &AppStore::watchedChanged, this, &SettingsController::listRemotes);
+        listRemotes();
+    }
     if (m_hostEngineStore) {
         connect(m_hostEngineStore, &HostEngineStore::enginesChanged, this, [this] {
             m_engines.setEngines(m_hostEngineStore->engines());
@@ -172,6 +209,31 @@ QString SettingsController::eventsNote() const
     if (m_hostEnginesShown)
         return QStringLiteral("Korvat follows each engine’s event stream and polls only while the stream is down.");
     return QStringLiteral("Korvat polls the Docker API; there is no event stream on Apple container. The launch check runs at most once a day.");
+}
+
+QString SettingsController::remoteEnginesNote() const
+{
+    return m_remotes.count() == 0 ? QStringLiteral("No remote contexts. Add one with docker context create.") : QString();
+}
+
+void SettingsController::setWatched(const QString &runtimeName, bool on)
+{
+    if (m_store)
+        m_store->setWatched(runtimeName, on);
+}
+
+void SettingsController::listRemotes()
+{
+    const QStringList watched = m_store->watchedRemotes();
+    QList<RemoteEngine> remotes;
+    for (const RuntimeEntry &e : m_store->runtimes()) {
+        if (!RuntimeSelection::isLocal(e))
+            remotes.append({e.runtime.name, e.endpoint, watched.contains(e.runtime.name)});
+    }
+    const bool hadNone = m_remotes.count() == 0;
+    m_remotes.setEngines(remotes);
+    if (hadNone != (m_remotes.count() == 0))
+        emit remoteEnginesChanged();
 }
 
 void SettingsController::actOnUnit(const QString &engine, int scope, const QString &unit)

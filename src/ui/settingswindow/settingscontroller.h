@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
+class AppStore;
 class HostEngineStore;
 class QSettings;
 class ToolchainStore;
@@ -53,8 +54,36 @@ protected:
     QVariant roleData(const HostEngine &engine, int role) const override;
 };
 
+// A runtime of another machine, and whether Korvat watches it beside this machine's.
+struct RemoteEngine {
+    QString name;
+    QString endpoint;
+    bool watched = false;
+    friend bool operator==(const RemoteEngine &, const RemoteEngine &) = default;
+};
+
+// The runtimes of other machines, keyed by name.
+class RemoteEngineModel : public KeyedRowsModel<RemoteEngine> {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Remote engines come from the store's runtimes")
+
+public:
+    enum Role { NameRole = Qt::UserRole + 1, EndpointRole, WatchedRole, SwitchNameRole };
+    Q_ENUM(Role)
+
+    using KeyedRowsModel::KeyedRowsModel;
+
+    void setEngines(const QList<RemoteEngine> &engines);
+    QHash<int, QByteArray> roleNames() const override;
+
+protected:
+    QVariant roleData(const RemoteEngine &engine, int role) const override;
+};
+
 // The settings window's state: the three toggles and the appearance written at once, the
-// login item, the toolchain's status texts, and the jobs it runs.
+// login item, the toolchain's status texts, the jobs it runs, and which engines of other
+// machines are watched.
 class SettingsController : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -75,12 +104,14 @@ class SettingsController : public QObject {
     Q_PROPERTY(HostEngineModel *hostEngines READ hostEngines CONSTANT)
     Q_PROPERTY(QString hostEnginesNote READ hostEnginesNote NOTIFY hostEnginesChanged)
     Q_PROPERTY(QString eventsNote READ eventsNote CONSTANT)
+    Q_PROPERTY(RemoteEngineModel *remoteEngines READ remoteEngines CONSTANT)
+    Q_PROPERTY(QString remoteEnginesNote READ remoteEnginesNote NOTIFY remoteEnginesChanged)
 
 public:
     // executable: what the login item starts. Without host engines, the toolchain is shown
-    // wherever it is.
+    // wherever it is; without a store, no runtime of another machine.
     SettingsController(ToolchainStore *toolchain, QSettings *settings, QString executable, HostEngineStore *hostEngines = nullptr,
-                       QObject *parent = nullptr);
+                       AppStore *store = nullptr, QObject *parent = nullptr);
 
     bool showMenuBar() const;
     void setShowMenuBar(bool show);
@@ -106,6 +137,11 @@ public:
     QString hostEnginesNote() const;
     // What the window says of how it learns of changes.
     QString eventsNote() const;
+    RemoteEngineModel *remoteEngines() { return &m_remotes; }
+    // What stands in for the runtimes of other machines when there are none.
+    QString remoteEnginesNote() const;
+    // Remembered by name, so a context made again under the same name is watched again.
+    Q_INVOKABLE void setWatched(const QString &runtimeName, bool on);
 
     // The window opened: the installed versions, then a check when the last one is a day old.
     Q_INVOKABLE void opened();
@@ -128,11 +164,13 @@ signals:
     void statusChanged();
     void checkingChanged();
     void hostEnginesChanged();
+    void remoteEnginesChanged();
     // A job for the window's job sheet, which runs it and owns it until it closes.
     void jobOpened(JobRun *run);
 
 private:
     void open(const ToolJob &job);
+    void listRemotes();
 
     QPointer<ToolchainStore> m_toolchain;
     QSettings *m_settings;
@@ -142,4 +180,6 @@ private:
     QPointer<HostEngineStore> m_hostEngineStore;
     bool m_hostEnginesShown = false;
     HostEngineModel m_engines;
+    QPointer<AppStore> m_store;
+    RemoteEngineModel m_remotes;
 };

@@ -51,6 +51,33 @@ TestCase {
         verify(findChild(window.contentItem, "statusLine").text.startsWith("SERVICES RUNNING · SERVER 0.5.0 · CHECKED "));
     }
 
+    // A remote runtime is a row whose switch, read aloud by its name, remembers the choice;
+    // this machine's runtimes are watched anyway and get none.
+    function test_remoteEnginesAreWatchedByName_data() {
+        return [
+            { tag: "one on another machine", kind: "sample", rows: ["staging"], note: "" },
+            { tag: "only this machine's", kind: "probe", rows: [], note: "No remote contexts. Add one with docker context create." },
+        ];
+    }
+
+    function test_remoteEnginesAreWatchedByName(data) {
+        const settings = Fixtures.settings(data.kind);
+        const window = createTemporaryObject(settingsWindow, testCase, { settings: settings });
+        window.show();
+        tryVerify(() => window.visible);
+        const note = findChild(window.contentItem, "remoteEnginesNote");
+        compare(note.visible ? note.text : "", data.note);
+        compare(settings.remoteEngines.count, data.rows.length);
+        for (const name of data.rows) {
+            const toggle = findChild(window.contentItem, "watch-" + name);
+            compare(toggle.Accessible.name, "Watch " + name);
+            verify(!toggle.checked);
+            mouseClick(toggle);
+            tryVerify(() => toggle.checked);
+            compare(Fixtures.stored("settings-" + data.kind, "watchedRemotes"), name);
+        }
+    }
+
     function test_checkingDisablesTheButton() {
         const settings = Fixtures.settings("slow");
         compare(settings.statusLine, "SERVICES STOPPED · NOT CHECKED");
