@@ -18,6 +18,9 @@ struct ComposeProject {
     QStringList configFiles = {};
 
     int runningCount() const;
+    // The runtime whose listing showed it, by name, where several engines are shown at
+    // once; empty in one engine's own lists.
+    QString engine = {};
 
     friend bool operator==(const ComposeProject &, const ComposeProject &) = default;
 };

@@ -25,6 +25,9 @@ struct Container {
     bool isRunning() const { return state == QLatin1String("running"); }
     // An exited container whose status does not show a zero exit code.
     bool hasFailed() const;
+    // The runtime whose listing showed it, by name, where several engines are shown at
+    // once; empty in one engine's own lists.
+    QString engine = {};
 
     friend bool operator==(const Container &, const Container &) = default;
 };

@@ -35,6 +35,10 @@ struct DockerNetwork {
     std::optional<QString> project() const;
     // bridge, host and none: the engine made them and needs them.
     bool isBuiltIn() const;
+    // The runtime whose listing showed it, by name, where several engines are shown at
+    // once; empty in one engine's own lists.
+    QString engine = {};
+
     friend bool operator==(const DockerNetwork &, const DockerNetwork &) = default;
 };
 

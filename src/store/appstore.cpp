@@ -3,8 +3,10 @@
 #include "docker.h"
 #include "filters.h"
 #include "runtimeselection.h"
+#include "settings.h"
 
 #include <QCoroFuture>
+#include <QCoroSignal>
 #include <QPromise>
 #include <QThreadPool>
 #include <QtConcurrent>
@@ -32,55 +34,53 @@ QThreadPool *AppStore::actionWorkers()
 }
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
-    : QObject(parent), m_engine(std::move(engine)), m_scheduler(m_engine, std::move(timing)), m_memory(defaults), m_failures(defaults),
-      m_usage(m_engine), m_definitions(m_engine)
+    : QObject(parent), m_engine(std::move(engine)), m_settings(defaults), m_timing(std::move(timing)), m_memory(defaults),
+      m_failures(defaults), m_definitions(m_engine)
 {
-    connect(&m_scheduler.events(), &EngineEvents::containerChanged, &m_failures, &FailureWatch::see);
-    // Another engine has not been waited for yet, nor answered: that is settled before
-    // anyone hears of the change.
-    connect(&m_state, &EngineState::runtimeChanged, &m_scheduler, &RefreshScheduler::forgetWaiting);
-    connect(&m_state, &EngineState::runtimesChanged, this, &AppStore::runtimesChanged);
-    connect(&m_state, &EngineState::runtimeChanged, this, &AppStore::runtimeChanged);
-    connect(&m_state, &EngineState::containersChanged, this, &AppStore::containersChanged);
-    connect(&m_state, &EngineState::imagesChanged, this, &AppStore::imagesChanged);
-    connect(&m_state, &EngineState::volumesChanged, this, &AppStore::volumesChanged);
-    connect(&m_state, &EngineState::networksChanged, this, &AppStore::networksChanged);
+    if (m_settings)
+        m_showAll = Settings::showAllEngines.read(*m_settings);
+    // Before any runtime is listed, the CLI's own default is the one shown.
+    m_engines.append(makeStore(std::nullopt));
     connect(&m_state, &EngineState::errorChanged, this, &AppStore::errorChanged);
     connect(&m_state, &EngineState::noticeChanged, this, &AppStore::noticeChanged);
     connect(&m_state, &EngineState::busyChanged, this, &AppStore::busyChanged);
     connect(&m_memory, &ProjectMemory::changed, this, &AppStore::registryChanged);
-    connect(&m_scheduler, &RefreshScheduler::staleChanged, this, &AppStore::staleChanged);
-    connect(&m_scheduler, &RefreshScheduler::pollDue, this, [this] { pollOnce(); });
     connect(&m_detourProbe, &QTimer::timeout, this, [this] { tryChosen(); });
-    // A remote runtime's connection is kept while it is shown or work runs on it: a change
+    // The stores follow the list, the selection and the switches; each change of the
+    // selected one is a change of every list it shows.
+    connect(&m_state, &EngineState::runtimesChanged, this, &AppStore::syncEngines);
+    // Only once the stores are made does anyone hear of the change.
+    connect(&m_state, &EngineState::runtimesChanged, this, &AppStore::runtimesChanged);
+    connect(&m_state, &EngineState::runtimeChanged, this, [this] {
+        syncEngines();
+        emit runtimeChanged();
+        emit containersChanged();
+        emit imagesChanged();
+        emit volumesChanged();
+        emit networksChanged();
+        emit staleChanged();
+    });
+    connect(this, &AppStore::watchedChanged, this, &AppStore::syncEngines);
+    // A remote runtime's connection is kept while it is watched or work runs on it: a change
     // of runtime must not cut a backup half-way.
     const auto keep = [this] {
         QList<RuntimeEntry> inUse;
         for (const RuntimeEntry &entry : runtimes()) {
             // The chosen one too while detoured: it is probed until it answers again.
-            if (entry.runtime == runtime() || m_holds.holds(entry.runtime) || (detoured() && entry.runtime == *m_chosen))
+            if (engineNamed(entry.runtime.name) || m_holds.holds(entry.runtime) || (detoured() && entry.runtime == *m_chosen))
                 inUse.append(entry);
         }
         m_engine->keep(inUse);
     };
-    connect(&m_state, &EngineState::runtimeChanged, this, keep);
+    connect(this, &AppStore::enginesChanged, this, keep);
     connect(&m_state, &EngineState::runtimesChanged, this, keep);
     connect(&m_holds, &EngineHolds::changed, this, keep);
-    connect(&m_scheduler, &RefreshScheduler::changed, this, [this](Listings lists) { refresh(lists); });
-    connect(&m_scheduler.events(), &EngineEvents::containerChanged, this, &AppStore::containerChanged);
-    connect(&m_state, &EngineState::runtimeChanged, this, [this] {
-        m_told.clear();
-        m_failures.forgetListing();
-    });
-    connect(&m_scheduler.events(), &EngineEvents::healthyChanged, this, [this] {
-        if (!m_scheduler.events().healthy())
-            m_streamGap = true;
-    });
 
     connect(this, &AppStore::containersChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::registryChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::filterChanged, this, &AppStore::projectsChanged);
     connect(this, &AppStore::runtimeChanged, this, &AppStore::projectsChanged);
+    connect(this, &AppStore::shownChanged, this, &AppStore::projectsChanged);
     connect(&m_directories, &DirectoryChecks::changed, this, &AppStore::projectsChanged);
     connect(&m_definitions, &ServiceDefinitions::changed, this, &AppStore::projectsChanged);
     // A directory can go while nothing else changes; it is looked at again whenever the
@@ -90,14 +90,204 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
     connect(this, &AppStore::runtimeChanged, this, &AppStore::lookAtDirectories);
 }
 
+EngineStore *AppStore::makeStore(const std::optional<Runtime> &runtime)
+{
+    auto *store = new EngineStore(m_engine, runtime, m_timing, m_settings, this);
+    store->setOnFailure([this](EngineStore *s, QString error) { return engineFailed(s, std::move(error)); });
+    connect(store, &EngineStore::containersChanged, this, &AppStore::containersChanged);
+    connect(store, &EngineStore::imagesChanged, this, &AppStore::imagesChanged);
+    connect(store, &EngineStore::volumesChanged, this, &AppStore::volumesChanged);
+    connect(store, &EngineStore::networksChanged, this, &AppStore::networksChanged);
+    connect(store, &EngineStore::staleChanged, this, &AppStore::staleChanged);
+    connect(&store->failures(), &FailureWatch::failed, &m_failures, &FailureWatch::failed);
+    connect(store, &EngineStore::containersListed, this, [this, store] {
+        m_memory.record(store->containers(), store->runtime() ? std::optional(store->name()) : std::nullopt, directories());
+    });
+    connect(store, &EngineStore::answeredChanged, this, [this, store] { engineAnswered(store); });
+    store->setWindowVisible(m_windowVisible);
+    store->setPanelVisible(m_panelVisible);
+    return store;
+}
+
+EngineStore &AppStore::selected() const
+{
+    for (EngineStore *store : m_engines) {
+        if (store->runtime() == runtime())
+            return *store;
+    }
+    // syncEngines keeps one for the selected runtime; this is never reached.
+    Q_ASSERT(false);
+    return *m_engines.first();
+}
+
+EngineStore *AppStore::engineNamed(const QString &name) const
+{
+    for (EngineStore *store : m_engines) {
+        if (store->runtime() && store->name() == name)
+            return store;
+    }
+    return nullptr;
+}
+
+UsageWatch *AppStore::usageOf(const QString &engine) const
+{
+    EngineStore *store = engine.isEmpty() ? &selected() : engineNamed(engine);
+    return store ? &store->usage() : nullptr;
+}
+
+void AppStore::syncEngines()
+{
+    QList<std::optional<Runtime>> wanted;
+    for (const RuntimeEntry &entry : RuntimeSelection::watched(runtimes(), watchedRemotes(), runtime()))
+        wanted.append(entry.runtime);
+    // An engine of this machine that has answered stays while its runtime is listed: its
+    // socket gone, its rows stay with the stale line that says for how long.
+    for (const RuntimeEntry &entry : runtimes()) {
+        const EngineStore *had = engineNamed(entry.runtime.name);
+        if (had && had->answered() && RuntimeSelection::isLocal(entry) && !wanted.contains(entry.runtime))
+            wanted.append(entry.runtime);
+    }
+    if (!wanted.contains(runtime()))
+        wanted.prepend(runtime());
+    QList<EngineStore *> next;
+    for (const std::optional<Runtime> &r : std::as_const(wanted)) {
+        const auto had = std::find_if(m_engines.cbegin(), m_engines.cend(), [&r](const EngineStore *s) { return s->runtime() == r; });
+        next.append(had != m_engines.cend() ? *had : makeStore(r));
+    }
+    if (next == m_engines)
+        return;
+    const QList<EngineStore *> before = std::exchange(m_engines, next);
+    for (EngineStore *store : before) {
+        if (!m_engines.contains(store)) {
+            store->disconnect(this);
+            store->deleteLater();
+        }
+    }
+    // Started only once they are in the list: a store may answer at once, and whoever
+    // hears of it looks for it there.
+    for (EngineStore *store : std::as_const(m_engines)) {
+        if (m_looping && !before.contains(store))
+            store->start();
+    }
+    emit enginesChanged();
+    emit containersChanged();
+    emit imagesChanged();
+    emit volumesChanged();
+    emit networksChanged();
+}
+
+void AppStore::engineAnswered(EngineStore *store)
+{
+    if (store != &selected())
+        return;
+    if (store->error()) {
+        m_state.setError(store->error(), ErrorSource::Refresh);
+    } else if (m_state.errorSource() == ErrorSource::Refresh) {
+        m_state.setError(std::nullopt, ErrorSource::Refresh);
+    }
+    // The runtimes' sockets are looked at again with each answer of the selected engine,
+    // off the interface thread.
+    [](QPointer<AppStore> self) -> QCoro::Task<> {
+        auto future = QtConcurrent::run(workers(), [engine = self->m_engine, rows = self->runtimes()] {
+            return RuntimeSelection::rechecked(*engine, rows);
+        });
+        const QList<RuntimeEntry> read = co_await future;
+        if (self)
+            self->m_state.setRuntimes(withReachability(self->runtimes(), read));
+    }(this);
+}
+
+QCoro::Task<bool> AppStore::engineFailed(EngineStore *store, QString error)
+{
+    Q_UNUSED(error);
+    // Another engine's failure is its own: its rows show it, nothing moves.
+    if (store != &selected())
+        co_return false;
+    QPointer<AppStore> self(this);
+    if (m_handingOverFrom) {
+        // A listing that failed while the hand-over it set off runs: its outcome is this
+        // one's. The listing of the runtime just handed over to fails as itself: never
+        // hand over again from there.
+        if (m_handingOverFrom != store)
+            co_return false;
+        const bool moved = co_await qCoro(this, &AppStore::handOverEnded);
+        co_return self && moved;
+    }
+    m_handingOverFrom = store;
+    // Whether its socket is still there decides whether to look elsewhere at all.
+    auto rechecked = QtConcurrent::run(workers(), [engine = m_engine, rows = runtimes()] { return RuntimeSelection::rechecked(*engine, rows); });
+    const QList<RuntimeEntry> read = co_await rechecked;
+    if (!self)
+        co_return false;
+    m_state.setRuntimes(withReachability(runtimes(), read));
+    const bool moved = co_await handOver();
+    if (!self)
+        co_return false;
+    if (moved) {
+        auto reread = selected().refresh(everyListing);
+        co_await reread;
+        if (!self)
+            co_return false;
+    }
+    m_handingOverFrom = nullptr;
+    emit handOverEnded(moved);
+    co_return moved;
+}
+
+void AppStore::setShowAll(bool all)
+{
+    if (m_showAll == all)
+        return;
+    m_showAll = all;
+    if (m_settings)
+        Settings::showAllEngines.write(*m_settings, all);
+    emit shownChanged();
+    emit containersChanged();
+    emit imagesChanged();
+    emit volumesChanged();
+    emit networksChanged();
+}
+
+MergedView AppStore::shown() const
+{
+    QList<MergedView::Part> parts;
+    for (const EngineStore *store : m_engines) {
+        const bool isSelected = store->runtime() == runtime();
+        if (isSelected || (m_showAll && store->answered()))
+            parts.append(MergedView::partOf(*store, registry()));
+    }
+    return MergedView(parts);
+}
+
+std::optional<Runtime> AppStore::runtimeNamed(const QString &engine) const
+{
+    if (engine.isEmpty())
+        return runtime();
+    if (const EngineStore *store = engineNamed(engine))
+        return store->runtime();
+    for (const RuntimeEntry &entry : runtimes()) {
+        if (entry.runtime.name == engine)
+            return entry.runtime;
+    }
+    // Never the selected one in its place, which may hold a namesake of the row: the
+    // context of that name, which fails with the client's words if it is gone.
+    return Runtime::context(engine);
+}
+
+OnEngine AppStore::onEngine(const QString &engine)
+{
+    return m_holds.hold(runtimeNamed(engine));
+}
+
 AppStore::~AppStore() = default;
 
 void AppStore::setWindowVisible(bool visible)
 {
-    if (m_scheduler.windowVisible() == visible)
+    if (m_windowVisible == visible)
         return;
-    m_scheduler.setWindowVisible(visible);
-    m_usage.setShown(visible);
+    m_windowVisible = visible;
+    for (EngineStore *store : std::as_const(m_engines))
+        store->setWindowVisible(visible);
     if (visible)
         lookAtDirectories();
     if (m_detourProbe.isActive())
@@ -105,9 +295,29 @@ void AppStore::setWindowVisible(bool visible)
     emit windowVisibleChanged();
 }
 
+QStringList AppStore::watchedRemotes() const
+{
+    return m_settings ? Settings::watchedRemotes.read(*m_settings) : QStringList();
+}
+
+void AppStore::setWatched(const QString &runtimeName, bool on)
+{
+    QStringList names = watchedRemotes();
+    if (names.contains(runtimeName) == on || !m_settings)
+        return;
+    if (on)
+        names.append(runtimeName);
+    else
+        names.removeAll(runtimeName);
+    Settings::watchedRemotes.write(*m_settings, names);
+    emit watchedChanged();
+}
+
 void AppStore::setPanelVisible(bool visible)
 {
-    m_scheduler.setPanelVisible(visible);
+    m_panelVisible = visible;
+    for (EngineStore *store : std::as_const(m_engines))
+        store->setPanelVisible(visible);
 }
 
 void AppStore::setFilter(const QString &filter)
@@ -124,32 +334,26 @@ void AppStore::reportError(const QString &message) { m_state.setError(message); 
 
 // ---- derived -----------------------------------------------------------------------------
 
-int AppStore::runningCount() const
-{
-    return int(std::count_if(containers().cbegin(), containers().cend(), [](const Container &c) { return c.isRunning(); }));
-}
+int AppStore::runningCount() const { return shown().running(); }
 
-QList<Container> AppStore::matchingContainers() const { return Filters::containers(containers(), Filters::query(m_filter)); }
-QList<DockerImage> AppStore::matchingImages() const { return Filters::images(images(), Filters::query(m_filter)); }
-QList<DockerVolume> AppStore::matchingVolumes() const { return Filters::volumes(volumes(), Filters::query(m_filter)); }
-QList<DockerNetwork> AppStore::matchingNetworks() const { return Filters::networks(networks(), Filters::query(m_filter)); }
-
-QList<ComposeProject> AppStore::projects() const
-{
-    const QString query = Filters::query(m_filter);
-    const auto discovered = Docker::group(Filters::containers(containers(), query));
-    return Filters::projects(ProjectRegistry::merge(discovered, registry().projects(runtimeKey()), directories()), query);
-}
+QList<Container> AppStore::matchingContainers() const { return shown().containers(Filters::query(m_filter)); }
+QList<DockerImage> AppStore::matchingImages() const { return shown().images(Filters::query(m_filter)); }
+QList<DockerVolume> AppStore::matchingVolumes() const { return shown().volumes(Filters::query(m_filter)); }
+QList<DockerNetwork> AppStore::matchingNetworks() const { return shown().networks(Filters::query(m_filter)); }
+QList<ComposeProject> AppStore::projects() const { return shown().projects(directories(), Filters::query(m_filter)); }
 
 void AppStore::lookAtDirectories()
 {
     QStringList dirs;
-    for (const Container &c : containers()) {
-        if (const auto dir = c.workingDir())
-            dirs.append(*dir);
+    for (const EngineStore *store : std::as_const(m_engines)) {
+        for (const Container &c : store->containers()) {
+            if (const auto dir = c.workingDir())
+                dirs.append(*dir);
+        }
+        for (const KnownProject &known : registry().projects(store->runtime() ? std::optional(store->name()) : std::nullopt))
+            dirs.append(known.workingDir);
     }
-    for (const KnownProject &known : registry().projects(runtimeKey()))
-        dirs.append(known.workingDir);
+    dirs.removeDuplicates();
     m_directories.look(dirs);
     m_definitions.follow(dirs);
 }
@@ -166,29 +370,16 @@ void AppStore::start()
     if (m_started)
         return;
     m_started = true;
-    // The loop begins once a runtime is chosen, so no early poll can fill the lists from
+    // The loops begin once a runtime is chosen, so no early poll can fill the lists from
     // the CLI's default engine after the chosen one answered.
     [](QPointer<AppStore> self) -> QCoro::Task<> {
         co_await self->loadContexts();
         if (!self)
             co_return;
-        self->m_scheduler.scheduleNextPoll();
-        // The stream follows the selected runtime wherever a selection or hand-over takes it.
-        self->m_scheduler.follow(self->runtime());
-        self->m_usage.follow(self->runtime());
-        connect(self.data(), &AppStore::runtimeChanged, self.data(), [s = self.data()] {
-            s->m_scheduler.follow(s->runtime());
-            s->m_usage.follow(s->runtime());
-        });
+        self->m_looping = true;
+        for (EngineStore *store : std::as_const(self->m_engines))
+            store->start();
     }(this);
-}
-
-QCoro::Task<> AppStore::pollOnce()
-{
-    QPointer<AppStore> self(this);
-    co_await refresh(m_scheduler.pollListings());
-    if (self)
-        self->m_scheduler.scheduleNextPoll();
 }
 
 QCoro::Task<> AppStore::loadContexts()
@@ -209,11 +400,13 @@ QCoro::Task<> AppStore::loadContexts()
     if (!self)
         co_return;
     if (listed.ok) {
-        m_state.setRuntimes(listed.runtimes.list);
         if (!runtime()) {
+            // The selection first, so the stores made for the list already know it.
             m_state.setRuntime(listed.runtimes.current);
             m_chosen = listed.runtimes.current;
+            m_state.setRuntimes(listed.runtimes.list);
         } else {
+            m_state.setRuntimes(listed.runtimes.list);
             // The selected runtime may have left the list or lost its socket.
             auto moved = handOver();
             co_await moved;
@@ -221,7 +414,14 @@ QCoro::Task<> AppStore::loadContexts()
                 co_return;
         }
     }
-    co_await refresh();
+    // Every engine watched is read once before the loops begin; together, so a hung one
+    // delays nobody.
+    std::vector<QCoro::Task<>> reads;
+    for (EngineStore *store : std::as_const(m_engines))
+        reads.push_back(store->refresh());
+    for (auto &read : reads) {
+        co_await read;
+    }
 }
 
 void AppStore::select(const Runtime &runtime)
@@ -231,152 +431,35 @@ void AppStore::select(const Runtime &runtime)
     m_chosen = runtime;
     m_detourProbe.stop();
     m_state.setRuntime(runtime);
-    // Never show one engine's lists under another engine's name.
-    m_state.setLists({}, {}, {}, {});
     refresh();
 }
 
 // ---- refresh -----------------------------------------------------------------------------
 
-void AppStore::containerChanged(const ContainerChange &change)
-{
-    using Kind = ContainerChange::Kind;
-    if (change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy
-        || change.kind == Kind::Healthy)
-        return;
-    m_told.append({m_scheduler.count(), change});
-    m_state.setLists(Docker::withChange(containers(), change), images(), volumes(), networks());
-}
-
-namespace {
-struct Fetched {
-    QList<Container> containers;
-    QList<DockerImage> images;
-    QList<DockerVolume> volumes;
-    QList<DockerNetwork> networks;
-    QList<RuntimeEntry> runtimes;
-    std::optional<QString> error;
-};
-
-// The lists asked for run together; all are awaited, so no child outlives the fetch, and
-// the first failure in listing order is the one reported. Lists not asked for keep what
-// they held. The runtimes' sockets are looked at here too, off the interface thread.
-Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime> &runtime, Listings lists, Fetched kept)
-{
-    QFuture<QList<DockerImage>> images;
-    QFuture<QList<DockerVolume>> volumes;
-    QFuture<QList<DockerNetwork>> networks;
-    if (lists & Listing::Images)
-        images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
-    if (lists & Listing::Volumes)
-        volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
-    if (lists & Listing::Networks)
-        networks = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->networks(runtime); });
-    Fetched f = std::move(kept);
-    const auto note = [&f](const DockerError &e) {
-        if (!f.error)
-            f.error = e.message();
-    };
-    try {
-        if (lists & Listing::Containers)
-            f.containers = engine->containers(runtime);
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    try {
-        if (lists & Listing::Images)
-            f.images = images.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    try {
-        if (lists & Listing::Volumes)
-            f.volumes = volumes.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    try {
-        if (lists & Listing::Networks)
-            f.networks = networks.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    f.runtimes = RuntimeSelection::rechecked(*engine, std::move(f.runtimes));
-    return f;
-}
-}
-
 void AppStore::refreshAsked()
 {
-    if (runtime())
-        m_engine->retry(*runtime());
-    refresh();
+    for (EngineStore *store : std::as_const(m_engines)) {
+        if (store->runtime())
+            m_engine->retry(*store->runtime());
+        store->refresh();
+    }
 }
 
 QCoro::Task<> AppStore::refresh(Listings lists)
 {
-    co_await reread(lists, false);
+    // Named, so the store it was begun on is the one awaited, whatever is selected meanwhile.
+    auto read = selected().refresh(lists);
+    co_await read;
 }
 
-QCoro::Task<> AppStore::reread(Listings lists, bool afterHandover)
+QCoro::Task<> AppStore::refreshOn(OnEngine on, Listings lists)
 {
-    if (m_scheduler.listing(runtime())) {
-        auto followedUp = m_scheduler.followUp(lists);
-        co_await followedUp;
-        co_return;
-    }
-    co_await fetchAndApply(lists, afterHandover);
-}
-
-QCoro::Task<> AppStore::fetchAndApply(Listings lists, bool afterHandover)
-{
-    QPointer<AppStore> self(this);
-    const std::optional<Runtime> snapshot = runtime();
-    const auto began = std::chrono::steady_clock::now();
-    const int id = m_scheduler.begin(snapshot);
-    auto future = QtConcurrent::run(workers(), fetch, m_engine, snapshot, lists, Fetched{containers(), images(), volumes(), networks(), runtimes(), {}});
-    const Fetched fetched = co_await future;
-    if (!self)
-        co_return;
-    // A promise left unkept here (the store gone, the runtime changed) is cancelled when
-    // released, which wakes its waiters all the same.
-    const RefreshScheduler::FollowUp followUp = m_scheduler.end(id);
-    // A result for a runtime no longer selected is dropped; that runtime's own refresh follows.
-    if (runtime() != snapshot)
-        co_return;
-    // A refusal is no answer either: an engine or host that is gone shows as stale, with how
-    // long it has been, beside its error.
-    if (!fetched.error)
-        m_scheduler.answered(true);
-    // Rows may have come or gone meanwhile; only the reachability read is new.
-    m_state.setRuntimes(withReachability(runtimes(), fetched.runtimes));
-    if (!fetched.error) {
-        QList<Container> rows = fetched.containers;
-        for (const Told &told : std::as_const(m_told)) {
-            if (told.listingsBefore >= id)
-                rows = Docker::withChange(std::move(rows), told.change);
+    for (EngineStore *store : std::as_const(m_engines)) {
+        if (store->runtime() == on.runtime) {
+            auto read = store->refresh(lists);
+            co_await read;
+            co_return;
         }
-        m_told.removeIf([id](const Told &told) { return told.listingsBefore <= id; });
-        m_state.setLists(rows, fetched.images, fetched.volumes, fetched.networks);
-        if (lists & Listing::Containers) {
-            // Deaths the stream could not tell of are found by comparing listings across its gap.
-            const bool gap = std::exchange(m_streamGap, !m_scheduler.eventsHealthy()) || !m_scheduler.eventsHealthy();
-            m_failures.listed(rows, gap);
-            m_scheduler.events().listed(began);
-        }
-        if (m_state.errorSource() == ErrorSource::Refresh)
-            m_state.setError(std::nullopt, ErrorSource::Refresh);
-        if (lists & Listing::Containers)
-            m_memory.record(containers(), runtimeKey(), directories());
-    } else if (!afterHandover && co_await handOver() && self) {
-        // Never hand over again from the runtime just handed over to.
-        co_await reread(everyListing, true);
-    } else {
-        m_state.setError(fetched.error, ErrorSource::Refresh);
-    }
-    if (followUp.promise && self) {
-        co_await reread(followUp.lists, false);
-        followUp.promise->finish();
     }
 }
 
@@ -405,10 +488,9 @@ QCoro::Task<bool> AppStore::handOver()
         if (!answered)
             continue;
         m_state.setRuntime(candidate);
-        m_state.setLists({}, {}, {}, {});
         m_state.setError(std::nullopt, ErrorSource::Refresh);
         m_state.setNotice(RuntimeSelection::handedOver(*from, candidate));
-        m_detourProbe.setInterval(windowVisible() ? m_scheduler.timing().visiblePoll : m_scheduler.timing().hiddenPoll);
+        m_detourProbe.setInterval(windowVisible() ? m_timing.visiblePoll : m_timing.hiddenPoll);
         m_detourProbe.start();
         co_return true;
     }
@@ -427,7 +509,6 @@ QCoro::Task<> AppStore::tryChosen()
         co_return;
     m_detourProbe.stop();
     m_state.setRuntime(chosen);
-    m_state.setLists({}, {}, {}, {});
     m_state.setError(std::nullopt, ErrorSource::Refresh);
     m_state.setNotice(RuntimeSelection::cameBack(chosen, from));
     co_await refresh();

@@ -5,6 +5,8 @@
 #include "engine.h"
 #include "engineholds.h"
 #include "enginestate.h"
+#include "enginestore.h"
+#include "mergedview.h"
 #include "failurewatch.h"
 #include "longwork.h"
 #include "projectmemory.h"
@@ -18,6 +20,7 @@
 #include <QCoroTask>
 #include <QFuture>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 #include <memory>
 #include <optional>
@@ -51,6 +54,7 @@ class AppStore : public QObject {
     Q_PROPERTY(QDateTime waitingSince READ waitingSince NOTIFY staleChanged)
     // Both times move with every poll without a signal; they are read when stale changes.
     Q_PROPERTY(QDateTime listedAt READ listedAt NOTIFY staleChanged)
+    Q_PROPERTY(bool showAll READ showAll WRITE setShowAll NOTIFY shownChanged)
 
 public:
     using Timing = PollTiming;
@@ -60,16 +64,26 @@ public:
 
     const QList<RuntimeEntry> &runtimes() const { return m_state.runtimes(); }
     const std::optional<Runtime> &runtime() const { return m_state.runtime(); }
-    const QList<Container> &containers() const { return m_state.containers(); }
-    const QList<DockerImage> &images() const { return m_state.images(); }
-    const QList<DockerVolume> &volumes() const { return m_state.volumes(); }
-    const QList<DockerNetwork> &networks() const { return m_state.networks(); }
+    // The selected runtime's lists, as its engine shows them.
+    const QList<Container> &containers() const { return selected().containers(); }
+    const QList<DockerImage> &images() const { return selected().images(); }
+    const QList<DockerVolume> &volumes() const { return selected().volumes(); }
+    const QList<DockerNetwork> &networks() const { return selected().networks(); }
+    // Every engine watched, in the runtime list's order; the selected one always among them.
+    const QList<EngineStore *> &engines() const { return m_engines; }
+    EngineStore &selected() const;
+    // The store of the runtime of that name, if it is watched.
+    EngineStore *engineNamed(const QString &name) const;
+    // What the window shows: every engine that has answered, or the selected one alone.
+    bool showAll() const { return m_showAll; }
+    void setShowAll(bool all);
+    MergedView shown() const;
     const std::optional<QString> &error() const { return m_state.error(); }
     const std::optional<QString> &notice() const { return m_state.notice(); }
     QString errorText() const { return error().value_or(QString()); }
     QString noticeText() const { return notice().value_or(QString()); }
     bool busy() const { return m_state.busy(); }
-    bool windowVisible() const { return m_scheduler.windowVisible(); }
+    bool windowVisible() const { return m_windowVisible; }
     const QString &filter() const { return m_filter; }
     const ProjectRegistry &registry() const { return m_memory.registry(); }
     // What the disk last showed of the projects' directories.
@@ -79,26 +93,41 @@ public:
     ServiceDefinitions &definitions() { return m_definitions; }
     // The last pull of each project's images on the selected runtime, by project, until
     // recreated or dismissed.
-    QHash<QString, PullSummary> pulls() const { return m_pulls.value(runtimeKey().value_or(QString())); }
-    bool stale() const { return m_scheduler.stale(); }
-    // When the oldest listing still outstanding started; invalid when none is.
-    QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
-    // When the selected runtime last answered a listing; invalid before its first answer.
-    QDateTime listedAt() const { return m_scheduler.listedAt(); }
-    int fetchCount() const { return m_scheduler.count(); }
-    const PollTiming &timing() const { return m_scheduler.timing(); }
-    EngineEvents &events() { return m_scheduler.events(); }
+    QHash<QString, PullSummary> pulls(const QString &engine = {}) const
+    {
+        return m_pulls.value(engine.isEmpty() ? runtimeKey().value_or(QString()) : engine);
+    }
+    // The selected runtime's: whether its listing is late, since when, when it last answered.
+    bool stale() const { return selected().stale(); }
+    QDateTime waitingSince() const { return selected().waitingSince(); }
+    QDateTime listedAt() const { return selected().listedAt(); }
+    int fetchCount() const { return selected().fetchCount(); }
+    const PollTiming &timing() const { return m_timing; }
+    EngineEvents &events() { return selected().events(); }
+    // Which failures are told: the setting and the muted projects. Each engine's own watch
+    // finds them; every one it tells comes out of this one's failed().
     FailureWatch &failures() { return m_failures; }
     // Machine use of the containers a view shows; the window shows, the panel does not.
-    UsageWatch &usage() { return m_usage; }
+    UsageWatch &usage() { return selected().usage(); }
+    UsageWatch *usageOf(const QString &engine) const;
     // The long actions under way: pulls, compose up, deletions, backups and restores.
     LongWork &work() { return m_work; }
     // The runtimes work under way holds, each to the end of that work.
     EngineHolds &holds() { return m_holds; }
     // The selected runtime, held for an operation that begins now.
     OnEngine onSelected() { return m_holds.hold(runtime()); }
-    const RefreshScheduler &scheduler() const { return m_scheduler; }
+    // A row's engine, held for an operation on it; a row of no engine in particular is the
+    // selected runtime's.
+    OnEngine onEngine(const QString &engine);
+    // The runtime of a row's engine; the selected one for a row of no engine in particular.
+    std::optional<Runtime> runtimeNamed(const QString &engine) const;
+    const RefreshScheduler &scheduler() const { return selected().scheduler(); }
     const std::shared_ptr<Engine> &engine() const { return m_engine; }
+
+    // Runtimes of other machines (ssh://, tcp://) watched beside this machine's, by name;
+    // remembered. This machine's are watched whenever they answer.
+    QStringList watchedRemotes() const;
+    void setWatched(const QString &runtimeName, bool on);
 
     void setWindowVisible(bool visible);
     // The tray panel counts as shown, as the window does.
@@ -110,6 +139,7 @@ public:
     void reportError(const QString &message);
 
     // Derived on every read; nothing is cached.
+    // Over every engine shown.
     int runningCount() const;
     QList<Container> matchingContainers() const;
     QList<DockerImage> matchingImages() const;
@@ -124,7 +154,10 @@ public:
     // more listing follows the running one, and every caller waiting meanwhile returns
     // after that follow-up has been applied.
     QCoro::Task<> refresh(Listings lists = everyListing);
-    // A refresh the user asked for: a connection that failed for good is tried once more.
+    // The lists of the engine the operation ran on, when it is watched.
+    QCoro::Task<> refreshOn(OnEngine on, Listings lists = everyListing);
+    // A refresh the user asked for, of every engine shown: a connection that failed for good
+    // is tried once more.
     void refreshAsked();
     void select(const Runtime &runtime);
 
@@ -145,7 +178,7 @@ public:
     void backUp(const DockerVolume &volume, const QString &file);
     void restore(const DockerVolume &volume, const QString &file);
     // A backup, then the volume's removal only when the backup is whole.
-    QCoro::Task<> backUpAndRemove(QString volume, QString file);
+    QCoro::Task<> backUpAndRemove(QString volume, QString file, QString engine = {});
 
     // Coroutines take their arguments by value: a caller's object may be gone when they resume.
     QCoro::Task<> up(ComposeProject project);
@@ -160,7 +193,7 @@ public:
     QCoro::Task<> pullNewer(ComposeProject project);
     // Up for exactly the services the last pull found newer, and nothing they depend on.
     QCoro::Task<> recreate(ComposeProject project);
-    Q_INVOKABLE void dismissPull(const QString &project);
+    Q_INVOKABLE void dismissPull(const QString &project, const QString &engine = {});
     QCoro::Task<std::optional<QString>> addProject(QString dir);
     QCoro::Task<std::optional<QString>> relocate(ComposeProject project, QString dir);
 
@@ -215,6 +248,12 @@ signals:
     // Any reading of where the disk goes, whoever asked for it.
     void diskRead(const DiskUsage &usage);
     void pullsChanged();
+    void watchedChanged();
+    // An engine began or ended being watched.
+    void enginesChanged();
+    void shownChanged();
+    // A hand-over away from the selected runtime ended; moved: to another.
+    void handOverEnded(bool moved);
 
 private:
     using ErrorSource = EngineState::ErrorSource;
@@ -231,8 +270,8 @@ private:
 
     // Reads the compose project in dir and keeps it on the selected runtime; with an
     // expected name, only when the directory holds that project.
-    QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName);
-    void act(const EngineAction &action);
+    QCoro::Task<std::optional<QString>> adopt(QString dir, std::optional<QString> expectedName, QString engine);
+    void act(const OnEngine &on, const EngineAction &action);
     // The action on the operation's engine, on an action worker: what went wrong, or nothing.
     QFuture<std::optional<QString>> attempt(const OnEngine &on, const EngineAction &action, Watch watch = {}) const;
     // The image listing of the operation's engine, on a worker; none when it failed.
@@ -241,20 +280,23 @@ private:
     QCoro::Task<> perform(OnEngine on, EngineAction action, QString project = {});
     // The services the project was last seen with, where it is known.
     QStringList servicesOf(const QString &project, const QString &runtime = {}) const;
-    QCoro::Task<> pollOnce();
-    QCoro::Task<> reread(Listings lists, bool afterHandover);
-    QCoro::Task<> fetchAndApply(Listings lists, bool afterHandover);
+    // A listing of a watched engine failed: the selected one hands over, where it may.
+    QCoro::Task<bool> engineFailed(EngineStore *store, QString error);
+    // One store per watched runtime, made and ended as the list, the selection and the
+    // remote switches say.
+    void syncEngines();
+    EngineStore *makeStore(const std::optional<Runtime> &runtime);
+    void engineAnswered(EngineStore *store);
     static QList<RuntimeEntry> withReachability(QList<RuntimeEntry> rows, const QList<RuntimeEntry> &read);
 
-    void containerChanged(const ContainerChange &change);
-
     std::shared_ptr<Engine> m_engine;
+    QSettings *m_settings;
+    PollTiming m_timing;
     EngineState m_state;
-    RefreshScheduler m_scheduler;
+    QList<EngineStore *> m_engines;
     ProjectMemory m_memory;
     DirectoryChecks m_directories;
     FailureWatch m_failures;
-    UsageWatch m_usage;
     LongWork m_work;
     ServiceDefinitions m_definitions;
     // By runtime, then project: a namesake on another engine is another project.
@@ -262,19 +304,17 @@ private:
     EngineHolds m_holds;
     QString m_filter;
     bool m_started = false;
+    // The runtimes are listed: stores made from now on start their loops at once.
+    bool m_looping = false;
+    bool m_windowVisible = false;
+    bool m_panelVisible = false;
+    bool m_showAll = true;
+    // The store whose failed listing set off the hand-over under way.
+    QPointer<EngineStore> m_handingOverFrom;
     // The runtime the user chose, or the one chosen at launch: a hand-over is a detour from it.
     std::optional<Runtime> m_chosen;
     // While detoured, the chosen runtime is probed at the poll's pace.
     QTimer m_detourProbe;
-    // Changes the event stream told of, each with the number of listings begun before it:
-    // the result of a listing begun earlier may not show it yet, and must not undo it.
-    struct Told {
-        int listingsBefore;
-        ContainerChange change;
-    };
-    QList<Told> m_told;
     // The disk report under way for each runtime, if any.
     QHash<QString, QFuture<DiskReading>> m_diskReadings;
-    // The event stream was down at some time since the last listing of the containers.
-    bool m_streamGap = true;
 };

@@ -7,9 +7,9 @@
 
 // ---- container, image and volume actions -------------------------------------------------
 
-void AppStore::act(const EngineAction &action)
+void AppStore::act(const OnEngine &on, const EngineAction &action)
 {
-    perform(onSelected(), action);
+    perform(on, action);
 }
 
 // No step asks which runtime is selected: the operation says where it began.
@@ -91,28 +91,28 @@ QCoro::Task<> AppStore::perform(OnEngine on, EngineAction action, QString projec
         m_state.setNotice(QStringLiteral("Restored %1 from %2").arg(action.targets.value(0), action.argument));
     m_state.setBusy(false);
     // The action may have half succeeded; show what is there now either way.
-    co_await refresh();
+    co_await refreshOn(on);
 }
 
 using Kind = EngineAction::Kind;
 
-void AppStore::start(const Container &c) { act(EngineAction::on(Kind::Start, {c.id})); }
-void AppStore::stop(const Container &c) { act(EngineAction::on(Kind::Stop, {c.id})); }
-void AppStore::restart(const Container &c) { act(EngineAction::on(Kind::Restart, {c.id})); }
-void AppStore::pause(const Container &c) { act(EngineAction::on(Kind::Pause, {c.id})); }
-void AppStore::unpause(const Container &c) { act(EngineAction::on(Kind::Unpause, {c.id})); }
-void AppStore::remove(const Container &c) { act(EngineAction::on(Kind::Remove, {c.id})); }
-void AppStore::pull(const QString &reference) { act(EngineAction::pull(reference)); }
-void AppStore::remove(const DockerImage &image) { act(EngineAction::on(Kind::RemoveImage, {image.id})); }
-void AppStore::pruneImages() { act(EngineAction::prune(Kind::PruneImages)); }
-void AppStore::remove(const DockerVolume &volume) { act(EngineAction::on(Kind::RemoveVolume, {volume.name})); }
-void AppStore::pruneVolumes() { act(EngineAction::prune(Kind::PruneVolumes)); }
-void AppStore::remove(const DockerNetwork &network) { act(EngineAction::on(Kind::RemoveNetwork, {network.name})); }
-void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
-QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
+void AppStore::start(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Start, {c.id})); }
+void AppStore::stop(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Stop, {c.id})); }
+void AppStore::restart(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Restart, {c.id})); }
+void AppStore::pause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Pause, {c.id})); }
+void AppStore::unpause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Unpause, {c.id})); }
+void AppStore::remove(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Remove, {c.id})); }
+void AppStore::pull(const QString &reference) { act(onSelected(), EngineAction::pull(reference)); }
+void AppStore::remove(const DockerImage &image) { act(onEngine(image.engine), EngineAction::on(Kind::RemoveImage, {image.id})); }
+void AppStore::pruneImages() { act(onSelected(), EngineAction::prune(Kind::PruneImages)); }
+void AppStore::remove(const DockerVolume &volume) { act(onEngine(volume.engine), EngineAction::on(Kind::RemoveVolume, {volume.name})); }
+void AppStore::pruneVolumes() { act(onSelected(), EngineAction::prune(Kind::PruneVolumes)); }
+void AppStore::remove(const DockerNetwork &network) { act(onEngine(network.engine), EngineAction::on(Kind::RemoveNetwork, {network.name})); }
+void AppStore::backUp(const DockerVolume &volume, const QString &file) { act(onEngine(volume.engine), EngineAction::volumeData(Kind::BackupVolume, volume.name, file)); }
+QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file, QString engine)
 {
     QPointer<AppStore> self(this);
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(engine);
     m_state.setBusy(true);
     const int id = m_work.begin(Work::Kind::Backup, volume);
     m_work.update(id, [&](Work &w) { w.engine = on.name(); });
@@ -142,16 +142,16 @@ QCoro::Task<> AppStore::backUpAndRemove(QString volume, QString file)
                                                          : backedUp + QStringLiteral("; %1 was removed").arg(volume));
     }
     m_state.setBusy(false);
-    co_await refresh();
+    co_await refreshOn(on);
 }
 
-void AppStore::restore(const DockerVolume &volume, const QString &file) { act(EngineAction::volumeData(Kind::RestoreVolume, volume.name, file)); }
+void AppStore::restore(const DockerVolume &volume, const QString &file) { act(onEngine(volume.engine), EngineAction::volumeData(Kind::RestoreVolume, volume.name, file)); }
 
 void AppStore::commit(const Container &c, const QString &imageName)
 {
     const QStringView name = Docker::trimBlanks(imageName);
     if (!name.isEmpty())
-        act(EngineAction::commit(c.id, name.toString()));
+        act(onEngine(c.engine), EngineAction::commit(c.id, name.toString()));
 }
 
 // ---- project actions ---------------------------------------------------------------------
@@ -164,7 +164,7 @@ QCoro::Task<bool> AppStore::usableDirectory(ComposeProject project)
 QCoro::Task<> AppStore::up(ComposeProject project)
 {
     QPointer<AppStore> self(this);
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(project.engine);
     if (!co_await usableDirectory(project) || !self)
         co_return;
     m_state.setBusy(true);
@@ -184,7 +184,7 @@ QCoro::Task<> AppStore::up(ComposeProject project)
 QCoro::Task<> AppStore::down(ComposeProject project)
 {
     QPointer<AppStore> self(this);
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(project.engine);
     if (co_await usableDirectory(project) && self)
         co_await perform(on, EngineAction::compose(Kind::ComposeDown, project));
 }
@@ -199,8 +199,8 @@ QStringList ids(const ComposeProject &project)
 }
 }
 
-void AppStore::startAll(const ComposeProject &project) { act(EngineAction::on(Kind::Start, ids(project))); }
-void AppStore::stopAll(const ComposeProject &project) { act(EngineAction::on(Kind::Stop, ids(project))); }
+void AppStore::startAll(const ComposeProject &project) { act(onEngine(project.engine), EngineAction::on(Kind::Start, ids(project))); }
+void AppStore::stopAll(const ComposeProject &project) { act(onEngine(project.engine), EngineAction::on(Kind::Stop, ids(project))); }
 
 QStringList AppStore::servicesOf(const QString &project, const QString &runtime) const
 {
@@ -213,13 +213,13 @@ QStringList AppStore::servicesOf(const QString &project, const QString &runtime)
 
 void AppStore::forget(const ComposeProject &project)
 {
-    m_memory.forget(project.name, runtimeKey());
+    m_memory.forget(project.name, project.engine.isEmpty() ? runtimeKey() : std::optional(project.engine));
 }
 
 QCoro::Task<> AppStore::serviceAction(ComposeProject project, EngineAction::Kind kind, QString service)
 {
     QPointer<AppStore> self(this);
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(project.engine);
     if (!co_await usableDirectory(project) || !self)
         co_return;
     const EngineAction action = EngineAction::compose(kind, project, QStringList{service});
@@ -229,7 +229,7 @@ QCoro::Task<> AppStore::serviceAction(ComposeProject project, EngineAction::Kind
 QCoro::Task<> AppStore::pullNewer(ComposeProject project)
 {
     QPointer<AppStore> self(this);
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(project.engine);
     if (!co_await usableDirectory(project) || !self)
         co_return;
     const QString dir = *project.workingDir;
@@ -266,7 +266,7 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
     const QList<DockerImage> after = (co_await listedAfter).value_or(QList<DockerImage>{});
     if (!self)
         co_return;
-    refresh(Listing::Images);
+    refreshOn(on, Listing::Images);
     if (failure && !defined) {
         m_state.setError(failure);
         co_return;
@@ -288,9 +288,9 @@ QCoro::Task<> AppStore::pullNewer(ComposeProject project)
 
 QCoro::Task<> AppStore::recreate(ComposeProject project)
 {
-    const OnEngine on = onSelected();
+    const OnEngine on = onEngine(project.engine);
     const QStringList newer = m_pulls.value(on.name()).value(project.name).newer;
-    dismissPull(project.name);
+    dismissPull(project.name, on.name());
     QPointer<AppStore> self(this);
     if (newer.isEmpty() || !co_await usableDirectory(project) || !self)
         co_return;
@@ -298,9 +298,9 @@ QCoro::Task<> AppStore::recreate(ComposeProject project)
     co_await perform(on, action, project.name);
 }
 
-void AppStore::dismissPull(const QString &project)
+void AppStore::dismissPull(const QString &project, const QString &engine)
 {
-    if (m_pulls[runtimeKey().value_or(QString())].remove(project))
+    if (m_pulls[engine.isEmpty() ? runtimeKey().value_or(QString()) : engine].remove(project))
         emit pullsChanged();
 }
 
@@ -322,20 +322,22 @@ ReadProject readProject(const std::shared_ptr<Engine> &engine, const QString &di
 
 QCoro::Task<std::optional<QString>> AppStore::addProject(QString dir)
 {
-    return adopt(std::move(dir), std::nullopt);
+    return adopt(std::move(dir), std::nullopt, {});
 }
 
 QCoro::Task<std::optional<QString>> AppStore::relocate(ComposeProject project, QString dir)
 {
-    return adopt(std::move(dir), project.name);
+    return adopt(std::move(dir), project.name, project.engine);
 }
 
-QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<QString> expectedName)
+QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<QString> expectedName, QString engine)
 {
     if (!runtime())
         co_return QStringLiteral("Choose a runtime first.");
-    // Added to the runtime shown when asked, whichever is shown once compose has answered.
-    const auto key = runtimeKey();
+    // Added to the project's own engine, or to the runtime selected when asked, whichever is
+    // selected once compose has answered.
+    const OnEngine on = onEngine(engine);
+    const auto key = std::optional(on.name());
     QPointer<AppStore> self(this);
     auto future = QtConcurrent::run(workers(), readProject, m_engine, dir);
     const ReadProject read = co_await future;
@@ -348,6 +350,6 @@ QCoro::Task<std::optional<QString>> AppStore::adopt(QString dir, std::optional<Q
     if (!self)
         co_return std::nullopt;
     m_memory.add({read.project->name, dir, read.project->services}, key);
-    co_await refresh();
+    co_await refreshOn(on);
     co_return std::nullopt;
 }

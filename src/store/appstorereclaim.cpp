@@ -119,7 +119,7 @@ QCoro::Task<std::optional<qint64>> AppStore::reclaim(ReclaimPlan plan, QList<Rec
     if (stopped)
         m_state.setNotice(WorkText::stopped(*m_work.find(id)));
     m_work.end(id);
-    co_await refresh();
+    co_await refreshOn(on);
     if (!self)
         co_return std::nullopt;
     // What was freed is the engine's own count, read again: layers shared between removed

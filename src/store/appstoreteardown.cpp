@@ -8,9 +8,13 @@
 
 QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
 {
-    const auto runtime = this->runtime();
-    const auto containers = this->containers();
-    const auto volumes = this->volumes();
+    // Planned from the lists of the project's own engine, where its deletion will run.
+    const EngineStore *store = project.engine.isEmpty() ? &selected() : engineNamed(project.engine);
+    if (!store)
+        store = &selected();
+    const auto runtime = store->runtime();
+    const auto containers = store->containers();
+    const auto volumes = store->volumes();
     auto future = QtConcurrent::run(workers(), [=, engine = m_engine] { return Teardown::assemble(*engine, project, containers, volumes, runtime); });
     TeardownPlan plan = co_await future;
     plan.runtime = runtime;
@@ -134,6 +138,6 @@ QCoro::Task<std::optional<QString>> AppStore::deleteProject(TeardownPlan plan, b
         m_memory.forget(plan.project, key);
         m_state.setError(failures.isEmpty() ? std::nullopt : std::optional(failures.join(u'\n')));
     }
-    co_await refresh();
+    co_await refreshOn(on);
     co_return backupProblem;
 }

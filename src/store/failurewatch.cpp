@@ -54,6 +54,7 @@ void FailureWatch::see(const ContainerChange &change)
 
 void FailureWatch::report(Failure failure)
 {
+    failure.engine = m_engine;
     if (!enabled() || muted(failure.project))
         return;
     const QDateTime now = m_clock();

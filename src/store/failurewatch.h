@@ -22,6 +22,8 @@ struct Failure {
     QString project;
     Why why = Why::Exited;
     int exitCode = 0;
+    // The runtime it ran on, by name: where its logs are read.
+    QString engine = {};
 
     friend bool operator==(const Failure &, const Failure &) = default;
 };
@@ -49,6 +51,8 @@ public:
     FailureWatch(QSettings *settings, Clock clock, Timing timing, QObject *parent = nullptr);
     explicit FailureWatch(QSettings *settings, QObject *parent = nullptr);
 
+    // The runtime whose containers it watches, named in every failure it reports.
+    void setEngine(const QString &name) { m_engine = name; }
     void see(const ContainerChange &change);
     // A listing of every container. After a gap in the event stream, a container that was
     // running at the listing before and has exited since with a code no stop gives is a
@@ -80,6 +84,7 @@ private:
     void flush();
 
     QSettings *m_settings;
+    QString m_engine;
     Clock m_clock;
     Timing m_timing;
     // Containers a kill was sent to since they last started.

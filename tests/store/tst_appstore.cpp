@@ -114,14 +114,20 @@ private slots:
         QCOMPARE(st->runningCount(), 1);
         QVERIFY(ProjectRegistry::load(*m_settings).knows("shop", "default"));
 
-        // Another runtime's lists never show under this one's name.
+        // Another runtime's lists never show under this one's name: shown alone, nothing of
+        // default's; shown with every engine, default's rows and projects say whose they are.
         m_engine->setHoldings({}, "remote");
+        st->setShowAll(false);
         st->select(remote);
         QVERIFY(st->containers().isEmpty());
         QCoro::waitFor(st->refresh());
         QCOMPARE(st->runtime(), remote);
-        QVERIFY(st->containers().isEmpty());
+        QVERIFY(st->containers().isEmpty() && st->matchingContainers().isEmpty());
         QVERIFY(!project(*st, "shop"));   // remembered for default only
+        st->setShowAll(true);
+        QCOMPARE(st->matchingContainers().size(), 2);
+        QCOMPARE(project(*st, "shop")->engine, "default");
+        QCOMPARE(st->runningCount(), 1);
     }
 
     void actions_data()
@@ -490,12 +496,12 @@ private slots:
         // A listing begun after it started proves it; so would an event.
         QTRY_VERIFY(st->scheduler().eventsHealthy());
 
-        // The stream follows the selected runtime; the old one ends.
+        // Another runtime selected has a stream of its own; this machine's engine is still
+        // watched, and its stream goes on.
         QPointer<FakeStream> before = m_engine->eventStreams().constLast();
         st->select(remote);
-        QTRY_VERIFY(!before && !m_engine->eventStreams().isEmpty());
-        QVERIFY(m_engine->eventStreams().constLast()->running());
-        QCOMPARE(m_engine->eventStreams().size(), 1);
+        QTRY_COMPARE(m_engine->eventStreams().size(), 2);
+        QVERIFY(before && before->running() && m_engine->eventStreams().constLast()->running());
 
         // Hidden, the safety listing a shown window waits for steps back at once.
         QTRY_VERIFY(st->scheduler().eventsHealthy());
@@ -723,9 +729,10 @@ private slots:
         QCOMPARE(left, leftOnItsEngine);
         // Each removed its volume, or its images, on the engine it began on.
         QVERIFY(m_engine->holdings() != h);
-        // Nothing holds the engine once the work is over, so its connection may go.
+        // Nothing holds the engine once the work is over: it is kept only as this machine's
+        // engine, watched beside the selected one.
         QVERIFY(st->holds().held().isEmpty());
-        QCOMPARE(m_engine->kept(), QList<Runtime>{remote});
+        QCOMPARE(m_engine->kept(), (QList<Runtime>{local, remote}));
     }
 
     void aReclaimStopsBetweenItems()

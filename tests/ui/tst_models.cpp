@@ -34,7 +34,7 @@ QStringList ids(const ContainerModel &model)
 {
     QStringList list;
     for (int i = 0; i < model.rowCount(); ++i)
-        list << model.index(i).data(ContainerModel::ContainerIdRole).toString();
+        list << model.index(i).data(ContainerModel::ContainerIdRole).toString().section(QChar(0x1f), -1);
     return list;
 }
 

@@ -15,6 +15,8 @@ Rectangle {
     property string spoken: detail
     // A pill before the trailing text, such as the project a container belongs to.
     property string badge: ""
+    // Its engine's name, while rows of several engines are shown.
+    property string engine: ""
     // The leading mark: a status dot, a run ring (ringTotal ≥ 0) or an icon.
     property string dotState: ""
     property bool dotFailed: false
@@ -98,6 +100,12 @@ Rectangle {
         KorBadge {
             visible: root.badge !== ""
             text: root.badge
+        }
+        KorBadge {
+            objectName: "engineBadge"
+            visible: root.engine !== ""
+            text: root.engine
+            Accessible.ignored: true
         }
         Row {
             id: actionsRow

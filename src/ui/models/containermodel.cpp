@@ -10,7 +10,7 @@
 
 void ContainerModel::setContainers(const QList<Container> &containers)
 {
-    sync(m_rows, containers, [](const Container &c) { return c.id; }, [](const Container &a, const Container &b) {
+    sync(m_rows, containers, [](const Container &c) { return c.engine + u'\n' + c.id; }, [](const Container &a, const Container &b) {
         QList<int> roles;
         if (a.name != b.name)
             roles << NameRole << TerminalCommandRole;
@@ -35,21 +35,28 @@ void ContainerModel::setContainers(const QList<Container> &containers)
 
 ContainerModel::~ContainerModel()
 {
-    if (m_usage)
-        m_usage->want(this, {});
+    for (const QPointer<UsageWatch> &watch : std::as_const(m_watches)) {
+        if (watch)
+            watch->want(this, {});
+    }
 }
 
 void ContainerModel::setUsage(UsageWatch *usage)
 {
-    if (m_usage == usage)
-        return;
-    if (m_usage) {
-        m_usage->want(this, {});
-        m_usage->disconnect(this);
+    QPointer<UsageWatch> one(usage);
+    setUsageOf(usage ? UsageOf([one](const QString &) { return one.data(); }) : UsageOf());
+}
+
+void ContainerModel::setUsageOf(UsageOf usageOf)
+{
+    for (const QPointer<UsageWatch> &watch : std::as_const(m_watches)) {
+        if (watch) {
+            watch->want(this, {});
+            watch->disconnect(this);
+        }
     }
-    m_usage = usage;
-    if (m_usage)
-        connect(m_usage, &UsageWatch::sampled, this, &ContainerModel::usageSampled);
+    m_watches.clear();
+    m_usageOf = std::move(usageOf);
     askForUsage();
 }
 
@@ -64,14 +71,34 @@ void ContainerModel::onScreen(const QString &containerId, bool shown)
 
 void ContainerModel::askForUsage()
 {
-    if (!m_usage)
+    if (!m_usageOf)
         return;
-    QSet<QString> ids;
+    QHash<UsageWatch *, QSet<QString>> wanted;
     for (const Container &c : std::as_const(m_rows)) {
-        if (c.isRunning() && m_onScreen.contains(c.id))
+        UsageWatch *watch = m_usageOf(c.engine);
+        if (!watch)
+            continue;
+        QSet<QString> &ids = wanted[watch];
+        if (c.isRunning() && m_onScreen.contains(sharedRole(KeyRole, c.engine, c.id, {}).toString()))
             ids << c.id;
     }
-    m_usage->want(this, ids);
+    // A watch no row needs any more is told so once, then forgotten.
+    m_watches.removeIf([&](const QPointer<UsageWatch> &watch) {
+        if (!watch)
+            return true;
+        if (wanted.contains(watch.data()))
+            return false;
+        watch->want(this, {});
+        watch->disconnect(this);
+        return true;
+    });
+    for (auto it = wanted.cbegin(); it != wanted.cend(); ++it) {
+        if (!m_watches.contains(it.key())) {
+            m_watches.append(it.key());
+            connect(it.key(), &UsageWatch::sampled, this, &ContainerModel::usageSampled);
+        }
+        it.key()->want(this, it.value());
+    }
 }
 
 void ContainerModel::usageSampled(const QSet<QString> &containerIds)
@@ -104,12 +131,14 @@ QString ContainerModel::dot(const Container &c)
 
 QVariant ContainerModel::roleData(const Container &c, int role) const
 {
+    if (role >= KeyRole)
+        return sharedRole(role, c.engine, c.id, c.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
         return c.name;
     case ContainerIdRole:
-        return c.id;
+        return sharedRole(KeyRole, c.engine, c.id, c.name);
     case ImageRole:
         return c.image;
     case ContainerStateRole:
@@ -149,11 +178,12 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
     case UsageSpokenRole:
     case TrendRole: {
         // A stopped container's last minute says nothing about now.
-        if (!m_usage || !c.isRunning())
+        const UsageWatch *usage = m_usageOf ? m_usageOf(c.engine) : nullptr;
+        if (!usage || !c.isRunning())
             return role == TrendRole ? QVariant::fromValue(QList<qreal>()) : QVariant(QString());
-        const UsageHistory *history = m_usage->history(c.id);
+        const UsageHistory *history = usage->history(c.id);
         if (role == TrendRole)
-            return QVariant::fromValue(UsageText::trend(history, m_usage->now(), m_usage->timing().span.count(), m_usage->timing().step.count()));
+            return QVariant::fromValue(UsageText::trend(history, usage->now(), usage->timing().span.count(), usage->timing().step.count()));
         const UsageText::Now now = UsageText::latest(history);
         return role == UsageRole ? UsageText::line(now) : UsageText::spoken(now);
     }
@@ -163,7 +193,7 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
 
 QHash<int, QByteArray> ContainerModel::roleNames() const
 {
-    return {
+    QHash<int, QByteArray> names {
         {ContainerIdRole, "containerId"}, {NameRole, "name"}, {ImageRole, "image"},
         {ContainerStateRole, "containerState"}, {StatusRole, "status"}, {PortsRole, "ports"},
         {ProjectRole, "project"}, {DotRole, "dot"}, {RunningRole, "running"}, {FailedRole, "failed"},
@@ -171,4 +201,6 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
         {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"}, {ServiceRole, "service"},
     };
+    names.insert(sharedRoleNames());
+    return names;
 }

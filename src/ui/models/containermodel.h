@@ -5,10 +5,14 @@
 #include "runtime.h"
 
 #include <QHash>
+#include <functional>
 #include <QPointer>
 #include <optional>
 
 class UsageWatch;
+
+// Where the machine use of an engine's containers is read, by the engine's name.
+using UsageOf = std::function<UsageWatch *(const QString &engine)>;
 
 #include <QtQml/qqmlregistration.h>
 
@@ -55,6 +59,8 @@ public:
     const QList<Container> &containers() const { return m_rows; }
     // Where the rows' machine use is read; rows ask for it through onScreen().
     void setUsage(UsageWatch *usage);
+    // Rows of several engines: each engine's watch reads its own rows.
+    void setUsageOf(UsageOf usageOf);
     // A row's view came or went. Only what is on screen is read, and only while it runs.
     Q_INVOKABLE void onScreen(const QString &containerId, bool shown);
 
@@ -72,7 +78,9 @@ private:
     void usageSampled(const QSet<QString> &containerIds);
 
     std::optional<Runtime> m_runtime;
-    QPointer<UsageWatch> m_usage;
+    UsageOf m_usageOf;
+    // The watches asked for rows, each told when it has nothing more to read for this model.
+    QList<QPointer<UsageWatch>> m_watches;
     // Rows on screen, by id: a row can be shown by two views at once.
     QHash<QString, int> m_onScreen;
     QString m_endpoint;

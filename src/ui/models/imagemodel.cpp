@@ -2,7 +2,7 @@
 
 void ImageModel::setImages(const QList<DockerImage> &images)
 {
-    const auto key = [](const DockerImage &i) { return i.id + u'\n' + i.repository + u':' + i.tag; };
+    const auto key = [](const DockerImage &i) { return i.engine + u'\n' + i.id + u'\n' + i.repository + u':' + i.tag; };
     sync(m_rows, images, key, [](const DockerImage &a, const DockerImage &b) {
         return a.size != b.size ? QList<int>{SizeRole} : QList<int>{};
     });
@@ -18,6 +18,8 @@ QString ImageModel::shortId(const QString &id)
 
 QVariant ImageModel::roleData(const DockerImage &i, int role) const
 {
+    if (role >= KeyRole)
+        return sharedRole(role, i.engine, i.id, i.repository + u':' + i.tag);
     switch (role) {
     case Qt::DisplayRole:
     case ReferenceRole:
@@ -38,6 +40,8 @@ QVariant ImageModel::roleData(const DockerImage &i, int role) const
 
 QHash<int, QByteArray> ImageModel::roleNames() const
 {
-    return {{ImageIdRole, "imageId"}, {ShortIdRole, "shortId"}, {RepositoryRole, "repository"},
+    QHash<int, QByteArray> names {{ImageIdRole, "imageId"}, {ShortIdRole, "shortId"}, {RepositoryRole, "repository"},
             {TagRole, "tag"}, {ReferenceRole, "reference"}, {SizeRole, "size"}};
+    names.insert(sharedRoleNames());
+    return names;
 }

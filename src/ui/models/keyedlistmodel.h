@@ -99,8 +99,39 @@ public:
         return roleData(m_rows[index.row()], role);
     }
 
+    // Rows of more than one engine are shown: each says its engine, on screen and aloud.
+    void setSeveral(bool several)
+    {
+        if (m_several == several)
+            return;
+        m_several = several;
+        if (!m_rows.isEmpty())
+            emit dataChanged(index(0), index(int(m_rows.size()) - 1), {EngineRole, SubjectRole, KeyRole});
+    }
+    bool several() const { return m_several; }
+
+    // Roles every keyed list has, beyond its own: the row's identity across engines (what
+    // actions are asked with), its engine's name while several are shown, and how a button
+    // names the row to a screen reader ("web", or "web on build-server").
+    enum SharedRole { KeyRole = Qt::UserRole + 100, EngineRole, SubjectRole };
+
 protected:
     virtual QVariant roleData(const T &row, int role) const = 0;
+    // The row's identity and engine, and its name as the user knows it.
+    QVariant sharedRole(int role, const QString &engine, const QString &id, const QString &name) const
+    {
+        switch (role) {
+        case KeyRole: return engine.isEmpty() ? id : engine + QChar(0x1f) + id;
+        case EngineRole: return m_several ? engine : QString();
+        case SubjectRole: return m_several && !engine.isEmpty() ? name + QStringLiteral(" on ") + engine : name;
+        }
+        return {};
+    }
+    static QHash<int, QByteArray> sharedRoleNames()
+    {
+        return {{KeyRole, "key"}, {EngineRole, "engine"}, {SubjectRole, "subject"}};
+    }
 
     QList<T> m_rows;
+    bool m_several = false;
 };

@@ -11,7 +11,7 @@ QString address(const NetworkMember &m)
 
 void NetworkModel::setNetworks(const QList<DockerNetwork> &networks)
 {
-    sync(m_rows, networks, [](const DockerNetwork &n) { return n.id; }, [](const DockerNetwork &a, const DockerNetwork &b) {
+    sync(m_rows, networks, [](const DockerNetwork &n) { return n.engine + u'\n' + n.id; }, [](const DockerNetwork &a, const DockerNetwork &b) {
         QList<int> roles;
         if (a.name != b.name)
             roles << NameRole;
@@ -59,6 +59,8 @@ QString NetworkModel::spoken(const DockerNetwork &n)
 
 QVariant NetworkModel::roleData(const DockerNetwork &n, int role) const
 {
+    if (role >= KeyRole)
+        return sharedRole(role, n.engine, n.name, n.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole: return n.name;
@@ -74,6 +76,8 @@ QVariant NetworkModel::roleData(const DockerNetwork &n, int role) const
 
 QHash<int, QByteArray> NetworkModel::roleNames() const
 {
-    return {{NameRole, "name"},           {DetailRole, "summary"},   {MembersRole, "members"}, {ProjectRole, "project"},
+    QHash<int, QByteArray> names {{NameRole, "name"},           {DetailRole, "summary"},   {MembersRole, "members"}, {ProjectRole, "project"},
             {RemovableRole, "removable"}, {KeptRole, "keptReason"}, {DescriptionRole, "description"}};
+    names.insert(sharedRoleNames());
+    return names;
 }

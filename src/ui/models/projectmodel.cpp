@@ -41,7 +41,8 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
         const auto defined = p.workingDir && facts.composeFile ? definitions.constFind(*p.workingDir) : definitions.cend();
         if (defined != definitions.cend() && defined->name == p.name)
             row.services = ProjectServices::missing(*defined, p.containers);
-        if (const auto pull = pulls.constFind(p.name); pull != pulls.cend())
+        // Pulls are told by project on its engine.
+        if (const auto pull = pulls.constFind(p.engine.isEmpty() ? p.name : p.engine + QChar(0x1f) + p.name); pull != pulls.cend())
             row.pull = *pull;
         rows.append(row);
     }
@@ -60,7 +61,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
         if (!child) {
             child = new ContainerModel(this);
             child->setRuntime(m_runtime, m_endpoint);
-            child->setUsage(m_usage);
+            child->setUsageOf(m_usageOf);
         }
         child->setContainers(r.project.containers);
         ServiceModel *&services = m_services[r.key()];
@@ -123,13 +124,31 @@ void ProjectModel::setRuntime(const std::optional<Runtime> &runtime, const QStri
 
 void ProjectModel::setUsage(UsageWatch *usage)
 {
-    if (m_usage)
-        m_usage->disconnect(this);
-    m_usage = usage;
-    if (m_usage)
-        connect(m_usage, &UsageWatch::sampled, this, &ProjectModel::usageSampled);
+    QPointer<UsageWatch> one(usage);
+    setUsageOf(usage ? UsageOf([one](const QString &) { return one.data(); }) : UsageOf());
+}
+
+void ProjectModel::setUsageOf(UsageOf usageOf)
+{
+    for (const QPointer<UsageWatch> &watch : std::as_const(m_watches)) {
+        if (watch)
+            watch->disconnect(this);
+    }
+    m_watches.clear();
+    m_usageOf = std::move(usageOf);
     for (ContainerModel *child : std::as_const(m_children))
-        child->setUsage(usage);
+        child->setUsageOf(m_usageOf);
+}
+
+UsageWatch *ProjectModel::usageOf(const QString &engine) const
+{
+    UsageWatch *watch = m_usageOf ? m_usageOf(engine) : nullptr;
+    // Heard from once asked for: a card's figure changes with its containers' readings.
+    if (watch && !m_watches.contains(watch)) {
+        m_watches.append(watch);
+        connect(watch, &UsageWatch::sampled, this, &ProjectModel::usageSampled);
+    }
+    return watch;
 }
 
 void ProjectModel::setWork(WorkModel *ups)
@@ -157,6 +176,8 @@ void ProjectModel::usageSampled(const QSet<QString> &containerIds)
 QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
 {
     const ComposeProject &p = r.project;
+    if (role >= KeyRole)
+        return r.loose ? (role == SubjectRole ? QVariant(p.name) : QVariant(QString())) : sharedRole(role, p.engine, p.name, p.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
@@ -194,8 +215,9 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
     case UsageRole: {
         QList<UsageText::Now> parts;
         for (const Container &c : p.containers) {
-            if (m_usage && c.isRunning())
-                parts << UsageText::latest(m_usage->history(c.id));
+            const UsageWatch *usage = usageOf(c.engine);
+            if (usage && c.isRunning())
+                parts << UsageText::latest(usage->history(c.id));
         }
         return UsageText::line(UsageText::sum(parts));
     }
@@ -207,10 +229,12 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
 
 QHash<int, QByteArray> ProjectModel::roleNames() const
 {
-    return {{NameRole, "name"}, {WorkingDirRole, "workingDir"}, {DirectoryLineRole, "directoryLine"},
+    QHash<int, QByteArray> names {{NameRole, "name"}, {WorkingDirRole, "workingDir"}, {DirectoryLineRole, "directoryLine"},
             {DirectoryExistsRole, "directoryExists"}, {BadgeRole, "badge"}, {HelpRole, "help"},
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
             {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"},
             {ServicesRole, "services"}, {PullSummaryRole, "pullSummary"}, {RecreateRole, "recreateLabel"}};
+    names.insert(sharedRoleNames());
+    return names;
 }

@@ -28,7 +28,7 @@ struct ProjectRow {
     // counted, since nothing is missing while they are off.
     int total() const;
 
-    QString key() const { return loose ? QStringLiteral("\x01loose") : project.name; }
+    QString key() const { return loose ? QStringLiteral("\x01loose") : project.engine + u'\n' + project.name; }
 
     friend bool operator==(const ProjectRow &, const ProjectRow &) = default;
 };
@@ -81,8 +81,17 @@ public:
     void setRows(const QList<ProjectRow> &rows);
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     void setUsage(UsageWatch *usage);
+    void setUsageOf(UsageOf usageOf);
     void setWork(WorkModel *ups);
-    ContainerModel *containersOf(const QString &project) const { return m_children.value(project); }
+    // The rows of the project of that name (on that engine, when given), or of its row key.
+    ContainerModel *containersOf(const QString &project, const std::optional<QString> &engine = {}) const
+    {
+        for (auto it = m_children.cbegin(); it != m_children.cend(); ++it) {
+            if (it.key() == project || (it.key().endsWith(u'\n' + project) && (!engine || it.key() == *engine + u'\n' + project)))
+                return it.value();
+        }
+        return nullptr;
+    }
     // Rows that are compose projects, the loose row left out.
     int projectCount() const;
     // How many rows each card shows, for the keyboard's walk through the cards: its
@@ -99,7 +108,9 @@ private:
 
     QHash<QString, ContainerModel *> m_children;
     QHash<QString, ServiceModel *> m_services;
-    QPointer<UsageWatch> m_usage;
+    UsageWatch *usageOf(const QString &engine) const;
+    UsageOf m_usageOf;
+    mutable QList<QPointer<UsageWatch>> m_watches;
     QPointer<WorkModel> m_ups;
     std::optional<Runtime> m_runtime;
     QString m_endpoint;

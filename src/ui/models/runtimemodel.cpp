@@ -1,15 +1,18 @@
 #include "runtimemodel.h"
 #include "runtimeselection.h"
 
-void RuntimeModel::setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected)
+void RuntimeModel::setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected, int watched, bool all)
 {
     const int before = selectedRow();
     QList<RuntimeRow> next;
-    next.reserve(runtimes.size());
+    next.reserve(runtimes.size() + 1);
+    const bool offerAll = watched > 1;
+    if (offerAll)
+        next.append({RuntimeEntry{Runtime::context(QStringLiteral("All engines")), {}, true}, all, true});
     for (const RuntimeEntry &e : runtimes)
-        next.append({e, selected && *selected == e.runtime});
+        next.append({e, !(offerAll && all) && selected && *selected == e.runtime});
     const auto key = [](const RuntimeRow &r) {
-        return QString::number(int(r.entry.runtime.kind)) + u'\n' + r.entry.runtime.name + u'\n' + r.entry.runtime.path;
+        return r.all ? QStringLiteral("\x01all") : QString::number(int(r.entry.runtime.kind)) + u'\n' + r.entry.runtime.name + u'\n' + r.entry.runtime.path;
     };
     sync(m_rows, next, key, [](const RuntimeRow &a, const RuntimeRow &b) {
         QList<int> roles;
@@ -36,7 +39,7 @@ int RuntimeModel::selectedRow() const
 
 std::optional<Runtime> RuntimeModel::runtimeAt(int row) const
 {
-    if (row < 0 || row >= int(m_rows.size()))
+    if (row < 0 || row >= int(m_rows.size()) || m_rows[row].all)
         return std::nullopt;
     return m_rows[row].entry.runtime;
 }
@@ -46,7 +49,7 @@ QVariant RuntimeModel::roleData(const RuntimeRow &r, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case LabelRole:
-        return RuntimeSelection::label(r.entry);
+        return r.all ? r.entry.runtime.name : RuntimeSelection::label(r.entry);
     case RuntimeNameRole:
         return r.entry.runtime.name;
     case EndpointRole:

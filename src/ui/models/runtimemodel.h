@@ -10,6 +10,8 @@
 struct RuntimeRow {
     RuntimeEntry entry;
     bool selected = false;
+    // "All engines": every watched engine's rows at once.
+    bool all = false;
     friend bool operator==(const RuntimeRow &, const RuntimeRow &) = default;
 };
 
@@ -26,7 +28,10 @@ public:
 
     using KeyedRowsModel::KeyedRowsModel;
 
-    void setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected);
+    // With more than one engine watched, "All engines" leads the list, chosen while all shows.
+    void setRuntimes(const QList<RuntimeEntry> &runtimes, const std::optional<Runtime> &selected, int watched = 1, bool all = false);
+    // The row is "All engines".
+    bool isAll(int row) const { return row >= 0 && row < int(m_rows.size()) && m_rows[row].all; }
     int selectedRow() const;
     std::optional<Runtime> runtimeAt(int row) const;
 

@@ -5,8 +5,8 @@ void VolumeModel::setVolumes(const QList<DockerVolume> &volumes, const QSet<QStr
     QList<VolumeRow> rows;
     rows.reserve(volumes.size());
     for (const DockerVolume &v : volumes)
-        rows.append({v, mounted.contains(v.name)});
-    sync(m_rows, rows, [](const VolumeRow &r) { return r.volume.name; }, [](const VolumeRow &a, const VolumeRow &b) {
+        rows.append({v, mounted.contains(v.engine.isEmpty() ? v.name : v.engine + QChar(0x1f) + v.name)});
+    sync(m_rows, rows, [](const VolumeRow &r) { return r.volume.engine + u'\n' + r.volume.name; }, [](const VolumeRow &a, const VolumeRow &b) {
         QList<int> roles;
         if (a.volume.driver != b.volume.driver)
             roles << DriverRole;
@@ -38,6 +38,8 @@ QString VolumeModel::spoken(const VolumeRow &row)
 
 QVariant VolumeModel::roleData(const VolumeRow &r, int role) const
 {
+    if (role >= KeyRole)
+        return sharedRole(role, r.volume.engine, r.volume.name, r.volume.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
@@ -56,6 +58,8 @@ QVariant VolumeModel::roleData(const VolumeRow &r, int role) const
 
 QHash<int, QByteArray> VolumeModel::roleNames() const
 {
-    return {{NameRole, "name"}, {DriverRole, "driver"}, {MountpointRole, "mountpoint"}, {InUseRole, "inUse"},
+    QHash<int, QByteArray> names {{NameRole, "name"}, {DriverRole, "driver"}, {MountpointRole, "mountpoint"}, {InUseRole, "inUse"},
             {DescriptionRole, "description"}};
+    names.insert(sharedRoleNames());
+    return names;
 }

@@ -32,14 +32,15 @@ auto onWorker(Query query)
 
 // ---- the sheet's state, whatever it shows ---------------------------------------------------
 
-Inspection::Inspection(AppStore *store, const QString &title, QObject *parent)
-    : QObject(parent), m_store(store), m_runtime(store ? store->runtime() : OptRuntime()), m_title(title)
+Inspection::Inspection(AppStore *store, const QString &engine, const QString &title, QObject *parent)
+    : QObject(parent), m_store(store), m_runtime(store ? store->runtimeNamed(engine) : OptRuntime()),
+      m_engine(store ? (engine.isEmpty() ? &store->selected() : store->engineNamed(engine)) : nullptr), m_title(title)
 {
 }
 
 bool Inspection::onItsRuntime() const
 {
-    return m_store && m_store->runtime() == m_runtime;
+    return m_store && m_engine && m_engine->runtime() == m_runtime;
 }
 
 void Inspection::start()
@@ -172,13 +173,14 @@ void Inspection::setShowSecrets(bool show)
 // ---- a container ------------------------------------------------------------------------------
 
 ContainerInspection::ContainerInspection(AppStore *store, const Container &container, QObject *parent)
-    : Inspection(store, container.name, parent), m_container(container)
+    : Inspection(store, container.engine, container.name, parent), m_container(container)
 {
 }
 
 void ContainerInspection::follow()
 {
-    m_following << connect(&m_store->events(), &EngineEvents::containerChanged, this, [this](const ContainerChange &change) {
+    if (m_engine)
+        m_following << connect(&m_engine->events(), &EngineEvents::containerChanged, this, [this](const ContainerChange &change) {
         // Events name a container by its whole id, listings by a prefix of it.
         if (!onItsRuntime() || m_container.id.isEmpty() || !change.id.startsWith(m_container.id))
             return;
@@ -219,7 +221,7 @@ QString ContainerInspection::copyText() const
 // ---- an image ---------------------------------------------------------------------------------
 
 ImageInspection::ImageInspection(AppStore *store, const DockerImage &image, QObject *parent)
-    : Inspection(store, image.repository.isEmpty() || image.repository == QLatin1String("<none>") ? image.id : image.repository + u':' + image.tag, parent),
+    : Inspection(store, image.engine, image.repository.isEmpty() || image.repository == QLatin1String("<none>") ? image.id : image.repository + u':' + image.tag, parent),
       m_image(image), m_containers(store ? store->containers() : QList<Container>())
 {
 }
@@ -231,7 +233,7 @@ void ImageInspection::follow()
     m_following << connect(m_store.data(), &AppStore::imagesChanged, this, [this] {
         if (!onItsRuntime())
             return;
-        const auto &images = m_store->images();
+        const auto &images = m_engine->images();
         if (std::none_of(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == m_image.id; }))
             return setGone(true);
         read();
@@ -240,7 +242,7 @@ void ImageInspection::follow()
     m_following << connect(m_store.data(), &AppStore::containersChanged, this, [this] {
         if (!onItsRuntime())
             return;
-        m_containers = m_store->containers();
+        m_containers = m_engine->containers();
         emit changed();
     });
 }
@@ -270,7 +272,7 @@ QString ImageInspection::copyText() const
 // ---- a volume ---------------------------------------------------------------------------------
 
 VolumeInspection::VolumeInspection(AppStore *store, const DockerVolume &volume, QObject *parent)
-    : Inspection(store, volume.name, parent), m_volume(volume)
+    : Inspection(store, volume.engine, volume.name, parent), m_volume(volume)
 {
 }
 
@@ -281,13 +283,14 @@ void VolumeInspection::follow()
     const auto again = [this] {
         if (!onItsRuntime())
             return;
-        const auto &volumes = m_store->volumes();
+        const auto &volumes = m_engine->volumes();
         if (std::none_of(volumes.cbegin(), volumes.cend(), [&](const DockerVolume &v) { return v.name == m_volume.name; }))
             return setGone(true);
         read();
     };
     m_following << connect(m_store.data(), &AppStore::volumesChanged, this, again);
-    m_following << connect(&m_store->events(), &EngineEvents::containerChanged, this, [this, again](const ContainerChange &change) {
+    if (m_engine)
+        m_following << connect(&m_engine->events(), &EngineEvents::containerChanged, this, [this, again](const ContainerChange &change) {
         if (change.kind == ContainerChange::Kind::Started || change.kind == ContainerChange::Kind::Died || change.kind == ContainerChange::Kind::Destroyed)
             again();
     });
@@ -316,7 +319,7 @@ QString VolumeInspection::copyText() const
 // ---- a network --------------------------------------------------------------------------------
 
 NetworkInspection::NetworkInspection(AppStore *store, const DockerNetwork &network, QObject *parent)
-    : Inspection(store, network.name, parent), m_network(network)
+    : Inspection(store, network.engine, network.name, parent), m_network(network)
 {
 }
 
@@ -327,7 +330,7 @@ void NetworkInspection::follow()
     m_following << connect(m_store.data(), &AppStore::networksChanged, this, [this] {
         if (!onItsRuntime())
             return;
-        const auto &networks = m_store->networks();
+        const auto &networks = m_engine->networks();
         const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return n.id == m_network.id; });
         if (found == networks.cend())
             return setGone(true);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "enginestore.h"
 #include "container.h"
 #include "containerdetails.h"
 #include "detailstext.h"
@@ -67,8 +68,8 @@ signals:
     void changed();
 
 protected:
-    // The engine it reads is the one shown when it is made, for as long as it lives.
-    Inspection(AppStore *store, const QString &title, QObject *parent);
+    // The engine it reads is the row's, for as long as it lives.
+    Inspection(AppStore *store, const QString &engine, const QString &title, QObject *parent);
     // One reading on a worker, its result applied here; a problem is the engine's words.
     virtual QCoro::Task<std::optional<QString>> readOnce() = 0;
     // Starts following whatever tells of a change to the object.
@@ -84,6 +85,8 @@ protected:
 
     QPointer<AppStore> m_store;
     const OptRuntime m_runtime;
+    // What the window knows of that engine; gone when it is no longer watched.
+    QPointer<EngineStore> m_engine;
     // Whether the store shows the sheet's runtime: its lists and events are another's if not.
     bool onItsRuntime() const;
     QString m_title;

@@ -6,7 +6,7 @@
 #include <QVariantMap>
 
 ProjectDeletion::ProjectDeletion(AppStore *store, const ComposeProject &project, QObject *parent)
-    : QObject(parent), m_store(store), m_project(project), m_runtime(store ? store->runtime() : std::nullopt)
+    : QObject(parent), m_store(store), m_project(project), m_runtime(store ? store->runtimeNamed(project.engine) : std::nullopt)
 {
     connect(this, &ProjectDeletion::planChanged, this, &ProjectDeletion::labelChanged);
     connect(this, &ProjectDeletion::trashDirectoryChanged, this, &ProjectDeletion::labelChanged);

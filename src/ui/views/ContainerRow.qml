@@ -11,6 +11,9 @@ Rectangle {
 
     required property string containerId
     required property string name
+    // Its engine's name while rows of several are shown; how its buttons name it aloud.
+    required property string engine
+    required property string subject
     required property string image
     required property string status
     required property string ports
@@ -132,6 +135,13 @@ Rectangle {
                     visible: root.showProject && root.project !== "" && root.width >= 620
                     text: root.project
                 }
+                KorBadge {
+                    objectName: "engineBadge"
+                    Layout.minimumWidth: implicitWidth
+                    visible: root.engine !== ""
+                    text: root.engine
+                    Accessible.ignored: true
+                }
                 Item {
                     Layout.fillWidth: true
                 }
@@ -188,7 +198,7 @@ Rectangle {
         KorButton {
             id: primaryButton
 
-            subject: root.name
+            subject: root.subject
             tabStop: false
             objectName: "primary"
             Layout.preferredWidth: 76
@@ -199,7 +209,7 @@ Rectangle {
         KorButton {
             id: restartButton
 
-            subject: root.name
+            subject: root.subject
             tabStop: false
             variant: "ghost"
             iconName: "arrow.clockwise"
@@ -209,7 +219,7 @@ Rectangle {
         KorButton {
             id: logsButton
 
-            subject: root.name
+            subject: root.subject
             tabStop: false
             variant: "ghost"
             iconName: "text.alignleft"
@@ -219,7 +229,7 @@ Rectangle {
         KorButton {
             id: consoleButton
 
-            subject: root.name
+            subject: root.subject
             tabStop: false
             objectName: "console"
             variant: "ghost"
@@ -231,12 +241,12 @@ Rectangle {
         KorButton {
             id: more
 
-            subject: root.name
+            subject: root.subject
             tabStop: false
             objectName: "more"
             variant: "ghost"
             iconName: "ellipsis"
-            help: "More actions for " + root.name
+            help: "More actions for " + root.subject
             onClicked: {
                 root.menu = menuComponent.createObject(root) as KorMenu;
                 root.menu.popup(more, 0, more.height);

@@ -35,6 +35,8 @@ ColumnLayout {
 
             required property string containerId
             required property string name
+            required property string engine
+            required property string subject
             required property string image
             required property string status
             required property string ports
@@ -68,6 +70,8 @@ ColumnLayout {
                 Layout.rightMargin: 4
                 containerId: entry.containerId
                 name: entry.name
+                engine: entry.engine
+                subject: entry.subject
                 image: entry.image
                 status: entry.status
                 ports: entry.ports

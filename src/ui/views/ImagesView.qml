@@ -99,12 +99,16 @@ ColumnLayout {
             id: row
 
             required property string imageId
+            required property string key
+            required property string subject
+            // The row's engine's badge, from the model's role of that name.
+            required engine
             required property string reference
             required property string shortId
             required property string size
 
             function details() {
-                root.imageAction(Verb.ImageDetails, row.imageId, row.reference);
+                root.imageAction(Verb.ImageDetails, row.key, row.reference);
             }
 
             width: list.rowWidth
@@ -118,7 +122,7 @@ ColumnLayout {
             }
             KorButton {
                 text: "Details"
-                subject: row.title
+                subject: row.subject
                 help: "What it is made of and what uses it (Ctrl+I)"
                 tabStop: false
                 variant: "ghost"
@@ -127,11 +131,11 @@ ColumnLayout {
 
             KorButton {
                 text: "Remove"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.imageAction(Verb.RemoveImage, row.imageId, row.reference)
+                onClicked: root.imageAction(Verb.RemoveImage, row.key, row.reference)
             }
         }
     }

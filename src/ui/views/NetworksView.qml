@@ -28,6 +28,10 @@ ColumnLayout {
             id: row
 
             required property string name
+            required property string key
+            required property string subject
+            // The row's engine's badge, from the model's role of that name.
+            required engine
             required property string summary
             required property string members
             required property string project
@@ -36,7 +40,7 @@ ColumnLayout {
             required property string description
 
             function details() {
-                root.networkAction(Verb.NetworkDetails, row.name);
+                root.networkAction(Verb.NetworkDetails, row.key);
             }
 
             width: list.rowWidth
@@ -54,7 +58,7 @@ ColumnLayout {
             KorButton {
                 text: "Details"
                 help: "Its subnet, gateway, containers and labels (Ctrl+I)"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 onClicked: row.details()
@@ -66,11 +70,11 @@ ColumnLayout {
                 Accessible.ignored: !row.removable
                 text: "Remove"
                 help: "Remove " + row.name + ": no container is attached"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 enabled: row.removable && !root.store.busy
-                onClicked: root.networkAction(Verb.RemoveNetwork, row.name)
+                onClicked: root.networkAction(Verb.RemoveNetwork, row.key)
             }
         }
     }

@@ -8,6 +8,11 @@ Rectangle {
     id: root
 
     required property string name
+    // What actions are asked with, its engine's name while several are shown, and how its
+    // buttons name it aloud.
+    required property string key
+    required property string engine
+    required property string subject
     required property string directoryLine
     required property bool directoryExists
     required property string badge
@@ -114,7 +119,13 @@ Rectangle {
                         color: Theme.ink
                         font: Theme.varied("Space Grotesk", 600, 15)
                         Accessible.role: Accessible.Heading
-                        Accessible.name: text
+                        Accessible.name: root.subject
+                    }
+                    KorBadge {
+                        objectName: "engineBadge"
+                        visible: root.engine !== ""
+                        text: root.engine
+                        Accessible.ignored: true
                     }
                     KorBadge {
                         objectName: "stateBadge"
@@ -148,7 +159,7 @@ Rectangle {
             KorButton {
                 id: upButton
 
-                subject: root.name
+                subject: root.subject
                 tabStop: false
                 objectName: "up"
                 visible: !root.loose
@@ -161,7 +172,7 @@ Rectangle {
             KorButton {
                 id: downButton
 
-                subject: root.name
+                subject: root.subject
                 tabStop: false
                 objectName: "down"
                 visible: !root.loose
@@ -173,7 +184,7 @@ Rectangle {
             KorButton {
                 id: logsButton
 
-                subject: root.name
+                subject: root.subject
                 tabStop: false
                 visible: !root.loose
                 variant: "ghost"
@@ -184,13 +195,13 @@ Rectangle {
             KorButton {
                 id: more
 
-                subject: root.name
+                subject: root.subject
                 tabStop: false
                 objectName: "more"
                 visible: !root.loose
                 variant: "ghost"
                 iconName: "ellipsis"
-                help: "More actions for " + root.name
+                help: "More actions for " + root.subject
                 onClicked: {
                     root.menu = menuComponent.createObject(root) as KorMenu;
                     root.menu.popup(more, 0, more.height);
@@ -226,7 +237,7 @@ Rectangle {
                 fraction: root.work.fraction ?? -1
                 stopping: root.work.stopping ?? false
                 spoken: root.work.spoken ?? ""
-                subject: root.name
+                subject: root.subject
                 onStop: root.stopWork(root.work.workId)
             }
             Repeater {
@@ -283,7 +294,7 @@ Rectangle {
             }
             KorButton {
                 objectName: "recreate"
-                subject: root.name
+                subject: root.subject
                 visible: root.recreateLabel !== ""
                 text: root.recreateLabel
                 iconName: "arrow.clockwise"
@@ -292,7 +303,7 @@ Rectangle {
                 onClicked: root.projectAction(Verb.Recreate, "")
             }
             KorButton {
-                subject: root.name
+                subject: root.subject
                 variant: "ghost"
                 iconName: "xmark"
                 help: "Dismiss the pull's summary"

@@ -27,7 +27,7 @@ KorListView {
 
         width: list.rowWidth
         busy: list.store.busy
-        onProjectAction: (verb, detail) => list.projectAction(verb, card.name, detail)
+        onProjectAction: (verb, detail) => list.projectAction(verb, card.key, detail)
         onContainerAction: (verb, id, detail) => list.containerAction(verb, id, detail)
         onStopWork: id => list.shell.work.stop(id)
     }

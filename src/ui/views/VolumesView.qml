@@ -66,13 +66,17 @@ ColumnLayout {
             id: row
 
             required property string name
+            required property string key
+            required property string subject
+            // The row's engine's badge, from the model's role of that name.
+            required engine
             required property string driver
             required property string mountpoint
             required property bool inUse
             required property string description
 
             function details() {
-                root.volumeAction(Verb.VolumeDetails, row.name);
+                root.volumeAction(Verb.VolumeDetails, row.key);
             }
 
             width: list.rowWidth
@@ -89,7 +93,7 @@ ColumnLayout {
             KorButton {
                 text: "Details"
                 help: "What mounts it, its size and labels (Ctrl+I)"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 onClicked: row.details()
@@ -97,28 +101,28 @@ ColumnLayout {
             KorButton {
                 text: "Back up…"
                 help: "Save " + row.name + "'s files to a .tar archive"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.volumeAction(Verb.BackupVolume, row.name)
+                onClicked: root.volumeAction(Verb.BackupVolume, row.key)
             }
             KorButton {
                 text: "Restore…"
                 help: "Fill " + row.name + " from a .tar archive made by Back up"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.volumeAction(Verb.RestoreVolume, row.name)
+                onClicked: root.volumeAction(Verb.RestoreVolume, row.key)
             }
             KorButton {
                 text: "Remove…"
-                subject: row.title
+                subject: row.subject
                 tabStop: false
                 variant: "ghost"
                 enabled: !root.store.busy
-                onClicked: root.volumeAction(Verb.RemoveVolume, row.name)
+                onClicked: root.volumeAction(Verb.RemoveVolume, row.key)
             }
         }
     }

@@ -3,6 +3,7 @@
 #include "detailsstate.h"
 
 #include "appstore.h"
+#include "mergedview.h"
 #include "containerrules.h"
 #include "execconsole.h"
 #include "logfollower.h"
@@ -28,10 +29,19 @@
 
 Actions::Actions(AppStore *store, QObject *parent) : QObject(parent), m_store(store) {}
 
+// A row's key names its engine and its id or name; a bare id or name (a notification's,
+// a script's) is the selected runtime's row of that id.
+bool Actions::isRow(const QString &key, const QString &engine, const QString &id) const
+{
+    if (key == MergedView::rowKey(engine, id))
+        return true;
+    return key == id && (engine.isEmpty() || engine == m_store->runtimeNamed({}).value_or(Runtime()).name);
+}
+
 std::optional<Container> Actions::container(const QString &id) const
 {
-    for (const Container &c : m_store->containers()) {
-        if (c.id == id)
+    for (const Container &c : m_store->shown().containers()) {
+        if (isRow(id, c.engine, c.id))
             return c;
     }
     return std::nullopt;
@@ -40,7 +50,7 @@ std::optional<Container> Actions::container(const QString &id) const
 std::optional<ComposeProject> Actions::project(const QString &name) const
 {
     for (const ComposeProject &p : m_store->projects()) {
-        if (p.name == name)
+        if (isRow(name, p.engine, p.name))
             return p;
     }
     return std::nullopt;
@@ -86,7 +96,8 @@ void Actions::commit(const QString &id, const QString &imageName)
 
 void Actions::copyId(const QString &id)
 {
-    QGuiApplication::clipboard()->setText(id);
+    // A row's key carries its engine's name before the id.
+    QGuiApplication::clipboard()->setText(id.section(QChar(0x1f), -1));
 }
 
 void Actions::copyText(Transcript *transcript)
@@ -130,7 +141,7 @@ void Actions::openTerminal(const QString &id)
     const auto c = container(id);
     if (!c)
         return;
-    const auto launch = Terminal::launch(m_store->engine()->shell(c->name, m_store->runtime()), QProcessEnvironment::systemEnvironment(),
+    const auto launch = Terminal::launch(m_store->engine()->shell(c->name, m_store->runtimeNamed(c->engine)), QProcessEnvironment::systemEnvironment(),
                                          [](const QString &name) { return QStandardPaths::findExecutable(name); });
     if (!launch) {
         m_store->reportError(QStringLiteral("No terminal emulator found. Set $TERMINAL, or install one of: ")
@@ -154,8 +165,8 @@ void Actions::pull(const QString &reference)
 
 void Actions::removeImage(const QString &id, const QString &reference)
 {
-    for (const DockerImage &image : m_store->images()) {
-        if (image.id == id && image.repository + u':' + image.tag == reference)
+    for (const DockerImage &image : m_store->shown().images()) {
+        if (isRow(id, image.engine, image.id) && image.repository + u':' + image.tag == reference)
             return m_store->remove(image);
     }
 }
@@ -183,8 +194,8 @@ void Actions::pruneImages()
 
 std::optional<DockerVolume> Actions::volume(const QString &name) const
 {
-    for (const DockerVolume &v : m_store->volumes()) {
-        if (v.name == name)
+    for (const DockerVolume &v : m_store->shown().volumes()) {
+        if (isRow(name, v.engine, v.name))
             return v;
     }
     return std::nullopt;
@@ -212,8 +223,8 @@ void Actions::pruneVolumes()
 
 std::optional<DockerNetwork> Actions::network(const QString &name) const
 {
-    const auto &networks = m_store->networks();
-    const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return n.name == name; });
+    const auto networks = m_store->shown().networks();
+    const auto found = std::find_if(networks.cbegin(), networks.cend(), [&](const DockerNetwork &n) { return isRow(name, n.engine, n.name); });
     return found == networks.cend() ? std::nullopt : std::optional(*found);
 }
 
@@ -274,13 +285,13 @@ void Actions::volumeData(Verb::Kind verb, const QString &name, const QUrl &file)
     if (!file.isLocalFile()) {
         ask();
         const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral(" yyyy-MM-dd HHmm"));
-        emit volumeFileRequested(verb, name, QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + u'/' + name + stamp + QStringLiteral(".tar")));
+        emit volumeFileRequested(verb, name, QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + u'/' + volume->name + stamp + QStringLiteral(".tar")));
         return;
     }
     if (verb == Verb::BackupVolume)
         m_store->backUp(*volume, file.toLocalFile());
     else if (verb == Verb::RemoveVolume)
-        m_store->backUpAndRemove(name, file.toLocalFile());
+        m_store->backUpAndRemove(volume->name, file.toLocalFile(), volume->engine);
     else
         m_store->restore(*volume, file.toLocalFile());
 }
@@ -327,9 +338,9 @@ private:
 // A sheet reads and runs on the runtime it was opened on, and that runtime stays in use (a
 // remote one keeps its connection) until the sheet's object is gone.
 template<typename T>
-T *Actions::opened(T *object)
+T *Actions::opened(T *object, const QString &engine)
 {
-    new HeldEngine(m_store->onSelected(), object);
+    new HeldEngine(m_store->onEngine(engine), object);
     return ownedByQml(object);
 }
 
@@ -346,13 +357,13 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::OpenTerminal: return openTerminal(subject);
     case Verb::ContainerLogs:
         return onContainer([this](const Container &c) {
-            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtime())), c.name);
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::container(c), m_store->runtimeNamed(c.engine)), c.engine), c.name);
         });
     case Verb::Details:
-        return onContainer([this](const Container &c) { emit detailsRequested(opened(new ContainerInspection(m_store, c))); });
+        return onContainer([this](const Container &c) { emit detailsRequested(opened(new ContainerInspection(m_store, c), c.engine)); });
     case Verb::Console:
         return onContainer([this](const Container &c) {
-            emit consoleRequested(opened(new ExecConsole(m_store->engine(), c, m_store->runtime())));
+            emit consoleRequested(opened(new ExecConsole(m_store->engine(), c, m_store->runtimeNamed(c.engine)), c.engine));
         });
     case Verb::Commit:
         return onContainer([this](const Container &c) { emit commitRequested(c.id, c.name); });
@@ -374,7 +385,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onProject([this](const ComposeProject &p) { emit locateRequested(p.name); });
     case Verb::PullNewer: return onProject([this](const ComposeProject &p) { m_store->pullNewer(p); });
     case Verb::Recreate: return onProject([this](const ComposeProject &p) { m_store->recreate(p); });
-    case Verb::DismissPull: return m_store->dismissPull(subject);
+    case Verb::DismissPull: return onProject([this](const ComposeProject &p) { m_store->dismissPull(p.name, p.engine); });
     case Verb::ShowComposeFile:
         return onProject([this](const ComposeProject &p) {
             if (p.workingDir)
@@ -393,31 +404,32 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     }
     case Verb::ServiceLogs:
         return onProject([this, detail](const ComposeProject &p) {
-            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p, detail), m_store->runtime())),
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p, detail), m_store->runtimeNamed(p.engine)), p.engine),
                                p.name + QStringLiteral(" · ") + detail);
         });
     case Verb::ProjectLogs:
         return onProject([this](const ComposeProject &p) {
-            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtime())), p.name);
+            emit logsRequested(opened(new LogFollower(m_store->engine(), LogSource::project(p), m_store->runtimeNamed(p.engine)), p.engine), p.name);
         });
     case Verb::ToggleMute: {
         FailureWatch &failures = m_store->failures();
-        return failures.setMuted(subject, !failures.muted(subject));
+        const QString name = project(subject) ? project(subject)->name : subject;
+        return failures.setMuted(name, !failures.muted(name));
     }
     case Verb::DeleteProject:
-        return onProject([this](const ComposeProject &p) { emit deletionRequested(opened(new ProjectDeletion(m_store, p))); });
+        return onProject([this](const ComposeProject &p) { emit deletionRequested(opened(new ProjectDeletion(m_store, p), p.engine)); });
     case Verb::Pull: return pull(detail);
     case Verb::RemoveImage: return removeImage(subject, detail);
     case Verb::PruneImages: ask(); emit pruneRequested(true); return;
     case Verb::VolumeDetails:
         if (const auto found = volume(subject))
-            emit detailsRequested(opened(new VolumeInspection(m_store, *found)));
+            emit detailsRequested(opened(new VolumeInspection(m_store, *found), found->engine));
         return;
     case Verb::ImageDetails: {
-        const auto &images = m_store->images();
-        const auto image = std::find_if(images.cbegin(), images.cend(), [&](const DockerImage &i) { return i.id == subject; });
+        const auto images = m_store->shown().images();
+        const auto image = std::find_if(images.cbegin(), images.cend(), [&](const DockerImage &i) { return isRow(subject, i.engine, i.id); });
         if (image != images.cend())
-            emit detailsRequested(opened(new ImageInspection(m_store, *image)));
+            emit detailsRequested(opened(new ImageInspection(m_store, *image), image->engine));
         return;
     }
     case Verb::RemoveVolume:
@@ -438,7 +450,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::RemoveNetwork: return removeNetwork(subject);
     case Verb::NetworkDetails:
         if (const auto found = network(subject))
-            emit detailsRequested(opened(new NetworkInspection(m_store, *found)));
+            emit detailsRequested(opened(new NetworkInspection(m_store, *found), found->engine));
         return;
     }
 }

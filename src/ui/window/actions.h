@@ -99,6 +99,7 @@ signals:
 
 private:
     std::optional<Container> container(const QString &id) const;
+    bool isRow(const QString &key, const QString &engine, const QString &id) const;
     std::optional<ComposeProject> project(const QString &name) const;
     std::optional<DockerNetwork> network(const QString &name) const;
     // A click on something that has gone since it was drawn does nothing.
@@ -120,7 +121,7 @@ private:
     // another runtime since, nowhere, with a line that says so.
     void ask();
     template<typename T>
-    T *opened(T *object);
+    T *opened(T *object, const QString &engine = {});
     bool answeredOnAsked();
 
     QPointer<AppStore> m_store;

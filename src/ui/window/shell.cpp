@@ -2,6 +2,7 @@
 #include "settings.h"
 
 #include "appstore.h"
+#include "mergedview.h"
 #include "toolchainstore.h"
 
 #include <QSettings>
@@ -34,8 +35,9 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     m_ups = new WorkModel(work, {Kind::Up, Kind::ProjectPull}, this);
     m_work = new WorkModel(work, {Kind::Pull, Kind::Up, Kind::ProjectPull, Kind::Deletion, Kind::Backup, Kind::Restore, Kind::Reclaim}, this);
     m_projects.setWork(m_ups);
-    m_containers.setUsage(&m_store->usage());
-    m_projects.setUsage(&m_store->usage());
+    const auto usageOf = [store = QPointer<AppStore>(m_store)](const QString &engine) { return store ? store->usageOf(engine) : nullptr; };
+    m_containers.setUsageOf(usageOf);
+    m_projects.setUsageOf(usageOf);
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
@@ -44,7 +46,13 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     const auto images = [this] { updateImages(); };
     const auto volumes = [this] { updateVolumes(); };
     const auto runtimes = [this] {
-        m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime());
+        m_runtimes.setRuntimes(m_store->runtimes(), m_store->runtime(), int(m_store->engines().size()), m_store->showAll());
+        const bool several = m_store->shown().several();
+        m_containers.setSeveral(several);
+        m_projects.setSeveral(several);
+        m_images.setSeveral(several);
+        m_volumes.setSeveral(several);
+        m_networks.setSeveral(several);
         QString endpoint;
         for (const RuntimeEntry &entry : m_store->runtimes()) {
             if (entry.runtime == m_store->runtime())
@@ -62,6 +70,13 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateNetworks);
     connect(m_store, &AppStore::runtimesChanged, this, runtimes);
     connect(m_store, &AppStore::runtimeChanged, this, runtimes);
+    connect(m_store, &AppStore::enginesChanged, this, runtimes);
+    connect(m_store, &AppStore::shownChanged, this, runtimes);
+    // An engine's first answer adds its rows to what all shows.
+    connect(m_store, &AppStore::containersChanged, this, [this, runtimes] {
+        if (m_store->shown().several() != m_containers.several())
+            runtimes();
+    });
     connect(m_store, &AppStore::containersChanged, this, &Shell::countersChanged);
     connect(m_store, &AppStore::filterChanged, this, &Shell::filteringChanged);
     connect(m_store, &AppStore::filterChanged, this, &Shell::emptyChanged);
@@ -144,32 +159,46 @@ void Shell::setSortIndex(int index)
 
 void Shell::updateProjects()
 {
+    // Each engine's pulls, by project on that engine.
+    QHash<QString, PullSummary> pulls;
+    for (const EngineStore *engine : m_store->engines()) {
+        const QHash<QString, PullSummary> its = m_store->pulls(engine->name());
+        for (auto it = its.cbegin(); it != its.cend(); ++it)
+            pulls.insert(MergedView::rowKey(engine->name(), it.key()), it.value());
+    }
     m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories(),
-                           Settings::mutedProjects.read(*m_settings), m_store->definitions().read(), m_store->pulls());
+                           Settings::mutedProjects.read(*m_settings), m_store->definitions().read(), pulls);
 }
 
 void Shell::updateStale()
 {
-    QString text;
-    if (m_store->stale()) {
-        const qint64 waited = m_store->waitingSince().secsTo(m_store->timing().clock());
-        text = staleLine(waited, m_store->listedAt());
-        if (!m_staleTick.isActive())
-            m_staleTick.start();
-    } else {
-        m_staleTick.stop();
+    // Each engine shown says for itself how long it has kept the window waiting; named
+    // only where rows of several are shown.
+    const MergedView shown = m_store->shown();
+    QStringList lines;
+    for (const EngineStore *engine : m_store->engines()) {
+        const bool isShown = std::any_of(shown.parts().cbegin(), shown.parts().cend(), [&](const MergedView::Part &p) { return p.engine == engine->name(); });
+        if (!isShown || !engine->stale())
+            continue;
+        const qint64 waited = engine->waitingSince().secsTo(m_store->timing().clock());
+        lines << staleLine(waited, engine->listedAt(), QLocale(), shown.several() ? engine->name() : QString());
     }
+    const QString text = lines.join(u'\n');
+    if (text.isEmpty())
+        m_staleTick.stop();
+    else if (!m_staleTick.isActive())
+        m_staleTick.start();
     if (text == m_staleText)
         return;
     m_staleText = text;
     emit staleTextChanged();
 }
 
-QString Shell::staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale)
+QString Shell::staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale, const QString &engine)
 {
     const QString waited = waitedSeconds < 120 ? QString::number(std::max<qint64>(waitedSeconds, 0)) + QStringLiteral(" s")
                                                : QString::number(waitedSeconds / 60) + QStringLiteral(" min");
-    const QString head = QStringLiteral("Engine has not answered for ") + waited;
+    const QString head = (engine.isEmpty() ? QStringLiteral("Engine") : engine) + QStringLiteral(" has not answered for ") + waited;
     if (!listedAt.isValid())
         return head + QStringLiteral(" — nothing listed yet");
     // Minutes are enough to recognise a time of day; some locales' short format has seconds.
@@ -282,9 +311,17 @@ void Shell::refresh()
 
 void Shell::selectRuntime(int row)
 {
-    if (const auto runtime = m_runtimes.runtimeAt(row); runtime && runtime != m_store->runtime())
+    if (m_runtimes.isAll(row)) {
+        m_store->setShowAll(true);
+        return;
+    }
+    const auto runtime = m_runtimes.runtimeAt(row);
+    if (!runtime)
+        return;
+    m_store->setShowAll(false);
+    if (runtime != m_store->runtime())
         m_store->select(*runtime);
-    else if (runtime)
+    else
         m_store->refreshAsked();
 }
 

@@ -107,7 +107,8 @@ public:
     // Kept per section, so each list opens as it was left.
     void setSortIndex(int index);
     // "Engine has not answered for 12 s — showing what it listed at 14:05".
-    static QString staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale = QLocale());
+    // engine: the engine's name, where rows of several are shown.
+    static QString staleLine(qint64 waitedSeconds, const QDateTime &listedAt, const QLocale &locale = QLocale(), const QString &engine = {});
 
     // The main window's first appearance: polling starts, and the launch check runs if due.
     Q_INVOKABLE void firstShown();

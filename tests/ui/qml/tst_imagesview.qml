@@ -66,6 +66,6 @@ TestCase {
         keyClick(Qt.Key_Return);
         compare(actions.count, 1);
         compare(actions.signalArguments[0][0], Verb.RemoveImage);
-        compare(actions.signalArguments[0][1], row.imageId);
+        compare(actions.signalArguments[0][1], row.key);
     }
 }
