@@ -155,6 +155,8 @@ QCoro::Task<> EngineStore::fetchAndApply(Listings lists)
         // A refusal is no answer either: an engine or host that is gone shows as stale, with
         // how long it has been, beside its error.
         m_scheduler.answered(true);
+        // Answered before the lists change, so whoever hears of them counts this engine in.
+        m_listedAt = QDateTime::currentDateTime();
         QList<Container> rows = fetched.containers;
         for (const Told &told : std::as_const(m_told)) {
             if (told.listingsBefore >= id)
@@ -168,7 +170,6 @@ QCoro::Task<> EngineStore::fetchAndApply(Listings lists)
             m_failures.listed(rows, gap);
             m_scheduler.events().listed(began);
         }
-        m_listedAt = QDateTime::currentDateTime();
         m_error.reset();
         if (lists & Listing::Containers)
             emit containersListed();

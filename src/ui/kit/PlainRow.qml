@@ -105,6 +105,8 @@ Rectangle {
             objectName: "engineBadge"
             visible: root.engine !== ""
             text: root.engine
+            fill: "transparent"
+            ink: Theme.muted
             Accessible.ignored: true
         }
         Row {

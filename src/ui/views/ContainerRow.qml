@@ -132,7 +132,8 @@ Rectangle {
                 // Steps back in a narrow window, where the name matters more.
                 KorBadge {
                     Layout.minimumWidth: implicitWidth
-                    visible: root.showProject && root.project !== "" && root.width >= 620
+                    // Beside an engine's badge only where there is room for both.
+                    visible: root.showProject && root.project !== "" && root.width >= (root.engine !== "" ? 1200 : 620)
                     text: root.project
                 }
                 KorBadge {
@@ -140,6 +141,8 @@ Rectangle {
                     Layout.minimumWidth: implicitWidth
                     visible: root.engine !== ""
                     text: root.engine
+                    fill: "transparent"
+                    ink: Theme.muted
                     Accessible.ignored: true
                 }
                 Item {
