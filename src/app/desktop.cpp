@@ -1,4 +1,5 @@
 #include "desktop.h"
+#include "mergedview.h"
 
 #include "actions.h"
 #include "appstore.h"
@@ -95,13 +96,18 @@ void Session::showLogs(const FailureNotes::Note &note)
     d->window->show();
     d->window->raise();
     d->window->requestActivate();
-    // Events name a container by its whole id, listings by a prefix of it.
-    for (const Container &c : d->store.containers()) {
-        if (!c.id.isEmpty() && note.containerId.startsWith(c.id))
-            return d->actions.perform(Verb::ContainerLogs, c.id);
+    // Events name a container by its whole id, listings by a prefix of it; the logs are
+    // those of the engine it failed on.
+    for (const EngineStore *engine : d->store.engines()) {
+        if (!note.engine.isEmpty() && engine->name() != note.engine)
+            continue;
+        for (const Container &c : engine->containers()) {
+            if (!c.id.isEmpty() && note.containerId.startsWith(c.id))
+                return d->actions.perform(Verb::ContainerLogs, MergedView::rowKey(engine->name(), c.id));
+        }
     }
     if (!note.project.isEmpty())
-        d->actions.perform(Verb::ProjectLogs, note.project);
+        d->actions.perform(Verb::ProjectLogs, MergedView::rowKey(note.engine, note.project));
 }
 
 QQuickWindow *Session::loadPanel()

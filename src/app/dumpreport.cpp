@@ -1,4 +1,5 @@
 #include "dumpreport.h"
+#include "secrets.h"
 #include "runtimeselection.h"
 
 #include "docker.h"
@@ -250,7 +251,7 @@ QJsonObject dumpJson(const DumpReport &report)
                                                           {"images", orNull(e.images)}, {"volumes", orNull(e.volumes)},
                                                           {"networks", orNull(e.networks)}}
                                             : QJsonValue();
-        engines.append(QJsonObject{{"name", e.entry.runtime.name}, {"endpoint", e.entry.endpoint}, {"answers", e.answers}, {"counts", counts}});
+        engines.append(QJsonObject{{"name", e.entry.runtime.name}, {"endpoint", Secrets::text(e.entry.endpoint)}, {"answers", e.answers}, {"counts", counts}});
     }
     QJsonObject json{{"schema", 1}, {"runtimes", runtimes}, {"engines", engines}, {"runtime", orNull(report.context)}};
     if (report.failure) {

@@ -8,6 +8,7 @@
 #include <QCoroFuture>
 #include <QCoroSignal>
 #include <QPromise>
+#include <QSet>
 #include <QThreadPool>
 #include <QtConcurrent>
 
@@ -138,14 +139,20 @@ UsageWatch *AppStore::usageOf(const QString &engine) const
 void AppStore::syncEngines()
 {
     QList<std::optional<Runtime>> wanted;
-    for (const RuntimeEntry &entry : RuntimeSelection::watched(runtimes(), watchedRemotes(), runtime()))
+    QSet<QString> endpoints;
+    for (const RuntimeEntry &entry : RuntimeSelection::watched(runtimes(), watchedRemotes(), runtime())) {
         wanted.append(entry.runtime);
+        endpoints.insert(entry.endpoint);
+    }
     // An engine of this machine that has answered stays while its runtime is listed: its
-    // socket gone, its rows stay with the stale line that says for how long.
+    // socket gone, its rows stay with the stale line that says for how long. Never beside
+    // a twin that reaches the same endpoint.
     for (const RuntimeEntry &entry : runtimes()) {
         const EngineStore *had = engineNamed(entry.runtime.name);
-        if (had && had->answered() && RuntimeSelection::isLocal(entry) && !wanted.contains(entry.runtime))
+        if (had && had->answered() && RuntimeSelection::isLocal(entry) && !wanted.contains(entry.runtime) && !endpoints.contains(entry.endpoint)) {
             wanted.append(entry.runtime);
+            endpoints.insert(entry.endpoint);
+        }
     }
     if (!wanted.contains(runtime()))
         wanted.prepend(runtime());
@@ -166,8 +173,11 @@ void AppStore::syncEngines()
     // Started only once they are in the list: a store may answer at once, and whoever
     // hears of it looks for it there.
     for (EngineStore *store : std::as_const(m_engines)) {
-        if (m_looping && !before.contains(store))
+        if (m_looping && !before.contains(store)) {
             store->start();
+            // Its rows at once, not a whole poll later.
+            store->refresh();
+        }
     }
     emit enginesChanged();
     emit containersChanged();
@@ -208,12 +218,12 @@ QCoro::Task<bool> AppStore::engineFailed(EngineStore *store, QString error)
         // A listing that failed while the hand-over it set off runs: its outcome is this
         // one's. The listing of the runtime just handed over to fails as itself: never
         // hand over again from there.
-        if (m_handingOverFrom != store)
+        if (*m_handingOverFrom != store->runtime())
             co_return false;
         const bool moved = co_await qCoro(this, &AppStore::handOverEnded);
         co_return self && moved;
     }
-    m_handingOverFrom = store;
+    m_handingOverFrom = store->runtime();
     // Whether its socket is still there decides whether to look elsewhere at all.
     auto rechecked = QtConcurrent::run(workers(), [engine = m_engine, rows = runtimes()] { return RuntimeSelection::rechecked(*engine, rows); });
     const QList<RuntimeEntry> read = co_await rechecked;
@@ -229,7 +239,7 @@ QCoro::Task<bool> AppStore::engineFailed(EngineStore *store, QString error)
         if (!self)
             co_return false;
     }
-    m_handingOverFrom = nullptr;
+    m_handingOverFrom.reset();
     emit handOverEnded(moved);
     co_return moved;
 }

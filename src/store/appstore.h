@@ -309,8 +309,9 @@ private:
     bool m_windowVisible = false;
     bool m_panelVisible = false;
     bool m_showAll = true;
-    // The store whose failed listing set off the hand-over under way.
-    QPointer<EngineStore> m_handingOverFrom;
+    // The runtime whose failed listing set off the hand-over under way; its store may go
+    // meanwhile, but the hand-over is still under way.
+    std::optional<std::optional<Runtime>> m_handingOverFrom;
     // The runtime the user chose, or the one chosen at launch: a hand-over is a detour from it.
     std::optional<Runtime> m_chosen;
     // While detoured, the chosen runtime is probed at the poll's pace.

@@ -8,10 +8,15 @@
 
 QCoro::Task<TeardownPlan> AppStore::teardownPlan(ComposeProject project)
 {
-    // Planned from the lists of the project's own engine, where its deletion will run.
+    // Planned from the lists of the project's own engine, where its deletion will run. An
+    // engine no longer watched has no lists to tell which volumes others use: its plan is
+    // empty and belongs to no runtime, so nothing can be deleted from it.
     const EngineStore *store = project.engine.isEmpty() ? &selected() : engineNamed(project.engine);
-    if (!store)
-        store = &selected();
+    if (!store) {
+        TeardownPlan none;
+        none.project = project.name;
+        co_return none;
+    }
     const auto runtime = store->runtime();
     const auto containers = store->containers();
     const auto volumes = store->volumes();

@@ -128,6 +128,16 @@ private slots:
         QCOMPARE(st->matchingContainers().size(), 2);
         QCOMPARE(project(*st, "shop")->engine, "default");
         QCOMPARE(st->runningCount(), 1);
+        // A row's action goes to its own engine, whichever is selected; a namesake on the
+        // selected one is left alone.
+        m_engine->setHoldings(m_engine->holdings(), "remote");
+        QCoro::waitFor(st->refresh());
+        const QList<Container> shown = st->matchingContainers();
+        const auto web = std::find_if(shown.cbegin(), shown.cend(), [](const Container &c) { return c.name == "web" && c.engine == "default"; });
+        QVERIFY(web != shown.cend());
+        st->remove(*web);
+        QTRY_COMPARE(m_engine->holdings().containers.size(), 1);
+        QCOMPARE(m_engine->holdings("remote").containers.size(), 2);
     }
 
     void actions_data()

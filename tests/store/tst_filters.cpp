@@ -1,6 +1,8 @@
 #include "filters.h"
 #include "projectregistry.h"
 #include "docker.h"
+#include "mergedview.h"
+#include "runtimeselection.h"
 
 #include <QTest>
 
@@ -71,6 +73,58 @@ private slots:
         QCOMPARE(build("STORE"), QStringList({"storefront"}));   // registered, nothing running
         QCOMPARE(build("nginx"), QStringList({"shop"}));          // only through a matching container
         QCOMPARE(build("postgres"), QStringList({"media"}));
+    }
+
+    // Which runtimes are watched: this machine's whose socket is there, others' when turned
+    // on, the selected one whatever it is; two reaching one endpoint are one engine.
+    void watchedEngines_data()
+    {
+        QTest::addColumn<QStringList>("remotesOn");
+        QTest::addColumn<QString>("selected");
+        QTest::addColumn<QStringList>("watched");
+        QTest::newRow("this machine's that are there") << QStringList{} << "default" << QStringList{"default", "podman"};
+        QTest::newRow("a remote turned on") << QStringList{"build"} << "default" << QStringList{"default", "podman", "build"};
+        QTest::newRow("the selected remote, though off") << QStringList{} << "build" << QStringList{"default", "podman", "build"};
+        QTest::newRow("a socket gone, unless selected") << QStringList{} << "rootless" << QStringList{"default", "rootless", "podman"};
+        QTest::newRow("the selected twin wins") << QStringList{} << "system" << QStringList{"system", "podman"};
+    }
+    void watchedEngines()
+    {
+        QFETCH(QStringList, remotesOn);
+        QFETCH(QString, selected);
+        const QList<RuntimeEntry> entries{{Runtime::context("default"), "unix:///var/run/docker.sock", true},
+                                          {Runtime::context("rootless"), "unix:///run/user/1000/docker.sock", false},
+                                          {Runtime::context("system"), "unix:///var/run/docker.sock", true},
+                                          {Runtime::socket("podman", "/run/user/1000/podman/podman.sock"), "unix:///run/user/1000/podman/podman.sock", true},
+                                          {Runtime::context("build"), "ssh://ci@build", true}};
+        QStringList names;
+        for (const RuntimeEntry &e : RuntimeSelection::watched(entries, remotesOn, Runtime::context(selected)))
+            names << e.runtime.name;
+        QTEST(names, "watched");
+    }
+
+    // Every engine's rows side by side, each saying whose it is: a namesake project on two
+    // engines is two projects, and a volume counts as mounted only by its own engine's rows.
+    void mergedView()
+    {
+        const auto part = [](const QString &engine, QList<Container> containers, QList<DockerVolume> volumes) {
+            for (Container &x : containers)
+                x.engine = engine;
+            for (DockerVolume &v : volumes)
+                v.engine = engine;
+            return MergedView::Part{engine, containers, {}, volumes, {}, {}};
+        };
+        Container web = c("shop-web-1", "nginx", "shop");
+        web.mounts = {"shop_data"};
+        const MergedView view({part("default", {web, c("cache", "redis")}, {{"shop_data", "local", "/v"}}),
+                               part("build", {c("shop-web-1", "nginx", "shop")}, {{"shop_data", "local", "/w"}})});
+        QVERIFY(view.several());
+        QCOMPARE(names(view.containers(Filters::query("shop")), &Container::engine), QStringList({"default", "build"}));
+        const QList<ComposeProject> projects = view.projects({});
+        QCOMPARE(names(projects, &ComposeProject::engine), QStringList({"default", "build"}));
+        QCOMPARE(projects.last().containers.first().engine, "build");
+        QCOMPARE(view.mountedVolumes(), QSet<QString>{MergedView::rowKey("default", "shop_data")});
+        QCOMPARE(view.running(), 3);
     }
 };
 

@@ -109,6 +109,15 @@ void ContainerModel::usageSampled(const QSet<QString> &containerIds)
     }
 }
 
+void ContainerModel::setEngines(const QHash<QString, RuntimeEntry> &engines)
+{
+    if (m_engines == engines)
+        return;
+    m_engines = engines;
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0), index(int(m_rows.size()) - 1), {TerminalCommandRole, LinksRole});
+}
+
 void ContainerModel::setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint)
 {
     QList<int> roles;
@@ -165,12 +174,16 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
     case PauseLabelRole:
         return ContainerRules::pauseLabel(c).value_or(QString());
     case TerminalCommandRole:
+        // A row of another engine than the selected one is reached through its own.
+        if (const auto engine = m_engines.constFind(c.engine); engine != m_engines.cend())
+            return Terminal::commandLine(engine->runtime, c.name);
         return Terminal::commandLine(m_runtime, c.name);
     case DescriptionRole:
         return ContainerRules::spoken(c);
     case LinksRole: {
         QVariantList links;
-        for (const PortLinks::Link &link : PortLinks::links(Docker::parsePorts(c.ports), m_endpoint))
+        const auto engine = m_engines.constFind(c.engine);
+        for (const PortLinks::Link &link : PortLinks::links(Docker::parsePorts(c.ports), engine != m_engines.cend() ? engine->endpoint : m_endpoint))
             links.append(QVariantMap{{QStringLiteral("label"), link.label}, {QStringLiteral("url"), link.url.toString()}});
         return links;
     }

@@ -56,6 +56,8 @@ public:
     // The runtime the terminal command of each row names, and its endpoint, which says
     // where the rows' ports are reached.
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
+    // Each engine's runtime and endpoint by its name, for rows of several engines.
+    void setEngines(const QHash<QString, RuntimeEntry> &engines);
     const QList<Container> &containers() const { return m_rows; }
     // Where the rows' machine use is read; rows ask for it through onScreen().
     void setUsage(UsageWatch *usage);
@@ -78,6 +80,7 @@ private:
     void usageSampled(const QSet<QString> &containerIds);
 
     std::optional<Runtime> m_runtime;
+    QHash<QString, RuntimeEntry> m_engines;
     UsageOf m_usageOf;
     // The watches asked for rows, each told when it has nothing more to read for this model.
     QList<QPointer<UsageWatch>> m_watches;

@@ -8,11 +8,11 @@ Note single(const Failure &f)
     const QString in = f.project.isEmpty() ? QString() : QStringLiteral(" · project ") + f.project;
     switch (f.why) {
     case Failure::Why::Exited:
-        return {f.name + QStringLiteral(" stopped unexpectedly"), QStringLiteral("Exited with code %1").arg(f.exitCode) + in, f.id, f.project};
+        return {f.name + QStringLiteral(" stopped unexpectedly"), QStringLiteral("Exited with code %1").arg(f.exitCode) + in, f.id, f.project, f.engine};
     case Failure::Why::OutOfMemory:
-        return {f.name + QStringLiteral(" ran out of memory"), QStringLiteral("The out-of-memory killer stopped a process in it") + in, f.id, f.project};
+        return {f.name + QStringLiteral(" ran out of memory"), QStringLiteral("The out-of-memory killer stopped a process in it") + in, f.id, f.project, f.engine};
     case Failure::Why::Unhealthy:
-        return {f.name + QStringLiteral(" is unhealthy"), QStringLiteral("Its health check is failing") + in, f.id, f.project};
+        return {f.name + QStringLiteral(" is unhealthy"), QStringLiteral("Its health check is failing") + in, f.id, f.project, f.engine};
     }
     return {};
 }
@@ -35,7 +35,8 @@ Note folded(const QString &project, const QList<Failure> &failures)
     const QString what = allUnhealthy ? QStringLiteral(" are unhealthy") : noneUnhealthy ? QStringLiteral(" stopped unexpectedly") : QStringLiteral(" are failing");
     const QString whose = project.isEmpty() ? QStringLiteral("%1 containers").arg(failures.size())
                                             : QStringLiteral("%1 containers of %2").arg(failures.size()).arg(project);
-    return {whose + what, named(failures), {}, project};
+    // A burst comes from one engine's watch, so its failures share their engine.
+    return {whose + what, named(failures), {}, project, failures.isEmpty() ? QString() : failures.first().engine};
 }
 }
 

@@ -14,6 +14,8 @@ struct Note {
     // Whose logs "Show logs" opens: the container's when one failed, else the project's.
     QString containerId;
     QString project;
+    // The engine it failed on, by name.
+    QString engine = {};
 
     friend bool operator==(const Note &, const Note &) = default;
 };

@@ -1,4 +1,5 @@
 #include "settingscontroller.h"
+#include "secrets.h"
 #include "settings.h"
 
 #include "appstore.h"
@@ -227,8 +228,9 @@ void SettingsController::listRemotes()
     const QStringList watched = m_store->watchedRemotes();
     QList<RemoteEngine> remotes;
     for (const RuntimeEntry &e : m_store->runtimes()) {
+        // A tcp:// endpoint may carry a password.
         if (!RuntimeSelection::isLocal(e))
-            remotes.append({e.runtime.name, e.endpoint, watched.contains(e.runtime.name)});
+            remotes.append({e.runtime.name, Secrets::text(e.endpoint), watched.contains(e.runtime.name)});
     }
     const bool hadNone = m_remotes.count() == 0;
     m_remotes.setEngines(remotes);

@@ -86,7 +86,7 @@ Item {
         property string project: ""
 
         objectName: "confirmDown"
-        title: "Take " + project + " down?"
+        title: "Take " + root.actions.named(project) + " down?"
         confirmText: "Down"
         onConfirmed: root.actions.down(confirmDown.project)
     }
@@ -96,7 +96,7 @@ Item {
         property string volume: ""
 
         objectName: "confirmVolume"
-        title: "Remove " + volume + "?"
+        title: "Remove " + root.actions.named(volume) + "?"
         confirmText: "Remove"
         alternativeText: "Back up first…"
         onConfirmed: root.actions.removeVolume(confirmVolume.volume)
@@ -108,7 +108,7 @@ Item {
         property bool images: true
 
         objectName: "confirmPrune"
-        title: images ? "Prune unused images?" : "Prune unused volumes?"
+        title: root.actions.pruneTitle(images)
         message: images ? "Removes every dangling image: untagged, and used by no container. Tagged images stay."
                         : "Removes the volumes no container uses, with their data. This cannot be undone."
         confirmText: "Prune"

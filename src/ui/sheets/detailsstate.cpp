@@ -222,7 +222,7 @@ QString ContainerInspection::copyText() const
 
 ImageInspection::ImageInspection(AppStore *store, const DockerImage &image, QObject *parent)
     : Inspection(store, image.engine, image.repository.isEmpty() || image.repository == QLatin1String("<none>") ? image.id : image.repository + u':' + image.tag, parent),
-      m_image(image), m_containers(store ? store->containers() : QList<Container>())
+      m_image(image), m_containers(m_engine ? m_engine->containers() : QList<Container>())
 {
 }
 

@@ -139,7 +139,8 @@ void ProjectDeletion::start()
 
 void ProjectDeletion::confirm()
 {
-    if (!m_plan || m_working || !m_store)
+    // A plan read from any engine but the one the sheet names removes nothing.
+    if (!m_plan || m_working || !m_store || m_plan->runtime != m_runtime)
         return;
     m_working = true;
     m_backupProblem.clear();

@@ -119,9 +119,9 @@ ApplicationWindow {
         property int verb: Verb.BackupVolume
         property string volume: ""
 
-        title: volumeDialog.verb === Verb.RestoreVolume ? "Restore " + volumeDialog.volume
-             : volumeDialog.verb === Verb.RemoveVolume ? "Back up " + volumeDialog.volume + " before removing it"
-             : "Back up " + volumeDialog.volume
+        title: volumeDialog.verb === Verb.RestoreVolume ? "Restore " + window.actions.named(volumeDialog.volume)
+             : volumeDialog.verb === Verb.RemoveVolume ? "Back up " + window.actions.named(volumeDialog.volume) + " before removing it"
+             : "Back up " + window.actions.named(volumeDialog.volume)
         fileMode: volumeDialog.verb === Verb.RestoreVolume ? FileDialog.OpenFile : FileDialog.SaveFile
         nameFilters: ["Tar archives (*.tar)", "All files (*)"]
         onAccepted: window.actions.perform(volumeDialog.verb, volumeDialog.volume, String(volumeDialog.selectedFile))

@@ -31,6 +31,21 @@ Actions::Actions(AppStore *store, QObject *parent) : QObject(parent), m_store(st
 
 // A row's key names its engine and its id or name; a bare id or name (a notification's,
 // a script's) is the selected runtime's row of that id.
+QString Actions::named(const QString &key) const
+{
+    const QString name = key.section(QChar(0x1f), -1);
+    const QString engine = key.contains(QChar(0x1f)) ? key.section(QChar(0x1f), 0, 0) : QString();
+    return engine.isEmpty() || !m_store->shown().several() ? name : name + QStringLiteral(" on ") + engine;
+}
+
+QString Actions::pruneTitle(bool images) const
+{
+    const QString what = images ? QStringLiteral("Prune unused images") : QStringLiteral("Prune unused volumes");
+    // With several engines shown, say which one: a prune goes to the selected runtime alone.
+    const auto runtime = m_store->runtime();
+    return (m_store->shown().several() && runtime ? what + QStringLiteral(" on ") + runtime->name : what) + u'?';
+}
+
 bool Actions::isRow(const QString &key, const QString &engine, const QString &id) const
 {
     if (key == MergedView::rowKey(engine, id))
@@ -40,16 +55,20 @@ bool Actions::isRow(const QString &key, const QString &engine, const QString &id
 
 std::optional<Container> Actions::container(const QString &id) const
 {
-    for (const Container &c : m_store->shown().containers()) {
-        if (isRow(id, c.engine, c.id))
-            return c;
+    for (const EngineStore *engine : m_store->engines()) {
+        for (Container c : engine->containers()) {
+            c.engine = engine->name();
+            if (isRow(id, c.engine, c.id))
+                return c;
+        }
     }
     return std::nullopt;
 }
 
 std::optional<ComposeProject> Actions::project(const QString &name) const
 {
-    for (const ComposeProject &p : m_store->projects()) {
+    // Whatever the search text hides: a notification names a project the list may not show.
+    for (const ComposeProject &p : m_store->shown().projects(m_store->directories())) {
         if (isRow(name, p.engine, p.name))
             return p;
     }
@@ -366,7 +385,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
             emit consoleRequested(opened(new ExecConsole(m_store->engine(), c, m_store->runtimeNamed(c.engine)), c.engine));
         });
     case Verb::Commit:
-        return onContainer([this](const Container &c) { emit commitRequested(c.id, c.name); });
+        return onContainer([this](const Container &c) { emit commitRequested(MergedView::rowKey(c.engine, c.id), c.name); });
     case Verb::OpenInBrowser:
         if (!QDesktopServices::openUrl(QUrl(detail)))
             m_store->reportError(QStringLiteral("Could not open ") + detail + QStringLiteral(": no web browser answered."));
@@ -375,14 +394,14 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Down:
         return onProject([this](const ComposeProject &p) {
             ask();
-            emit downRequested(p.name, ProjectCard::downConfirmation(int(p.containers.size())));
+            emit downRequested(MergedView::rowKey(p.engine, p.name), ProjectCard::downConfirmation(int(p.containers.size())));
         });
     case Verb::StartAll: return startAll(subject);
     case Verb::StopAll: return stopAll(subject);
     case Verb::Forget: return forget(subject);
     case Verb::Reveal: return reveal(subject);
     case Verb::Locate:
-        return onProject([this](const ComposeProject &p) { emit locateRequested(p.name); });
+        return onProject([this](const ComposeProject &p) { emit locateRequested(MergedView::rowKey(p.engine, p.name)); });
     case Verb::PullNewer: return onProject([this](const ComposeProject &p) { m_store->pullNewer(p); });
     case Verb::Recreate: return onProject([this](const ComposeProject &p) { m_store->recreate(p); });
     case Verb::DismissPull: return onProject([this](const ComposeProject &p) { m_store->dismissPull(p.name, p.engine); });
@@ -435,11 +454,11 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::RemoveVolume:
         if (!detail.isEmpty())
             return volumeData(verb, subject, QUrl(detail));
-        if (volume(subject)) {
+        if (const auto found = volume(subject)) {
             ask();
             emit volumeRemovalRequested(subject, QStringLiteral("%1 and every file in it are deleted, and cannot be brought back. "
                                                                 "Back up first saves its files to a .tar archive you choose, and "
-                                                                "removes the volume only once the archive is whole.").arg(subject));
+                                                                "removes the volume only once the archive is whole.").arg(named(subject)));
         }
         return;
     case Verb::PruneVolumes: ask(); emit pruneRequested(false); return;

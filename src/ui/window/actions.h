@@ -100,6 +100,14 @@ signals:
 private:
     std::optional<Container> container(const QString &id) const;
     bool isRow(const QString &key, const QString &engine, const QString &id) const;
+
+public:
+    // A row's key as a person reads it: "shop", or "shop on build-server" while several
+    // engines are shown.
+    Q_INVOKABLE QString named(const QString &key) const;
+    Q_INVOKABLE QString pruneTitle(bool images) const;
+
+private:
     std::optional<ComposeProject> project(const QString &name) const;
     std::optional<DockerNetwork> network(const QString &name) const;
     // A click on something that has gone since it was drawn does nothing.

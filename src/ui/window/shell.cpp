@@ -60,6 +60,11 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
         }
         m_containers.setRuntime(m_store->runtime(), endpoint);
         m_projects.setRuntime(m_store->runtime(), endpoint);
+        QHash<QString, RuntimeEntry> engines;
+        for (const RuntimeEntry &entry : m_store->runtimes())
+            engines.insert(entry.runtime.name, entry);
+        m_containers.setEngines(engines);
+        m_projects.setEngines(engines);
     };
     connect(m_store, &AppStore::imagesChanged, this, images);
     connect(m_store, &AppStore::filterChanged, this, images);
