@@ -33,8 +33,26 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
                                const QHash<QString, PullSummary> &pulls)
 {
     QList<ProjectRow> rows;
-    rows.reserve(projects.size());
+    rows.reserve(projects.size() + 1);
+    // Each engine's loose containers follow its projects, so rows stay grouped by engine.
+    const auto looseOf = [&](const QString &engine) {
+        QList<Container> of;
+        std::copy_if(loose.cbegin(), loose.cend(), std::back_inserter(of), [&](const Container &c) { return c.engine == engine; });
+        if (!of.isEmpty())
+            rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, of, 0, {}, engine}, false, {}, true});
+    };
+    QStringList engines;
     for (const ComposeProject &p : projects) {
+        if (!engines.contains(p.engine))
+            engines.append(p.engine);
+    }
+    for (const Container &c : loose) {
+        if (!engines.contains(c.engine))
+            engines.append(c.engine);
+    }
+    for (const ComposeProject &p : projects) {
+        if (!rows.isEmpty() && !rows.constLast().loose && rows.constLast().project.engine != p.engine)
+            looseOf(rows.constLast().project.engine);
         const DirectoryFacts facts = p.workingDir ? ProjectDirectory::factsOf(dirs, *p.workingDir) : DirectoryFacts{};
         ProjectRow row{p, facts.exists, ProjectCard::state(p, facts.exists, facts.composeFile), false, muted.contains(p.name)};
         // Where the directory or its file has gone, the card shows what its containers show.
@@ -46,8 +64,12 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
             row.pull = *pull;
         rows.append(row);
     }
-    if (!loose.isEmpty())
-        rows.append({ComposeProject{QStringLiteral("Not in a project"), std::nullopt, loose, 0}, false, {}, true});
+    // The engines not yet closed: the last one with projects, and those with loose rows only.
+    for (const QString &engine : std::as_const(engines)) {
+        const bool closed = std::any_of(rows.cbegin(), rows.cend(), [&](const ProjectRow &r) { return r.loose && r.project.engine == engine; });
+        if (!closed)
+            looseOf(engine);
+    }
     setRows(rows);
 }
 
@@ -62,6 +84,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             child = new ContainerModel(this);
             child->setRuntime(m_runtime, m_endpoint);
             child->setUsageOf(m_usageOf);
+            child->setEngines(m_engines);
         }
         child->setContainers(r.project.containers);
         ServiceModel *&services = m_services[r.key()];
@@ -99,7 +122,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
 
 int ProjectModel::projectCount() const
 {
-    return int(m_rows.size()) - ((!m_rows.isEmpty() && m_rows.constLast().loose) ? 1 : 0);
+    return int(std::count_if(m_rows.cbegin(), m_rows.cend(), [](const ProjectRow &r) { return !r.loose; }));
 }
 
 QList<int> ProjectModel::rowCounts(bool withServices) const
@@ -140,6 +163,13 @@ void ProjectModel::setUsageOf(UsageOf usageOf)
         child->setUsageOf(m_usageOf);
 }
 
+void ProjectModel::setEngines(const QHash<QString, RuntimeEntry> &engines)
+{
+    m_engines = engines;
+    for (ContainerModel *child : std::as_const(m_children))
+        child->setEngines(engines);
+}
+
 UsageWatch *ProjectModel::usageOf(const QString &engine) const
 {
     UsageWatch *watch = m_usageOf ? m_usageOf(engine) : nullptr;
@@ -177,7 +207,7 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
 {
     const ComposeProject &p = r.project;
     if (role >= KeyRole)
-        return r.loose ? (role == SubjectRole ? QVariant(p.name) : QVariant(QString())) : sharedRole(role, p.engine, p.name, p.name);
+        return role == KeyRole && r.loose ? QVariant(r.key()) : sharedRole(role, p.engine, p.name, p.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole:
@@ -222,7 +252,7 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         return UsageText::line(UsageText::sum(parts));
     }
     case WorkRole:
-        return m_ups && !r.loose ? m_ups->of(p.name) : QVariantMap();
+        return m_ups && !r.loose ? m_ups->of(p.name, p.engine) : QVariantMap();
     }
     return {};
 }

@@ -28,7 +28,7 @@ struct ProjectRow {
     // counted, since nothing is missing while they are off.
     int total() const;
 
-    QString key() const { return loose ? QStringLiteral("\x01loose") : project.engine + u'\n' + project.name; }
+    QString key() const { return loose ? QStringLiteral("\x01loose") + project.engine : project.engine + u'\n' + project.name; }
 
     friend bool operator==(const ProjectRow &, const ProjectRow &) = default;
 };
@@ -82,12 +82,14 @@ public:
     void setRuntime(const std::optional<Runtime> &runtime, const QString &endpoint = {});
     void setUsage(UsageWatch *usage);
     void setUsageOf(UsageOf usageOf);
+    void setEngines(const QHash<QString, RuntimeEntry> &engines);
     void setWork(WorkModel *ups);
     // The rows of the project of that name (on that engine, when given), or of its row key.
     ContainerModel *containersOf(const QString &project, const std::optional<QString> &engine = {}) const
     {
         for (auto it = m_children.cbegin(); it != m_children.cend(); ++it) {
-            if (it.key() == project || (it.key().endsWith(u'\n' + project) && (!engine || it.key() == *engine + u'\n' + project)))
+            const bool loose = project.startsWith(u'\x01') && it.key().startsWith(project) && (!engine || it.key() == project + *engine);
+            if (it.key() == project || loose || (it.key().endsWith(u'\n' + project) && (!engine || it.key() == *engine + u'\n' + project)))
                 return it.value();
         }
         return nullptr;
@@ -109,6 +111,7 @@ private:
     QHash<QString, ContainerModel *> m_children;
     QHash<QString, ServiceModel *> m_services;
     UsageWatch *usageOf(const QString &engine) const;
+    QHash<QString, RuntimeEntry> m_engines;
     UsageOf m_usageOf;
     mutable QList<QPointer<UsageWatch>> m_watches;
     QPointer<WorkModel> m_ups;

@@ -43,10 +43,10 @@ QString WorkModel::line() const
     return m_rows.size() == 1 ? first : QStringLiteral("%1, and %2 more").arg(first).arg(m_rows.size() - 1);
 }
 
-QVariantMap WorkModel::of(const QString &subject) const
+QVariantMap WorkModel::of(const QString &subject, const QString &engine) const
 {
     for (const Work &w : m_rows) {
-        if (w.subject == subject)
+        if (w.subject == subject && (engine.isEmpty() || w.engine.isEmpty() || w.engine == engine))
             return rowMap(w);
     }
     return {};

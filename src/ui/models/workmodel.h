@@ -25,7 +25,7 @@ public:
 
     QString line() const;
     // The row of the work of this kind on the subject: a project's up, a volume's backup.
-    Q_INVOKABLE QVariantMap of(const QString &subject) const;
+    Q_INVOKABLE QVariantMap of(const QString &subject, const QString &engine = {}) const;
     Q_INVOKABLE void stop(int workId);
 
     QHash<int, QByteArray> roleNames() const override;

@@ -157,6 +157,30 @@ Window {
             // A group's name is a caption; only its containers take the keyboard.
             headerStops: false
             Accessible.name: "Containers"
+            // With several engines, their groups come under each engine's name.
+            section.property: "engine"
+            section.delegate: Item {
+                id: engineHeader
+
+                required property string section
+
+                width: groups.width
+                implicitHeight: section === "" ? 0 : engineName.implicitHeight + 14
+                visible: section !== ""
+
+                Text {
+                    id: engineName
+
+                    objectName: "engineSection"
+                    x: 12
+                    y: 10
+                    text: engineHeader.section
+                    color: Theme.ink
+                    font: Theme.varied("Inter", 600, 12)
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
+            }
 
             delegate: ColumnLayout {
                 id: group
