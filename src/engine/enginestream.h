@@ -19,6 +19,8 @@ public:
     virtual QByteArray readAll() = 0;
     // The producing process, or 0 when there is none.
     virtual qint64 pid() const { return 0; }
+    // Machine use read from the kernel's counters here, with no work for the engine.
+    virtual bool readsCounters() const { return false; }
 
     // For a holder: ends the held stream now and forgets it; nothing it sends reaches the
     // listener after this.

@@ -45,7 +45,7 @@ public:
     qint64 pid() const override { return m_inner ? m_inner->pid() : 0; }
 
     // Whether the counters are read here, rather than the engine asked.
-    bool readsCounters() const { return m_found.has_value(); }
+    bool readsCounters() const override { return m_found.has_value() && !m_inner; }
 
     // One line as the client writes it.
     static QByteArray line(const QString &id, double cpuPercent, qint64 memoryBytes, std::optional<qint64> limit);

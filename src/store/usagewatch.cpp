@@ -50,6 +50,7 @@ void UsageWatch::follow(const std::optional<Runtime> &runtime)
         return;
     m_following = true;
     m_runtime = runtime;
+    m_counters = false;
     m_histories.clear();
     endChild();
     m_sinceReading.invalidate();
@@ -88,7 +89,12 @@ const UsageHistory *UsageWatch::history(const QString &containerId) const
 
 qint64 UsageWatch::childPid() const { return m_child ? m_child->pid() : 0; }
 
-std::chrono::milliseconds UsageWatch::cadence() const { return m_timing.pace(m_wanted.size()).every; }
+UsagePace UsageWatch::pace() const
+{
+    return m_counters ? UsagePace{UsageRead::Streaming, 1s} : m_timing.pace(m_wanted.size());
+}
+
+std::chrono::milliseconds UsageWatch::cadence() const { return pace().every; }
 
 void UsageWatch::relaunch()
 {
@@ -96,7 +102,7 @@ void UsageWatch::relaunch()
         endChild();
         return;
     }
-    const UsagePace pace = m_timing.pace(m_wanted.size());
+    const UsagePace pace = this->pace();
     if (pace.read == UsageRead::Streaming) {
         if (!m_child || m_childRead != UsageRead::Streaming || m_streaming != m_wanted)
             launch(UsageRead::Streaming);
@@ -160,6 +166,13 @@ void UsageWatch::read()
     if (!m_child)
         return;
     m_partial += m_child->readAll();
+    // The first reading tells where they come from; a stream of counters that had to turn
+    // to the engine's own stats goes back to the engine's pace.
+    if (const bool counters = m_child->readsCounters(); counters != m_counters) {
+        m_counters = counters;
+        if (!counters || m_childRead == UsageRead::Streaming)
+            m_settle.start(0);
+    }
     QList<Usage> readings;
     qsizetype start = 0;
     for (qsizetype end; (end = m_partial.indexOf('\n', start)) >= 0; start = end + 1) {

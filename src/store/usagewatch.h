@@ -88,6 +88,7 @@ signals:
 
 private:
     void relaunch();
+    UsagePace pace() const;
     void launch(UsageRead read);
     void endChild();
     void read();
@@ -97,6 +98,9 @@ private:
     Clock m_clock;
     Timing m_timing;
     std::optional<Runtime> m_runtime;
+    // Whether the last reading came from the kernel's counters: then every container is
+    // read each second, which costs the engine nothing; else the engine's pace holds.
+    bool m_counters = false;
     bool m_following = false;
     bool m_shown = false;
     QHash<const void *, QSet<QString>> m_viewers;
