@@ -144,6 +144,8 @@ void AppStore::syncEngines()
         wanted.append(entry.runtime);
         endpoints.insert(entry.endpoint);
     }
+    if (runtime() && runtime()->isSocket())
+        endpoints.insert(QStringLiteral("unix://") + runtime()->path);
     // An engine of this machine that has answered stays while its runtime is listed: its
     // socket gone, its rows stay with the stale line that says for how long. Never beside
     // a twin that reaches the same endpoint.

@@ -28,7 +28,8 @@ QList<RuntimeEntry> watched(const QList<RuntimeEntry> &entries, const QStringLis
     const auto wanted = [&](const RuntimeEntry &e) {
         return (selected && e.runtime == *selected) || (isLocal(e) ? e.reachable : remotesOn.contains(e.runtime.name));
     };
-    QString selectedEndpoint;
+    // A socket picked by path need not be listed; its path says where it goes.
+    QString selectedEndpoint = selected && selected->isSocket() ? QStringLiteral("unix://") + selected->path : QString();
     for (const RuntimeEntry &e : entries) {
         if (selected && e.runtime == *selected)
             selectedEndpoint = e.endpoint;

@@ -87,6 +87,7 @@ private slots:
         QTest::newRow("the selected remote, though off") << QStringList{} << "build" << QStringList{"default", "podman", "build"};
         QTest::newRow("a socket gone, unless selected") << QStringList{} << "rootless" << QStringList{"default", "rootless", "podman"};
         QTest::newRow("the selected twin wins") << QStringList{} << "system" << QStringList{"system", "podman"};
+        QTest::newRow("an unlisted socket's twin") << QStringList{} << "/var/run/docker.sock" << QStringList{"podman"};
     }
     void watchedEngines()
     {
@@ -98,7 +99,8 @@ private slots:
                                           {Runtime::socket("podman", "/run/user/1000/podman/podman.sock"), "unix:///run/user/1000/podman/podman.sock", true},
                                           {Runtime::context("build"), "ssh://ci@build", true}};
         QStringList names;
-        for (const RuntimeEntry &e : RuntimeSelection::watched(entries, remotesOn, Runtime::context(selected)))
+        const Runtime chosen = selected.startsWith('/') ? Runtime::socket("by path", selected) : Runtime::context(selected);
+        for (const RuntimeEntry &e : RuntimeSelection::watched(entries, remotesOn, chosen))
             names << e.runtime.name;
         QTEST(names, "watched");
     }

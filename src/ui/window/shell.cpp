@@ -274,7 +274,9 @@ QString Shell::runningText() const
 
 QString Shell::stoppedText() const
 {
-    return QString::number(m_store->containers().size() - m_store->runningCount()) + QStringLiteral(" STOPPED");
+    // Both over every engine shown.
+    const MergedView shown = m_store->shown();
+    return QString::number(shown.containers().size() - shown.running()) + QStringLiteral(" STOPPED");
 }
 
 bool Shell::filtering() const { return !m_store->filter().isEmpty(); }
