@@ -9,10 +9,14 @@
 //                              the sshd side too (KORVAT_BENCH_SSHD_PID and its sessions), then
 //                              a listing through Korvat beside the bare client's over the same
 //                              kept connection, then stops as above
+//   bench_cost SECONDS engines two local engines watched, the second's dockerd named by
+//                              KORVAT_BENCH_ENGINE2_PID and counted with the first: the window
+//                              shown with every row's use; then the stops as above on the first
+//                              while the second hangs (SIGSTOP), and how soon it is fresh again
 // Run through bench/run.sh, which starts a private engine, fills it, and exports
-// KORVAT_BENCH_ENGINE_PID (dockerd's, checked), KORVAT_ENGINE_EXEC (its exec root, where its
-// own containerd listens unless it names the system's)
-// and KORVAT_BENCH_CONTAINER (a running one to stop).
+// KORVAT_BENCH_ENGINE_PID (dockerd's, checked; its own containerd listens under its
+// --exec-root, or KORVAT_ENGINE_EXEC, unless it names the system's) and
+// KORVAT_BENCH_CONTAINER (a running one to stop).
 
 #include "appstore.h"
 #include "containermodel.h"
@@ -27,8 +31,10 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QPointer>
 #include <QProcess>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
@@ -37,6 +43,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <unistd.h>
 
@@ -89,49 +96,70 @@ qint64 korvatTicks()
     return sum;
 }
 
-QStringList runningContainers(bool whole = false);
+// An empty host is the one DOCKER_HOST names.
+QStringList runningContainers(const QString &host = {}, bool whole = false);
 
 QList<QByteArray> arguments(qint64 pid)
 {
     return readProc(QStringLiteral("/proc/%1/cmdline").arg(pid)).split('\0');
 }
 
-// The engine's process, checked: a wrong id would read as an engine that costs nothing.
-qint64 enginePid()
+// A daemon's flag, given as "--flag value" or "--flag=value".
+QByteArray flagOf(const QList<QByteArray> &args, const QByteArray &flag)
 {
-    static const qint64 pid = [] {
-        const qint64 given = qEnvironmentVariableIntValue("KORVAT_BENCH_ENGINE_PID");
-        if (given <= 0 || !arguments(given).value(0).endsWith("dockerd")) {
-            out << "bench_cost: KORVAT_BENCH_ENGINE_PID (" << qgetenv("KORVAT_BENCH_ENGINE_PID") << ") is not a running dockerd\n";
-            out.flush();
-            std::exit(1);
-        }
-        return given;
-    }();
-    return pid;
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        if (args[i].startsWith(flag + '='))
+            return args[i].mid(flag.size() + 1);
+        if (args[i] == flag && i + 1 < args.size())
+            return args[i + 1];
+    }
+    return {};
 }
 
-// Where the engine's containerd listens: its --containerd when it uses the system's, or the
-// one it runs itself under its exec root.
-QByteArray containerdAddress()
+// An engine whose work is counted: its dockerd, where its containerd listens (the system's
+// when it names one, else its own under its exec root), and where it answers.
+struct Daemon {
+    qint64 pid;
+    QByteArray containerd;
+    QString host;
+};
+
+// Checked: a wrong id would read as an engine that costs nothing.
+Daemon daemonNamedBy(const char *variable)
 {
-    for (const QByteArray &arg : arguments(enginePid())) {
-        if (arg.startsWith("--containerd="))
-            return arg.mid(13);
+    const qint64 pid = qEnvironmentVariableIntValue(variable);
+    const QList<QByteArray> args = arguments(pid);
+    if (pid <= 0 || !args.value(0).endsWith("dockerd")) {
+        out << "bench_cost: " << variable << " (" << qgetenv(variable) << ") is not a running dockerd\n";
+        out.flush();
+        std::exit(1);
     }
-    const QList<QByteArray> args = arguments(enginePid());
-    const qsizetype flag = args.indexOf("--containerd");
-    if (flag >= 0 && flag + 1 < args.size())
-        return args[flag + 1];
-    return qgetenv("KORVAT_ENGINE_EXEC") + "/containerd/containerd.sock";
+    QByteArray containerd = flagOf(args, "--containerd");
+    if (containerd.isEmpty()) {
+        const QByteArray root = flagOf(args, "--exec-root");
+        containerd = (root.isEmpty() ? qgetenv("KORVAT_ENGINE_EXEC") : root) + "/containerd/containerd.sock";
+    }
+    return {pid, containerd, QString::fromUtf8(flagOf(args, "--host"))};
+}
+
+// The engine Korvat shows, and the second one when KORVAT_BENCH_ENGINE2_PID names it.
+const QList<Daemon> &daemons()
+{
+    static const QList<Daemon> all = [] {
+        QList<Daemon> found{daemonNamedBy("KORVAT_BENCH_ENGINE_PID")};
+        if (qEnvironmentVariableIsSet("KORVAT_BENCH_ENGINE2_PID"))
+            found << daemonNamedBy("KORVAT_BENCH_ENGINE2_PID");
+        return found;
+    }();
+    return all;
 }
 
 // The shims containerd started for this engine's containers: they leave containerd's tree
 // at once, and they do much of the work of reading a container's use. Found by the address
 // they serve, they must account for every running container, or the figure is wrong.
-QList<qint64> shims()
+QList<qint64> shims(const Daemon &daemon)
 {
-    static const QByteArray address = containerdAddress();
+    const QByteArray &address = daemon.containerd;
     QList<qint64> found;
     QSet<QByteArray> ids;
     for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
@@ -147,9 +175,10 @@ QList<qint64> shims()
         if (id >= 0)
             ids.insert(args.value(id + 1));
     }
-    static bool checked = false;
-    if (!std::exchange(checked, true)) {
-        for (const QString &running : runningContainers(true)) {
+    static QSet<qint64> checked;
+    if (!checked.contains(daemon.pid)) {
+        checked.insert(daemon.pid);
+        for (const QString &running : runningContainers(daemon.host, true)) {
             if (!ids.contains(running.toUtf8())) {
                 out << "bench_cost: no shim at " << address << " runs container " << running << "\n";
                 out.flush();
@@ -160,13 +189,15 @@ QList<qint64> shims()
     return found;
 }
 
-// dockerd and what runs under it: containerd, the shims, the containers.
+// Each dockerd and what runs under it: containerd, the shims, the containers.
 qint64 engineTicks()
 {
-    const qint64 dockerd = enginePid();
-    qint64 sum = ticks(dockerd, true);
-    for (const qint64 pid : descendants(dockerd) + shims())
-        sum += ticks(pid, true);
+    qint64 sum = 0;
+    for (const Daemon &daemon : daemons()) {
+        sum += ticks(daemon.pid, true);
+        for (const qint64 pid : descendants(daemon.pid) + shims(daemon))
+            sum += ticks(pid, true);
+    }
     return sum;
 }
 
@@ -213,22 +244,37 @@ Spent spend(int seconds)
     return {korvatTicks() + sshdTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
 }
 
-void measure(const char *label, int seconds, qint64 engineAloneTicks, const char *budget = nullptr)
+// Budgets in % of a core, either of them unset: Korvat's own share, and the whole it adds.
+struct Budgets {
+    const char *own;
+    const char *added;
+};
+
+Budgets atRest()
+{
+    return {qEnvironmentVariableIntValue("KORVAT_BENCH_SCALE") >= 1000 ? "0.5" : "0.3", "0.3"};
+}
+
+void measure(const char *label, int seconds, qint64 engineAloneTicks, Budgets budgets)
 {
     const Spent s = spend(seconds);
-    const QString ownBudget = qEnvironmentVariableIntValue("KORVAT_BENCH_SCALE") >= 1000 ? QStringLiteral("0.5") : QStringLiteral("0.3");
-    out << label << ": Korvat + children " << percent(s.korvat, s.seconds) << " of a core (budget " << (budget ? QString() : ownBudget)
-        << (budget ? QStringLiteral("whole ") + QLatin1String(budget) : QString()) << "), engine " << percent(s.engine, s.seconds)
-        << " (alone " << percent(engineAloneTicks, s.seconds) << (budget ? "" : "; added budget 0.3") << "), whole added "
-        << percent(s.korvat + s.engine - engineAloneTicks, s.seconds) << ", resident " << QString::number(residentMb(), 'f', 1) << " MB\n";
+    const auto budget = [](const char *b) { return b ? QStringLiteral(" (budget %1)").arg(QLatin1String(b)) : QString(); };
+    out << label << ": Korvat + children " << percent(s.korvat, s.seconds) << " of a core" << budget(budgets.own) << ", engine "
+        << percent(s.engine, s.seconds) << " (alone " << percent(engineAloneTicks, s.seconds) << "), whole added "
+        << percent(s.korvat + s.engine - engineAloneTicks, s.seconds) << budget(budgets.added) << ", resident "
+        << QString::number(residentMb(), 'f', 1) << " MB\n";
     out.flush();
 }
 
-QStringList runningContainers(bool whole)
+QStringList runningContainers(const QString &host, bool whole)
 {
+    QStringList args{QStringLiteral("ps"), QStringLiteral("-q")};
+    if (whole)
+        args << QStringLiteral("--no-trunc");
+    if (!host.isEmpty())
+        args = QStringList{QStringLiteral("-H"), host} + args;
     QProcess p;
-    p.start(QStringLiteral("docker"), whole ? QStringList{QStringLiteral("ps"), QStringLiteral("-q"), QStringLiteral("--no-trunc")}
-                                            : QStringList{QStringLiteral("ps"), QStringLiteral("-q")});
+    p.start(QStringLiteral("docker"), args);
     p.waitForFinished(60000);
     return QString::fromUtf8(p.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
 }
@@ -272,7 +318,7 @@ std::optional<QString> stateOf(ContainerModel &model, const QString &name)
 }
 
 // From `docker stop` returning in a shell to the row saying so, and from its start.
-void latency(Desktop::Session &session, const QString &name)
+void latency(Desktop::Session &session, const QString &name, const QString &beside = {})
 {
     ContainerModel &model = *session.shell().containers();
     QList<double> fromReturn, fromStart;
@@ -303,7 +349,7 @@ void latency(Desktop::Session &session, const QString &name)
         std::sort(v.begin(), v.end());
         return QString::number(v[v.size() / 2], 'f', 0);
     };
-    out << "docker stop to the changed row: median " << median(fromReturn) << " ms after the command returned, " << median(fromStart)
+    out << "docker stop to the changed row" << beside << ": median " << median(fromReturn) << " ms after the command returned, " << median(fromStart)
         << " ms after it started (20 stops; budget 100)\n";
 }
 
@@ -346,6 +392,53 @@ void listingOverSsh(AppStore &store, const QString &context)
     out.flush();
 }
 
+// The engines the store watches, each with what it lists and whose use it reads; false
+// unless both answer, or the figures would pass one engine's cost as two's.
+bool twoWatched(AppStore &store)
+{
+    int answering = 0;
+    for (EngineStore *engine : store.engines()) {
+        out << engine->name() << ": " << engine->containers().size() << " containers, usage read for " << engine->usage().wanted().size()
+            << "\n";
+        answering += engine->answered() && !engine->error();
+    }
+    out.flush();
+    return answering == 2;
+}
+
+// The second engine hangs, as a stopped daemon does: its listings and stream get no answer
+// until their deadlines. Its stream merely falls silent, so the window is shown again, which
+// lists every engine at once: one listing of the second is left waiting. Meanwhile the
+// first's changes must keep their pace, and once let go the second must come back by itself.
+void secondHung(Desktop::Session &session, const QString &running)
+{
+    QPointer<EngineStore> second;
+    for (EngineStore *engine : session.store().engines()) {
+        if (engine != &session.store().selected())
+            second = engine;
+    }
+    const qint64 pid = daemons().value(1).pid;
+    ::kill(pid, SIGSTOP);
+    auto resumed = qScopeGuard([pid] { ::kill(pid, SIGCONT); });
+    session.window()->hide();
+    wait(500);
+    session.window()->show();
+    wait(15000);   // past the time a listing may take before its rows show as stale
+    out << "second engine hung for 15 s: shown as stale " << (second && second->stale() ? "yes" : "no") << "\n";
+    latency(session, running, QStringLiteral(" on the first, the second hung"));
+    resumed.dismiss();
+    ::kill(pid, SIGCONT);
+    QElapsedTimer back;
+    back.start();
+    while (second && (second->stale() || second->error()) && back.elapsed() < 60000)
+        wait(20);
+    const QString outcome = !second                              ? QStringLiteral("no longer watched")
+                            : second->stale() || second->error() ? QStringLiteral("still stale after 60 s")
+                                                                 : QStringLiteral("fresh again after %1 ms").arg(back.elapsed());
+    out << "second engine let go: " << outcome << "\n";
+    out.flush();
+}
+
 int main(int argc, char **argv)
 {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -354,7 +447,12 @@ int main(int argc, char **argv)
     const int seconds = app.arguments().value(1, QStringLiteral("30")).toInt();
     const bool usage = app.arguments().value(2) == QLatin1String("usage");
     const bool ssh = app.arguments().value(2) == QLatin1String("ssh");
+    const bool engines = app.arguments().value(2) == QLatin1String("engines");
     const QString sshContext = qEnvironmentVariable("KORVAT_BENCH_SSH_CONTEXT");
+    if (engines && daemons().size() != 2) {
+        out << "bench_cost: KORVAT_BENCH_ENGINE2_PID must name the second engine's dockerd\n";
+        return 1;
+    }
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("bench.conf")), QSettings::IniFormat);
     settings.setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
@@ -370,28 +468,38 @@ int main(int argc, char **argv)
         session.store().start();
         if (ssh)
             session.store().select(Runtime::context(sshContext));
-        if (usage)
+        if (usage || engines)
             session.window()->resize(1080, 1900);   // every row on screen
         session.window()->show();
         wait(10000);   // lists, first frames and the event stream settle
+        const QString running = qEnvironmentVariable("KORVAT_BENCH_CONTAINER");
+        if (engines) {
+            if (!twoWatched(session.store())) {
+                out << "bench_cost: two engines must answer, KORVAT_BENCH_ENGINE2_PID naming the second\n";
+                return 1;
+            }
+            measure("two engines, window shown with usage", seconds, alone, {"0.35", "0.6"});
+            if (!running.isEmpty())
+                secondHung(session, running);
+            return 0;
+        }
         if (usage) {
             out << "usage read for " << session.store().usage().wanted().size() << " containers\n";
-            measure("window shown with usage", seconds, alone, "2");
+            measure("window shown with usage", seconds, alone, {nullptr, "2"});
         } else if (ssh) {
-            measure("window shown, over ssh, sshd counted", seconds, alone, "0.6");
+            measure("window shown, over ssh, sshd counted", seconds, alone, {nullptr, "0.6"});
         } else {
-            measure("window shown", seconds, alone);
+            measure("window shown", seconds, alone, atRest());
         }
         session.window()->hide();
         wait(2000);
-        measure("window hidden", seconds, alone);
+        measure("window hidden", seconds, alone, atRest());
         if (usage) {
             bareStats(seconds, alone);
             return 0;
         }
         if (ssh)
             listingOverSsh(session.store(), sshContext);
-        const QString running = qEnvironmentVariable("KORVAT_BENCH_CONTAINER");
         if (!running.isEmpty()) {
             session.window()->show();
             wait(2000);

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Benchmarks on a private engine: the store and window at 0 and 200 containers, the use of
-# 30 running containers shown, then the whole cost at rest at 9 and 1,000, and the reclaim
-# plan of 1,000 containers, 300 volumes and 200 images.
+# 30 running containers shown, then the whole cost at rest at 9 (beside a second engine
+# holding one, too) and 1,000, and the reclaim plan of 1,000 containers, 300 volumes and
+# 200 images.
 # Usage: bench/run.sh BUILD_DIR
 set -euo pipefail
 build=${1:-build}
@@ -9,6 +10,9 @@ here=$(cd "$(dirname "$0")" && pwd)
 export KORVAT_ENGINE_DIR=/tmp/korvat-bench-engine KORVAT_ENGINE_EXEC=/tmp/kx-bench
 trap 'bash "$here/../scripts/engine.sh" stop' EXIT
 eval "$(bash "$here/../scripts/engine.sh" start)"
+# Korvat watches every local engine that answers: the second one waits, its socket gone,
+# for the figures of two, so that every other figure is of one engine.
+bash "$here/../scripts/engine.sh" stop-second
 bench=$build/bench/bench_store
 window=$build/bin/bench_window
 cost=$build/bin/bench_cost
@@ -87,6 +91,17 @@ for i in $(seq 1 9); do
   docker run -d --name "rest-$i" "$KORVAT_TEST_IMAGE" sh -c "trap 'exit 0' TERM; sleep 3600 & wait" >/dev/null
 done
 KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=9 "$cost" "$idle"
+
+echo "== cost at rest of two engines, 9 running containers and 1 (over ${idle} s)"
+bash "$here/../scripts/engine.sh" start-second
+# The stops above left the one they timed stopped.
+docker start rest-1 >/dev/null
+second="docker -H unix://$KORVAT_TEST_SOCKET2"
+$second run -d --name rest-second "$KORVAT_TEST_IMAGE" sh -c "trap 'exit 0' TERM; sleep 3600 & wait" >/dev/null
+KORVAT_BENCH_ENGINE2_PID=$(cat "$KORVAT_ENGINE_DIR/second/dockerd.pid") KORVAT_BENCH_CONTAINER=rest-1 KORVAT_BENCH_SCALE=9 \
+  "$cost" "$idle" engines
+$second rm -f rest-second >/dev/null
+bash "$here/../scripts/engine.sh" stop-second
 
 echo "== cost at rest over ssh, 9 running containers (over ${idle} s each)"
 # A real sshd on loopback in front of the engine; the client's side is a configuration of its own.

@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 
 using namespace TestSupport;
 
@@ -137,6 +138,70 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(st.events().childPid() > 0 && st.events().nextRetry() == st.timing().events.firstRetry, 30000);
         QCOMPARE(docker(QStringList{"create", "--name", late, engineImage()} + sleeper()).status, 0);
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), patience);
+    }
+
+    // Both private engines watched, a namesake on each: a row's action goes to its own
+    // engine; one engine gone holds up nothing of the other's, keeps its rows under a stale
+    // line, and when it returns its rows are live again without anyone asking.
+    void twoEnginesSideBySide()
+    {
+        const QString first = engineContext(), second = secondEngineContext();
+        const QString name = uniqueName("kt-both-");
+        m_made.containers << name;
+        QStringList onSecond{name};
+        // Leftovers only reach the first engine; the second must run again whatever failed.
+        const auto restored = qScopeGuard([&] {
+            shell("bash \"$KORVAT_ENGINE_SCRIPT\" start-second");
+            docker(QStringList{"--context", second, "rm", "-f"} + onSecond);
+        });
+        const QStringList run = QStringList{"run", "-d", "--name", name, engineImage()} + sleeper();
+        QCOMPARE(docker(run).status, 0);
+        QCOMPARE(docker(QStringList{"--context", second} + run).status, 0);
+        const auto runningOn = [&](const QString &context) {
+            return docker({"--context", context, "inspect", "-f", "{{.State.Running}}", name}).out.trimmed();
+        };
+
+        auto s = settings();
+        AppStore st(s.get(), std::make_shared<CliEngine>());
+        QVERIFY(shown(st));
+        QCOMPARE(st.runtime(), Runtime::context(first));
+        const auto row = [&st](const QString &engine, const QString &n) -> std::optional<Container> {
+            for (const Container &c : st.matchingContainers()) {
+                if (c.engine == engine && c.name == n)
+                    return c;
+            }
+            return std::nullopt;
+        };
+        const auto namesakes = [&] {
+            const QList<Container> rows = st.matchingContainers();
+            return int(std::count_if(rows.cbegin(), rows.cend(), [&](const Container &c) { return c.name == name; }));
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(namesakes() == 2 && row(first, name) && row(second, name), patience);
+
+        st.stop(*row(second, name));
+        QTRY_COMPARE_WITH_TIMEOUT(runningOn(second), QString("false"), patience);
+        QCOMPARE(runningOn(first), QString("true"));
+        QTRY_VERIFY_WITH_TIMEOUT(row(second, name) && !row(second, name)->isRunning(), patience);
+        QVERIFY(row(first, name)->isRunning());
+
+        // The second goes, and may take its socket with it.
+        QVERIFY(shell("bash \"$KORVAT_ENGINE_SCRIPT\" stop-second"));
+        const QString late = m_made.run("kt-both-late-");
+        QTRY_VERIFY(row(first, late));
+        const auto secondStore = [&] { return st.engineNamed(second); };
+        QTRY_VERIFY_WITH_TIMEOUT(secondStore() && (secondStore()->stale() || secondStore()->error()), 30000);
+        QVERIFY(row(first, name) && row(first, name)->isRunning());
+        QVERIFY(row(second, name));
+        QCOMPARE(st.runtime(), Runtime::context(first));
+        QVERIFY(!st.stale() && !st.error());
+
+        QVERIFY(shell("bash \"$KORVAT_ENGINE_SCRIPT\" start-second"));
+        QTRY_VERIFY_WITH_TIMEOUT(secondStore() && !secondStore()->stale() && !secondStore()->error() && row(second, name), 30000);
+        const QString back = uniqueName("kt-both-back-");
+        onSecond << back;
+        QCOMPARE(docker(QStringList{"--context", second, "create", "--name", back, engineImage()} + sleeper()).status, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(row(second, back), patience);
+        QCOMPARE(namesakes(), 2);
     }
 
     // A remote engine through a real sshd: every child rides on the one kept connection; the
