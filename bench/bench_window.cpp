@@ -385,6 +385,57 @@ int logs(QSettings &settings)
     return 0;
 }
 
+// Five engines of this machine, 200 containers each, all shown: one engine's refresh
+// after one of its containers changed, timed to the frame, and the listings it cost.
+int engines(QSettings &settings)
+{
+    auto engine = std::make_shared<FakeEngine>();
+    RuntimeList runtimes;
+    QList<FakeEngine::Holdings> fleets;
+    for (int e = 0; e < 5; ++e) {
+        const QString name = QStringLiteral("engine%1").arg(e);
+        runtimes.list.append({Runtime::context(name), QStringLiteral("unix:///run/bench/%1.sock").arg(name), true});
+        FakeEngine::Holdings fleet = ::fleet();
+        for (Container &c : fleet.containers)
+            c.id = QString::number(e) + c.id.mid(1);
+        engine->setHoldings(fleet, name);
+        fleets.append(fleet);
+    }
+    runtimes.current = runtimes.list.first().runtime;
+    engine->setRuntimes(runtimes);
+    Desktop::Session session(&settings, false, {engine, quiet()});
+    QCoro::waitFor(session.store().loadContexts());
+    session.shell().setCategory(int(Category::Containers));
+    session.window()->show();
+    wait(1000);
+    const int shown = session.shell().containers()->count();
+
+    QList<double> samples;
+    const int listingsBefore = engine->calls(FakeEngine::Call::Listing);
+    for (int round = 0; round < 40; ++round) {
+        FakeEngine::Holdings &state = fleets[3];
+        Container &c = state.containers[round % 12];
+        const bool running = c.state == QLatin1String("running");
+        c.state = running ? QStringLiteral("exited") : QStringLiteral("running");
+        c.status = running ? QStringLiteral("Exited (0) 1 second ago") : QStringLiteral("Up 1 second");
+        engine->setHoldings(state, QStringLiteral("engine3"));
+        QElapsedTimer t;
+        QEventLoop frame;
+        QObject::connect(session.window(), &QQuickWindow::frameSwapped, &frame, &QEventLoop::quit);
+        t.start();
+        QCoro::waitFor(session.store().engineNamed(QStringLiteral("engine3"))->refresh());
+        frame.exec();
+        samples.append(t.nsecsElapsed() / 1e6);
+        wait(20);
+    }
+    std::sort(samples.begin(), samples.end());
+    out << "5 engines, " << shown << " rows shown; one engine's refresh, one container changed, to its frame: median "
+        << QString::number(samples.at(samples.size() / 2), 'f', 1) << " ms, worst " << QString::number(samples.last(), 'f', 1)
+        << " ms (frame budget 16.7); container listings for 40 refreshes of one engine: "
+        << engine->calls(FakeEngine::Call::Listing) - listingsBefore << " (the others' none)\n";
+    return 0;
+}
+
 int main(int argc, char **argv)
 {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -406,6 +457,8 @@ int main(int argc, char **argv)
         return logs(settings);
     if (mode == QLatin1String("card"))
         return serviceCard(settings);
-    out << "usage: bench_window frame|idle [seconds]|apply|switch|card|logs\n";
+    if (mode == QLatin1String("engines"))
+        return engines(settings);
+    out << "usage: bench_window frame|idle [seconds]|apply|switch|card|logs|engines\n";
     return 2;
 }

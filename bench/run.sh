@@ -75,6 +75,7 @@ KORVAT_BENCH_CONTAINERS=200 "$window" idle "${KORVAT_BENCH_IDLE_SECONDS:-60}"
 "$window" apply
 "$window" switch
 "$window" card
+"$window" engines
 "$window" logs
 
 # The whole cost at rest: 9 running containers, then 1,000 containers and 300 volumes.
