@@ -9,7 +9,13 @@ DiskPanel::DiskPanel(AppStore *store, QObject *parent) : QObject(parent), m_stor
     m_settle.setSingleShot(true);
     m_settle.setInterval(2000);
     connect(&m_settle, &QTimer::timeout, this, &DiskPanel::read);
+    // Only the selected engine's lists say its disk may differ; another engine's change
+    // is no reason to make this one walk its layers again.
     const auto changed = [this] {
+        const Lists now{m_store->containers(), m_store->images(), m_store->volumes()};
+        if (now == m_lists)
+            return;
+        m_lists = now;
         if (m_shown && m_usage)
             m_settle.start();
     };

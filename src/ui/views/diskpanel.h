@@ -2,7 +2,10 @@
 
 #include "diskmodel.h"
 #include "disktilemodel.h"
+#include "container.h"
 #include "diskusage.h"
+#include "dockerimage.h"
+#include "dockervolume.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -53,6 +56,14 @@ private:
     void present();
 
     AppStore *m_store;
+    // The selected engine's lists as last seen.
+    struct Lists {
+        QList<Container> containers;
+        QList<DockerImage> images;
+        QList<DockerVolume> volumes;
+        friend bool operator==(const Lists &, const Lists &) = default;
+    };
+    Lists m_lists;
     DiskModel m_items;
     DiskTileModel m_tiles;
     std::optional<DiskUsage> m_usage;
