@@ -106,6 +106,27 @@ constexpr QSize narrow(800, 900);
 const QString website = QStringLiteral("website");
 const QString websiteFrontend = QStringLiteral("website-frontend-1");
 
+void twoEngines(Stage &stage)
+{
+    // A rootless engine beside the system one, with a namesake of a system container.
+    RuntimeList runtimes = stage.engine->runtimes();
+    runtimes.list.insert(1, {Runtime::context(QStringLiteral("rootless")), QStringLiteral("unix:///run/user/1000/docker.sock"), true});
+    stage.engine->setRuntimes(runtimes);
+    FakeEngine::Holdings rootless;
+    Container web = stage.container(QStringLiteral("website-frontend-1"));
+    web.id = QStringLiteral("77aa00cc11dd");
+    Container lab;
+    lab.id = QStringLiteral("88bb11ee22ff");
+    lab.name = QStringLiteral("notebook");
+    lab.image = QStringLiteral("jupyter/base-notebook:2024-05");
+    lab.state = QStringLiteral("running");
+    lab.status = QStringLiteral("Up 3 hours");
+    rootless.containers = {web, lab};
+    stage.engine->setHoldings(rootless, QStringLiteral("rootless"));
+    QCoro::waitFor(stage.store().loadContexts());
+    waitUntil([&] { return stage.store().shown().several(); });
+}
+
 // The engine keeps the lists waiting; the window says for how long.
 void stale(Stage &stage)
 {
@@ -164,25 +185,8 @@ const QList<Scene> &scenes()
              stage.showTools(true);
          }},
         {QStringLiteral("stale"), Category::Projects, stale},
-        {QStringLiteral("engines"), Category::Containers, [](Stage &stage) {
-             // A rootless engine beside the system one, with a namesake of a system container.
-             RuntimeList runtimes = stage.engine->runtimes();
-             runtimes.list.insert(1, {Runtime::context(QStringLiteral("rootless")), QStringLiteral("unix:///run/user/1000/docker.sock"), true});
-             stage.engine->setRuntimes(runtimes);
-             FakeEngine::Holdings rootless;
-             Container web = stage.container(QStringLiteral("website-frontend-1"));
-             web.id = QStringLiteral("77aa00cc11dd");
-             Container lab;
-             lab.id = QStringLiteral("88bb11ee22ff");
-             lab.name = QStringLiteral("notebook");
-             lab.image = QStringLiteral("jupyter/base-notebook:2024-05");
-             lab.state = QStringLiteral("running");
-             lab.status = QStringLiteral("Up 3 hours");
-             rootless.containers = {web, lab};
-             stage.engine->setHoldings(rootless, QStringLiteral("rootless"));
-             QCoro::waitFor(stage.store().loadContexts());
-             waitUntil([&] { return stage.store().shown().several(); });
-         }},
+        {QStringLiteral("engines"), Category::Containers, twoEngines},
+        {QStringLiteral("tray-panel-engines"), Category::Projects, twoEngines, {}, Target::Panel},
         {QStringLiteral("empty-filter"), Category::Containers, [](Stage &stage) { stage.store().setFilter(QStringLiteral("kafka")); }},
         {QStringLiteral("empty-section"), Category::Volumes, [](Stage &stage) {
              auto holdings = SampleData::holdings(stage.root);

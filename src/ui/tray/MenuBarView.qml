@@ -157,30 +157,9 @@ Window {
             // A group's name is a caption; only its containers take the keyboard.
             headerStops: false
             Accessible.name: "Containers"
-            // With several engines, their groups come under each engine's name.
+            // With several engines, their groups come under each engine's name: the groups
+            // come engine by engine, and the first of each says whose they are.
             section.property: "engine"
-            section.delegate: Item {
-                id: engineHeader
-
-                required property string section
-
-                width: groups.width
-                implicitHeight: section === "" ? 0 : engineName.implicitHeight + 14
-                visible: section !== ""
-
-                Text {
-                    id: engineName
-
-                    objectName: "engineSection"
-                    x: 12
-                    y: 10
-                    text: engineHeader.section
-                    color: Theme.ink
-                    font: Theme.varied("Inter", 600, 12)
-                    Accessible.role: Accessible.Heading
-                    Accessible.name: text
-                }
-            }
 
             delegate: ColumnLayout {
                 id: group
@@ -197,6 +176,17 @@ Window {
                 width: groups.width
                 spacing: 0
 
+                Text {
+                    objectName: "engineSection"
+                    Layout.leftMargin: 12
+                    Layout.topMargin: 10
+                    visible: group.ListView.section !== "" && group.ListView.section !== group.ListView.previousSection
+                    text: group.ListView.section
+                    color: Theme.ink
+                    font: Theme.varied("Inter", 600, 12)
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
                 RowLayout {
                     Layout.fillWidth: true
                     Layout.leftMargin: 12
