@@ -245,8 +245,9 @@ signals:
     // Any input of projects() changed: containers, registry, filter or runtime.
     void projectsChanged();
     void staleChanged();
-    // Any reading of where the disk goes, whoever asked for it.
-    void diskRead(const DiskUsage &usage);
+    // Any reading of where an engine's disk goes, whoever asked for it; engine: its
+    // runtime's name.
+    void diskRead(const DiskUsage &usage, const QString &engine);
     void pullsChanged();
     void watchedChanged();
     // An engine began or ended being watched.

@@ -35,9 +35,9 @@ QCoro::Task<DiskReading> AppStore::readDisk(std::optional<Runtime> runtime)
     }
     auto future = reading;
     DiskReading read = co_await future;
-    // A reading for a runtime no longer shown tells nothing of the one that is.
-    if (self && read.usage && runtime == this->runtime())
-        emit diskRead(*read.usage);
+    // Whoever shows that engine's disk hears of it, whoever asked.
+    if (self && read.usage)
+        emit diskRead(*read.usage, key);
     co_return read;
 }
 

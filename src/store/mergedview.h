@@ -32,7 +32,9 @@ public:
     explicit MergedView(QList<Part> parts) : m_parts(std::move(parts)) {}
     static Part partOf(const EngineStore &store, const ProjectRegistry &registry);
 
-    const QList<Part> &parts() const { return m_parts; }
+    const QList<Part> &parts() const & { return m_parts; }
+    // Of a view about to go, a copy: a loop over a temporary view's parts must not outlive it.
+    QList<Part> parts() && { return std::move(m_parts); }
     // More than one engine: rows say which is theirs.
     bool several() const { return m_parts.size() > 1; }
 

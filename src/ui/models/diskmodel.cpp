@@ -4,7 +4,7 @@ void DiskModel::setRows(const QList<DiskText::Row> &rows, qint64 largest)
 {
     const bool rescaled = largest != m_largest;
     m_largest = largest;
-    sync(m_rows, rows, [](const DiskText::Row &r) { return QString::number(int(r.kind)) + r.id; },
+    sync(m_rows, rows, [](const DiskText::Row &r) { return r.engine + u'\n' + QString::number(int(r.kind)) + r.id; },
          [](const DiskText::Row &a, const DiskText::Row &b) {
              QList<int> roles;
              if (a.name != b.name)
@@ -23,6 +23,8 @@ void DiskModel::setRows(const QList<DiskText::Row> &rows, qint64 largest)
 
 QVariant DiskModel::roleData(const DiskText::Row &r, int role) const
 {
+    if (role >= KeyRole)
+        return sharedRole(role, r.engine, r.id, r.name);
     switch (role) {
     case Qt::DisplayRole:
     case NameRole: return r.name;
@@ -37,5 +39,7 @@ QVariant DiskModel::roleData(const DiskText::Row &r, int role) const
 
 QHash<int, QByteArray> DiskModel::roleNames() const
 {
-    return {{NameRole, "name"}, {IconRole, "kindIcon"}, {SizeRole, "size"}, {LineRole, "line"}, {ShareRole, "share"}, {DescriptionRole, "description"}};
+    QHash<int, QByteArray> names{{NameRole, "name"}, {IconRole, "kindIcon"}, {SizeRole, "size"}, {LineRole, "line"}, {ShareRole, "share"}, {DescriptionRole, "description"}};
+    names.insert(sharedRoleNames());
+    return names;
 }

@@ -34,6 +34,8 @@ struct Row {
     QString use;
     // What the size is of, where it needs saying: "writable layer", "2 B its own".
     QString detail;
+    // The engine whose disk it is on, where several are shown.
+    QString engine = {};
     friend bool operator==(const Row &, const Row &) = default;
 };
 

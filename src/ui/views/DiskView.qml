@@ -158,6 +158,8 @@ ColumnLayout {
             required property string line
             required property real share
             required property string description
+            // Its engine's badge, from the model's role of that name.
+            required engine
 
             width: list.rowWidth
             title: name

@@ -8,6 +8,9 @@
 #include "dockervolume.h"
 
 #include <QDateTime>
+#include <QHash>
+#include <QMap>
+#include <QSet>
 #include <QObject>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
@@ -15,8 +18,9 @@
 
 class AppStore;
 
-// The disk view's state: the last report, read while the view is shown and again when the
-// engine's lists change under it, filtered by the shared search text.
+// The disk view's state: the last report of every engine shown, read while the view is shown
+// and again when an engine's lists change under it, its rows side by side and its totals
+// added up, filtered by the shared search text.
 class DiskPanel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -39,21 +43,28 @@ public:
     bool reading() const { return m_reading; }
     bool hasReport() const { return m_usage.has_value(); }
     QString status() const;
-    bool failed() const { return !m_error.isEmpty(); }
+    bool failed() const { return !m_errors.isEmpty(); }
+    // Why a report could not be read, each engine's reason named while several are shown.
+    QString error() const;
     const std::optional<DiskUsage> &usage() const { return m_usage; }
 
     // Reads while shown; hidden, it costs the engine nothing.
     void setShown(bool shown);
     void setFilter(const QString &filter);
-    // Shows a report read elsewhere, as the pictures do.
-    void show(const DiskUsage &usage, const QDateTime &at);
-    Q_INVOKABLE void read();
+    // Shows a report read elsewhere, as the pictures do; of the selected engine unless named.
+    void show(const DiskUsage &usage, const QDateTime &at, const std::optional<QString> &engine = {});
+    // Reads the engines named, or every engine shown.
+    void read(QSet<QString> engines);
+    Q_INVOKABLE void read() { read({}); }
+    // The reports of several engines as one: their rows side by side, their totals added.
+    static DiskUsage merged(const QList<DiskUsage> &usages);
 
 signals:
     void readChanged();
 
 private:
     void present();
+    QStringList shownEngines() const;
 
     AppStore *m_store;
     // The selected engine's lists as last seen.
@@ -63,17 +74,23 @@ private:
         QList<DockerVolume> volumes;
         friend bool operator==(const Lists &, const Lists &) = default;
     };
-    Lists m_lists;
+    // By engine.
+    QHash<QString, Lists> m_lists;
+    QMap<QString, DiskUsage> m_byEngine;
+    QMap<QString, QString> m_errors;
+    // Engines whose lists changed since their last report, read once the change settles.
+    QSet<QString> m_changed;
+    // Readings under way.
+    int m_pending = 0;
     DiskModel m_items;
     DiskTileModel m_tiles;
     std::optional<DiskUsage> m_usage;
     QDateTime m_readAt;
-    QString m_error;
     QString m_filter;
     bool m_shown = false;
     bool m_reading = false;
-    // Something changed while a reading ran: one more follows it.
-    bool m_again = false;
+    // Engines asked for while a reading ran: one more follows it.
+    QSet<QString> m_again;
     // The lists change in bursts (a compose up, a reclaim): one reading follows the burst.
     QTimer m_settle;
 };
