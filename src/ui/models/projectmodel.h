@@ -88,6 +88,7 @@ public:
     ContainerModel *containersOf(const QString &project, const std::optional<QString> &engine = {}) const
     {
         for (auto it = m_children.cbegin(); it != m_children.cend(); ++it) {
+            // The loose row of that engine, or of any when none is named.
             const bool loose = project.startsWith(u'\x01') && it.key().startsWith(project) && (!engine || it.key() == project + *engine);
             if (it.key() == project || loose || (it.key().endsWith(u'\n' + project) && (!engine || it.key() == *engine + u'\n' + project)))
                 return it.value();

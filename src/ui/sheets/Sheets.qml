@@ -44,6 +44,8 @@ Item {
         }
         function onPruneRequested(images: bool) {
             confirmPrune.images = images;
+            // Named when asked: the engine it goes to is the one selected now.
+            confirmPrune.title = root.actions.pruneTitle(images);
             confirmPrune.open();
         }
     }
@@ -108,7 +110,6 @@ Item {
         property bool images: true
 
         objectName: "confirmPrune"
-        title: root.actions.pruneTitle(images)
         message: images ? "Removes every dangling image: untagged, and used by no container. Tagged images stay."
                         : "Removes the volumes no container uses, with their data. This cannot be undone."
         confirmText: "Prune"

@@ -14,13 +14,23 @@ DiskPanel::DiskPanel(AppStore *store, QObject *parent) : QObject(parent), m_stor
     // make this one walk its layers again.
     const auto changed = [this] {
         for (const MergedView::Part &part : m_store->shown().parts()) {
-            const Lists now{part.containers, part.images, part.volumes};
+            // What a disk report shows of them: a status line ticking on says nothing new.
+            Lists now;
+            for (const Container &c : part.containers)
+                now.containers << c.id + u' ' + c.state + u' ' + c.image + u' ' + c.mounts.join(u',');
+            for (const DockerImage &i : part.images)
+                now.images << i.id + u' ' + i.repository + u':' + i.tag;
+            for (const DockerVolume &v : part.volumes)
+                now.volumes << v.name;
             Lists &seen = m_lists[part.engine];
-            if (now == seen)
-                continue;
+            const QString &e = part.engine;
+            // An engine that answered after the view was shown is read once its lists come;
+            // one read before, or whose reading failed, once they change.
+            const bool never = !m_byEngine.contains(e) && !m_errors.contains(e) && !m_reading.contains(e);
+            const bool moved = now != seen;
             seen = now;
-            if (m_shown && m_byEngine.contains(part.engine)) {
-                m_changed.insert(part.engine);
+            if (m_shown && (never || (moved && (m_byEngine.contains(e) || m_errors.contains(e))))) {
+                m_changed.insert(e);
                 m_settle.start();
             }
         }
@@ -62,7 +72,7 @@ QStringList DiskPanel::shownEngines() const
 
 QString DiskPanel::status() const
 {
-    if (m_reading)
+    if (reading())
         return QStringLiteral("Reading where the disk goes…");
     if (failed())
         return QStringLiteral("Could not read where the disk goes: ") + error();
@@ -74,8 +84,10 @@ void DiskPanel::setShown(bool shown)
     if (m_shown == shown)
         return;
     m_shown = shown;
-    if (!shown)
+    if (!shown) {
         m_settle.stop();
+        m_again.clear();
+    }
     // A report older than a minute is read again; a newer one is shown as it is.
     else if (!m_usage || m_readAt.secsTo(QDateTime::currentDateTime()) > 60)
         read({});
@@ -143,31 +155,38 @@ DiskUsage DiskPanel::merged(const QList<DiskUsage> &usages)
 
 void DiskPanel::read(QSet<QString> engines)
 {
-    // Every engine shown when none is named.
-    if (engines.isEmpty()) {
-        const QStringList shown = shownEngines();
+    // Engines shown, all of them when none is named; never one gone meanwhile, whose name
+    // would be asked of a context that may not be it.
+    const QStringList shown = shownEngines();
+    if (engines.isEmpty())
         engines = QSet<QString>(shown.cbegin(), shown.cend());
+    engines.removeIf([&](const QString &engine) { return !shown.contains(engine); });
+    // One reading per engine at a time: asked again meanwhile, one more follows it.
+    for (const QString &engine : std::as_const(engines)) {
+        if (m_reading.contains(engine))
+            m_again.insert(engine);
     }
-    if (m_reading) {
-        m_again += engines;
+    engines -= m_reading;
+    if (engines.isEmpty())
         return;
-    }
-    m_reading = true;
-    emit readChanged();
-    m_pending = int(engines.size());
+    const bool was = reading();
+    m_reading += engines;
+    if (!was)
+        emit readChanged();
     // Each engine walks its own disk at once: a slow one holds up no other's report.
     for (const QString &engine : std::as_const(engines)) {
         [](QPointer<DiskPanel> self, QPointer<AppStore> store, QString engine) -> QCoro::Task<> {
             auto reading = store->readDisk(store->runtimeNamed(engine));
             const DiskReading read = co_await reading;
-            if (!self)
+            if (!self || !store)
                 co_return;
-            // A report came through the store's signal; only a failure is left to tell.
-            if (!read.usage)
+            self->m_reading.remove(engine);
+            // A report came through the store's signal; only a failure is left to tell, and
+            // only of an engine still shown.
+            if (!read.usage && self->shownEngines().contains(engine))
                 self->m_errors.insert(engine, read.error);
-            if (--self->m_pending > 0)
+            if (!self->m_reading.isEmpty())
                 co_return;
-            self->m_reading = false;
             self->present();
             emit self->readChanged();
             if (!self->m_again.isEmpty() && self->m_shown)

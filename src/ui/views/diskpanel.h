@@ -40,7 +40,7 @@ public:
     const DiskModel *items() const { return &m_items; }
     DiskTileModel *tiles() { return &m_tiles; }
     const DiskTileModel *tiles() const { return &m_tiles; }
-    bool reading() const { return m_reading; }
+    bool reading() const { return !m_reading.isEmpty(); }
     bool hasReport() const { return m_usage.has_value(); }
     QString status() const;
     bool failed() const { return !m_errors.isEmpty(); }
@@ -69,9 +69,9 @@ private:
     AppStore *m_store;
     // The selected engine's lists as last seen.
     struct Lists {
-        QList<Container> containers;
-        QList<DockerImage> images;
-        QList<DockerVolume> volumes;
+        QStringList containers;
+        QStringList images;
+        QStringList volumes;
         friend bool operator==(const Lists &, const Lists &) = default;
     };
     // By engine.
@@ -80,15 +80,15 @@ private:
     QMap<QString, QString> m_errors;
     // Engines whose lists changed since their last report, read once the change settles.
     QSet<QString> m_changed;
-    // Readings under way.
-    int m_pending = 0;
+
     DiskModel m_items;
     DiskTileModel m_tiles;
     std::optional<DiskUsage> m_usage;
     QDateTime m_readAt;
     QString m_filter;
     bool m_shown = false;
-    bool m_reading = false;
+    // The engines whose reading is under way.
+    QSet<QString> m_reading;
     // Engines asked for while a reading ran: one more follows it.
     QSet<QString> m_again;
     // The lists change in bursts (a compose up, a reclaim): one reading follows the burst.
