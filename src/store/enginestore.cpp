@@ -152,11 +152,10 @@ QCoro::Task<> EngineStore::fetchAndApply(Listings lists)
     // its waiters all the same.
     const RefreshScheduler::FollowUp followUp = m_scheduler.end(id);
     if (!fetched.error) {
-        // A refusal is no answer either: an engine or host that is gone shows as stale, with
-        // how long it has been, beside its error.
+        // A refusal is no answer: an engine or host that is gone shows as stale, with how long
+        // it has been, beside its error. Answered before the lists change, so whoever hears of
+        // them counts this engine in.
         m_scheduler.answered(true);
-        // Answered before the lists change, so whoever hears of them counts this engine in.
-        m_listedAt = QDateTime::currentDateTime();
         QList<Container> rows = fetched.containers;
         for (const Told &told : std::as_const(m_told)) {
             if (told.listingsBefore >= id)

@@ -42,7 +42,7 @@ public:
     // The last listing's failure, until one succeeds.
     const std::optional<QString> &error() const { return m_error; }
     // Answered a listing at least once: before that it has nothing to show.
-    bool answered() const { return m_listedAt.isValid(); }
+    bool answered() const { return m_scheduler.listedAt().isValid(); }
     bool stale() const { return m_scheduler.stale(); }
     QDateTime waitingSince() const { return m_scheduler.waitingSince(); }
     QDateTime listedAt() const { return m_scheduler.listedAt(); }
@@ -90,7 +90,6 @@ private:
     UsageWatch m_usage;
     OnFailure m_onFailure;
     std::optional<QString> m_error;
-    QDateTime m_listedAt;
     bool m_started = false;
     // Changes the event stream told of, each with the number of listings begun before it:
     // the result of a listing begun earlier may not show it yet, and must not undo it.

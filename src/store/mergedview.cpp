@@ -25,37 +25,20 @@ MergedView::Part MergedView::partOf(const EngineStore &store, const ProjectRegis
             registry.projects(store.runtime() ? std::optional(name) : std::nullopt)};
 }
 
-QList<Container> MergedView::containers(const QString &query) const
+// One list of every part's rows of one kind, each part's filtered as Filters reads the text.
+template<typename T>
+QList<T> MergedView::gathered(QList<T> Part::*rows, QList<T> (*filter)(const QList<T> &, const QString &), const QString &query) const
 {
-    QList<Container> out;
+    QList<T> out;
     for (const Part &part : m_parts)
-        out += Filters::containers(part.containers, query);
+        out += filter(part.*rows, query);
     return out;
 }
 
-QList<DockerImage> MergedView::images(const QString &query) const
-{
-    QList<DockerImage> out;
-    for (const Part &part : m_parts)
-        out += Filters::images(part.images, query);
-    return out;
-}
-
-QList<DockerVolume> MergedView::volumes(const QString &query) const
-{
-    QList<DockerVolume> out;
-    for (const Part &part : m_parts)
-        out += Filters::volumes(part.volumes, query);
-    return out;
-}
-
-QList<DockerNetwork> MergedView::networks(const QString &query) const
-{
-    QList<DockerNetwork> out;
-    for (const Part &part : m_parts)
-        out += Filters::networks(part.networks, query);
-    return out;
-}
+QList<Container> MergedView::containers(const QString &query) const { return gathered(&Part::containers, Filters::containers, query); }
+QList<DockerImage> MergedView::images(const QString &query) const { return gathered(&Part::images, Filters::images, query); }
+QList<DockerVolume> MergedView::volumes(const QString &query) const { return gathered(&Part::volumes, Filters::volumes, query); }
+QList<DockerNetwork> MergedView::networks(const QString &query) const { return gathered(&Part::networks, Filters::networks, query); }
 
 QList<ComposeProject> MergedView::projects(const DirectoryMap &directories, const QString &query) const
 {

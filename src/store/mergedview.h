@@ -56,5 +56,8 @@ public:
     }
 
 private:
+    template<typename T>
+    QList<T> gathered(QList<T> Part::*rows, QList<T> (*filter)(const QList<T> &, const QString &), const QString &query) const;
+
     QList<Part> m_parts;
 };
