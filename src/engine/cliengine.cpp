@@ -438,6 +438,20 @@ std::optional<NetworkDetails> CliEngine::networkDetails(const QString &name, con
     return Docker::parseNetworkDetails(inspected.out.toUtf8());
 }
 
+ImageOrigins CliEngine::imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const
+{
+    ImageOrigins origins;
+    if (!imageIds.isEmpty()) {
+        // An id removed meanwhile fails the run but not the others' lines.
+        const auto inspected = Docker::capture(QStringList{"image", "inspect", "--format", Docker::originFormat()} + imageIds, runtime);
+        if (inspected.status != 0 && inspected.out.trimmed().isEmpty())
+            throw DockerError(inspected.err.trimmed());
+        origins.images = Docker::parseImageOrigins(inspected.out.toUtf8());
+    }
+    origins.insecure = Docker::parseInsecureRegistries(Docker::runBytes({"info", "--format", "{{json .RegistryConfig}}"}, runtime));
+    return origins;
+}
+
 ComposeCheck CliEngine::checkCompose(const ComposeTarget &target) const
 {
     if (const auto missing = missingConfiguration(target))

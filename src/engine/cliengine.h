@@ -38,6 +38,7 @@ public:
     std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const override;
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
+    ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const ComposeTarget &target) const override;
     ResolvedProject composeProject(const ComposeTarget &target) const override;
     ResolvedProject composeServices(const ComposeTarget &target) const override;

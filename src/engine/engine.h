@@ -6,6 +6,7 @@
 #include "container.h"
 #include "containerdetails.h"
 #include "imagedetails.h"
+#include "imageorigins.h"
 #include "volumedetails.h"
 #include "dockerimage.h"
 #include "dockervolume.h"
@@ -136,6 +137,9 @@ public:
     // One image with its layers (`docker image inspect`, then `docker history`); none when
     // the engine has no such image.
     virtual std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const = 0;
+    // Where the images of these ids came from, and which registries the engine reaches over
+    // plain HTTP: image inspect, then info. An id the engine no longer has is left out.
+    virtual ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const = 0;
     // One volume with every container that mounts it (`docker volume inspect`, then one
     // listing filtered to it); none when the engine has no such volume.
     virtual std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const = 0;

@@ -465,6 +465,23 @@ std::optional<VolumeDetails> FakeEngine::volumeDetails(const QString &name, cons
     return d;
 }
 
+ImageOrigins FakeEngine::imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    ImageOrigins origins{{}, h.insecure};
+    for (const QString &id : imageIds) {
+        ImageOrigin origin{id, {}, h.repoDigests.value(id)};
+        for (const DockerImage &i : h.images)
+            if (i.id == id && i.tag != QLatin1String("<none>"))
+                origin.tags.append(i.repository + u':' + i.tag);
+        if (!origin.tags.isEmpty() || !origin.repoDigests.isEmpty())
+            origins.images.append(origin);
+    }
+    return origins;
+}
+
 std::optional<NetworkDetails> FakeEngine::networkDetails(const QString &name, const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);

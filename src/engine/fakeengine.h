@@ -46,6 +46,9 @@ public:
         // A volume's name, an image's or container's id, to the bytes it takes.
         QMap<QString, qint64> sizes;
         QList<DiskUsage::Cache> buildCache;
+        // An image's id to the registry digests it was pulled at ("nginx@sha256:…").
+        QMap<QString, QStringList> repoDigests = {};
+        InsecureRegistries insecure = {};
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
     // Listing is the containers' listing; Images, Volumes and Networks are those lists'.
@@ -129,6 +132,8 @@ public:
     // Made from the holdings: the volume, its labels and size, the containers mounting it.
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
+    // The listed images' tags, with the digests the holdings give them.
+    ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const ComposeTarget &target) const override;
     ResolvedProject composeProject(const ComposeTarget &target) const override;
     // The project set for dir, every service kept; its text is compose's YAML when set.

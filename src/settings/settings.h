@@ -49,4 +49,9 @@ inline const Setting<QStringList> mutedProjects{QStringLiteral("mutedProjects"),
 inline const Setting<QStringList> watchedRemotes{QStringLiteral("watchedRemotes"), {}};
 // The window shows every watched engine, or only the selected runtime.
 inline const Setting<bool> showAllEngines{QStringLiteral("showAllEngines"), true};
+// How often the registries are asked whether the images run here moved on: "off", "daily",
+// "6h", "hourly".
+inline const Setting<QString> newerImagesSchedule{QStringLiteral("newerImagesSchedule"), QStringLiteral("6h")};
+// A desktop notification when a newer image is found for a container, except muted projects'.
+inline const Setting<bool> notifyNewerImages{QStringLiteral("notifyNewerImages"), true};
 }

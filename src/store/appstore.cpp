@@ -36,7 +36,7 @@ QThreadPool *AppStore::actionWorkers()
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
     : QObject(parent), m_engine(std::move(engine)), m_settings(defaults), m_timing(std::move(timing)), m_memory(defaults),
-      m_failures(defaults), m_definitions(m_engine)
+      m_failures(defaults), m_definitions(m_engine), m_newer(m_engine, defaults, [this] { return m_engines; }, [this](const QString &project) { return m_failures.muted(project); })
 {
     if (m_settings)
         m_showAll = Settings::showAllEngines.read(*m_settings);
@@ -97,6 +97,7 @@ EngineStore *AppStore::makeStore(const std::optional<Runtime> &runtime)
     store->setOnFailure([this](EngineStore *s, QString error) { return engineFailed(s, std::move(error)); });
     connect(store, &EngineStore::containersChanged, this, &AppStore::containersChanged);
     connect(store, &EngineStore::imagesChanged, this, &AppStore::imagesChanged);
+    connect(store, &EngineStore::imagesChanged, this, [this, store] { m_newer.imagesChanged(store->name()); });
     connect(store, &EngineStore::volumesChanged, this, &AppStore::volumesChanged);
     connect(store, &EngineStore::networksChanged, this, &AppStore::networksChanged);
     connect(store, &EngineStore::staleChanged, this, &AppStore::staleChanged);
@@ -391,6 +392,7 @@ void AppStore::start()
         self->m_looping = true;
         for (EngineStore *store : std::as_const(self->m_engines))
             store->start();
+        self->m_newer.start();
     }(this);
 }
 

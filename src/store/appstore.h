@@ -7,6 +7,7 @@
 #include "enginestate.h"
 #include "enginestore.h"
 #include "mergedview.h"
+#include "newerimagewatch.h"
 #include "failurewatch.h"
 #include "longwork.h"
 #include "projectmemory.h"
@@ -112,6 +113,9 @@ public:
     UsageWatch *usageOf(const QString &engine) const;
     // The long actions under way: pulls, compose up, deletions, backups and restores.
     LongWork &work() { return m_work; }
+    // Whether the registries hold newer images than the watched engines run.
+    NewerImageWatch &newer() { return m_newer; }
+    const NewerImageWatch &newer() const { return m_newer; }
     // The runtimes work under way holds, each to the end of that work.
     EngineHolds &holds() { return m_holds; }
     // The selected runtime, held for an operation that begins now.
@@ -300,6 +304,7 @@ private:
     FailureWatch m_failures;
     LongWork m_work;
     ServiceDefinitions m_definitions;
+    NewerImageWatch m_newer;
     // By runtime, then project: a namesake on another engine is another project.
     QHash<QString, QHash<QString, PullSummary>> m_pulls;
     EngineHolds m_holds;

@@ -1,0 +1,305 @@
+#include "newerimagewatch.h"
+
+#include "appstore.h"
+#include "dockererror.h"
+#include "enginestore.h"
+#include "settings.h"
+#include "tagcheck.h"
+
+#include <QPointer>
+#include <QSettings>
+#include <QtConcurrent>
+
+#include <QCoroFuture>
+
+namespace {
+
+using namespace std::chrono_literals;
+// A metered connection is looked at again after this, rather than at every tag due.
+constexpr auto meteredRetry = 1h;
+
+std::optional<ImageReference> referenceOf(const DockerImage &image)
+{
+    if (image.repository.isEmpty() || image.repository == QLatin1String("<none>") || image.tag == QLatin1String("<none>"))
+        return std::nullopt;
+    return ImageReference::parse(image.repository + u':' + image.tag);
+}
+
+QSet<QString> tagged(const QList<DockerImage> &images)
+{
+    QSet<QString> ids;
+    for (const DockerImage &i : images)
+        if (referenceOf(i))
+            ids.insert(i.id);
+    return ids;
+}
+
+} // namespace
+
+NewerImageWatch::NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_settings(settings), m_engines(std::move(engines)), m_muted(std::move(muted))
+{
+    m_next.setSingleShot(true);
+    connect(&m_next, &QTimer::timeout, this, [this] { run(false); });
+}
+
+NewerImageWatch::~NewerImageWatch() = default;
+
+void NewerImageWatch::start()
+{
+    if (std::exchange(m_started, true))
+        return;
+    m_next.start(m_options.settle);
+}
+
+QCoro::Task<> NewerImageWatch::checkNow()
+{
+    co_await run(true);
+}
+
+void NewerImageWatch::imagesChanged(const QString &engine)
+{
+    EngineStore *s = store(engine);
+    // Only a change of which images there are changes where they came from.
+    if (!s || !m_readIds.contains(engine) || m_readIds.value(engine) == tagged(s->images()))
+        return;
+    QPointer<NewerImageWatch> self(this);
+    [](QPointer<NewerImageWatch> self, EngineStore *s) -> QCoro::Task<> {
+        if (co_await self->readOrigins(s) && self)
+            emit self->changed();
+    }(self, s);
+}
+
+EngineStore *NewerImageWatch::store(const QString &engine) const
+{
+    for (EngineStore *s : m_engines())
+        if (s->name() == engine)
+            return s;
+    return nullptr;
+}
+
+QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
+{
+    QPointer<NewerImageWatch> self(this);
+    QPointer<EngineStore> from(s);
+    const QString engine = s->name();
+    const QSet<QString> ids = tagged(s->images());
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, runtime = s->runtime(), list = ids.values()]() -> std::optional<ImageOrigins> {
+        try {
+            return engine->imageOrigins(list, runtime);
+        } catch (const DockerError &) {
+            return std::nullopt;  // the engine's own rows say what is wrong with it
+        }
+    });
+    const std::optional<ImageOrigins> read = co_await future;
+    if (!self || !read)
+        co_return false;
+    QHash<QString, ImageOrigin> byTag;
+    for (const ImageOrigin &origin : read->images)
+        for (const QString &tag : origin.tags)
+            if (const auto ref = ImageReference::parse(tag))
+                byTag.insert(ref->canonical(), origin);
+    m_origins.insert(engine, byTag);
+    m_readIds.insert(engine, ids);
+    m_insecure.insert(engine, read->insecure);
+    co_return true;
+}
+
+QHash<QString, ImageReference> NewerImageWatch::tagsDue(bool forced) const
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QHash<QString, ImageReference> due;
+    for (const auto &byTag : m_origins)
+        for (const auto &[key, ref] : TagCheckRun::checkableTags(byTag.values()).asKeyValueRange()) {
+            const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+            const QDateTime at = NewerImages::dueAt(check, forced ? NewerImages::Schedule::Hourly : schedule(), now);
+            if (forced || (at.isValid() && at <= now))
+                due.insert(key, ref);
+        }
+    return due;
+}
+
+QCoro::Task<> NewerImageWatch::run(bool forced)
+{
+    if (m_checking) {
+        m_again = m_again.value_or(false) || forced;
+        co_return;
+    }
+    QPointer<NewerImageWatch> self(this);
+    m_next.stop();
+    m_checking = true;
+    emit checkingChanged();
+    if (!m_ledgerRead && !m_options.ledgerPath.isEmpty()) {
+        const TagLedger read = co_await QtConcurrent::run(AppStore::workers(), &NewerImages::readLedger, m_options.ledgerPath);
+        if (!self)
+            co_return;
+        // A check asked for meanwhile has already recorded newer answers.
+        for (const auto &[key, check] : read.tags.asKeyValueRange())
+            if (!m_ledger->tags.contains(key))
+                m_ledger->tags.insert(key, check);
+        m_ledger->notified.unite(read.notified);
+    }
+    m_ledgerRead = true;
+    for (EngineStore *s : m_engines()) {
+        if (!s->answered() || m_readIds.value(s->name()) == tagged(s->images()) && m_origins.contains(s->name()))
+            continue;
+        co_await readOrigins(s);
+        if (!self)
+            co_return;
+    }
+    const QHash<QString, ImageReference> due = tagsDue(forced);
+    m_meteredSkip = false;
+    if (!due.isEmpty() && !forced && co_await m_options.metered.inUse()) {
+        if (!self)
+            co_return;
+        m_meteredSkip = true;
+    } else if (!due.isEmpty()) {
+        const QList<InsecureRegistries> insecure = m_insecure.values();
+        co_await TagCheckRun::ask(due.values(), m_ledger, [insecure](const QString &host) { return TagCheckRun::plainHttpAllowed(host, insecure); });
+        if (!self)
+            co_return;
+    }
+    const QList<NewerNotice> found = notices();
+    if (!m_options.ledgerPath.isEmpty()) {
+        const TagLedger toWrite = *m_ledger;
+        co_await QtConcurrent::run(AppStore::workers(), &NewerImages::writeLedger, m_options.ledgerPath, toWrite);
+        if (!self)
+            co_return;
+    }
+    m_checking = false;
+    emit checkingChanged();
+    emit changed();
+    if (!found.isEmpty() && notifies())
+        emit newerFound(found);
+    if (const auto again = std::exchange(m_again, std::nullopt)) {
+        run(*again);
+        co_return;
+    }
+    scheduleNext();
+}
+
+QList<NewerNotice> NewerImageWatch::notices()
+{
+    QList<NewerNotice> found;
+    QSet<QString> told;
+    for (EngineStore *s : m_engines()) {
+        QHash<QString, NewerNotice> byTag;
+        for (const Container &c : s->containers()) {
+            const auto f = ofContainer(s->name(), c);
+            if (!f || f->state != ImageFreshness::State::Newer)
+                continue;
+            const QString key = NewerImages::noticeKey(ImageReference::parse(c.image)->canonical(), f->remote);
+            told.insert(key);
+            if (m_ledger->notified.contains(key))
+                continue;
+            if (const auto project = c.project(); project && m_muted && m_muted(*project))
+                continue;
+            NewerNotice &notice = byTag[key];
+            notice.engine = s->name();
+            notice.image = *f;
+            notice.containers.append(c.name);
+        }
+        found += byTag.values();
+    }
+    // Told or muted, each digest is news once.
+    m_ledger->notified.unite(told);
+    std::sort(found.begin(), found.end(), [](const NewerNotice &a, const NewerNotice &b) {
+        return std::tie(a.engine, a.image.reference) < std::tie(b.engine, b.image.reference);
+    });
+    return found;
+}
+
+void NewerImageWatch::scheduleNext()
+{
+    m_next.stop();
+    if (m_meteredSkip) {
+        m_next.start(meteredRetry);
+        return;
+    }
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QDateTime earliest;
+    for (const auto &byTag : m_origins)
+        for (const auto &[key, ref] : TagCheckRun::checkableTags(byTag.values()).asKeyValueRange()) {
+            const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+            const QDateTime at = NewerImages::dueAt(check, schedule(), now);
+            if (at.isValid() && (!earliest.isValid() || at < earliest))
+                earliest = at;
+        }
+    if (earliest.isValid())
+        m_next.start(std::chrono::milliseconds(std::clamp<qint64>(now.msecsTo(earliest), 1000, qint64(24) * 3600 * 1000)));
+}
+
+std::optional<ImageFreshness> NewerImageWatch::ofImage(const QString &engine, const DockerImage &image) const
+{
+    const auto ref = referenceOf(image);
+    if (!ref)
+        return std::nullopt;
+    const auto origin = m_origins.value(engine).constFind(ref->canonical());
+    if (origin == m_origins.value(engine).cend())
+        return std::nullopt;
+    const QString key = ref->canonical();
+    const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+    return NewerImages::judge(*ref, *origin, check, QDateTime::currentDateTimeUtc());
+}
+
+std::optional<ImageFreshness> NewerImageWatch::ofContainer(const QString &engine, const Container &container) const
+{
+    const auto ref = ImageReference::parse(container.image);
+    if (!ref)
+        return std::nullopt;
+    if (ref->pinned())
+        return NewerImages::judge(*ref, {}, std::nullopt, QDateTime::currentDateTimeUtc());
+    const QHash<QString, ImageOrigin> byTag = m_origins.value(engine);
+    const auto origin = byTag.constFind(ref->canonical());
+    if (origin == byTag.cend())
+        return std::nullopt;
+    const QString key = ref->canonical();
+    const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+    return NewerImages::judge(*ref, *origin, check, QDateTime::currentDateTimeUtc());
+}
+
+QList<ImageFreshness> NewerImageWatch::all(const QString &engine) const
+{
+    QMap<QString, ImageFreshness> byReference;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (const auto &[key, origin] : m_origins.value(engine).asKeyValueRange()) {
+        const auto ref = ImageReference::parse(key);
+        const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+        if (ref)
+            byReference.insert(key, NewerImages::judge(*ref, origin, check, now));
+    }
+    if (EngineStore *s = store(engine))
+        for (const Container &c : s->containers())
+            if (const auto ref = ImageReference::parse(c.image); ref && ref->pinned())
+                byReference.insert(ref->canonical(), NewerImages::judge(*ref, {}, std::nullopt, now));
+    return byReference.values();
+}
+
+NewerImages::Schedule NewerImageWatch::schedule() const
+{
+    return NewerImages::scheduleNamed(m_settings ? Settings::newerImagesSchedule.read(*m_settings) : Settings::newerImagesSchedule.fallback);
+}
+
+void NewerImageWatch::setSchedule(NewerImages::Schedule schedule)
+{
+    if (schedule == this->schedule() || !m_settings)
+        return;
+    Settings::newerImagesSchedule.write(*m_settings, NewerImages::nameOf(schedule));
+    // Before the first reading the settle timer stands; during a check its end schedules.
+    if (!m_checking && m_ledgerRead)
+        scheduleNext();
+    emit changed();
+}
+
+bool NewerImageWatch::notifies() const
+{
+    return m_settings ? Settings::notifyNewerImages.read(*m_settings) : Settings::notifyNewerImages.fallback;
+}
+
+void NewerImageWatch::setNotifies(bool on)
+{
+    if (on == notifies() || !m_settings)
+        return;
+    Settings::notifyNewerImages.write(*m_settings, on);
+    emit changed();
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "engine.h"
+#include "meteredconnection.h"
+#include "newerimages.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include <QCoroTask>
+
+class EngineStore;
+class QSettings;
+
+// A tag found newer for the first time, on one engine, with the containers there that run it.
+struct NewerNotice {
+    QString engine;
+    ImageFreshness image;
+    QStringList containers;
+    friend bool operator==(const NewerNotice &, const NewerNotice &) = default;
+};
+
+// Whether the registries hold newer images than the watched engines run. Reads each engine's
+// record of where its images came from once, and again only when its images change; asks the
+// registries for each tag at most once per the schedule's interval, never while the
+// connection is metered, and at once when asked. At rest between checks it holds one timer:
+// the one that wakes it for the next tag due.
+class NewerImageWatch : public QObject {
+    Q_OBJECT
+
+public:
+    using Engines = std::function<QList<EngineStore *>()>;
+    struct Options {
+        // How long after start-up the first reading waits, so start-up is not slowed.
+        std::chrono::milliseconds settle{std::chrono::seconds(20)};
+        // Where results are kept between runs; empty: only for this run.
+        QString ledgerPath = {};
+        MeteredConnection metered = MeteredConnection();
+    };
+    // Whether a project's notifications are muted.
+    using Muted = std::function<bool(const QString &project)>;
+
+    NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, QObject *parent = nullptr);
+    ~NewerImageWatch() override;
+
+    // Before start().
+    void setOptions(Options options) { m_options = std::move(options); }
+
+    // The first reading begins once start-up has settled. Idempotent.
+    void start();
+    // "Check for newer images": every tag at once, metered or not.
+    QCoro::Task<> checkNow();
+    // An engine's images changed: where they came from is read again before it is judged.
+    void imagesChanged(const QString &engine);
+
+    // By the row's repository and tag; none for an image with no tag or not yet read.
+    std::optional<ImageFreshness> ofImage(const QString &engine, const DockerImage &image) const;
+    // By the image the container was made from, as the listing names it.
+    std::optional<ImageFreshness> ofContainer(const QString &engine, const Container &container) const;
+    // Every tagged image of the engine and every pinned reference its containers run.
+    QList<ImageFreshness> all(const QString &engine) const;
+    bool checking() const { return m_checking; }
+    // Skipped last time because the connection was metered.
+    bool meteredSkip() const { return m_meteredSkip; }
+
+    NewerImages::Schedule schedule() const;
+    void setSchedule(NewerImages::Schedule schedule);
+    bool notifies() const;
+    void setNotifies(bool on);
+
+signals:
+    void changed();
+    void checkingChanged();
+    // Told once per newer digest, and only where the setting is on; a muted project's
+    // containers are left out.
+    void newerFound(const QList<NewerNotice> &found);
+
+private:
+    QCoro::Task<> run(bool forced);
+    QCoro::Task<bool> readOrigins(EngineStore *store);
+    QList<NewerNotice> notices();
+    void scheduleNext();
+    QHash<QString, ImageReference> tagsDue(bool forced) const;
+    EngineStore *store(const QString &engine) const;
+
+    std::shared_ptr<Engine> m_engine;
+    QSettings *m_settings;
+    Engines m_engines;
+    Muted m_muted;
+    Options m_options;
+    std::shared_ptr<TagLedger> m_ledger = std::make_shared<TagLedger>();
+    bool m_ledgerRead = false;
+    // By engine: each tag's image, the ids they were read for, what plain HTTP it allows.
+    QHash<QString, QHash<QString, ImageOrigin>> m_origins;
+    QHash<QString, QSet<QString>> m_readIds;
+    QHash<QString, InsecureRegistries> m_insecure;
+    QTimer m_next;
+    bool m_started = false;
+    bool m_checking = false;
+    bool m_meteredSkip = false;
+    // A check asked for while one runs: one more follows it.
+    std::optional<bool> m_again;
+};
