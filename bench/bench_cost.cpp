@@ -465,6 +465,9 @@ int main(int argc, char **argv)
 
     {
         Desktop::Session session(&settings, false);
+        // Its first reading of the images' origins falls in the settling time, so what is
+        // measured is the rest between checks.
+        session.store().newer().setOptions({std::chrono::seconds(2)});
         session.store().start();
         if (ssh)
             session.store().select(Runtime::context(sshContext));

@@ -5,6 +5,7 @@
 #include "dumpreport.h"
 #include "planreport.h"
 #include "reclaimreport.h"
+#include "updatesreport.h"
 #include "selftest.h"
 #include "settings.h"
 #include "shots.h"
@@ -90,6 +91,9 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         break;
     case Mode::Reclaim:
         print(gatherReclaim(engine, invocation.context, invocation.all), reclaimJson, writeReclaim);
+        break;
+    case Mode::Updates:
+        print(gatherUpdates(engine, invocation.context), updatesJson, writeUpdates);
         break;
     case Mode::Tools:
         runToolsDump(invocation.scripts, out);

@@ -448,7 +448,9 @@ ImageOrigins CliEngine::imageOrigins(const QStringList &imageIds, const OptRunti
             throw DockerError(inspected.err.trimmed());
         origins.images = Docker::parseImageOrigins(inspected.out.toUtf8());
     }
-    origins.insecure = Docker::parseInsecureRegistries(Docker::runBytes({"info", "--format", "{{json .RegistryConfig}}"}, runtime));
+    // Images made here are never asked of a registry: no need to know how to reach one.
+    if (std::any_of(origins.images.cbegin(), origins.images.cend(), [](const ImageOrigin &o) { return !o.repoDigests.isEmpty(); }))
+        origins.insecure = Docker::parseInsecureRegistries(Docker::runBytes({"info", "--format", "{{json .RegistryConfig}}"}, runtime));
     return origins;
 }
 

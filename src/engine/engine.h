@@ -138,7 +138,8 @@ public:
     // the engine has no such image.
     virtual std::optional<ImageDetails> imageDetails(const QString &id, const OptRuntime &runtime) const = 0;
     // Where the images of these ids came from, and which registries the engine reaches over
-    // plain HTTP: image inspect, then info. An id the engine no longer has is left out.
+    // plain HTTP: image inspect, then info where any came from a registry. An id the engine
+    // no longer has is left out.
     virtual ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const = 0;
     // One volume with every container that mounts it (`docker volume inspect`, then one
     // listing filtered to it); none when the engine has no such volume.

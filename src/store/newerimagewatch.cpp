@@ -60,13 +60,18 @@ QCoro::Task<> NewerImageWatch::checkNow()
 void NewerImageWatch::imagesChanged(const QString &engine)
 {
     EngineStore *s = store(engine);
-    // Only a change of which images there are changes where they came from.
-    if (!s || !m_readIds.contains(engine) || m_readIds.value(engine) == tagged(s->images()))
+    // Before the first check reads every engine, and after, only a change of which images
+    // there are changes where they came from.
+    if (!s || !m_ledgerRead || (m_readIds.contains(engine) && m_readIds.value(engine) == tagged(s->images())))
         return;
     QPointer<NewerImageWatch> self(this);
     [](QPointer<NewerImageWatch> self, EngineStore *s) -> QCoro::Task<> {
-        if (co_await self->readOrigins(s) && self)
-            emit self->changed();
+        if (!co_await self->readOrigins(s) || !self)
+            co_return;
+        emit self->changed();
+        // A tag pulled since is due at once; the rest keep their times.
+        if (!self->m_checking)
+            self->scheduleNext();
     }(self, s);
 }
 
@@ -140,8 +145,22 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
         m_ledger->notified.unite(read.notified);
     }
     m_ledgerRead = true;
+    // A store can go while another's origins are read: each is held by a guard.
+    QList<QPointer<EngineStore>> stores;
+    QSet<QString> watched;
     for (EngineStore *s : m_engines()) {
-        if (!s->answered() || m_readIds.value(s->name()) == tagged(s->images()) && m_origins.contains(s->name()))
+        stores.append(s);
+        watched.insert(s->name());
+    }
+    // An engine no longer watched has no images to check.
+    for (const QString &engine : m_origins.keys())
+        if (!watched.contains(engine)) {
+            m_origins.remove(engine);
+            m_readIds.remove(engine);
+            m_insecure.remove(engine);
+        }
+    for (const QPointer<EngineStore> &s : std::as_const(stores)) {
+        if (!s || !s->answered() || (m_origins.contains(s->name()) && m_readIds.value(s->name()) == tagged(s->images())))
             continue;
         co_await readOrigins(s);
         if (!self)
@@ -234,8 +253,9 @@ std::optional<ImageFreshness> NewerImageWatch::ofImage(const QString &engine, co
     const auto ref = referenceOf(image);
     if (!ref)
         return std::nullopt;
-    const auto origin = m_origins.value(engine).constFind(ref->canonical());
-    if (origin == m_origins.value(engine).cend())
+    const QHash<QString, ImageOrigin> byTag = m_origins.value(engine);
+    const auto origin = byTag.constFind(ref->canonical());
+    if (origin == byTag.cend())
         return std::nullopt;
     const QString key = ref->canonical();
     const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;

@@ -3,6 +3,8 @@
 #include <QHostAddress>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
+#include <QTimeZone>
 #include <QNetworkProxyFactory>
 #include <QNetworkReply>
 #include <QRegularExpression>
@@ -60,7 +62,9 @@ QDateTime retryAfter(const QByteArray &header, const QDateTime &now)
     const qint64 seconds = header.trimmed().toLongLong(&isNumber);
     if (isNumber && seconds >= 0)
         return now.addSecs(std::min<qint64>(seconds, 7 * 24 * 3600));
-    const QDateTime at = QDateTime::fromString(QString::fromLatin1(header.trimmed()), Qt::RFC2822Date);
+    // HTTP's date is always GMT, in English.
+    QDateTime at = QLocale::c().toDateTime(QString::fromLatin1(header.trimmed()), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'"));
+    at.setTimeZone(QTimeZone::utc());
     return at.isValid() && at > now ? at : now.addSecs(3600);
 }
 
