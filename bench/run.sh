@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Benchmarks on a private engine: the store and window at 0 and 200 containers, the use of
-# 30 running containers shown, then the whole cost at rest at 9 (beside a second engine
-# holding one, too) and 1,000, and the reclaim plan of 1,000 containers, 300 volumes and
-# 200 images.
+# Benchmarks on a private engine: one newer-image check of 50 tags, the store and window at
+# 0 and 200 containers, the use of 30 running containers shown, then the whole cost at rest
+# at 9 (beside a second engine holding one, too) and 1,000, and the reclaim plan of 1,000
+# containers, 300 volumes and 200 images.
 # Usage: bench/run.sh BUILD_DIR
 set -euo pipefail
 build=${1:-build}
@@ -50,6 +50,19 @@ docker tag bench-layers:5 "127.0.0.1:$port/bench-layers:1"
 docker push -q "127.0.0.1:$port/bench-layers:1" >/dev/null
 docker rmi "127.0.0.1:$port/bench-layers:1" bench-layers:1 bench-layers:2 bench-layers:3 bench-layers:4 bench-layers:5 >/dev/null
 "$bench" pull "127.0.0.1:$port/bench-layers:1"
+kill "$registry_pid"; rm -rf "$registry"
+echo "== newer images: one check of 50 tags at a local registry"
+registry=$(mktemp -d)
+port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+printf 'version: 0.1\nlog:\n  accesslog:\n    disabled: false\nstorage:\n  filesystem:\n    rootdirectory: %s/data\nhttp:\n  addr: 127.0.0.1:%s\n' "$registry" "$port" >"$registry/config.yml"
+# The access log is the registry's standard output.
+docker-registry serve "$registry/config.yml" >"$registry/access.log" 2>/dev/null &
+registry_pid=$!
+until curl -sf "http://127.0.0.1:$port/v2/" >/dev/null; do sleep 0.2; done
+for i in $(seq 1 50); do docker tag "$KORVAT_TEST_IMAGE" "127.0.0.1:$port/bench-newer:$i"; done
+docker push -q --all-tags "127.0.0.1:$port/bench-newer" >/dev/null
+"$build/bench/bench_newer" "127.0.0.1:$port/bench-newer" 50 "$registry/access.log"
+for i in $(seq 1 50); do echo "127.0.0.1:$port/bench-newer:$i"; done | xargs docker rmi >/dev/null
 kill "$registry_pid"; rm -rf "$registry"
 echo "== empty engine"
 "$bench" refresh

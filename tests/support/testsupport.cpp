@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
@@ -229,7 +230,7 @@ int freePort()
     return probe.serverPort();
 }
 
-LocalRegistry::LocalRegistry() = default;
+LocalRegistry::LocalRegistry(Access access) : m_access(access) {}
 
 LocalRegistry::~LocalRegistry()
 {
@@ -237,14 +238,26 @@ LocalRegistry::~LocalRegistry()
         ::kill(pid_t(m_pid), SIGKILL);
 }
 
+QString LocalRegistry::user() { return QStringLiteral("korvat"); }
+QString LocalRegistry::password() { return QStringLiteral("korvat-pw-7"); }
+
 bool LocalRegistry::start()
 {
     m_port = freePort();
-    writeFile(m_dir.filePath("config.yml"), QStringLiteral("version: 0.1\nstorage:\n  filesystem:\n    rootdirectory: %1/data\nhttp:\n  addr: 127.0.0.1:%2\n")
-                                               .arg(m_dir.path()).arg(m_port).toUtf8());
+    QString config = QStringLiteral("version: 0.1\nlog:\n  level: warn\n  accesslog:\n    disabled: false\n"
+                                    "storage:\n  filesystem:\n    rootdirectory: %1/data\nhttp:\n  addr: 127.0.0.1:%2\n")
+                         .arg(m_dir.path()).arg(m_port);
+    if (m_access == Access::SignIn) {
+        // bcrypt of password() at cost 5, which the registry's htpasswd reader accepts as $2b$
+        // (and $2y$); cost 5 keeps each sign-in cheap.
+        writeFile(m_dir.filePath("htpasswd"), user().toUtf8() + ":$2b$05$IM5xENfGEivdXhxyXCa9UuMEfV7h0OsStUJ06Adrbf1mihSaFkYrm\n");
+        config += QStringLiteral("auth:\n  htpasswd:\n    realm: korvat-test\n    path: %1/htpasswd\n").arg(m_dir.path());
+    }
+    writeFile(m_dir.filePath("config.yml"), config.toUtf8());
     QProcess registry;
-    registry.setStandardOutputFile(QProcess::nullDevice());
-    registry.setStandardErrorFile(QProcess::nullDevice());
+    // The access log goes to standard output, everything else to standard error.
+    registry.setStandardOutputFile(m_dir.filePath("access.log"));
+    registry.setStandardErrorFile(m_dir.filePath("registry.log"));
     registry.setProgram(QStringLiteral("docker-registry"));
     registry.setArguments({QStringLiteral("serve"), m_dir.filePath("config.yml")});
     if (!registry.startDetached(&m_pid)) {
@@ -258,13 +271,34 @@ bool LocalRegistry::start()
             return true;
         QThread::msleep(50);
     }
-    m_why = QStringLiteral("docker-registry did not answer on port %1").arg(m_port);
+    QFile log(m_dir.filePath("registry.log"));
+    log.open(QIODevice::ReadOnly);
+    m_why = QStringLiteral("docker-registry did not answer on port %1: %2").arg(m_port).arg(QString::fromUtf8(log.readAll()));
     return false;
+}
+
+QString LocalRegistry::host() const
+{
+    return QStringLiteral("127.0.0.1:%1").arg(m_port);
 }
 
 QString LocalRegistry::reference(const QString &name) const
 {
-    return QStringLiteral("127.0.0.1:%1/").arg(m_port) + name;
+    return host() + u'/' + name;
+}
+
+QStringList LocalRegistry::requests() const
+{
+    // 127.0.0.1 - - [date] "HEAD /v2/app/manifests/1 HTTP/1.1" 200 0 "" "agent"
+    static const QRegularExpression line(QStringLiteral(R"re("([A-Z]+) (\S+) HTTP/[0-9.]+")re"));
+    QStringList found;
+    QFile log(m_dir.filePath("access.log"));
+    if (log.open(QIODevice::ReadOnly))
+        for (auto it = line.globalMatch(QString::fromUtf8(log.readAll())); it.hasNext();) {
+            const auto m = it.next();
+            found << m.captured(1) + u' ' + m.captured(2);
+        }
+    return found;
 }
 
 QString SshServer::log() const

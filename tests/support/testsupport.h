@@ -63,30 +63,41 @@ struct Leftovers {
     QString run(const QString &prefix, const QStringList &options = {}, const QStringList &command = sleeper());
 };
 
-// A real OpenSSH server on a free loopback port in front of the private engine: a session's
-// docker reaches the engine through DOCKER_HOST set by the server, so nothing of the
-// account's own ssh set-up is read or changed. The client's side is a configuration file of
-// its own, named in KORVAT_SSH_CONFIG while this lives, under the host name "korvat-ssh".
 // A real image registry (Debian's docker-registry) on a free loopback port, which the
 // private engine pushes to and pulls from without any insecure-registry setting.
+// SignIn makes it ask for its one account (user(), password()) with HTTP Basic, as
+// registries behind htpasswd do. Its access log is kept, so a test sees what it was asked.
 class LocalRegistry {
 public:
-    LocalRegistry();
+    enum class Access { Open, SignIn };
+    explicit LocalRegistry(Access access = Access::Open);
     ~LocalRegistry();
     // False, with why(), when it is not installed or does not answer.
     bool start();
     int port() const { return m_port; }
+    // "127.0.0.1:<port>"
+    QString host() const;
     // "127.0.0.1:<port>/name"
     QString reference(const QString &name) const;
     QString why() const { return m_why; }
+    static QString user();
+    static QString password();
+    // Its access log's request lines so far, oldest first: "HEAD /v2/app/manifests/1". The
+    // registry writes a line only once it has answered, so a test lets it go quiet first.
+    QStringList requests() const;
 
 private:
     QTemporaryDir m_dir;
+    Access m_access;
     int m_port = 0;
     qint64 m_pid = 0;
     QString m_why;
 };
 
+// A real OpenSSH server on a free loopback port in front of the private engine: a session's
+// docker reaches the engine through DOCKER_HOST set by the server, so nothing of the
+// account's own ssh set-up is read or changed. The client's side is a configuration file of
+// its own, named in KORVAT_SSH_CONFIG while this lives, under the host name "korvat-ssh".
 // The same configuration also names the server "korvat-other", as another host would be.
 class SshServer {
 public:
