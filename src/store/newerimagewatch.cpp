@@ -25,13 +25,23 @@ std::optional<ImageReference> referenceOf(const DockerImage &image)
     return ImageReference::parse(image.repository + u':' + image.tag);
 }
 
-QSet<QString> tagged(const QList<DockerImage> &images)
+QStringList taggedIds(const QList<DockerImage> &images)
 {
     QSet<QString> ids;
     for (const DockerImage &i : images)
         if (referenceOf(i))
             ids.insert(i.id);
-    return ids;
+    return ids.values();
+}
+
+// Each tag with its image: a tag put on, or pulled onto, an image already here changes no id.
+QSet<QString> tagged(const QList<DockerImage> &images)
+{
+    QSet<QString> rows;
+    for (const DockerImage &i : images)
+        if (const auto ref = referenceOf(i))
+            rows.insert(i.id + u' ' + ref->canonical());
+    return rows;
 }
 
 } // namespace
@@ -88,8 +98,8 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
     QPointer<NewerImageWatch> self(this);
     QPointer<EngineStore> from(s);
     const QString engine = s->name();
-    const QSet<QString> ids = tagged(s->images());
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, runtime = s->runtime(), list = ids.values()]() -> std::optional<ImageOrigins> {
+    const QSet<QString> rows = tagged(s->images());
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, runtime = s->runtime(), list = taggedIds(s->images())]() -> std::optional<ImageOrigins> {
         try {
             return engine->imageOrigins(list, runtime);
         } catch (const DockerError &) {
@@ -105,7 +115,7 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
             if (const auto ref = ImageReference::parse(tag))
                 byTag.insert(ref->canonical(), origin);
     m_origins.insert(engine, byTag);
-    m_readIds.insert(engine, ids);
+    m_readIds.insert(engine, rows);
     m_insecure.insert(engine, read->insecure);
     co_return true;
 }
@@ -159,8 +169,10 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
             m_readIds.remove(engine);
             m_insecure.remove(engine);
         }
+    // Read again at every check even when the same tags are listed: a push records a digest
+    // that no listing shows.
     for (const QPointer<EngineStore> &s : std::as_const(stores)) {
-        if (!s || !s->answered() || (m_origins.contains(s->name()) && m_readIds.value(s->name()) == tagged(s->images())))
+        if (!s || !s->answered())
             continue;
         co_await readOrigins(s);
         if (!self)
@@ -173,8 +185,12 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
             co_return;
         m_meteredSkip = true;
     } else if (!due.isEmpty()) {
-        const QList<InsecureRegistries> insecure = m_insecure.values();
-        co_await TagCheckRun::ask(due.values(), m_ledger, [insecure](const QString &host) { return TagCheckRun::plainHttpAllowed(host, insecure); });
+        // Made before the co_await, not in its expression: GCC 12 destroys a std::function
+        // argument made there twice, freeing what the round's client still holds.
+        RegistryClient::PlainHttp plainHttp = [insecure = m_insecure.values()](const QString &host) {
+            return TagCheckRun::plainHttpAllowed(host, insecure);
+        };
+        co_await TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp));
         if (!self)
             co_return;
     }

@@ -26,10 +26,10 @@ struct NewerNotice {
 };
 
 // Whether the registries hold newer images than the watched engines run. Reads each engine's
-// record of where its images came from once, and again only when its images change; asks the
-// registries for each tag at most once per the schedule's interval, never while the
-// connection is metered, and at once when asked. At rest between checks it holds one timer:
-// the one that wakes it for the next tag due.
+// record of where its images came from at each check, and between checks when its tags
+// change; asks the registries for each tag at most once per the schedule's interval, never
+// while the connection is metered, and at once when asked. At rest between checks it holds
+// one timer: the one that wakes it for the next tag due.
 class NewerImageWatch : public QObject {
     Q_OBJECT
 
@@ -95,7 +95,8 @@ private:
     Options m_options;
     std::shared_ptr<TagLedger> m_ledger = std::make_shared<TagLedger>();
     bool m_ledgerRead = false;
-    // By engine: each tag's image, the ids they were read for, what plain HTTP it allows.
+    // By engine: each tag's image, the tags (with their ids) they were read for, what plain
+    // HTTP it allows.
     QHash<QString, QHash<QString, ImageOrigin>> m_origins;
     QHash<QString, QSet<QString>> m_readIds;
     QHash<QString, InsecureRegistries> m_insecure;
