@@ -105,6 +105,16 @@ bool RegistryClient::isLoopback(const QString &host)
     return !address.isNull() && address.isLoopback();
 }
 
+QStringList RegistryClient::schemesFor(const QString &host) const
+{
+    const QString https = QStringLiteral("https"), http = QStringLiteral("http");
+    // A registry on loopback almost always speaks plain HTTP: asked that way first, the
+    // askers that start side by side do not each spend a TLS handshake finding out.
+    if (isLoopback(host))
+        return {http, https};
+    return m_plainHttp(host) ? QStringList{https, http} : QStringList{https};
+}
+
 QCoro::Task<QNetworkReply *> RegistryClient::head(const ImageReference &reference, const QString &scheme)
 {
     QNetworkRequest request(QUrl(QStringLiteral("%1://%2/v2/%3/manifests/%4")
@@ -224,7 +234,7 @@ QCoro::Task<RegistryAnswer> RegistryClient::digestOf(ImageReference reference)
     for (int attempt = 0; attempt < 2; ++attempt) {
         QStringList schemes{m_scheme.value(host)};
         if (schemes.first().isEmpty())
-            schemes = m_plainHttp(reference.domain) ? QStringList{QStringLiteral("https"), QStringLiteral("http")} : QStringList{QStringLiteral("https")};
+            schemes = schemesFor(reference.domain);
         QNetworkReply *reply = nullptr;
         int status = 0;
         for (const QString &scheme : std::as_const(schemes)) {

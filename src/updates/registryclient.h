@@ -69,6 +69,8 @@ public:
     static bool isLoopback(const QString &host);
 
 private:
+    // The schemes to try, in order, for a registry whose way in is not known yet.
+    QStringList schemesFor(const QString &host) const;
     static RegistryAnswer judged(const ImageReference &reference, QNetworkReply *reply, int status);
     QCoro::Task<QNetworkReply *> head(const ImageReference &reference, const QString &scheme);
     QCoro::Task<CredentialHelper::Answer> credentialFor(const ImageReference &reference);
