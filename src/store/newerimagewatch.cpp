@@ -179,18 +179,21 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
             co_return;
     }
     const QHash<QString, ImageReference> due = tagsDue(forced);
-    m_meteredSkip = false;
-    if (!due.isEmpty() && !forced && co_await m_options.metered.inUse()) {
+    // The connection's cost is asked only when there is something to ask a registry.
+    bool metered = false;
+    if (!due.isEmpty() && !forced) {
+        metered = co_await m_options.metered();
         if (!self)
             co_return;
-        m_meteredSkip = true;
-    } else if (!due.isEmpty()) {
+    }
+    m_meteredSkip = metered;
+    if (!due.isEmpty() && !metered) {
         // Made before the co_await, not in its expression: GCC 12 destroys a std::function
         // argument made there twice, freeing what the round's client still holds.
         RegistryClient::PlainHttp plainHttp = [insecure = m_insecure.values()](const QString &host) {
             return TagCheckRun::plainHttpAllowed(host, insecure);
         };
-        co_await TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp));
+        co_await TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp), m_challenges);
         if (!self)
             co_return;
     }

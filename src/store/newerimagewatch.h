@@ -40,7 +40,8 @@ public:
         std::chrono::milliseconds settle{std::chrono::seconds(20)};
         // Where results are kept between runs; empty: only for this run.
         QString ledgerPath = {};
-        MeteredConnection metered = MeteredConnection();
+        // Whether the connection in use is metered: NetworkManager's word on the system bus.
+        std::function<QCoro::Task<bool>()> metered = [] { return MeteredConnection::inUse(QDBusConnection::systemBus()); };
     };
     // Whether a project's notifications are muted.
     using Muted = std::function<bool(const QString &project)>;
@@ -100,6 +101,7 @@ private:
     QHash<QString, QHash<QString, ImageOrigin>> m_origins;
     QHash<QString, QSet<QString>> m_readIds;
     QHash<QString, InsecureRegistries> m_insecure;
+    std::shared_ptr<QHash<QString, AuthChallenge>> m_challenges = std::make_shared<QHash<QString, AuthChallenge>>();
     QTimer m_next;
     bool m_started = false;
     bool m_checking = false;

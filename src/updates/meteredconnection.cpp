@@ -6,11 +6,10 @@
 
 #include <QCoroDBusPendingCall>
 
-MeteredConnection::MeteredConnection(std::optional<QDBusConnection> bus) : m_bus(std::move(bus)) {}
+namespace MeteredConnection {
 
-QCoro::Task<bool> MeteredConnection::inUse() const
+QCoro::Task<bool> inUse(QDBusConnection bus)
 {
-    QDBusConnection bus = m_bus ? *m_bus : QDBusConnection::systemBus();
     if (!bus.isConnected())
         co_return false;
     const QString service = QStringLiteral("org.freedesktop.NetworkManager");
@@ -21,3 +20,5 @@ QCoro::Task<bool> MeteredConnection::inUse() const
     const bool isMetered = reply.isValid() && metered(reply.value().variant().toUInt());
     co_return isMetered;
 }
+
+} // namespace MeteredConnection

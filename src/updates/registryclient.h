@@ -65,6 +65,12 @@ public:
 
     QCoro::Task<RegistryAnswer> digestOf(ImageReference reference);
 
+    // Each registry's way of signing in (no secret: where its tokens come from), learnt from
+    // its challenges. Kept from one round to the next, a later round asks for each token
+    // first rather than being turned away once per repository.
+    const QHash<QString, AuthChallenge> &challenges() const { return m_challenges; }
+    void setChallenges(QHash<QString, AuthChallenge> known) { m_challenges = std::move(known); }
+
     // Loopback hosts: the engine reaches them over plain HTTP without being told.
     static bool isLoopback(const QString &host);
 

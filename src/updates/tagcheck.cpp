@@ -81,14 +81,19 @@ bool plainHttpAllowed(const QString &host, const QList<InsecureRegistries> &inse
     return false;
 }
 
-QCoro::Task<> ask(QList<ImageReference> tags, std::shared_ptr<TagLedger> ledger, RegistryClient::PlainHttp plainHttp)
+QCoro::Task<> ask(QList<ImageReference> tags, std::shared_ptr<TagLedger> ledger, RegistryClient::PlainHttp plainHttp,
+                  std::shared_ptr<QHash<QString, AuthChallenge>> challenges)
 {
     auto round = std::make_shared<Round>(std::move(tags), std::move(ledger), std::move(plainHttp));
+    if (challenges)
+        round->client.setChallenges(*challenges);
     std::vector<QCoro::Task<>> running;
     for (int i = 0; i < askers; ++i)
         running.push_back(asker(round));
     for (QCoro::Task<> &task : running)
         co_await task;
+    if (challenges)
+        *challenges = round->client.challenges();
 }
 
 } // namespace TagCheckRun

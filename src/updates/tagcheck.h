@@ -23,6 +23,8 @@ bool plainHttpAllowed(const QString &host, const QList<InsecureRegistries> &inse
 // Asks for each tag's digest, a few at a time, recording each answer into the ledger as it
 // comes (stamped now); sign-ins are read from the user's docker configuration, helpers run
 // off this thread. The ledger outlives the round.
-QCoro::Task<> ask(QList<ImageReference> tags, std::shared_ptr<TagLedger> ledger, RegistryClient::PlainHttp plainHttp);
+// Given challenges, the round begins with them and leaves what it learnt there.
+QCoro::Task<> ask(QList<ImageReference> tags, std::shared_ptr<TagLedger> ledger, RegistryClient::PlainHttp plainHttp,
+                  std::shared_ptr<QHash<QString, AuthChallenge>> challenges = {});
 
 } // namespace TagCheckRun

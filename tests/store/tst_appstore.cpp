@@ -4,6 +4,7 @@
 #include "storesupport.h"
 #include "worktext.h"
 #include "testsupport.h"
+#include "tokenregistry.h"
 
 #include <QDir>
 #include <QSettings>
@@ -138,6 +139,45 @@ private slots:
         st->remove(*web);
         QTRY_COMPARE(m_engine->holdings().containers.size(), 1);
         QCOMPARE(m_engine->holdings("remote").containers.size(), 2);
+    }
+
+    // Never asked on a metered connection unless the user asks; each newer digest is told
+    // once, and a muted project's containers are left out of it.
+    void newerImagesAreToldOnce()
+    {
+        TokenRegistry registry;
+        const QString tag = registry.host() + "/app", dA = "sha256:" + QString(64, u'a');
+        registry.setDigest("app", "1", "sha256:" + QString(64, u'b'));
+        FakeEngine::Holdings h = m_engine->holdings();
+        h.images.append({"i2", tag, "1", "5MB"});
+        h.repoDigests.insert("i2", {tag + "@" + dA});
+        for (Container &c : h.containers)
+            c.image = tag + ":1";
+        m_engine->setHoldings(h);
+        auto st = store();
+        bool metered = true;
+        st->newer().setOptions({std::chrono::milliseconds(0), {}, [&metered]() -> QCoro::Task<bool> { co_return metered; }});
+        st->failures().setMuted("shop", true);
+        QSignalSpy told(&st->newer(), &NewerImageWatch::newerFound);
+        st->start();
+        QTRY_VERIFY(st->newer().meteredSkip() && !st->newer().checking());
+        QVERIFY(registry.requests().isEmpty());
+        const Container loose = *find(*st, "loose");
+        QCOMPARE(st->newer().ofContainer("default", loose)->reason, "Not checked yet");
+
+        QCoro::waitFor(st->newer().checkNow());
+        const auto f = st->newer().ofContainer("default", loose);
+        QCOMPARE(f->state, ImageFreshness::State::Newer);
+        QCOMPARE(st->newer().ofImage("default", h.images.last()), f);
+        QCOMPARE(told.size(), 1);
+        QCOMPARE(told.first().first().value<QList<NewerNotice>>(), QList<NewerNotice>({{"default", *f, {"loose"}}}));
+        QCoro::waitFor(st->newer().checkNow());
+        registry.setDigest("app", "1", "sha256:" + QString(64, u'c'));
+        metered = false;
+        QCoro::waitFor(st->newer().checkNow());
+        QCOMPARE(told.size(), 2);
+        // Turned away once; later checks know where its tokens come from.
+        QCOMPARE(registry.requests().filter("HEAD").size(), 4);
     }
 
     void actions_data()

@@ -1,9 +1,12 @@
 #include "dockerconfig.h"
 #include "imagereference.h"
+#include "meteredconnection.h"
 #include "newerimages.h"
 #include "registryclient.h"
 #include "tagcheck.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -19,6 +22,16 @@ using State = ImageFreshness::State;
 }
 
 Q_DECLARE_METATYPE(std::optional<TagCheck>)
+
+// NetworkManager's one property the check reads, on the test's own session bus.
+class NetworkManagerStandIn : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.NetworkManager")
+    Q_PROPERTY(uint Metered MEMBER metered)
+
+public:
+    uint metered = 0;
+};
 
 class Updates : public QObject {
     Q_OBJECT
@@ -170,6 +183,24 @@ private slots:
         QTEST(f.reason, "reason");
         if (f.state != State::Unknown)
             QCOMPARE(f.remote, check->remote);
+    }
+
+    // NetworkManager's NMMetered values; without NetworkManager nothing is metered.
+    void metered()
+    {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        QVERIFY2(bus.isConnected(), "run under dbus-run-session");
+        QVERIFY(!QCoro::waitFor(MeteredConnection::inUse(bus)));
+        NetworkManagerStandIn nm;
+        QVERIFY(bus.registerObject("/org/freedesktop/NetworkManager", &nm, QDBusConnection::ExportAllProperties));
+        QVERIFY(bus.registerService("org.freedesktop.NetworkManager"));
+        QList<bool> said;
+        for (uint value : {0, 1, 2, 3, 4}) {
+            nm.metered = value;
+            said.append(QCoro::waitFor(MeteredConnection::inUse(bus)));
+        }
+        QCOMPARE(said, QList<bool>({false, true, false, true, false}));
+        bus.unregisterService("org.freedesktop.NetworkManager");
     }
 
     // What is kept of a tag after each answer, when it is asked next, and how it is stored.
