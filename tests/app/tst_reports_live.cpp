@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
@@ -286,6 +287,42 @@ private slots:
         // Without --all, only the categories chosen by default.
         const QString text = korvat({"--reclaim"});
         QVERIFY2(text.startsWith("reclaim would free ") && !text.contains(stopped) && text.contains("never removed:"), qPrintable(text));
+    }
+
+    // Whether a registry moved a tag, as a script reads it: a tag pushed from here is
+    // current, its container named under it; the test image, built here, has nothing to
+    // compare. Nothing changes.
+    void updatesAsksTheRegistry()
+    {
+        LocalRegistry registry;
+        QVERIFY2(registry.start(), qPrintable(registry.why()));
+        const QString repo = registry.reference(uniqueName("kt-up-"));
+        m_made.images << repo + ":1";
+        QCOMPARE(docker({"tag", engineImage(), repo + ":1"}).status, 0);
+        QCOMPARE(docker({"push", repo + ":1"}).status, 0);
+        const QString user = uniqueName("kt-up-");
+        m_made.containers << user;
+        QCOMPARE(docker({"create", "--name", user, repo + ":1"}).status, 0);
+        const QString pulled = docker({"image", "inspect", "-f", "{{index .RepoDigests 0}}", repo + ":1"}).out.trimmed().section('@', 1);
+
+        const QJsonObject report = json({"--updates"});
+        QCOMPARE(report.value("schema").toInt(), 1);
+        QHash<QString, QJsonObject> byReference;
+        for (const QJsonValue &i : report.value("images").toArray())
+            byReference.insert(i.toObject().value("reference").toString(), i.toObject());
+        const QJsonObject pushed = byReference.value(repo + ":1");
+        QCOMPARE(pushed.value("state").toString(), "current");
+        QCOMPARE(pushed.value("local").toString(), pulled);
+        QCOMPARE(pushed.value("remote").toString(), pulled);
+        QCOMPARE(pushed.value("containers").toArray(), QJsonArray({user}));
+        const QJsonObject built = byReference.value(engineImage());
+        QCOMPARE(built.value("state").toString(), "unknown");
+        QCOMPARE(built.value("reason").toString(), "Built here: no digest from docker.io to compare");
+        QVERIFY(built.value("remote").isNull());
+        const QString text = korvat({"--updates"});
+        QVERIFY2(text.contains(QRegularExpression("current +" + QRegularExpression::escape(repo + ":1") + " +Same as on .* — run by " + user + "\n")),
+                 qPrintable(text));
+        QCOMPARE(registry.requests().filter("GET").filter("manifests"), QStringList());
     }
 
     void planOfAnUnknownProject()
