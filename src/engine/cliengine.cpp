@@ -449,8 +449,13 @@ ImageOrigins CliEngine::imageOrigins(const QStringList &imageIds, const OptRunti
         origins.images = Docker::parseImageOrigins(inspected.out.toUtf8());
     }
     // Images made here are never asked of a registry: no need to know how to reach one.
-    if (std::any_of(origins.images.cbegin(), origins.images.cend(), [](const ImageOrigin &o) { return !o.repoDigests.isEmpty(); }))
-        origins.insecure = Docker::parseInsecureRegistries(Docker::runBytes({"info", "--format", "{{json .RegistryConfig}}"}, runtime));
+    // An engine that will not say (some Docker APIs lack it) leaves loopback as the only
+    // plain-HTTP way, which is what the engine's defaults allow anyway.
+    if (std::any_of(origins.images.cbegin(), origins.images.cend(), [](const ImageOrigin &o) { return !o.repoDigests.isEmpty(); })) {
+        const auto info = Docker::capture({"info", "--format", "{{json .RegistryConfig}}"}, runtime);
+        if (info.status == 0)
+            origins.insecure = Docker::parseInsecureRegistries(info.out.toUtf8());
+    }
     return origins;
 }
 
