@@ -172,7 +172,8 @@ public:
     void unpause(const Container &c);
     void remove(const Container &c);
     void commit(const Container &c, const QString &imageName);
-    void pull(const QString &reference);
+    // On the row's engine; the selected runtime's for none.
+    void pull(const QString &reference, const QString &engine = {});
     void remove(const DockerImage &image);
     void pruneImages();
     void remove(const DockerVolume &volume);

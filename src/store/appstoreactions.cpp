@@ -102,7 +102,7 @@ void AppStore::restart(const Container &c) { act(onEngine(c.engine), EngineActio
 void AppStore::pause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Pause, {c.id})); }
 void AppStore::unpause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Unpause, {c.id})); }
 void AppStore::remove(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Remove, {c.id})); }
-void AppStore::pull(const QString &reference) { act(onSelected(), EngineAction::pull(reference)); }
+void AppStore::pull(const QString &reference, const QString &engine) { act(onEngine(engine), EngineAction::pull(reference)); }
 void AppStore::remove(const DockerImage &image) { act(onEngine(image.engine), EngineAction::on(Kind::RemoveImage, {image.id})); }
 void AppStore::pruneImages() { act(onSelected(), EngineAction::prune(Kind::PruneImages)); }
 void AppStore::remove(const DockerVolume &volume) { act(onEngine(volume.engine), EngineAction::on(Kind::RemoveVolume, {volume.name})); }

@@ -2,13 +2,15 @@ import QtQuick
 import QtQuick.Layouts
 import Korvat
 
-// Asks before an action that cannot be taken back.
+// Asks before an action that cannot be taken back, or whose reach needs saying first.
 Sheet {
     id: sheet
 
     property string title: ""
     property string message: ""
     property string confirmText: ""
+    // "danger" for what cannot be taken back; "accent" for what only needs saying first.
+    property string confirmVariant: "danger"
     // A second way through, such as keeping a copy first; none when empty.
     property string alternativeText: ""
 
@@ -62,7 +64,7 @@ Sheet {
             KorButton {
                 objectName: "confirm"
                 text: sheet.confirmText
-                variant: "danger"
+                variant: sheet.confirmVariant
                 onClicked: {
                     sheet.close();
                     sheet.confirmed();

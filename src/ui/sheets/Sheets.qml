@@ -42,6 +42,12 @@ Item {
             confirmVolume.message = message;
             confirmVolume.open();
         }
+        function onImagePullRequested(container: string, title: string, message: string) {
+            confirmPull.container = container;
+            confirmPull.title = title;
+            confirmPull.message = message;
+            confirmPull.open();
+        }
         function onPruneRequested(images: bool) {
             confirmPrune.images = images;
             // Named when asked: the engine it goes to is the one selected now.
@@ -103,6 +109,16 @@ Item {
         alternativeText: "Back up first…"
         onConfirmed: root.actions.removeVolume(confirmVolume.volume)
         onAlternative: root.actions.backUpFirst(confirmVolume.volume)
+    }
+    ConfirmSheet {
+        id: confirmPull
+
+        property string container: ""
+
+        objectName: "confirmPull"
+        confirmText: "Pull"
+        confirmVariant: "accent"
+        onConfirmed: root.actions.pullNewerImage(confirmPull.container)
     }
     ConfirmSheet {
         id: confirmPrune

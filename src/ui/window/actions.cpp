@@ -7,6 +7,7 @@
 #include "containerrules.h"
 #include "execconsole.h"
 #include "logfollower.h"
+#include "newertext.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "reclaiming.h"
@@ -180,6 +181,14 @@ void Actions::pull(const QString &reference)
     // Passed exactly as typed: the engine is the judge of what a reference is.
     if (!reference.trimmed().isEmpty())
         m_store->pull(reference);
+}
+
+void Actions::pullNewerImage(const QString &id)
+{
+    withContainer(id, [this](const Container &c) {
+        const auto freshness = m_store->newer().ofContainer(c.engine, c);
+        m_store->pull(freshness ? freshness->reference : c.image, c.engine);
+    });
 }
 
 void Actions::removeImage(const QString &id, const QString &reference)
@@ -386,6 +395,14 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         });
     case Verb::Commit:
         return onContainer([this](const Container &c) { emit commitRequested(MergedView::rowKey(c.engine, c.id), c.name); });
+    case Verb::PullNewerImage:
+        return onContainer([this](const Container &c) {
+            const auto freshness = m_store->newer().ofContainer(c.engine, c);
+            if (!freshness || freshness->state != ImageFreshness::State::Newer)
+                return;
+            emit imagePullRequested(MergedView::rowKey(c.engine, c.id), QStringLiteral("Pull %1?").arg(freshness->reference),
+                                    NewerText::pullMessage(freshness->reference, c.name, m_store->shown().several() ? c.engine : QString()));
+        });
     case Verb::OpenInBrowser:
         if (!QDesktopServices::openUrl(QUrl(detail)))
             m_store->reportError(QStringLiteral("Could not open ") + detail + QStringLiteral(": no web browser answered."));

@@ -46,6 +46,9 @@ public:
 
     // Images by id and reference (one id may carry several), volumes by name.
     void pull(const QString &reference);
+    // The newer image of a lone container's tag, on the container's engine; the container
+    // runs the old one until it is made again.
+    Q_INVOKABLE void pullNewerImage(const QString &id);
     void removeImage(const QString &id, const QString &reference);
     Q_INVOKABLE void pruneImages();
     // At once: the sheet that asked has been answered.
@@ -92,6 +95,8 @@ signals:
     // A removal (verb RemoveVolume) asks for the file its backup first goes to.
     void volumeFileRequested(int verb, const QString &volume, const QUrl &suggested);
     void pruneRequested(bool images);
+    // A container's newer image is pulled on the user's word: container is its key.
+    void imagePullRequested(const QString &container, const QString &title, const QString &message);
     // A volume named on a sheet is to be shown in its section.
     void volumeShown(const QString &volume);
     // The project's directory has gone; the window asks where it went.

@@ -12,6 +12,7 @@ QML_ELEMENT
 enum Kind {
     // On a container, by id.
     Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit, Details,
+    PullNewerImage,  // a lone container's tag, on its engine, after the user's word
     OpenInBrowser,   // the detail: one of the row's links
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
