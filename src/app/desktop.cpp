@@ -69,8 +69,9 @@ struct Session::Parts {
 Session::Session(QSettings *settings, bool followDesktop, Backends backends)
     : d(std::make_unique<Parts>(settings, followDesktop, std::move(backends)))
 {
-    d->notifier = std::make_unique<Notifier>([this](const FailureNotes::Note &note) { showLogs(note); });
+    d->notifier = std::make_unique<Notifier>([this](const FailureNotes::Note &note) { showLogs(note); }, [this] { showImages(); });
     QObject::connect(&d->store.failures(), &FailureWatch::failed, d->notifier.get(), &Notifier::tell);
+    QObject::connect(&d->store.newer(), &NewerImageWatch::newerFound, d->notifier.get(), &Notifier::tellNewer);
 }
 Session::~Session() = default;
 AppStore &Session::store() { return d->store; }
@@ -110,6 +111,14 @@ void Session::showLogs(const FailureNotes::Note &note)
         d->actions.perform(Verb::ProjectLogs, MergedView::rowKey(note.engine, note.project));
 }
 
+void Session::showImages()
+{
+    d->shell.setCategory(int(Category::Images));
+    d->window->show();
+    d->window->raise();
+    d->window->requestActivate();
+}
+
 QQuickWindow *Session::loadPanel()
 {
     return UiEngine::loadPanel(d->engine, &d->store, &d->toolchain, &d->shell, &d->actions);
@@ -127,6 +136,11 @@ int run(int &argc, char **argv)
         QTextStream(stderr) << "korvat: the main window could not be loaded\n";
         return 1;
     }
+    // What the registries said is kept between runs, so a start does not ask them again;
+    // tests and pictures keep it to themselves. The store starts when the window shows.
+    NewerImageWatch::Options newer;
+    newer.ledgerPath = NewerImages::ledgerPath();
+    session.store().newer().setOptions(newer);
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/korvat/app/korvat.svg")));
     Tray tray(session);
     // Settings first, so a second signal cannot lose them; then no wait for a child, however

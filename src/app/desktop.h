@@ -59,6 +59,8 @@ public:
     void showWindow();
     // Raises the main window on the logs of what a notification told of.
     void showLogs(const FailureNotes::Note &note);
+    // Raises the main window on the images, which a newer image's notification told of.
+    void showImages();
     // The tray panel, loaded on first use into the same engine; hidden.
     QQuickWindow *loadPanel();
 

@@ -6,6 +6,7 @@
 #include "projectregistry.h"
 #include "toolchain.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <array>
 #include <cmath>
@@ -173,6 +174,49 @@ std::shared_ptr<FakeEngine> engine(const QString &root)
                                {QStringLiteral("tls_certs"), QStringLiteral("website_assets"), QStringLiteral("website_cache")},
                                {QStringLiteral("tls_certs")}});
     return engine;
+}
+
+namespace {
+// The sample's tags, by image id.
+const QList<std::pair<QString, QString>> &pulledTags()
+{
+    static const QList<std::pair<QString, QString>> tags{
+        {QStringLiteral("5b1f6c2a9e01"), QStringLiteral("php:8.3-fpm")},      {QStringLiteral("7c3e8d4b1f02"), QStringLiteral("php:8.3-cli")},
+        {QStringLiteral("9e5a2f6d3b03"), QStringLiteral("postgres:16")},      {QStringLiteral("2a7c4e9f5d04"), QStringLiteral("nginx:1.27-alpine")},
+        {QStringLiteral("4c9e6a1b7f05"), QStringLiteral("redis:7")},          {QStringLiteral("8a3c1e5f2d07"), QStringLiteral("busybox:1.36")},
+        {QStringLiteral("1c5e3a7b4f08"), QStringLiteral("alpine:3.20")},      {QStringLiteral("5f2b8d4a6c10"), QStringLiteral("node:20-alpine")},
+    };
+    return tags;
+}
+
+QString digest(const QString &seed)
+{
+    return QStringLiteral("sha256:") + QString::fromLatin1(QCryptographicHash::hash(seed.toUtf8(), QCryptographicHash::Sha256).toHex());
+}
+}
+
+QMap<QString, QStringList> repoDigests()
+{
+    QMap<QString, QStringList> digests;
+    for (const auto &[id, tag] : pulledTags())
+        digests.insert(id, {tag.section(u':', 0, 0) + u'@' + digest(tag)});
+    return digests;
+}
+
+TagLedger newerLedger(const QDateTime &now)
+{
+    static const QStringList movedOn{QStringLiteral("php:8.3-fpm"), QStringLiteral("php:8.3-cli"), QStringLiteral("busybox:1.36")};
+    TagLedger ledger;
+    const QDateTime read = now.toUTC().addSecs(-3 * 3600);
+    for (const auto &[id, tag] : pulledTags()) {
+        const QString key = QStringLiteral("docker.io/library/") + tag;
+        const QString remote = movedOn.contains(tag) ? digest(QStringLiteral("newer ") + tag) : digest(tag);
+        ledger.tags.insert(key, TagCheck{remote, read, read});
+        // Already told: a picture sends the desktop no notification.
+        if (movedOn.contains(tag))
+            ledger.notified.insert(NewerImages::noticeKey(key, remote));
+    }
+    return ledger;
 }
 
 ProjectRegistry registry(const QString &root)

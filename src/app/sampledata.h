@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fakeengine.h"
+#include "newerimages.h"
 #include "projectregistry.h"
 #include "tool.h"
 #include "servicemanager.h"
@@ -20,6 +21,14 @@ FakeEngine::Holdings holdings(const QString &root);
 QList<ContainerDetails> details(const QDateTime &now);
 // An image of many layers, some of them long, some adding no files.
 ImageDetails imageDetails(const QDateTime &now);
+// Where the sample's images came from, by image id, as the engine recorded their pulls:
+// every tagged image but the notes app's, which was built here. Kept apart from holdings(),
+// so that only what asks for them gives the registries something to be asked about.
+QMap<QString, QStringList> repoDigests();
+// What the registries said of those tags three hours before now: the storefront's php
+// images and the backup agent's busybox moved on since they were pulled, the rest did not;
+// what moved on was already told of.
+TagLedger newerLedger(const QDateTime &now);
 // Projects added by hand that run nothing: billing, and archive whose directory is gone.
 ProjectRegistry registry(const QString &root);
 // Creates the sample projects' directories under root: storefront, website, billing and docs

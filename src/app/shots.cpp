@@ -316,6 +316,9 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-down"), Category::Projects, [](Stage &stage) {
              stage.actions().perform(Verb::Down, QStringLiteral("storefront"));
          }},
+        {QStringLiteral("sheet-pull-newer"), Category::Containers, [](Stage &stage) {
+             stage.actions().perform(Verb::PullNewerImage, stage.container(QStringLiteral("backup-agent")).id);
+         }},
         {QStringLiteral("sheet-remove-volume"), Category::Volumes, [](Stage &stage) {
              stage.actions().perform(Verb::RemoveVolume, QStringLiteral("notes_data"));
          }},
@@ -406,6 +409,9 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         Stage stage;
         stage.root = root;
         stage.engine = SampleData::engine(root);
+        auto pulled = SampleData::holdings(root);
+        pulled.repoDigests = SampleData::repoDigests();
+        stage.engine->setHoldings(pulled);
         stage.listed = QDateTime(QDate::currentDate(), QTime(14, 5));
         stage.now = std::make_shared<QDateTime>(stage.listed);
         // Still pictures: no poll, no event stream; every scene lists when it needs to.
@@ -424,11 +430,23 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
             out << "korvat: the main window could not be loaded\n";
             return false;
         }
+        // The registries' last answers, read as a start reads them: nothing asks them anew.
+        // The first reading waits for the engine's first listing.
+        const QString ledger = home.filePath(QStringLiteral("newer-images.json"));
+        NewerImages::writeLedger(ledger, SampleData::newerLedger(QDateTime::currentDateTimeUtc()));
+        NewerImageWatch::Options newer;
+        newer.settle = std::chrono::milliseconds(200);
+        newer.ledgerPath = ledger;
+        stage.store().newer().setOptions(newer);
         window->resize(scene.size);
         window->show();
         // Shown, the window starts the store, which picks its runtime before it lists.
         waitUntil([&] { return stage.store().runtime().has_value(); });
         QCoro::waitFor(stage.store().refresh());
+        waitUntil([&] {
+            const NewerImageWatch &watch = stage.store().newer();
+            return !watch.checking() && !watch.all(stage.store().selected().name()).isEmpty();
+        });
         stage.showTools(false);
         // The minute of machine use the rows would have read while the window was open, at
         // the pace it reads as many containers as these.

@@ -2,6 +2,7 @@
 #include "storesupport.h"
 #include "containermodel.h"
 #include "fakeengine.h"
+#include "imagemodel.h"
 #include "projectmodel.h"
 #include "settingscontroller.h"
 #include "shell.h"
@@ -49,6 +50,22 @@ struct Spies {
     int total() const { return int(inserted.size() + removed.size() + moved.size() + changed.size() + reset.size() + layout.size()); }
     QSignalSpy inserted, removed, moved, changed, reset, layout;
 };
+
+// The registry has moved on from the tag of the rows whose id (or repository) is named;
+// every other row's image is current, with the same words.
+template<typename Row>
+std::function<std::optional<ImageFreshness>(const Row &)> newerFor(const QStringList &names)
+{
+    return [names](const Row &row) {
+        QString name;
+        if constexpr (std::is_same_v<Row, Container>)
+            name = row.id;
+        else
+            name = row.repository;
+        const auto state = names.contains(name) ? ImageFreshness::State::Newer : ImageFreshness::State::Current;
+        return std::optional(ImageFreshness{QStringLiteral("img:latest"), state, QStringLiteral("docker.io has a newer img:latest")});
+    };
+}
 }
 
 class TestModels : public QObject {
@@ -132,6 +149,32 @@ void TestModels::stateChangeTouchesOneRowAndItsRoles()
     QVERIFY(!roles.contains(ContainerModel::NameRole));
     QVERIFY(!roles.contains(ContainerModel::StatusRole));
     QCOMPARE(model.index(1).data(ContainerModel::ActionLabelRole).toString(), QStringLiteral("Start"));
+
+    // The registry moves on from b's image: b's row alone is marked and told, once, however
+    // often the same rows and the same answers come again.
+    Spies marks(&model);
+    model.setNewerOf(newerFor<Container>({"b"}));
+    model.setContainers(next);
+    model.markNewer();
+    QCOMPARE(marks.total(), 1);
+    QCOMPARE(marks.changed.first()[0].toModelIndex().row(), 1);
+    QCOMPARE(marks.changed.first()[2].value<QList<int>>(),
+             (QList<int>{ContainerModel::NewerRole, ContainerModel::NewerReasonRole, ContainerModel::DescriptionRole}));
+    QVERIFY(model.index(1).data(ContainerModel::NewerRole).toBool());
+    QCOMPARE(model.index(1).data(ContainerModel::NewerReasonRole).toString(), QStringLiteral("docker.io has a newer img:latest"));
+    QVERIFY(!model.index(0).data(ContainerModel::NewerRole).toBool());
+    QCOMPARE(model.index(0).data(ContainerModel::NewerReasonRole).toString(), QString());
+
+    // Images likewise, by their tag's row.
+    ImageModel images;
+    QAbstractItemModelTester imageTester(&images, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    images.setImages({{"i1", "nginx", "latest", "1MB"}, {"i2", "redis", "7", "2MB"}});
+    Spies imageMarks(&images);
+    images.setNewerOf(newerFor<DockerImage>({"redis"}));
+    images.markNewer();
+    QCOMPARE(imageMarks.total(), 1);
+    QVERIFY(images.index(1).data(ImageModel::NewerRole).toBool());
+    QVERIFY(!images.index(0).data(ImageModel::NewerRole).toBool());
 }
 
 void TestModels::projectCardKeepsItsRowsModel()
@@ -156,6 +199,21 @@ void TestModels::projectCardKeepsItsRowsModel()
     QCOMPARE(cards.changed.first()[2].value<QList<int>>(), (QList<int>{ProjectModel::RunningCountRole, ProjectModel::UsageRole, ProjectModel::DescriptionRole}));
     QCOMPARE(shopSpies.total(), 1);
     QCOMPARE(shopSpies.changed.first()[0].toModelIndex().row(), 1);
+
+    // Its services' images moved on: the card says how many, and only its own roles change.
+    const QList<std::pair<QStringList, QString>> newer{
+        {{"b"}, "1 service has a newer image"}, {{"a", "b"}, "2 services have newer images"}, {{}, ""}};
+    for (const auto &[ids, line] : newer) {
+        Spies told(&model);
+        model.setNewerOf(newerFor<Container>(ids));
+        QCOMPARE(model.index(0).data(ProjectModel::NewerLineRole).toString(), line);
+        QCOMPARE(told.total(), 1);
+        QCOMPARE(told.changed.first()[0].toModelIndex().row(), 0);
+        QCOMPARE(told.changed.first()[2].value<QList<int>>(), (QList<int>{ProjectModel::NewerLineRole, ProjectModel::DescriptionRole}));
+        QCOMPARE(model.index(0).data(ProjectModel::DescriptionRole).toString().endsWith(line), true);
+        QCOMPARE(shopRows->index(1).data(ContainerModel::NewerRole).toBool(), ids.contains("b"));
+        QCOMPARE(model.index(1).data(ProjectModel::NewerLineRole).toString(), QString());
+    }
 }
 
 void TestModels::usageIsReadForRunningRowsOnScreen()

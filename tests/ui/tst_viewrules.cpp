@@ -8,6 +8,7 @@
 #include "disktext.h"
 #include "diskusage.h"
 #include "failurenotes.h"
+#include "newertext.h"
 #include "docker.h"
 #include "volumemodel.h"
 #include "runtimeselection.h"
@@ -70,6 +71,8 @@ private slots:
     void failureNotes_data();
     void failureNotes();
     void failuresFoundAcrossAGap();
+    void newerNotes_data();
+    void newerNotes();
     void detailsTexts();
     void masking_data();
     void masking();
@@ -186,6 +189,8 @@ void TestViewRules::spokenTexts()
     for (const auto &[summary, text] : pulls)
         QCOMPARE(ProjectCard::pullSummary(summary), text);
     QCOMPARE(ProjectCard::recreateLabel(2), "Recreate 2 services");
+    QCOMPARE(NewerText::pullMessage("nginx:latest", "web", "rootless"),
+             "Pulls nginx:latest on rootless. web keeps running the old image until it is made again.");
 }
 
 void TestViewRules::listCursor_data()
@@ -474,6 +479,34 @@ void TestViewRules::failureNotes()
     watch.see({QStringLiteral("x-id"), Kind::Died, 1, QStringLiteral("x"), {}});
     QCoreApplication::processEvents();
     QCOMPARE(told.size(), notes.isEmpty() ? 0 : 1);
+}
+
+// One notification per check: an image by name with who runs it where, several counted
+// once each however many engines run them.
+void TestViewRules::newerNotes_data()
+{
+    // Each notice: "engine reference container…", "-" for no engine.
+    QTest::addColumn<QStringList>("found");
+    QTest::addColumn<QString>("note");
+    QTest::newRow("one container") << QStringList{"default nginx:latest web"}
+                                   << "Newer image for nginx:latest | web runs it on default. Pull it when you choose.";
+    QTest::newRow("one image on two engines") << QStringList{"default nginx:latest web api", "rootless nginx:latest web"}
+                                              << "Newer image for nginx:latest | web and api run it on default. web runs it on rootless. Pull it when you choose.";
+    QTest::newRow("no engine named") << QStringList{"- busybox:1.36 agent"} << "Newer image for busybox:1.36 | agent runs it. Pull it when you choose.";
+    QTest::newRow("several images") << QStringList{"default nginx:latest web", "default redis:7 cache", "rootless nginx:latest web", "rootless php:8.3-fpm app"}
+                                    << "3 newer images | nginx:latest, redis:7 and php:8.3-fpm. Pull them when you choose.";
+}
+
+void TestViewRules::newerNotes()
+{
+    QFETCH(QStringList, found);
+    QList<NewerNotice> notices;
+    for (const QString &line : found) {
+        const QStringList parts = line.split(u' ');
+        notices.append({parts[0] == "-" ? QString() : parts[0], ImageFreshness{parts[1], ImageFreshness::State::Newer, {}}, parts.mid(2)});
+    }
+    const NewerText::Note note = NewerText::notification(notices);
+    QTEST(note.summary + " | " + note.body, "note");
 }
 
 // What died while the event stream was down is found by the listing after it, once.

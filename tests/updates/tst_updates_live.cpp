@@ -137,7 +137,7 @@ private slots:
         QSettings settings(m_tmp.filePath(name + ".conf"), QSettings::IniFormat);
         AppStore store(&settings, std::make_shared<CliEngine>());
         NewerImageWatch &watch = store.newer();
-        watch.setOptions({std::chrono::hours(1), {}, MeteredConnection()});
+        watch.setOptions({std::chrono::hours(1)});
         store.start();
         EngineStore *engine = nullptr;
         QVERIFY(QTest::qWaitFor([&] { return (engine = store.engineNamed(engineContext())) && engine->answered(); }, 20000));

@@ -15,6 +15,9 @@ Rectangle {
     property string spoken: detail
     // A pill before the trailing text, such as the project a container belongs to.
     property string badge: ""
+    // A pill in the update colours before it, such as "Newer image"; updateHelp says why.
+    property string updateBadge: ""
+    property string updateHelp: ""
     // Its engine's name, while rows of several engines are shown.
     property string engine: ""
     // The leading mark: a status dot, a run ring (ringTotal ≥ 0) or an icon.
@@ -96,6 +99,14 @@ Rectangle {
                 font: Theme.varied("Inter", 400, 12)
                 elide: Text.ElideRight
             }
+        }
+        KorBadge {
+            objectName: "updateBadge"
+            visible: root.updateBadge !== ""
+            text: root.updateBadge
+            help: root.updateHelp
+            fill: Theme.badgeFill
+            ink: Theme.badgeInk
         }
         KorBadge {
             visible: root.badge !== ""

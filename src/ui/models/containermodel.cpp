@@ -8,9 +8,16 @@
 #include "usagetext.h"
 #include "usagewatch.h"
 
+namespace {
+QString keyOf(const Container &c)
+{
+    return c.engine + u'\n' + c.id;
+}
+}
+
 void ContainerModel::setContainers(const QList<Container> &containers)
 {
-    sync(m_rows, containers, [](const Container &c) { return c.engine + u'\n' + c.id; }, [](const Container &a, const Container &b) {
+    sync(m_rows, containers, keyOf, [](const Container &a, const Container &b) {
         QList<int> roles;
         if (a.name != b.name)
             roles << NameRole << TerminalCommandRole;
@@ -30,7 +37,20 @@ void ContainerModel::setContainers(const QList<Container> &containers)
             roles << DescriptionRole;
         return roles;
     });
+    markNewer();
     askForUsage();
+}
+
+void ContainerModel::setNewerOf(ContainerNewerOf newerOf)
+{
+    m_newerOf = std::move(newerOf);
+    markNewer();
+}
+
+void ContainerModel::markNewer()
+{
+    for (int i : m_newer.update(m_rows, keyOf, m_newerOf))
+        emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole, DescriptionRole});
 }
 
 ContainerModel::~ContainerModel()
@@ -179,7 +199,11 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
             return Terminal::commandLine(engine->runtime, c.name);
         return Terminal::commandLine(m_runtime, c.name);
     case DescriptionRole:
-        return ContainerRules::spoken(c);
+        return m_newer.newer(keyOf(c)) ? ContainerRules::spoken(c) + QStringLiteral(" · Newer image") : ContainerRules::spoken(c);
+    case NewerRole:
+        return m_newer.newer(keyOf(c));
+    case NewerReasonRole:
+        return m_newer.reason(keyOf(c));
     case LinksRole: {
         QVariantList links;
         const auto engine = m_engines.constFind(c.engine);
@@ -213,6 +237,7 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
         {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"}, {ServiceRole, "service"},
+        {NewerRole, "newer"}, {NewerReasonRole, "newerReason"},
     };
     names.insert(sharedRoleNames());
     return names;

@@ -2,6 +2,7 @@
 
 #include "container.h"
 #include "keyedlistmodel.h"
+#include "newermarks.h"
 #include "runtime.h"
 
 #include <QHash>
@@ -13,6 +14,8 @@ class UsageWatch;
 
 // Where the machine use of an engine's containers is read, by the engine's name.
 using UsageOf = std::function<UsageWatch *(const QString &engine)>;
+// What is known of whether the registry has moved on from the image a container runs.
+using ContainerNewerOf = std::function<std::optional<ImageFreshness>(const Container &)>;
 
 #include <QtQml/qqmlregistration.h>
 
@@ -47,6 +50,9 @@ public:
         TrendRole,
         // Its compose service; empty outside a project.
         ServiceRole,
+        // The registry has a newer image for its tag, and why Korvat says so.
+        NewerRole,
+        NewerReasonRole,
     };
     Q_ENUM(Role)
 
@@ -63,6 +69,10 @@ public:
     void setUsage(UsageWatch *usage);
     // Rows of several engines: each engine's watch reads its own rows.
     void setUsageOf(UsageOf usageOf);
+    // Where each row learns whether its image is behind; asked again at every setContainers
+    // and markNewer, and only rows whose answer changed are told.
+    void setNewerOf(ContainerNewerOf newerOf);
+    void markNewer();
     // A row's view came or went. Only what is on screen is read, and only while it runs.
     Q_INVOKABLE void onScreen(const QString &containerId, bool shown);
 
@@ -81,6 +91,8 @@ private:
 
     std::optional<Runtime> m_runtime;
     QHash<QString, RuntimeEntry> m_engines;
+    ContainerNewerOf m_newerOf;
+    NewerMarks m_newer;
     UsageOf m_usageOf;
     // The watches asked for rows, each told when it has nothing more to read for this model.
     QList<QPointer<UsageWatch>> m_watches;

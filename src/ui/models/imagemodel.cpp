@@ -1,11 +1,30 @@
 #include "imagemodel.h"
 
+namespace {
+QString keyOf(const DockerImage &i)
+{
+    return i.engine + u'\n' + i.id + u'\n' + i.repository + u':' + i.tag;
+}
+}
+
 void ImageModel::setImages(const QList<DockerImage> &images)
 {
-    const auto key = [](const DockerImage &i) { return i.engine + u'\n' + i.id + u'\n' + i.repository + u':' + i.tag; };
-    sync(m_rows, images, key, [](const DockerImage &a, const DockerImage &b) {
+    sync(m_rows, images, keyOf, [](const DockerImage &a, const DockerImage &b) {
         return a.size != b.size ? QList<int>{SizeRole} : QList<int>{};
     });
+    markNewer();
+}
+
+void ImageModel::setNewerOf(ImageNewerOf newerOf)
+{
+    m_newerOf = std::move(newerOf);
+    markNewer();
+}
+
+void ImageModel::markNewer()
+{
+    for (int i : m_newer.update(m_rows, keyOf, m_newerOf))
+        emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole});
 }
 
 QString ImageModel::shortId(const QString &id)
@@ -34,6 +53,10 @@ QVariant ImageModel::roleData(const DockerImage &i, int role) const
         return i.tag;
     case SizeRole:
         return i.size;
+    case NewerRole:
+        return m_newer.newer(keyOf(i));
+    case NewerReasonRole:
+        return m_newer.reason(keyOf(i));
     }
     return {};
 }
@@ -41,7 +64,8 @@ QVariant ImageModel::roleData(const DockerImage &i, int role) const
 QHash<int, QByteArray> ImageModel::roleNames() const
 {
     QHash<int, QByteArray> names {{ImageIdRole, "imageId"}, {ShortIdRole, "shortId"}, {RepositoryRole, "repository"},
-            {TagRole, "tag"}, {ReferenceRole, "reference"}, {SizeRole, "size"}};
+            {TagRole, "tag"}, {ReferenceRole, "reference"}, {SizeRole, "size"}, {NewerRole, "newer"},
+            {NewerReasonRole, "newerReason"}};
     names.insert(sharedRoleNames());
     return names;
 }

@@ -1,6 +1,7 @@
 #include "projectmodel.h"
 
 #include "docker.h"
+#include "newertext.h"
 #include "usagetext.h"
 
 #include <QSet>
@@ -62,6 +63,7 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
         // Pulls are told by project on its engine.
         if (const auto pull = pulls.constFind(p.engine.isEmpty() ? p.name : p.engine + QChar(0x1f) + p.name); pull != pulls.cend())
             row.pull = *pull;
+        row.newer = newerServices(row);
         rows.append(row);
     }
     // The engines not yet closed: the last one with projects, and those with loose rows only.
@@ -70,6 +72,37 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
         if (!closed)
             looseOf(engine);
     }
+    setRows(rows);
+}
+
+QStringList ProjectModel::newerServices(const ProjectRow &row) const
+{
+    QStringList services;
+    if (row.loose || !m_newerOf)
+        return services;
+    for (const Container &c : row.project.containers) {
+        const std::optional<ImageFreshness> freshness = m_newerOf(c);
+        const QString service = c.labels.value(QLatin1String(Labels::service), c.name);
+        if (freshness && freshness->state == ImageFreshness::State::Newer && !services.contains(service))
+            services.append(service);
+    }
+    return services;
+}
+
+void ProjectModel::setNewerOf(ContainerNewerOf newerOf)
+{
+    m_newerOf = std::move(newerOf);
+    for (ContainerModel *child : std::as_const(m_children))
+        child->setNewerOf(m_newerOf);
+    markNewer();
+}
+
+void ProjectModel::markNewer()
+{
+    QList<ProjectRow> rows = m_rows;
+    for (ProjectRow &row : rows)
+        row.newer = newerServices(row);
+    // Each card's own rows look again as they are given their containers.
     setRows(rows);
 }
 
@@ -85,6 +118,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             child->setRuntime(m_runtime, m_endpoint);
             child->setUsageOf(m_usageOf);
             child->setEngines(m_engines);
+            child->setNewerOf(m_newerOf);
         }
         child->setContainers(r.project.containers);
         ServiceModel *&services = m_services[r.key()];
@@ -112,7 +146,10 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << PullSummaryRole << RecreateRole;
         if (a.muted != b.muted)
             roles << MutedRole;
-        if (a.total() != b.total() || ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
+        if (a.newer != b.newer)
+            roles << NewerLineRole;
+        if (a.total() != b.total() || a.newer != b.newer
+            || ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
             roles << DescriptionRole;
         return roles;
     });
@@ -238,8 +275,14 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
         return r.pull && !r.pull->newer.isEmpty() ? ProjectCard::recreateLabel(int(r.pull->newer.size())) : QString();
     case LooseRole:
         return r.loose;
-    case DescriptionRole:
-        return r.loose ? QString() : ProjectCard::spoken(p, r.card, r.directoryExists, r.total());
+    case DescriptionRole: {
+        if (r.loose)
+            return QString();
+        const QString spoken = ProjectCard::spoken(p, r.card, r.directoryExists, r.total());
+        return r.newer.isEmpty() ? spoken : spoken + QStringLiteral(" · ") + NewerText::servicesLine(int(r.newer.size()));
+    }
+    case NewerLineRole:
+        return NewerText::servicesLine(int(r.newer.size()));
     case MutedRole:
         return r.muted;
     case UsageRole: {
@@ -264,7 +307,8 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {ComposeEnabledRole, "composeEnabled"}, {ContainersRole, "containers"},
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
             {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"},
-            {ServicesRole, "services"}, {PullSummaryRole, "pullSummary"}, {RecreateRole, "recreateLabel"}};
+            {ServicesRole, "services"}, {PullSummaryRole, "pullSummary"}, {RecreateRole, "recreateLabel"},
+            {NewerLineRole, "newerLine"}};
     names.insert(sharedRoleNames());
     return names;
 }

@@ -23,6 +23,8 @@ struct ProjectRow {
     QList<ProjectService> services = {};
     // What its last pull found, until recreated or dismissed.
     std::optional<PullSummary> pull = {};
+    // Its services whose containers run an image the registry has a newer one of.
+    QStringList newer = {};
 
     // Its containers and the services compose would create: the inactive profiles' are not
     // counted, since nothing is missing while they are off.
@@ -66,6 +68,8 @@ public:
         PullSummaryRole,
         // "Recreate 2 services"; empty when the pull found nothing newer.
         RecreateRole,
+        // "2 services have newer images"; empty when none has.
+        NewerLineRole,
     };
     Q_ENUM(Role)
 
@@ -84,6 +88,10 @@ public:
     void setUsageOf(UsageOf usageOf);
     void setEngines(const QHash<QString, RuntimeEntry> &engines);
     void setWork(WorkModel *ups);
+    // Where each container learns whether its image is behind, for its row and its card;
+    // markNewer asks again.
+    void setNewerOf(ContainerNewerOf newerOf);
+    void markNewer();
     // The rows of the project of that name (on that engine, when given), or of its row key.
     ContainerModel *containersOf(const QString &project, const std::optional<QString> &engine = {}) const
     {
@@ -108,12 +116,14 @@ protected:
 
 private:
     void usageSampled(const QSet<QString> &containerIds);
+    QStringList newerServices(const ProjectRow &row) const;
 
     QHash<QString, ContainerModel *> m_children;
     QHash<QString, ServiceModel *> m_services;
     UsageWatch *usageOf(const QString &engine) const;
     QHash<QString, RuntimeEntry> m_engines;
     UsageOf m_usageOf;
+    ContainerNewerOf m_newerOf;
     mutable QList<QPointer<UsageWatch>> m_watches;
     QPointer<WorkModel> m_ups;
     std::optional<Runtime> m_runtime;

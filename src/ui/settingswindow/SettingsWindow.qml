@@ -4,8 +4,9 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Korvat
 
-// Settings: the menu bar icon, the launch check, login, the appearance, the engines of other
-// machines to watch, and the runtime tools, or on Linux without them the engines installed here.
+// Settings: the menu bar icon, the launch check, login, newer images, the appearance, the
+// engines of other machines to watch, and the runtime tools, or on Linux without them the
+// engines installed here.
 ApplicationWindow {
     id: window
 
@@ -156,6 +157,42 @@ ApplicationWindow {
                 visible: window.settings.loginError !== ""
                 text: window.settings.loginError
                 color: Theme.danger
+            }
+
+            Caption {
+                caption: "Newer images"
+            }
+            RowLayout {
+                spacing: 10
+
+                Text {
+                    leftPadding: 4
+                    text: "Check for newer images"
+                    color: Theme.ink
+                    font: Theme.varied("Inter", 500, 13)
+                    Accessible.ignored: true
+                }
+                KorComboBox {
+                    objectName: "newerSchedule"
+                    model: window.settings.newerSchedules
+                    currentIndex: window.settings.newerSchedule
+                    Accessible.name: "Check for newer images"
+                    onActivated: index => {
+                        window.settings.newerSchedule = index;
+                        // The stored choice stays the source of truth.
+                        currentIndex = Qt.binding(() => window.settings.newerSchedule);
+                    }
+                }
+            }
+            Note {
+                Layout.leftMargin: 4
+                text: "Korvat asks each image’s registry whether its tag moved on; a scheduled check waits while the connection is metered. Nothing is pulled until you ask."
+            }
+            KorSwitch {
+                objectName: "notifyNewerImages"
+                text: "Notify when a newer image is found"
+                checked: window.settings.notifyNewerImages
+                onToggled: window.settings.notifyNewerImages = checked
             }
 
             Caption {

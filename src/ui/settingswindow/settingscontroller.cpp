@@ -173,6 +173,46 @@ void SettingsController::setCheckUpdatesAtLaunch(bool check)
     emit checkUpdatesAtLaunchChanged();
 }
 
+QStringList SettingsController::newerSchedules() const
+{
+    // In the order of NewerImages::Schedule.
+    return {QStringLiteral("Off"), QStringLiteral("Daily"), QStringLiteral("Every 6 hours"), QStringLiteral("Hourly")};
+}
+
+int SettingsController::newerSchedule() const
+{
+    return int(m_store ? m_store->newer().schedule() : NewerImages::scheduleNamed(Settings::newerImagesSchedule.read(*m_settings)));
+}
+
+void SettingsController::setNewerSchedule(int index)
+{
+    if (index < 0 || index >= newerSchedules().size() || index == newerSchedule())
+        return;
+    const auto schedule = NewerImages::Schedule(index);
+    // Through the watch, which moves its next check to the new pace.
+    if (m_store)
+        m_store->newer().setSchedule(schedule);
+    else
+        Settings::newerImagesSchedule.write(*m_settings, NewerImages::nameOf(schedule));
+    emit newerImagesChanged();
+}
+
+bool SettingsController::notifyNewerImages() const
+{
+    return m_store ? m_store->newer().notifies() : Settings::notifyNewerImages.read(*m_settings);
+}
+
+void SettingsController::setNotifyNewerImages(bool on)
+{
+    if (on == notifyNewerImages())
+        return;
+    if (m_store)
+        m_store->newer().setNotifies(on);
+    else
+        Settings::notifyNewerImages.write(*m_settings, on);
+    emit newerImagesChanged();
+}
+
 bool SettingsController::openAtLogin() const { return LoginItem::state() == QLatin1String("on"); }
 
 void SettingsController::setOpenAtLogin(bool on)

@@ -82,8 +82,8 @@ protected:
 };
 
 // The settings window's state: the three toggles and the appearance written at once, the
-// login item, the toolchain's status texts, the jobs it runs, and which engines of other
-// machines are watched.
+// login item, how newer images are looked for and told of, the toolchain's status texts, the
+// jobs it runs, and which engines of other machines are watched.
 class SettingsController : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -104,6 +104,11 @@ class SettingsController : public QObject {
     Q_PROPERTY(HostEngineModel *hostEngines READ hostEngines CONSTANT)
     Q_PROPERTY(QString hostEnginesNote READ hostEnginesNote NOTIFY hostEnginesChanged)
     Q_PROPERTY(QString eventsNote READ eventsNote CONSTANT)
+    // How often the registries are asked whether the images run here moved on: an index
+    // into the choices, "Off", "Daily", "Every 6 hours", "Hourly".
+    Q_PROPERTY(QStringList newerSchedules READ newerSchedules CONSTANT)
+    Q_PROPERTY(int newerSchedule READ newerSchedule WRITE setNewerSchedule NOTIFY newerImagesChanged)
+    Q_PROPERTY(bool notifyNewerImages READ notifyNewerImages WRITE setNotifyNewerImages NOTIFY newerImagesChanged)
     Q_PROPERTY(RemoteEngineModel *remoteEngines READ remoteEngines CONSTANT)
     Q_PROPERTY(QString remoteEnginesNote READ remoteEnginesNote NOTIFY remoteEnginesChanged)
 
@@ -121,6 +126,11 @@ public:
     void setCheckUpdatesAtLaunch(bool check);
     bool openAtLogin() const;
     QString loginError() const { return m_loginError; }
+    QStringList newerSchedules() const;
+    int newerSchedule() const;
+    void setNewerSchedule(int index);
+    bool notifyNewerImages() const;
+    void setNotifyNewerImages(bool on);
     Q_INVOKABLE void setOpenAtLogin(bool on);
 
     ToolModel *tools() { return &m_tools; }
@@ -161,6 +171,7 @@ signals:
     void notifyOnFailureChanged();
     void checkUpdatesAtLaunchChanged();
     void openAtLoginChanged();
+    void newerImagesChanged();
     void statusChanged();
     void checkingChanged();
     void hostEnginesChanged();

@@ -28,6 +28,22 @@ auto onWorker(Query query)
         }
     });
 }
+
+// A newer image at the registry, said beside the row that names the image it is newer than.
+QList<DetailsText::Section> withNewer(QList<DetailsText::Section> sections, const std::optional<ImageFreshness> &freshness, const QString &beside)
+{
+    if (!freshness || freshness->state != ImageFreshness::State::Newer)
+        return sections;
+    for (DetailsText::Section &section : sections) {
+        for (qsizetype i = 0; i < section.rows.size(); ++i) {
+            if (section.rows[i].label == beside) {
+                section.rows.insert(i + 1, {QStringLiteral("Newer image"), freshness->reason});
+                return sections;
+            }
+        }
+    }
+    return sections;
+}
 }
 
 // ---- the sheet's state, whatever it shows ---------------------------------------------------
@@ -210,7 +226,8 @@ QList<DetailsText::Section> ContainerInspection::composed() const
         if (entry.runtime == m_runtime)
             endpoint = entry.endpoint;
     }
-    return DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint);
+    const auto freshness = m_engine ? m_store->newer().ofContainer(m_engine->name(), m_container) : std::nullopt;
+    return withNewer(DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint), freshness, QStringLiteral("Image"));
 }
 
 QString ContainerInspection::copyText() const
@@ -256,7 +273,9 @@ QList<DetailsText::Section> ImageInspection::composed() const
 {
     if (!m_details || !m_store)
         return {};
-    return DetailsText::image(*m_details, DetailsText::usersOf(*m_details, m_containers), QDateTime::currentDateTimeUtc());
+    const auto freshness = m_engine ? m_store->newer().ofImage(m_engine->name(), m_image) : std::nullopt;
+    return withNewer(DetailsText::image(*m_details, DetailsText::usersOf(*m_details, m_containers), QDateTime::currentDateTimeUtc()), freshness,
+                     QStringLiteral("Tags"));
 }
 
 QString ImageInspection::copyText() const

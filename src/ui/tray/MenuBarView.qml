@@ -137,6 +137,40 @@ Window {
                 Accessible.name: text
             }
         }
+        // The images the containers run whose tags moved on, counted once each; a click shows
+        // them in the window.
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: 14
+            Layout.rightMargin: 12
+            Layout.bottomMargin: 6
+            visible: panel.shell.newerLine !== ""
+            spacing: 6
+
+            KorIcon {
+                name: "opticaldisc"
+                tint: Theme.badgeInk
+                size: 14
+            }
+            Text {
+                objectName: "newerLine"
+                Layout.fillWidth: true
+                text: panel.shell.newerLine
+                color: Theme.badgeInk
+                font: Theme.varied("Inter", 500, 12)
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+
+                TapHandler {
+                    onTapped: {
+                        panel.hide();
+                        panel.shell.category = Sections.Images;
+                        panel.openMain();
+                    }
+                }
+            }
+        }
         Rectangle {
             Layout.fillWidth: true
             implicitHeight: 1

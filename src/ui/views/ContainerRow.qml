@@ -33,6 +33,9 @@ Rectangle {
     required property string usage
     required property string usageSpoken
     required property list<real> trend
+    // The registry has a newer image for its tag, and why Korvat says so.
+    required property bool newer
+    required property string newerReason
     // The model the row comes from, told while the row shows its use: only what someone
     // sees is read.
     property ContainerModel shownIn: null
@@ -149,12 +152,63 @@ Rectangle {
                     Layout.fillWidth: true
                 }
             }
-            Text {
+            // The image, with its newer one's badge beside it, then the ports. Each text keeps
+            // its own width while there is room; short of it, it elides (a layout shrinks only
+            // what fills).
+            RowLayout {
                 Layout.fillWidth: true
-                text: root.image + (root.ports !== "" ? "  ·  " + root.ports : "")
-                color: Theme.muted
-                font: Theme.varied("JetBrains Mono", 400, 11)
-                elide: Text.ElideMiddle
+                spacing: 0
+
+                TextMetrics {
+                    id: imageWidth
+
+                    font: imageText.font
+                    text: root.image
+                }
+                Text {
+                    id: imageText
+
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: Math.ceil(imageWidth.advanceWidth)
+                    // The ports elide first; beside the badge, the image gives way too.
+                    Layout.minimumWidth: root.newer ? 40 : Math.min(Layout.maximumWidth, 120)
+                    text: root.image
+                    color: Theme.muted
+                    font: Theme.varied("JetBrains Mono", 400, 11)
+                    elide: Text.ElideMiddle
+                }
+                KorBadge {
+                    objectName: "newerBadge"
+                    Layout.leftMargin: 8
+                    Layout.minimumWidth: implicitWidth
+                    // No taller than the line, so a row with it keeps its name where others do.
+                    Layout.preferredHeight: imageText.implicitHeight
+                    visible: root.newer
+                    text: "Newer image"
+                    help: root.newerReason
+                    fill: Theme.badgeFill
+                    ink: Theme.badgeInk
+                }
+                TextMetrics {
+                    id: portsWidth
+
+                    font: portsText.font
+                    text: portsText.text
+                }
+                Text {
+                    id: portsText
+
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: Math.ceil(portsWidth.advanceWidth)
+                    visible: root.ports !== ""
+                    text: "  ·  " + root.ports
+                    color: Theme.muted
+                    font: Theme.varied("JetBrains Mono", 400, 11)
+                    elide: Text.ElideRight
+                }
+                Item {
+                    Layout.fillWidth: true
+                }
             }
         }
         Text {
@@ -366,6 +420,14 @@ Rectangle {
                     text: "Logs"
                     onTriggered: root.action(Verb.ServiceLogs, root.service)
                 }
+            }
+            // A lone container: a project's are made again through compose, from its card.
+            KorMenuItem {
+                text: "Pull newer image"
+                help: root.newerReason
+                visible: root.newer && root.project === ""
+                enabled: visible && !root.busy
+                onTriggered: root.action(Verb.PullNewerImage, "")
             }
             KorMenuItem {
                 text: "Details"

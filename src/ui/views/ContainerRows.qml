@@ -55,6 +55,8 @@ ColumnLayout {
             required property string usageSpoken
             required property list<real> trend
             required property string service
+            required property bool newer
+            required property string newerReason
 
             Layout.fillWidth: true
             spacing: 0
@@ -89,6 +91,8 @@ ColumnLayout {
                 usage: entry.usage
                 usageSpoken: entry.usageSpoken
                 trend: entry.trend
+                newer: entry.newer
+                newerReason: entry.newerReason
                 shownIn: root.model
                 readsUsage: root.readsUsage
                 service: root.composeEnabled ? entry.service : ""

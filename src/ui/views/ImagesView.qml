@@ -4,7 +4,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Korvat
 
-// The runtime's images, and a field to pull one more.
+// The runtime's images, a field to pull one more, and the way to ask whether their tags moved on.
 ColumnLayout {
     id: root
 
@@ -54,6 +54,17 @@ ColumnLayout {
             variant: "accent"
             enabled: field.text.trim() !== ""
             onClicked: root.pull()
+        }
+        KorButton {
+            readonly property string label: root.shell.checkingNewer ? "Checking…" : "Check for newer images"
+
+            objectName: "checkNewer"
+            // Only its icon in a narrow window, where the field needs the room.
+            text: root.width >= 760 ? label : ""
+            iconName: "arrow.triangle.2.circlepath"
+            help: text !== "" ? "Asks each image’s registry whether its tag moved on" : label
+            enabled: !root.shell.checkingNewer
+            onClicked: root.shell.checkNewer()
         }
         KorButton {
             objectName: "diskUsage"
@@ -106,6 +117,8 @@ ColumnLayout {
             required property string reference
             required property string shortId
             required property string size
+            required property bool newer
+            required property string newerReason
 
             function details() {
                 root.imageAction(Verb.ImageDetails, row.key, row.reference);
@@ -115,6 +128,8 @@ ColumnLayout {
             title: reference
             detail: shortId + "  ·  " + size
             iconName: "opticaldisc"
+            updateBadge: newer ? "Newer image" : ""
+            updateHelp: newerReason
 
             TapHandler {
                 acceptedButtons: Qt.LeftButton

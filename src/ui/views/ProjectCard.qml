@@ -35,6 +35,8 @@ Rectangle {
     // What its last pull found, and the recreate it offers; empty when none.
     required property string pullSummary
     required property string recreateLabel
+    // "2 services have newer images"; empty when none has.
+    required property string newerLine
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -273,6 +275,40 @@ Rectangle {
                         elide: Text.ElideRight
                     }
                 }
+            }
+        }
+        // Its services run images whose tags moved on: the way on is the card's own pull, whose
+        // summary then offers to recreate them. The summary, once there, says it instead.
+        RowLayout {
+            objectName: "newerLine"
+            Layout.fillWidth: true
+            Layout.leftMargin: 50
+            Layout.rightMargin: 14
+            Layout.bottomMargin: 10
+            visible: root.newerLine !== "" && root.pullSummary === "" && root.work.workId === undefined
+            spacing: 8
+
+            KorIcon {
+                name: "opticaldisc"
+                tint: Theme.badgeInk
+                size: 14
+            }
+            Text {
+                Layout.fillWidth: true
+                text: root.newerLine
+                color: Theme.badgeInk
+                font: Theme.varied("Inter", 500, 12)
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            KorButton {
+                objectName: "pullNewer"
+                subject: root.subject
+                text: "Pull newer images"
+                iconName: "arrow.down.circle"
+                enabled: root.composeEnabled && !root.busy
+                onClicked: root.projectAction(Verb.PullNewer, "")
             }
         }
         // The last pull's findings, until recreated or dismissed.

@@ -3,6 +3,7 @@
 
 #include "appstore.h"
 #include "mergedview.h"
+#include "newertext.h"
 #include "toolchainstore.h"
 
 #include <QSettings>
@@ -38,6 +39,27 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     const auto usageOf = [store = QPointer<AppStore>(m_store)](const QString &engine) { return store ? store->usageOf(engine) : nullptr; };
     m_containers.setUsageOf(usageOf);
     m_projects.setUsageOf(usageOf);
+    // A row of one engine's own list has no engine of its own: it is the selected one's.
+    const auto engineOf = [store = QPointer<AppStore>(m_store)](const QString &engine) {
+        return engine.isEmpty() ? store->selected().name() : engine;
+    };
+    const auto containerNewer = [store = QPointer<AppStore>(m_store), engineOf](const Container &c) {
+        return store ? store->newer().ofContainer(engineOf(c.engine), c) : std::nullopt;
+    };
+    m_containers.setNewerOf(containerNewer);
+    m_projects.setNewerOf(containerNewer);
+    m_images.setNewerOf([store = QPointer<AppStore>(m_store), engineOf](const DockerImage &i) {
+        return store ? store->newer().ofImage(engineOf(i.engine), i) : std::nullopt;
+    });
+    NewerImageWatch *newer = &m_store->newer();
+    connect(newer, &NewerImageWatch::changed, this, [this] {
+        m_containers.markNewer();
+        m_projects.markNewer();
+        m_images.markNewer();
+        updateNewer();
+    });
+    connect(newer, &NewerImageWatch::checkingChanged, this, &Shell::checkingNewerChanged);
+    connect(m_store, &AppStore::containersChanged, this, &Shell::updateNewer);
     connect(m_store, &AppStore::containersChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::filterChanged, this, &Shell::updateContainers);
     connect(m_store, &AppStore::projectsChanged, this, &Shell::updateProjects);
@@ -105,6 +127,7 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     updateContainers();
     updateProjects();
     updateStale();
+    updateNewer();
     images();
     volumes();
     updateNetworks();
@@ -173,6 +196,31 @@ void Shell::updateProjects()
     }
     m_projects.setProjects(m_store->projects(), Docker::ungrouped(m_store->matchingContainers()), m_store->directories(),
                            Settings::mutedProjects.read(*m_settings), m_store->definitions().read(), pulls);
+}
+
+void Shell::updateNewer()
+{
+    // Counted by reference: the same tag run on two engines is one image to pull.
+    QSet<QString> references;
+    for (const MergedView::Part &part : m_store->shown().parts()) {
+        for (const Container &c : part.containers) {
+            const auto freshness = m_store->newer().ofContainer(part.engine, c);
+            if (freshness && freshness->state == ImageFreshness::State::Newer)
+                references.insert(freshness->reference);
+        }
+    }
+    const QString line = NewerText::imagesLine(int(references.size()));
+    if (line == m_newerLine)
+        return;
+    m_newerLine = line;
+    emit newerLineChanged();
+}
+
+bool Shell::checkingNewer() const { return m_store->newer().checking(); }
+
+void Shell::checkNewer()
+{
+    m_store->newer().checkNow();
 }
 
 void Shell::updateStale()

@@ -65,6 +65,10 @@ class Shell : public QObject {
     // The orders the selected section offers (none for projects), and the one it is in.
     Q_PROPERTY(QStringList sortChoices READ sortChoices NOTIFY sortChanged)
     Q_PROPERTY(int sortIndex READ sortIndex WRITE setSortIndex NOTIFY sortChanged)
+    // The registries are being asked whether the images run here moved on.
+    Q_PROPERTY(bool checkingNewer READ checkingNewer NOTIFY checkingNewerChanged)
+    // "3 newer images": the images the shown containers run whose tags moved on; empty for none.
+    Q_PROPERTY(QString newerLine READ newerLine NOTIFY newerLineChanged)
 
 public:
 
@@ -102,6 +106,8 @@ public:
     QString emptyIcon() const;
     QString emptyDetail() const;
     QString staleText() const { return m_staleText; }
+    bool checkingNewer() const;
+    QString newerLine() const { return m_newerLine; }
     QStringList sortChoices() const;
     int sortIndex() const;
     // Kept per section, so each list opens as it was left.
@@ -113,6 +119,8 @@ public:
     // The main window's first appearance: polling starts, and the launch check runs if due.
     Q_INVOKABLE void firstShown();
     Q_INVOKABLE void refresh();
+    // "Check for newer images": every tag at once, whatever the schedule.
+    Q_INVOKABLE void checkNewer();
     Q_INVOKABLE void selectRuntime(int row);
     Q_INVOKABLE void addProject(const QUrl &directory);
     Q_INVOKABLE void clearFilter();
@@ -130,6 +138,8 @@ signals:
     void emptyChanged();
     void staleTextChanged();
     void sortChanged();
+    void checkingNewerChanged();
+    void newerLineChanged();
 
 private:
     void updateContainers();
@@ -139,6 +149,7 @@ private:
     ListOrder::Key sortOf(Category c) const { return m_sort.value(c, ListOrder::Key::Listed); }
     void updateProjects();
     void updateStale();
+    void updateNewer();
 
     AppStore *m_store;
     ToolchainStore *m_toolchain;
@@ -156,6 +167,7 @@ private:
     WorkModel *m_ups;
     WorkModel *m_work;
     QString m_staleText;
+    QString m_newerLine;
     QMap<Category, ListOrder::Key> m_sort;
     // Ticks only while the engine keeps us waiting, to count the seconds.
     QTimer m_staleTick;

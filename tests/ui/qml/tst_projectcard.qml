@@ -46,11 +46,14 @@ TestCase {
     }
 
     // The states themselves are C++ rules with a table of their own; here, that a card shows
-    // its state and lets compose act only where the rule says.
+    // its state and lets compose act only where the rule says, and that a card whose
+    // services run images that moved on says so and offers their pull.
     function test_state_data() {
         return [
-            { tag: "no compose file", project: "notes", badge: "No compose file", compose: false },
-            { tag: "running", project: "storefront", badge: "", compose: true },
+            { tag: "no compose file", project: "notes", badge: "No compose file", compose: false, newer: "" },
+            { tag: "running", project: "storefront", badge: "", compose: true, newer: "" },
+            { tag: "newer, no compose file", project: "notes", badge: "No compose file", compose: false, newer: "1 service has a newer image" },
+            { tag: "newer images", project: "storefront", badge: "", compose: true, newer: "2 services have newer images" },
         ];
     }
 
@@ -71,6 +74,20 @@ TestCase {
         projectActions.target = view;
         mouseClick(findChild(c, "up"));
         compare(projectActions.count, data.compose ? 1 : 0);
+
+        c.newerLine = data.newer;
+        const newer = findChild(c, "newerLine");
+        compare(newer.visible, data.newer !== "");
+        if (data.newer === "")
+            return;
+        waitForRendering(view);
+        const pull = findChild(c, "pullNewer");
+        compare(pull.enabled, data.compose);
+        projectActions.clear();
+        mouseClick(pull);
+        compare(projectActions.count, data.compose ? 1 : 0);
+        if (data.compose)
+            compare(projectActions.signalArguments[0][0], Verb.PullNewer);
     }
 
     function test_looseCardComesLast() {
@@ -126,6 +143,29 @@ TestCase {
         waitForRendering(view);
         compare(menuTexts(rowNamed(card(view, "legacy"), "legacy-api-1")),
                 ["Pause", "Open in Terminal", "Open in browser", "  localhost:3000", "  127.0.0.1:9229", "Details", "Copy container ID", "Commit to image…", "Remove"]);
+
+        // A newer image is pulled from a lone container's menu; a project's through compose.
+        const legacy = rowNamed(card(view, "legacy"), "legacy-api-1");
+        legacy.newer = true;
+        verify(!menuTexts(legacy).includes("Pull newer image"));
+        const agent = rowNamed(card(view, "Not in a project"), "backup-agent");
+        verify(!menuTexts(agent).includes("Pull newer image"));
+        agent.newer = true;
+        compare(menuTexts(agent).slice(2, 4), ["Pull newer image", "Details"]);
+        containerActions.clear();
+        containerActions.target = view;
+        mouseClick(findChild(agent, "more"));
+        tryVerify(() => agent.menu !== null && agent.menu.opened);
+        const menu = agent.menu;
+        for (let i = 0; i < menu.count; ++i) {
+            if (menu.itemAt(i).text === "Pull newer image") {
+                menu.itemAt(i).triggered();
+                break;
+            }
+        }
+        compare(Array.from(containerActions.signalArguments[0]), [Verb.PullNewerImage, agent.containerId, ""]);
+        menu.close();
+        tryVerify(() => agent.menu === null);
     }
 
     // The list is one Tab stop: the arrows walk cards and their rows, Left/Right the buttons.

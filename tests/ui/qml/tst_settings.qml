@@ -52,11 +52,12 @@ TestCase {
     }
 
     // A remote runtime is a row whose switch, read aloud by its name, remembers the choice;
-    // this machine's runtimes are watched anyway and get none.
+    // this machine's runtimes are watched anyway and get none. How often newer images are
+    // looked for is remembered by the setting's own names, every 6 hours until chosen.
     function test_remoteEnginesAreWatchedByName_data() {
         return [
-            { tag: "one on another machine", kind: "sample", rows: ["staging"], note: "" },
-            { tag: "only this machine's", kind: "probe", rows: [], note: "No remote contexts. Add one with docker context create." },
+            { tag: "one on another machine", kind: "sample", rows: ["staging"], note: "", schedule: 3, stored: "hourly" },
+            { tag: "only this machine's", kind: "probe", rows: [], note: "No remote contexts. Add one with docker context create.", schedule: 0, stored: "off" },
         ];
     }
 
@@ -76,6 +77,16 @@ TestCase {
             tryVerify(() => toggle.checked);
             compare(Fixtures.stored("settings-" + data.kind, "watchedRemotes"), name);
         }
+
+        const schedule = findChild(window.contentItem, "newerSchedule");
+        compare(schedule.displayText, "Every 6 hours");
+        schedule.activated(data.schedule);
+        compare(Fixtures.stored("settings-" + data.kind, "newerImagesSchedule"), data.stored);
+        compare(schedule.currentIndex, data.schedule);
+        const notify = findChild(window.contentItem, "notifyNewerImages");
+        verify(notify.checked);
+        mouseClick(notify);
+        compare(Fixtures.stored("settings-" + data.kind, "notifyNewerImages"), "false");
     }
 
     function test_checkingDisablesTheButton() {
