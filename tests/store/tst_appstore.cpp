@@ -139,6 +139,11 @@ private slots:
         st->remove(*web);
         QTRY_COMPARE(m_engine->holdings().containers.size(), 1);
         QCOMPARE(m_engine->holdings("remote").containers.size(), 2);
+        m_engine->hold(Call::Action);
+        st->pull("busybox:1", "default");
+        QTRY_COMPARE(st->work().list().size(), 1);
+        QCOMPARE(st->work().list().first().engine, "default");
+        m_engine->releaseAll();
     }
 
     // Never asked on a metered connection unless the user asks; each newer digest is told

@@ -1,7 +1,6 @@
 #include "actions.h"
 #include "appstore.h"
 #include "composefilestate.h"
-#include "mergedview.h"
 #include "detailsstate.h"
 #include "detailstext.h"
 #include "secrets.h"
@@ -80,7 +79,6 @@ private slots:
     void detailsAreReadOnlyWhileOpen();
     void composeFileMasksOnlyWhereSubstituted();
     void aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty();
-    void aLoneContainersImageIsPulledOnItsOwnEngine();
 
 private:
     QTemporaryDir m_dir;
@@ -446,28 +444,6 @@ void TestActions::aNetworkFollowsItsMembersAndIsRemovedOnlyEmpty()
     m_actions->perform(Verb::RemoveNetwork, net.name);
     QTRY_VERIFY(m_store->networks().isEmpty());
     QVERIFY(inspection->gone());
-}
-
-// A lone container's newer image goes to the container's engine, though another is selected.
-void TestActions::aLoneContainersImageIsPulledOnItsOwnEngine()
-{
-    const Runtime podman = *m_store->runtime();
-    const Runtime other = Runtime::socket(QStringLiteral("other"), QStringLiteral("/run/other.sock"));
-    m_engine->setRuntimes({{{podman, QStringLiteral("unix://") + podman.path, true}, {other, QStringLiteral("unix:///run/other.sock"), true}}, podman});
-    FakeEngine::Holdings there;
-    there.containers = {{QStringLiteral("9a8b7c6d5e4f"), QStringLiteral("agent"), QStringLiteral("busybox:1.36"), QStringLiteral("running"), QStringLiteral("Up"), {}, {}}};
-    m_engine->setHoldings(there, other.name);
-    QCoro::waitFor(m_store->loadContexts());
-    QCoro::waitFor(m_store->refreshOn(m_store->onEngine(other.name)));
-    QVERIFY(m_store->engineNamed(other.name));
-    m_engine->hold(FakeEngine::Call::Action);
-    m_actions->pullNewerImage(MergedView::rowKey(other.name, QStringLiteral("9a8b7c6d5e4f")));
-    QTRY_COMPARE(m_store->work().list().size(), 1);
-    QCOMPARE(m_store->work().list().first().engine, other.name);
-    QCOMPARE(m_store->work().list().first().subject, QStringLiteral("busybox:1.36"));
-    QCOMPARE(m_store->runtime(), podman);
-    m_engine->releaseAll();
-    QTRY_COMPARE(m_store->work().list().size(), 0);
 }
 
 QTEST_MAIN(TestActions)

@@ -52,7 +52,6 @@ private slots:
         QTest::newRow("old index") << "index.docker.io/library/redis:7" << "docker.io/library/redis:7" << "redis:7" << "registry-1.docker.io" << hubKey;
         QTest::newRow("port, not tag") << "127.0.0.1:5000/team/app" << "127.0.0.1:5000/team/app:latest" << "127.0.0.1:5000/team/app:latest"
                                        << "127.0.0.1:5000" << "127.0.0.1:5000";
-        QTest::newRow("localhost") << "localhost/app:2" << "localhost/app:2" << "localhost/app:2" << "localhost" << "localhost";
         QTest::newRow("pinned") << "ghcr.io/acme/app@" + dA << "ghcr.io/acme/app@" + dA << "ghcr.io/acme/app@" + dA << "ghcr.io" << "ghcr.io";
         QTest::newRow("tag and digest") << "nginx:1@" + dB << "docker.io/library/nginx:1@" + dB << "nginx:1@" + dB << "registry-1.docker.io" << hubKey;
         QTest::newRow("upper case") << "Acme/App" << "-" << "" << "" << "";

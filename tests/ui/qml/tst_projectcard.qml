@@ -157,12 +157,8 @@ TestCase {
         mouseClick(findChild(agent, "more"));
         tryVerify(() => agent.menu !== null && agent.menu.opened);
         const menu = agent.menu;
-        for (let i = 0; i < menu.count; ++i) {
-            if (menu.itemAt(i).text === "Pull newer image") {
-                menu.itemAt(i).triggered();
-                break;
-            }
-        }
+        for (let i = 0; i < menu.count; ++i)
+            if (menu.itemAt(i).text === "Pull newer image") { menu.itemAt(i).triggered(); break; }
         compare(Array.from(containerActions.signalArguments[0]), [Verb.PullNewerImage, agent.containerId, ""]);
         menu.close();
         tryVerify(() => agent.menu === null);
