@@ -69,7 +69,7 @@ struct Session::Parts {
 Session::Session(QSettings *settings, bool followDesktop, Backends backends)
     : d(std::make_unique<Parts>(settings, followDesktop, std::move(backends)))
 {
-    d->notifier = std::make_unique<Notifier>([this](const FailureNotes::Note &note) { showLogs(note); }, [this] { showImages(); });
+    d->notifier = std::make_unique<Notifier>([this](const FailureNotes::Note &note) { showLogs(note); }, [this](const QStringList &engines) { showImages(engines); });
     QObject::connect(&d->store.failures(), &FailureWatch::failed, d->notifier.get(), &Notifier::tell);
     QObject::connect(&d->store.newer(), &NewerImageWatch::newerFound, d->notifier.get(), &Notifier::tellNewer);
 }
@@ -111,8 +111,10 @@ void Session::showLogs(const FailureNotes::Note &note)
         d->actions.perform(Verb::ProjectLogs, MergedView::rowKey(note.engine, note.project));
 }
 
-void Session::showImages()
+void Session::showImages(const QStringList &engines)
 {
+    if (!d->store.showAll() && (engines.size() > 1 || !engines.contains(d->store.selected().name())))
+        d->store.setShowAll(true);
     d->shell.setCategory(int(Category::Images));
     d->window->show();
     d->window->raise();

@@ -59,8 +59,9 @@ public:
     void showWindow();
     // Raises the main window on the logs of what a notification told of.
     void showLogs(const FailureNotes::Note &note);
-    // Raises the main window on the images, which a newer image's notification told of.
-    void showImages();
+    // Raises the main window on the images of these engines, which a newer image's
+    // notification told of: every engine is shown if one of them would not be.
+    void showImages(const QStringList &engines);
     // The tray panel, loaded on first use into the same engine; hidden.
     QQuickWindow *loadPanel();
 

@@ -32,9 +32,13 @@ void Notifier::tellNewer(const QList<NewerNotice> &found)
         return;
     const NewerText::Note note = NewerText::notification(found);
     // Nothing is wrong: the desktop may keep it quiet.
-    const auto show = [this] {
+    QStringList engines;
+    for (const NewerNotice &n : found)
+        if (!engines.contains(n.engine))
+            engines.append(n.engine);
+    const auto show = [this, engines] {
         if (m_showImages)
-            m_showImages();
+            m_showImages(engines);
     };
     send(note.summary, note.body, 0, {QStringLiteral("show-images"), QStringLiteral("Show images"), show});
 }

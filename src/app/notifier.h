@@ -15,7 +15,8 @@ class Notifier : public QObject {
 
 public:
     using ShowLogs = std::function<void(const FailureNotes::Note &)>;
-    using ShowImages = std::function<void()>;
+    // The engines whose images it told of, by name.
+    using ShowImages = std::function<void(const QStringList &engines)>;
     // Shows a message on the tray icon, calling clicked when it is clicked; false when there
     // is no icon to show it on.
     using TrayMessage = std::function<bool(const QString &summary, const QString &body, std::function<void()> clicked)>;

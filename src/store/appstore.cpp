@@ -36,7 +36,14 @@ QThreadPool *AppStore::actionWorkers()
 
 AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing timing, QObject *parent)
     : QObject(parent), m_engine(std::move(engine)), m_settings(defaults), m_timing(std::move(timing)), m_memory(defaults),
-      m_failures(defaults), m_definitions(m_engine), m_newer(m_engine, defaults, [this] { return m_engines; }, [this](const QString &project) { return m_failures.muted(project); })
+      m_failures(defaults), m_definitions(m_engine), m_newer(
+          m_engine, defaults, [this] { return m_engines; }, [this](const QString &project) { return m_failures.muted(project); },
+          [this](const QString &engine) {
+              for (const RuntimeEntry &e : runtimes())
+                  if (e.runtime.name == engine)
+                      return e.endpoint.startsWith(QLatin1String("unix://"));
+              return false;
+          })
 {
     if (m_settings)
         m_showAll = Settings::showAllEngines.read(*m_settings);

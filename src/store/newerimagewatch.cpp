@@ -7,6 +7,7 @@
 #include "tagcheck.h"
 
 #include <QPointer>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QtConcurrent>
 
@@ -46,8 +47,10 @@ QSet<QString> tagged(const QList<DockerImage> &images)
 
 } // namespace
 
-NewerImageWatch::NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, QObject *parent)
-    : QObject(parent), m_engine(std::move(engine)), m_settings(settings), m_engines(std::move(engines)), m_muted(std::move(muted))
+NewerImageWatch::NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, OnThisMachine onThisMachine,
+                                 QObject *parent)
+    : QObject(parent), m_engine(std::move(engine)), m_settings(settings), m_engines(std::move(engines)), m_muted(std::move(muted)),
+      m_onThisMachine(std::move(onThisMachine))
 {
     m_next.setSingleShot(true);
     connect(&m_next, &QTimer::timeout, this, [this] { run(false); });
@@ -76,7 +79,9 @@ void NewerImageWatch::imagesChanged(const QString &engine)
         return;
     QPointer<NewerImageWatch> self(this);
     [](QPointer<NewerImageWatch> self, EngineStore *s) -> QCoro::Task<> {
-        if (!co_await self->readOrigins(s) || !self)
+        auto reading = self->readOrigins(s);
+        const bool read = co_await reading;
+        if (!read || !self)
             co_return;
         emit self->changed();
         // A tag pulled since is due at once; the rest keep their times.
@@ -115,6 +120,7 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
             if (const auto ref = ImageReference::parse(tag))
                 byTag.insert(ref->canonical(), origin);
     m_origins.insert(engine, byTag);
+    m_judged.clear();
     m_readIds.insert(engine, rows);
     m_insecure.insert(engine, read->insecure);
     co_return true;
@@ -123,11 +129,15 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
 QHash<QString, ImageReference> NewerImageWatch::tagsDue(bool forced) const
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
+    const NewerImages::Schedule every = schedule();
     QHash<QString, ImageReference> due;
     for (const auto &byTag : m_origins)
         for (const auto &[key, ref] : TagCheckRun::checkableTags(byTag.values()).asKeyValueRange()) {
             const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
-            const QDateTime at = NewerImages::dueAt(check, forced ? NewerImages::Schedule::Hourly : schedule(), now);
+            // Asked to wait, a registry is left alone even when the user asks.
+            if (check && check->retryAfter.isValid() && check->retryAfter > now)
+                continue;
+            const QDateTime at = NewerImages::dueAt(check, every, now);
             if (forced || (at.isValid() && at <= now))
                 due.insert(key, ref);
         }
@@ -145,7 +155,8 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
     m_checking = true;
     emit checkingChanged();
     if (!m_ledgerRead && !m_options.ledgerPath.isEmpty()) {
-        const TagLedger read = co_await QtConcurrent::run(AppStore::workers(), &NewerImages::readLedger, m_options.ledgerPath);
+        auto reading = QtConcurrent::run(AppStore::workers(), &NewerImages::readLedger, m_options.ledgerPath);
+        const TagLedger read = co_await reading;
         if (!self)
             co_return;
         // A check asked for meanwhile has already recorded newer answers.
@@ -174,7 +185,8 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
     for (const QPointer<EngineStore> &s : std::as_const(stores)) {
         if (!s || !s->answered())
             continue;
-        co_await readOrigins(s);
+        auto reading = readOrigins(s);
+        co_await reading;
         if (!self)
             co_return;
     }
@@ -182,29 +194,37 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
     // The connection's cost is asked only when there is something to ask a registry.
     bool metered = false;
     if (!due.isEmpty() && !forced) {
-        metered = co_await m_options.metered();
+        auto asking = m_options.metered();
+        metered = co_await asking;
         if (!self)
             co_return;
     }
     m_meteredSkip = metered;
     if (!due.isEmpty() && !metered) {
-        // Made before the co_await, not in its expression: GCC 12 destroys a std::function
-        // argument made there twice, freeing what the round's client still holds.
-        RegistryClient::PlainHttp plainHttp = [insecure = m_insecure.values()](const QString &host) {
-            return TagCheckRun::plainHttpAllowed(host, insecure);
-        };
-        co_await TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp), m_challenges);
+        // Plain HTTP only where an engine of this machine allows it: a remote engine's
+        // networks are another machine's. The round is made before it is awaited, not in
+        // the co_await's expression: GCC 12 destroys what is made there twice.
+        QList<InsecureRegistries> insecure;
+        for (const auto &[engine, allowed] : m_insecure.asKeyValueRange())
+            if (!m_onThisMachine || m_onThisMachine(engine))
+                insecure.append(allowed);
+        RegistryClient::PlainHttp plainHttp = [insecure](const QString &host) { return TagCheckRun::plainHttpAllowed(host, insecure); };
+        auto round = TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp), m_challenges);
+        co_await round;
         if (!self)
             co_return;
     }
     const QList<NewerNotice> found = notices();
     if (!m_options.ledgerPath.isEmpty()) {
-        const TagLedger toWrite = *m_ledger;
-        co_await QtConcurrent::run(AppStore::workers(), &NewerImages::writeLedger, m_options.ledgerPath, toWrite);
+        const TagLedger toWrite = NewerImages::pruned(*m_ledger, QDateTime::currentDateTimeUtc());
+        auto writing = QtConcurrent::run(AppStore::workers(), &NewerImages::writeLedger, m_options.ledgerPath, toWrite);
+        if (!co_await writing)
+            qWarning("korvat: could not keep the newer-image results in %s", qPrintable(m_options.ledgerPath));
         if (!self)
             co_return;
     }
     m_checking = false;
+    m_judged.clear();
     emit checkingChanged();
     emit changed();
     if (!found.isEmpty() && notifies())
@@ -269,32 +289,41 @@ void NewerImageWatch::scheduleNext()
 
 std::optional<ImageFreshness> NewerImageWatch::ofImage(const QString &engine, const DockerImage &image) const
 {
-    const auto ref = referenceOf(image);
-    if (!ref)
+    if (!referenceOf(image))
         return std::nullopt;
-    const QHash<QString, ImageOrigin> byTag = m_origins.value(engine);
-    const auto origin = byTag.constFind(ref->canonical());
-    if (origin == byTag.cend())
-        return std::nullopt;
-    const QString key = ref->canonical();
-    const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
-    return NewerImages::judge(*ref, *origin, check, QDateTime::currentDateTimeUtc());
+    return judgedName(engine, image.repository + u':' + image.tag);
 }
 
 std::optional<ImageFreshness> NewerImageWatch::ofContainer(const QString &engine, const Container &container) const
 {
-    const auto ref = ImageReference::parse(container.image);
-    if (!ref)
+    // A container whose tag has moved to another image is listed by its image's short id:
+    // no tag of it to judge.
+    static const QRegularExpression shortId(QStringLiteral("^[0-9a-f]{12}$"));
+    if (shortId.match(container.image).hasMatch())
         return std::nullopt;
-    if (ref->pinned())
-        return NewerImages::judge(*ref, {}, std::nullopt, QDateTime::currentDateTimeUtc());
-    const QHash<QString, ImageOrigin> byTag = m_origins.value(engine);
-    const auto origin = byTag.constFind(ref->canonical());
-    if (origin == byTag.cend())
-        return std::nullopt;
-    const QString key = ref->canonical();
-    const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
-    return NewerImages::judge(*ref, *origin, check, QDateTime::currentDateTimeUtc());
+    return judgedName(engine, container.image);
+}
+
+std::optional<ImageFreshness> NewerImageWatch::judgedName(const QString &engine, const QString &name) const
+{
+    // Asked for every row at every change of the lists: judged once per check.
+    const QString memo = engine + QChar(0x1f) + name;
+    if (const auto it = m_judged.constFind(memo); it != m_judged.cend())
+        return *it;
+    std::optional<ImageFreshness> judged;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    if (const auto ref = ImageReference::parse(name); ref && ref->pinned()) {
+        judged = NewerImages::judge(*ref, {}, std::nullopt, now);
+    } else if (ref) {
+        const QString key = ref->canonical();
+        const auto byTag = m_origins.constFind(engine);
+        if (byTag != m_origins.cend() && byTag->contains(key)) {
+            const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
+            judged = NewerImages::judge(*ref, byTag->value(key), check, now);
+        }
+    }
+    m_judged.insert(memo, judged);
+    return judged;
 }
 
 QList<ImageFreshness> NewerImageWatch::all(const QString &engine) const

@@ -41,12 +41,15 @@ public:
         // Where results are kept between runs; empty: only for this run.
         QString ledgerPath = {};
         // Whether the connection in use is metered: NetworkManager's word on the system bus.
-        std::function<QCoro::Task<bool>()> metered = [] { return MeteredConnection::inUse(QDBusConnection::systemBus()); };
+        std::function<QCoro::Task<bool>()> metered = &MeteredConnection::inUseOnSystemBus;
     };
     // Whether a project's notifications are muted.
     using Muted = std::function<bool(const QString &project)>;
+    // Whether an engine runs on this machine, so its plain-HTTP registries are this machine's.
+    using OnThisMachine = std::function<bool(const QString &engine)>;
 
-    NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, QObject *parent = nullptr);
+    NewerImageWatch(std::shared_ptr<Engine> engine, QSettings *settings, Engines engines, Muted muted, OnThisMachine onThisMachine = {},
+                    QObject *parent = nullptr);
     ~NewerImageWatch() override;
 
     // Before start().
@@ -88,6 +91,7 @@ private:
     void scheduleNext();
     QHash<QString, ImageReference> tagsDue(bool forced) const;
     EngineStore *store(const QString &engine) const;
+    std::optional<ImageFreshness> judgedName(const QString &engine, const QString &name) const;
 
     std::shared_ptr<Engine> m_engine;
     QSettings *m_settings;
@@ -101,6 +105,9 @@ private:
     QHash<QString, QHash<QString, ImageOrigin>> m_origins;
     QHash<QString, QSet<QString>> m_readIds;
     QHash<QString, InsecureRegistries> m_insecure;
+    OnThisMachine m_onThisMachine;
+    // What each row's image name was judged, by engine and name, until the next change.
+    mutable QHash<QString, std::optional<ImageFreshness>> m_judged;
     std::shared_ptr<QHash<QString, AuthChallenge>> m_challenges = std::make_shared<QHash<QString, AuthChallenge>>();
     QTimer m_next;
     bool m_started = false;

@@ -68,10 +68,11 @@ namespace CredentialHelper {
 Answer read(int status, const QByteArray &out, const QByteArray &err)
 {
     if (status != 0) {
-        const QString message = QString::fromUtf8(err.isEmpty() ? out : err).trimmed();
-        // Every helper says this when it holds nothing for the server: not a failure.
-        if (message.contains(QLatin1String("credentials not found"), Qt::CaseInsensitive))
+        // Helpers say this on standard output when they hold nothing for the server: not a
+        // failure. Beyond that, only standard error is ever shown: output is where secrets go.
+        if (out.contains("credentials not found") || err.contains("credentials not found"))
             return {};
+        const QString message = QString::fromUtf8(err).trimmed().section(u'\n', 0, 0).left(200);
         return {std::nullopt, message.isEmpty() ? QStringLiteral("it exited with status %1").arg(status) : message};
     }
     const QJsonObject o = QJsonDocument::fromJson(out).object();

@@ -10,6 +10,7 @@
 namespace MeteredConnection {
 
 QCoro::Task<bool> inUse(QDBusConnection bus);
+QCoro::Task<bool> inUseOnSystemBus();
 // NetworkManager's NMMetered: 1 yes, 3 guessed yes; 0 unknown, 2 no, 4 guessed no.
 inline bool metered(uint value)
 {

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QSaveFile>
 #include <QStandardPaths>
 
@@ -151,7 +152,7 @@ ImageFreshness judge(const ImageReference &reference, const ImageOrigin &origin,
     f.checkedAt = check->readAt;
     const bool same = local.contains(check->remote);
     f.state = same ? ImageFreshness::State::Current : ImageFreshness::State::Newer;
-    const QString when = age(check->readAt, now);
+    const QString when = checkedAt(check->readAt, now);
     QString reason = same ? QStringLiteral("Same as on %1 (checked %2").arg(reference.domain, when)
                           : QStringLiteral("%1 has a newer %2 (checked %3").arg(reference.domain, f.reference, when);
     if (check->last != Kind::Digest)
@@ -188,16 +189,13 @@ QDateTime dueAt(const std::optional<TagCheck> &check, Schedule schedule, const Q
     return check->retryAfter.isValid() && check->retryAfter > next ? check->retryAfter : next;
 }
 
-QString age(const QDateTime &then, const QDateTime &now)
+QString checkedAt(const QDateTime &then, const QDateTime &now)
 {
-    const qint64 seconds = std::max<qint64>(0, then.secsTo(now));
-    if (seconds < 60)
-        return QStringLiteral("just now");
-    if (seconds < 3600)
-        return QStringLiteral("%1 min ago").arg(seconds / 60);
-    if (seconds < 48 * 3600)
-        return QStringLiteral("%1 h ago").arg(seconds / 3600);
-    return QStringLiteral("%1 days ago").arg(seconds / 86400);
+    // A time, not an age: the text stays true without being redrawn as the clock moves.
+    const QDateTime local = then.toLocalTime();
+    if (local.date() == now.toLocalTime().date())
+        return QStringLiteral("at %1").arg(local.toString(QStringLiteral("HH:mm")));
+    return QStringLiteral("on %1 at %2").arg(QLocale::c().toString(local.date(), QStringLiteral("d MMM")), local.toString(QStringLiteral("HH:mm")));
 }
 
 QString noticeKey(const QString &canonical, const QString &remote)
@@ -252,6 +250,13 @@ TagLedger readLedger(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? fromJson(file.readAll()) : TagLedger{};
+}
+
+TagLedger pruned(TagLedger ledger, const QDateTime &now)
+{
+    ledger.tags.removeIf([&](const auto &it) { return !it.value().triedAt.isValid() || it.value().triedAt.daysTo(now) > 30; });
+    ledger.notified.removeIf([&](const QString &key) { return !ledger.tags.contains(key.section(u'@', 0, 0)); });
+    return ledger;
 }
 
 bool writeLedger(const QString &path, const TagLedger &ledger)

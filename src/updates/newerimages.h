@@ -63,11 +63,14 @@ TagCheck recorded(const std::optional<TagCheck> &before, const RegistryAnswer &a
 // or later when the registry asked to wait. Invalid when checks are off.
 QDateTime dueAt(const std::optional<TagCheck> &check, Schedule schedule, const QDateTime &now);
 
-// "12 min ago", "3 h ago", "2 days ago"
-QString age(const QDateTime &then, const QDateTime &now);
+// When a check read the registry: "at 14:05" today, "on 24 Nov at 09:10" before.
+QString checkedAt(const QDateTime &then, const QDateTime &now);
 // The key a newer digest is told of once under.
 QString noticeKey(const QString &canonical, const QString &remote);
 
+// Without the tags not asked for a month (their images are gone, or checks are off), nor
+// the notices of those tags.
+TagLedger pruned(TagLedger ledger, const QDateTime &now);
 QByteArray toJson(const TagLedger &ledger);
 // Unreadable text is an empty ledger: nothing is lost but the time of the next check.
 TagLedger fromJson(const QByteArray &json);

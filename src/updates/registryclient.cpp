@@ -9,6 +9,7 @@
 #include <QNetworkReply>
 #include <QRegularExpression>
 #include <QUrlQuery>
+#include <mutex>
 
 #include <QCoroNetworkReply>
 
@@ -87,7 +88,10 @@ RegistryClient::RegistryClient(Credentials credentials, PlainHttp plainHttp)
     : m_credentials(std::move(credentials)), m_plainHttp(std::move(plainHttp))
 {
     // http_proxy and https_proxy as the rest of the desktop honours them.
-    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    static std::once_flag proxies;
+    std::call_once(proxies, [] { QNetworkProxyFactory::setUseSystemConfiguration(true); });
+    // A redirect would carry the sign-in to another host: none is followed.
+    m_network.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
 }
 
 RegistryClient::~RegistryClient() = default;
@@ -135,7 +139,8 @@ QCoro::Task<CredentialHelper::Answer> RegistryClient::credentialFor(const ImageR
     const QString host = reference.domain;
     if (const auto it = m_signIns.constFind(host); it != m_signIns.cend())
         co_return *it;
-    CredentialHelper::Answer answer = co_await m_credentials(reference);
+    auto asked = m_credentials(reference);
+    CredentialHelper::Answer answer = co_await asked;
     m_signIns.insert(host, answer);
     co_return answer;
 }
@@ -143,7 +148,8 @@ QCoro::Task<CredentialHelper::Answer> RegistryClient::credentialFor(const ImageR
 QCoro::Task<QByteArray> RegistryClient::authorize(ImageReference reference, AuthChallenge challenge, QString *why)
 {
     const QByteArray none;
-    const CredentialHelper::Answer signIn = co_await credentialFor(reference);
+    auto reading = credentialFor(reference);
+    const CredentialHelper::Answer signIn = co_await reading;
     if (!signIn.problem.isEmpty()) {
         *why = QStringLiteral("its sign-in could not be read: %1").arg(signIn.problem);
         co_return none;
@@ -160,16 +166,21 @@ QCoro::Task<QByteArray> RegistryClient::authorize(ImageReference reference, Auth
 
     const QString realm = challenge.params.value(QStringLiteral("realm"));
     QUrl url(realm);
-    QUrlQuery query;
+    // Only a web address is asked: a realm of "file:" would read this machine's files.
+    const bool web = url.isValid() && !url.host().isEmpty()
+                     && (url.scheme() == QLatin1String("https") || (url.scheme() == QLatin1String("http") && m_plainHttp(hostOf(realm))));
+    if (!web) {
+        *why = QStringLiteral("%1 sends sign-ins to a token service that is not HTTPS").arg(reference.domain);
+        co_return none;
+    }
+    QUrlQuery query(url);
     if (const QString service = challenge.params.value(QStringLiteral("service")); !service.isEmpty())
         query.addQueryItem(QStringLiteral("service"), service);
     const QString scope = QStringLiteral("repository:%1:pull").arg(reference.path);
-    // A sign-in goes only where it cannot be read on the way.
-    const bool safe = url.scheme() == QLatin1String("https") || m_plainHttp(hostOf(realm));
     QNetworkRequest request;
     request.setTransferTimeout(transferTimeout);
     QNetworkReply *reply = nullptr;
-    if (credential && credential->identityToken && safe) {
+    if (credential && credential->identityToken) {
         request.setUrl(url);
         request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/x-www-form-urlencoded"));
         QUrlQuery form = query;
@@ -182,7 +193,7 @@ QCoro::Task<QByteArray> RegistryClient::authorize(ImageReference reference, Auth
         query.addQueryItem(QStringLiteral("scope"), scope);
         url.setQuery(query);
         request.setUrl(url);
-        if (credential && !credential->identityToken && safe)
+        if (credential && !credential->identityToken)
             request.setRawHeader("Authorization", "Basic " + (credential->username + u':' + credential->secret).toUtf8().toBase64());
         reply = m_network.get(request);
     }
@@ -225,7 +236,8 @@ QCoro::Task<RegistryAnswer> RegistryClient::digestOf(ImageReference reference)
     if (!m_authorization.contains(repository) && m_challenges.contains(host)) {
         QString why;
         const AuthChallenge known = m_challenges.value(host);
-        const QByteArray authorization = co_await authorize(reference, known, &why);
+        auto trading = authorize(reference, known, &why);
+        const QByteArray authorization = co_await trading;
         if (!authorization.isEmpty())
             m_authorization.insert(repository, authorization);
     }
@@ -240,7 +252,8 @@ QCoro::Task<RegistryAnswer> RegistryClient::digestOf(ImageReference reference)
         for (const QString &scheme : std::as_const(schemes)) {
             if (reply)
                 reply->deleteLater();
-            reply = co_await head(reference, scheme);
+            auto asking = head(reference, scheme);
+            reply = co_await asking;
             status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
             // An HTTPS server asked in plain text says so with a 400.
             if (status != 0 && status != 400) {
@@ -258,7 +271,8 @@ QCoro::Task<RegistryAnswer> RegistryClient::digestOf(ImageReference reference)
             m_challenges.insert(host, *challenge);
             QString why;
             const AuthChallenge asked = *challenge;
-            const QByteArray authorization = co_await authorize(reference, asked, &why);
+            auto trading = authorize(reference, asked, &why);
+            const QByteArray authorization = co_await trading;
             if (authorization.isEmpty()) {
                 answer = failed(RegistryAnswer::Kind::Refused, why);
                 break;

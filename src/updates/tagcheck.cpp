@@ -28,7 +28,9 @@ CredentialHelper::Answer signInFor(const ImageReference &reference)
 
 QCoro::Task<CredentialHelper::Answer> credentials(ImageReference reference)
 {
-    co_return co_await QtConcurrent::run(&signInFor, reference);
+    auto reading = QtConcurrent::run(&signInFor, reference);
+    const CredentialHelper::Answer answer = co_await reading;
+    co_return answer;
 }
 
 struct Round {
@@ -46,7 +48,8 @@ QCoro::Task<> asker(std::shared_ptr<Round> round)
 {
     while (round->next < round->tags.size()) {
         const ImageReference reference = round->tags.at(round->next++);
-        const RegistryAnswer answer = co_await round->client.digestOf(reference);
+        auto asking = round->client.digestOf(reference);
+        const RegistryAnswer answer = co_await asking;
         const QString key = reference.canonical();
         const auto before = round->ledger->tags.contains(key) ? std::optional(round->ledger->tags.value(key)) : std::nullopt;
         round->ledger->tags.insert(key, NewerImages::recorded(before, answer, QDateTime::currentDateTimeUtc()));

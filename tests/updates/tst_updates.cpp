@@ -100,6 +100,7 @@ private slots:
         QCOMPARE(CredentialHelper::read(0, "{\"Username\":\"<token>\",\"Secret\":\"t\"}", {}), (Answer{RegistryCredential{{}, "t", true}, {}}));
         QCOMPARE(CredentialHelper::read(1, "credentials not found in native keychain\n", {}), Answer{});
         QCOMPARE(CredentialHelper::read(1, {}, "gpg: decryption failed\n"), (Answer{std::nullopt, "gpg: decryption failed"}));
+        QCOMPARE(CredentialHelper::read(1, "{\"Secret\":\"s\"}", {}), (Answer{std::nullopt, "it exited with status 1"}));
         QCOMPARE(CredentialHelper::get("korvat-missing", "x", std::chrono::seconds(5)).credential, std::nullopt);
         QVERIFY(!CredentialHelper::get("korvat-missing", "x", std::chrono::seconds(5)).problem.isEmpty());
     }
@@ -150,16 +151,17 @@ private slots:
         QTest::addColumn<QString>("reason");
         const QStringList pulledA{"nginx@" + dA};
         const QDateTime then = now.addSecs(-3 * 3600);
+        const QString at = "at " + then.toLocalTime().toString("HH:mm");
         const TagCheck sawB{dB, then, then};
-        QTest::newRow("same") << "nginx" << pulledA << std::optional(TagCheck{dA, then, then}) << State::Current << "Same as on docker.io (checked 3 h ago)";
-        QTest::newRow("moved on") << "nginx" << pulledA << std::optional(sawB) << State::Newer << "docker.io has a newer nginx:latest (checked 3 h ago)";
+        QTest::newRow("same") << "nginx" << pulledA << std::optional(TagCheck{dA, then, then}) << State::Current << "Same as on docker.io (checked " + at + ")";
+        QTest::newRow("moved on") << "nginx" << pulledA << std::optional(sawB) << State::Newer << "docker.io has a newer nginx:latest (checked " + at + ")";
         QTest::newRow("one of several pulls") << "nginx" << QStringList{"nginx@" + dB, "nginx@" + dA} << std::optional(sawB) << State::Current
-                                              << "Same as on docker.io (checked 3 h ago)";
+                                              << "Same as on docker.io (checked " + at + ")";
         TagCheck offline = sawB;
         offline.last = Kind::Unreachable;
         offline.triedAt = now;
         QTest::newRow("old answer kept") << "nginx" << pulledA << std::optional(offline) << State::Newer
-                                         << "docker.io has a newer nginx:latest (checked 3 h ago; unreachable since)";
+                                         << "docker.io has a newer nginx:latest (checked " + at + "; unreachable since)";
         QTest::newRow("pinned") << "nginx@" + dA << QStringList() << std::optional<TagCheck>() << State::Unknown << "Pinned by digest: it never moves";
         QTest::newRow("built here") << "127.0.0.1:5000/app:1" << pulledA << std::optional<TagCheck>() << State::Unknown
                                     << "Built here: no digest from 127.0.0.1:5000 to compare";
@@ -222,6 +224,10 @@ private slots:
 
         const TagLedger kept{{{"docker.io/library/nginx:latest", check}}, {NewerImages::noticeKey("docker.io/library/nginx:latest", dB)}};
         QCOMPARE(NewerImages::fromJson(NewerImages::toJson(kept)), kept);
+        TagLedger stale = kept;
+        stale.tags.insert("docker.io/library/gone:1", TagCheck{dA, now.addDays(-40), now.addDays(-40)});
+        stale.notified.insert(NewerImages::noticeKey("docker.io/library/gone:1", dB));
+        QCOMPARE(NewerImages::pruned(stale, later), kept);
         QCOMPARE(NewerImages::fromJson("{\"schema\": 2}"), TagLedger{});
         QTemporaryDir dir;
         const QString path = dir.filePath("deeper/newer-images.json");

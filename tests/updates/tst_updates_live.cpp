@@ -211,9 +211,9 @@ private slots:
         QTest::newRow("wrong password") << QByteArray(R"({"auths":{"%1":{"auth":"a29ydmF0Ondyb25n"}}})") << State::Unknown
                                         << "Sign-in refused: %1 refused the sign-in" << 2;
         QTest::newRow("credsStore helper") << QByteArray(R"({"credsStore":"korvattest"})") << State::Current
-                                           << "Same as on %1 (checked just now)" << 2;
+                                           << "Same as on %1 (checked at %2)" << 2;
         QTest::newRow("credHelpers for this registry") << QByteArray(R"({"credsStore":"absent","credHelpers":{"%1":"korvattest"}})")
-                                                       << State::Current << "Same as on %1 (checked just now)" << 2;
+                                                       << State::Current << "Same as on %1 (checked at %2)" << 2;
     }
     void signInsAtTheGuardedRegistry()
     {
@@ -230,7 +230,7 @@ private slots:
 
         const auto check = ledger->tags.value(tag->canonical());
         const ImageFreshness seen = NewerImages::judge(*tag, origin, check, QDateTime::currentDateTimeUtc());
-        QCOMPARE(seen.reason, reason.arg(m_guarded.host()));
+        QCOMPARE(seen.reason, reason.arg(m_guarded.host(), check.readAt.toLocalTime().toString("HH:mm")));
         QCOMPARE(seen.state, state);
         QCOMPARE(seen.local, m_guardedDigest);
         QCOMPARE(seen.remote, state == State::Current ? m_guardedDigest : QString());

@@ -186,8 +186,10 @@ void Actions::pull(const QString &reference)
 void Actions::pullNewerImage(const QString &id)
 {
     withContainer(id, [this](const Container &c) {
+        // Only a tag known to have moved on: the listing's name may be another image's by now.
         const auto freshness = m_store->newer().ofContainer(c.engine, c);
-        m_store->pull(freshness ? freshness->reference : c.image, c.engine);
+        if (freshness && freshness->state == ImageFreshness::State::Newer)
+            m_store->pull(freshness->reference, c.engine);
     });
 }
 
