@@ -120,7 +120,7 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
             if (const auto ref = ImageReference::parse(tag))
                 byTag.insert(ref->canonical(), origin);
     m_origins.insert(engine, byTag);
-    m_judged.clear();
+    rejudge();
     m_readIds.insert(engine, rows);
     m_insecure.insert(engine, read->insecure);
     co_return true;
@@ -224,7 +224,7 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
             co_return;
     }
     m_checking = false;
-    m_judged.clear();
+    rejudge();
     emit checkingChanged();
     emit changed();
     if (!found.isEmpty() && notifies())
@@ -302,6 +302,22 @@ std::optional<ImageFreshness> NewerImageWatch::ofContainer(const QString &engine
     if (shortId.match(container.image).hasMatch())
         return std::nullopt;
     return judgedName(engine, container.image);
+}
+
+void NewerImageWatch::rejudge()
+{
+    m_judged.clear();
+    m_anyNewer = false;
+    for (const auto &byTag : std::as_const(m_origins))
+        for (const auto &[key, origin] : byTag.asKeyValueRange()) {
+            const auto check = m_ledger->tags.constFind(key);
+            const auto ref = ImageReference::parse(key);
+            if (check != m_ledger->tags.cend() && ref && !check->remote.isEmpty() && check->last != RegistryAnswer::Kind::Missing
+                && NewerImages::checkable(*ref, origin) && !NewerImages::digestsFor(*ref, origin).contains(check->remote)) {
+                m_anyNewer = true;
+                return;
+            }
+        }
 }
 
 std::optional<ImageFreshness> NewerImageWatch::judgedName(const QString &engine, const QString &name) const

@@ -69,6 +69,8 @@ public:
     // Every tagged image of the engine and every pinned reference its containers run.
     QList<ImageFreshness> all(const QString &engine) const;
     bool checking() const { return m_checking; }
+    // Some image of some engine is behind its tag: until then rows need not be asked.
+    bool anyNewer() const { return m_anyNewer; }
     // Skipped last time because the connection was metered.
     bool meteredSkip() const { return m_meteredSkip; }
 
@@ -92,6 +94,8 @@ private:
     QHash<QString, ImageReference> tagsDue(bool forced) const;
     EngineStore *store(const QString &engine) const;
     std::optional<ImageFreshness> judgedName(const QString &engine, const QString &name) const;
+    // What was judged is out of date: the origins or the answers changed.
+    void rejudge();
 
     std::shared_ptr<Engine> m_engine;
     QSettings *m_settings;
@@ -108,6 +112,7 @@ private:
     OnThisMachine m_onThisMachine;
     // What each row's image name was judged, by engine and name, until the next change.
     mutable QHash<QString, std::optional<ImageFreshness>> m_judged;
+    bool m_anyNewer = false;
     std::shared_ptr<QHash<QString, AuthChallenge>> m_challenges = std::make_shared<QHash<QString, AuthChallenge>>();
     QTimer m_next;
     bool m_started = false;

@@ -82,8 +82,9 @@ QStringList ProjectModel::newerServices(const ProjectRow &row) const
         return services;
     for (const Container &c : row.project.containers) {
         const std::optional<ImageFreshness> freshness = m_newerOf(c);
-        const QString service = c.labels.value(QLatin1String(Labels::service), c.name);
-        if (freshness && freshness->state == ImageFreshness::State::Newer && !services.contains(service))
+        if (!freshness || freshness->state != ImageFreshness::State::Newer)
+            continue;
+        if (const QString service = c.labels.value(QLatin1String(Labels::service), c.name); !services.contains(service))
             services.append(service);
     }
     return services;

@@ -43,13 +43,15 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     const auto engineOf = [store = QPointer<AppStore>(m_store)](const QString &engine) {
         return engine.isEmpty() ? store->selected().name() : engine;
     };
+    // Rows are asked only once some image is behind its tag: a refresh of 1,000 rows costs
+    // nothing until then.
     const auto containerNewer = [store = QPointer<AppStore>(m_store), engineOf](const Container &c) {
-        return store ? store->newer().ofContainer(engineOf(c.engine), c) : std::nullopt;
+        return store && store->newer().anyNewer() ? store->newer().ofContainer(engineOf(c.engine), c) : std::nullopt;
     };
     m_containers.setNewerOf(containerNewer);
     m_projects.setNewerOf(containerNewer);
     m_images.setNewerOf([store = QPointer<AppStore>(m_store), engineOf](const DockerImage &i) {
-        return store ? store->newer().ofImage(engineOf(i.engine), i) : std::nullopt;
+        return store && store->newer().anyNewer() ? store->newer().ofImage(engineOf(i.engine), i) : std::nullopt;
     });
     NewerImageWatch *newer = &m_store->newer();
     connect(newer, &NewerImageWatch::changed, this, [this] {
@@ -202,7 +204,8 @@ void Shell::updateNewer()
 {
     // Counted by reference: the same tag run on two engines is one image to pull.
     QSet<QString> references;
-    for (const MergedView::Part &part : m_store->shown().parts()) {
+    const QList<MergedView::Part> parts = m_store->newer().anyNewer() ? m_store->shown().parts() : QList<MergedView::Part>();
+    for (const MergedView::Part &part : parts) {
         for (const Container &c : part.containers) {
             const auto freshness = m_store->newer().ofContainer(part.engine, c);
             if (freshness && freshness->state == ImageFreshness::State::Newer)
