@@ -445,7 +445,7 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         QCoro::waitFor(stage.store().refresh());
         waitUntil([&] {
             const NewerImageWatch &watch = stage.store().newer();
-            return !watch.checking() && !watch.all(stage.store().selected().name()).isEmpty();
+            return !watch.checking() && watch.anyNewer();
         });
         stage.showTools(false);
         // The minute of machine use the rows would have read while the window was open, at

@@ -75,7 +75,7 @@ void NewerImageWatch::imagesChanged(const QString &engine)
     EngineStore *s = store(engine);
     // Before the first check reads every engine, and after, only a change of which images
     // there are changes where they came from.
-    if (!s || !m_ledgerRead || (m_readIds.contains(engine) && m_readIds.value(engine) == tagged(s->images())))
+    if (!s || !m_ledgerRead || (m_readTags.contains(engine) && m_readTags.value(engine) == tagged(s->images())))
         return;
     QPointer<NewerImageWatch> self(this);
     [](QPointer<NewerImageWatch> self, EngineStore *s) -> QCoro::Task<> {
@@ -121,26 +121,32 @@ QCoro::Task<bool> NewerImageWatch::readOrigins(EngineStore *s)
                 byTag.insert(ref->canonical(), origin);
     m_origins.insert(engine, byTag);
     rejudge();
-    m_readIds.insert(engine, rows);
+    m_readTags.insert(engine, rows);
     m_insecure.insert(engine, read->insecure);
     co_return true;
 }
 
-QHash<QString, ImageReference> NewerImageWatch::tagsDue(bool forced) const
+QList<NewerImageWatch::Due> NewerImageWatch::dueTimes(const QDateTime &now) const
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     const NewerImages::Schedule every = schedule();
-    QHash<QString, ImageReference> due;
+    QHash<QString, Due> due;
     for (const auto &byTag : m_origins)
         for (const auto &[key, ref] : TagCheckRun::checkableTags(byTag.values()).asKeyValueRange()) {
             const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
             // Asked to wait, a registry is left alone even when the user asks.
-            if (check && check->retryAfter.isValid() && check->retryAfter > now)
-                continue;
-            const QDateTime at = NewerImages::dueAt(check, every, now);
-            if (forced || (at.isValid() && at <= now))
-                due.insert(key, ref);
+            const bool waiting = check && check->retryAfter.isValid() && check->retryAfter > now;
+            due.insert(key, {ref, NewerImages::dueAt(check, every, now), waiting});
         }
+    return due.values();
+}
+
+QList<ImageReference> NewerImageWatch::tagsDue(bool forced) const
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QList<ImageReference> due;
+    for (const Due &d : dueTimes(now))
+        if (!d.waiting && (forced || (d.at.isValid() && d.at <= now)))
+            due.append(d.tag);
     return due;
 }
 
@@ -177,7 +183,7 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
     for (const QString &engine : m_origins.keys())
         if (!watched.contains(engine)) {
             m_origins.remove(engine);
-            m_readIds.remove(engine);
+            m_readTags.remove(engine);
             m_insecure.remove(engine);
         }
     // Read again at every check even when the same tags are listed: a push records a digest
@@ -190,7 +196,7 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
         if (!self)
             co_return;
     }
-    const QHash<QString, ImageReference> due = tagsDue(forced);
+    const QList<ImageReference> due = tagsDue(forced);
     // The connection's cost is asked only when there is something to ask a registry.
     bool metered = false;
     if (!due.isEmpty() && !forced) {
@@ -209,7 +215,7 @@ QCoro::Task<> NewerImageWatch::run(bool forced)
             if (!m_onThisMachine || m_onThisMachine(engine))
                 insecure.append(allowed);
         RegistryClient::PlainHttp plainHttp = [insecure](const QString &host) { return TagCheckRun::plainHttpAllowed(host, insecure); };
-        auto round = TagCheckRun::ask(due.values(), m_ledger, std::move(plainHttp), m_challenges);
+        auto round = TagCheckRun::ask(due, m_ledger, std::move(plainHttp), m_challenges);
         co_await round;
         if (!self)
             co_return;
@@ -276,13 +282,9 @@ void NewerImageWatch::scheduleNext()
     }
     const QDateTime now = QDateTime::currentDateTimeUtc();
     QDateTime earliest;
-    for (const auto &byTag : m_origins)
-        for (const auto &[key, ref] : TagCheckRun::checkableTags(byTag.values()).asKeyValueRange()) {
-            const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
-            const QDateTime at = NewerImages::dueAt(check, schedule(), now);
-            if (at.isValid() && (!earliest.isValid() || at < earliest))
-                earliest = at;
-        }
+    for (const Due &d : dueTimes(now))
+        if (d.at.isValid() && (!earliest.isValid() || d.at < earliest))
+            earliest = d.at;
     if (earliest.isValid())
         m_next.start(std::chrono::milliseconds(std::clamp<qint64>(now.msecsTo(earliest), 1000, qint64(24) * 3600 * 1000)));
 }
@@ -340,23 +342,6 @@ std::optional<ImageFreshness> NewerImageWatch::judgedName(const QString &engine,
     }
     m_judged.insert(memo, judged);
     return judged;
-}
-
-QList<ImageFreshness> NewerImageWatch::all(const QString &engine) const
-{
-    QMap<QString, ImageFreshness> byReference;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const auto &[key, origin] : m_origins.value(engine).asKeyValueRange()) {
-        const auto ref = ImageReference::parse(key);
-        const auto check = m_ledger->tags.contains(key) ? std::optional(m_ledger->tags.value(key)) : std::nullopt;
-        if (ref)
-            byReference.insert(key, NewerImages::judge(*ref, origin, check, now));
-    }
-    if (EngineStore *s = store(engine))
-        for (const Container &c : s->containers())
-            if (const auto ref = ImageReference::parse(c.image); ref && ref->pinned())
-                byReference.insert(ref->canonical(), NewerImages::judge(*ref, {}, std::nullopt, now));
-    return byReference.values();
 }
 
 NewerImages::Schedule NewerImageWatch::schedule() const

@@ -66,8 +66,6 @@ public:
     std::optional<ImageFreshness> ofImage(const QString &engine, const DockerImage &image) const;
     // By the image the container was made from, as the listing names it.
     std::optional<ImageFreshness> ofContainer(const QString &engine, const Container &container) const;
-    // Every tagged image of the engine and every pinned reference its containers run.
-    QList<ImageFreshness> all(const QString &engine) const;
     bool checking() const { return m_checking; }
     // Some image of some engine is behind its tag: until then rows need not be asked.
     bool anyNewer() const { return m_anyNewer; }
@@ -91,7 +89,14 @@ private:
     QCoro::Task<bool> readOrigins(EngineStore *store);
     QList<NewerNotice> notices();
     void scheduleNext();
-    QHash<QString, ImageReference> tagsDue(bool forced) const;
+    // Each checkable tag with when it is next due, and whether its registry asked to wait.
+    struct Due {
+        ImageReference tag;
+        QDateTime at;
+        bool waiting = false;
+    };
+    QList<Due> dueTimes(const QDateTime &now) const;
+    QList<ImageReference> tagsDue(bool forced) const;
     EngineStore *store(const QString &engine) const;
     std::optional<ImageFreshness> judgedName(const QString &engine, const QString &name) const;
     // What was judged is out of date: the origins or the answers changed.
@@ -107,7 +112,7 @@ private:
     // By engine: each tag's image, the tags (with their ids) they were read for, what plain
     // HTTP it allows.
     QHash<QString, QHash<QString, ImageOrigin>> m_origins;
-    QHash<QString, QSet<QString>> m_readIds;
+    QHash<QString, QSet<QString>> m_readTags;
     QHash<QString, InsecureRegistries> m_insecure;
     OnThisMachine m_onThisMachine;
     // What each row's image name was judged, by engine and name, until the next change.
