@@ -187,6 +187,7 @@ QStringList CliEngine::arguments(const EngineAction &action)
     case Kind::Unpause: return containerArguments("unpause", action);
     case Kind::Remove: return QStringList{QStringLiteral("rm"), QStringLiteral("-f")} + action.targets;
     case Kind::Commit: return QStringList{QStringLiteral("commit")} + action.targets + QStringList{action.argument};
+    case Kind::RestartPolicy: return QStringList{QStringLiteral("update"), QStringLiteral("--restart"), action.argument} + action.targets;
     case Kind::Pull: return {QStringLiteral("pull"), action.argument};
     case Kind::RemoveImage: return containerArguments("rmi", action);
     case Kind::PruneImages: return {QStringLiteral("image"), QStringLiteral("prune"), QStringLiteral("-f")};
@@ -457,6 +458,21 @@ ImageOrigins CliEngine::imageOrigins(const QStringList &imageIds, const OptRunti
             origins.insecure = Docker::parseInsecureRegistries(info.out.toUtf8());
     }
     return origins;
+}
+
+RestartReading CliEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const
+{
+    RestartReading reading;
+    if (containerIds.isEmpty())
+        return reading;
+    // A container removed meanwhile fails the run but not the others' lines.
+    const auto inspected = Docker::capture(QStringList{"container", "inspect", "--format", Docker::restartFormat()} + containerIds, runtime);
+    if (inspected.status != 0 && inspected.out.trimmed().isEmpty())
+        throw DockerError(inspected.err.trimmed());
+    reading.containers = Docker::parseRestartFacts(inspected.out.toUtf8());
+    const auto version = Docker::capture({"version", "--format", "{{range .Server.Components}}{{.Name}}|{{end}}"}, runtime);
+    reading.podman = version.status == 0 && version.out.contains(QLatin1String("Podman"));
+    return reading;
 }
 
 ComposeCheck CliEngine::checkCompose(const ComposeTarget &target) const

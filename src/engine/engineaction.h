@@ -16,6 +16,7 @@ struct EngineAction {
         Unpause,        // containers
         Remove,         // containers, forced
         Commit,         // one container, into the image named by argument
+        RestartPolicy,  // containers get the restart policy in argument
         Pull,           // the image reference in argument
         RemoveImage,    // images
         PruneImages,
@@ -50,6 +51,7 @@ struct EngineAction {
 
     static EngineAction on(Kind kind, QStringList targets) { return {kind, std::move(targets), {}, std::nullopt}; }
     static EngineAction commit(const QString &container, const QString &image) { return {Kind::Commit, {container}, image, std::nullopt}; }
+    static EngineAction restartPolicy(const QString &container, const QString &policy) { return {Kind::RestartPolicy, {container}, policy, std::nullopt}; }
     static EngineAction pull(const QString &reference) { return {Kind::Pull, {}, reference, std::nullopt}; }
     static EngineAction prune(Kind kind) { return {kind, {}, {}, std::nullopt}; }
     // Up from a directory never started: compose names the project itself.

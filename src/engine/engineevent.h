@@ -10,8 +10,9 @@
 struct ContainerChange {
     // Killed, Stopped, OutOfMemory, Unhealthy and Healthy change no row: they tell why a
     // container stops or how it fares. A kill is what every stop, restart and compose down
-    // sends first; Stopped comes after the death a stop asked for.
-    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, Stopped, OutOfMemory, Unhealthy, Healthy };
+    // sends first; Stopped comes after the death a stop asked for. Updated: its settings
+    // changed (`docker update`), such as its restart policy.
+    enum class Kind { Started, Died, Paused, Unpaused, Destroyed, Killed, Stopped, OutOfMemory, Unhealthy, Healthy, Updated };
     // The engine's full id; listings show a prefix of it.
     QString id;
     Kind kind = Kind::Started;

@@ -15,6 +15,7 @@ std::optional<ContainerChange> containerChange(QStringView verb, const QJsonObje
         {QLatin1String("pause"), Kind::Paused},    {QLatin1String("unpause"), Kind::Unpaused},
         {QLatin1String("destroy"), Kind::Destroyed}, {QLatin1String("kill"), Kind::Killed},
         {QLatin1String("oom"), Kind::OutOfMemory}, {QLatin1String("stop"), Kind::Stopped},
+        {QLatin1String("update"), Kind::Updated},
     };
     const auto known = std::find_if(kinds.cbegin(), kinds.cend(), [verb](const auto &k) { return verb == k.first; });
     const QJsonObject actor = event.value(QLatin1String("Actor")).toObject();
@@ -108,6 +109,7 @@ QList<Container> withChange(QList<Container> rows, const ContainerChange &change
     case Kind::OutOfMemory:
     case Kind::Unhealthy:
     case Kind::Healthy:
+    case Kind::Updated:
         break;
     }
     return rows;

@@ -465,6 +465,28 @@ std::optional<VolumeDetails> FakeEngine::volumeDetails(const QString &name, cons
     return d;
 }
 
+RestartReading FakeEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const
+{
+    QMutexLocker lock(&m_mutex);
+    enter(Call::Inspection, runtime);
+    const Holdings &h = m_holdings[keyOf(runtime)];
+    RestartReading reading;
+    for (const QString &id : containerIds) {
+        for (const Container &c : h.containers) {
+            if (!matches(c, id))
+                continue;
+            RestartFacts f{c.id, c.name, h.restartPolicies.value(c.name, QStringLiteral("no"))};
+            f.state = c.state;
+            // "Exited (137) 2 minutes ago"
+            const qsizetype open = c.status.indexOf(u'(');
+            f.exitCode = open < 0 ? 0 : c.status.mid(open + 1, c.status.indexOf(u')') - open - 1).toInt();
+            f.startedBefore = c.state != QLatin1String("created");
+            reading.containers.append(f);
+        }
+    }
+    return reading;
+}
+
 ImageOrigins FakeEngine::imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const
 {
     QMutexLocker lock(&m_mutex);
@@ -745,6 +767,11 @@ void FakeEngine::apply(const EngineAction &action, Holdings &h) const
     }
     case Kind::ReclaimCache:
         h.buildCache.removeIf([&](const DiskUsage::Cache &c) { return c.id == action.targets.value(0); });
+        break;
+    case Kind::RestartPolicy:
+        for (const Container &c : h.containers)
+            if (std::any_of(action.targets.cbegin(), action.targets.cend(), [&](const QString &t) { return matches(c, t); }))
+                h.restartPolicies.insert(c.name, action.argument);
         break;
     case Kind::Commit:
     case Kind::Pull:

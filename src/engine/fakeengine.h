@@ -49,6 +49,8 @@ public:
         // An image's id to the registry digests it was pulled at ("nginx@sha256:…").
         QMap<QString, QStringList> repoDigests = {};
         InsecureRegistries insecure = {};
+        // A container's name to its restart policy; "no" where not given.
+        QMap<QString, QString> restartPolicies = {};
         friend bool operator==(const Holdings &, const Holdings &) = default;
     };
     // Listing is the containers' listing; Images, Volumes and Networks are those lists'.
@@ -134,6 +136,7 @@ public:
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     // The listed images' tags, with the digests the holdings give them.
     ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const override;
+    RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const override;
     ComposeCheck checkCompose(const ComposeTarget &target) const override;
     ResolvedProject composeProject(const ComposeTarget &target) const override;
     // The project set for dir, every service kept; its text is compose's YAML when set.

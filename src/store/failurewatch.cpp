@@ -48,6 +48,7 @@ void FailureWatch::see(const ContainerChange &change)
     case Kind::Paused:
     case Kind::Unpaused:
     case Kind::Healthy:
+    case Kind::Updated:
         return;
     }
 }

@@ -497,6 +497,8 @@ private slots:
                                 << std::optional(ContainerChange{"abc", Kind::Paused, 0});
         QTest::newRow("removed") << QByteArray(R"({"Type":"container","Action":"destroy","Actor":{"ID":"abc"}})") << c
                                  << std::optional(ContainerChange{"abc", Kind::Destroyed, 0});
+        QTest::newRow("its restart policy updated") << QByteArray(R"({"Type":"container","Action":"update","Actor":{"ID":"abc"}})") << c
+                                                    << std::optional(ContainerChange{"abc", Kind::Updated, 0});
         QTest::newRow("created: only a listing knows the row") << QByteArray(R"({"Type":"container","Action":"create","Actor":{"ID":"abc"}})") << c << none;
         QTest::newRow("dies without an id") << QByteArray(R"({"Type":"container","Action":"die"})") << c << none;
         QTest::newRow("command inside") << QByteArray(R"({"Type":"container","Action":"exec_start: sh -c true","Actor":{"ID":"abc"}})") << 0 << none;
@@ -515,6 +517,67 @@ private slots:
         QFETCH(int, lists);
         QFETCH(std::optional<ContainerChange>, change);
         QCOMPARE(Docker::readEvent(line), (EngineEvent{Listings::fromInt(lists), change}));
+    }
+
+    // The engine's rule as a real restart showed it (the live suite holds each against one),
+    // read from the line container inspect prints for restartFormat().
+    void comingBack_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<bool>("podman");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("reason");
+        // One line as container inspect prints it for restartFormat().
+        const auto line = [](const char *name, int max, const char *status, int exit, int count = 0) {
+            return QJsonObject{{"Id", "abc"}, {"Name", "/web"}, {"Policy", QJsonObject{{"Name", name}, {"MaximumRetryCount", max}}},
+                               {"AutoRemove", false}, {"RestartCount", count}, {"Status", status}, {"ExitCode", exit},
+                               {"StartedAt", "2026-11-26T05:00:00Z"}, {"Unit", ""}};
+        };
+        const auto with = [](QJsonObject o, const char *key, const QJsonValue &value) {
+            o.insert(key, value);
+            return QJsonDocument(o).toJson(QJsonDocument::Compact);
+        };
+        const auto text = [](const QJsonObject &o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); };
+        const auto policy = [&](const char *name, const char *status, int exit, int max = 0, int count = 0) { return text(line(name, max, status, exit, count)); };
+        const int yes = int(Comeback::Kind::Yes), no = int(Comeback::Kind::No), perhaps = int(Comeback::Kind::Perhaps);
+        QTest::newRow("running, no") << policy("no", "running", 0) << false << no << "Stops for good at the next restart: restart policy no";
+        QTest::newRow("no policy at all") << policy("", "running", 0) << false << no << "Stops for good at the next restart: restart policy no";
+        QTest::newRow("running, always") << policy("always", "running", 0) << false << yes << "Comes back: restart policy always";
+        QTest::newRow("paused, unless-stopped") << policy("unless-stopped", "paused", 0) << false << yes << "Comes back: restart policy unless-stopped";
+        QTest::newRow("stopped, always") << policy("always", "exited", 137) << false << yes
+                                         << "Starts again at the next restart, though stopped now: restart policy always";
+        QTest::newRow("stopped, unless-stopped") << policy("unless-stopped", "exited", 137) << false << no
+                                                 << "Stays stopped: it was stopped, and restart policy unless-stopped keeps it so";
+        QTest::newRow("running, on-failure") << policy("on-failure", "running", 0, 3) << false << perhaps
+                                             << "Comes back only if it ends with an error as the engine stops it: restart policy on-failure:3";
+        QTest::newRow("killed, on-failure") << policy("on-failure", "exited", 137) << false << yes
+                                            << "Starts again at the next restart, though stopped now: restart policy on-failure, and it exited with 137";
+        QTest::newRow("exited cleanly, on-failure") << policy("on-failure", "exited", 0) << false << no
+                                                    << "Stays stopped: it exited with 0, and restart policy on-failure restarts only failures";
+        QTest::newRow("retries used up") << policy("on-failure", "exited", 1, 2, 2) << false << no
+                                         << "Stays stopped: restart policy on-failure:2 has used its 2 restarts";
+        QTest::newRow("never started") << with(line("always", 0, "created", 0), "StartedAt", "0001-01-01T00:00:00Z") << false << no
+                                       << "Stays created: the engine starts again only what has run";
+        QTest::newRow("run with --rm") << with(line("no", 0, "running", 0), "AutoRemove", true) << false << no
+                                       << "Removed at the next restart: it was run with --rm";
+        QTest::newRow("Podman, always") << policy("always", "running", 0) << true << perhaps
+                                        << "Comes back only if podman-restart.service is enabled: Podman does not bring containers back itself";
+        QTest::newRow("Podman, a systemd unit's") << with(line("no", 0, "running", 0), "Unit", "web.service") << true << perhaps
+                                                  << "Comes back if its systemd unit web.service is enabled: Podman does not bring containers back itself";
+        QTest::newRow("Podman, unless-stopped") << policy("unless-stopped", "running", 0) << true << no
+                                                << "Stops for good at the next restart: Podman brings back only containers with restart policy always, "
+                                                   "through podman-restart.service";
+    }
+    void comingBack()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(bool, podman);
+        const QList<RestartFacts> read = Docker::parseRestartFacts("not json\n" + line + "\n");
+        QCOMPARE(read.size(), 1);
+        QCOMPARE(read.first().name, "web");
+        const Comeback said = AfterRestart::predict(read.first(), podman);
+        QTEST(said.reason, "reason");
+        QTEST(int(said.kind), "kind");
     }
 
     // Lines as `docker stats --format json` (28.2) draws them, redraw sequences and all.
