@@ -360,7 +360,7 @@ const QList<Scene> &scenes()
              QCoro::waitFor(stage.store().refresh());
          }, {}, Target::Panel},
         {QStringLiteral("settings"), Category::Projects, [](Stage &stage) { stage.showTools(true); }, QSize(640, 940), Target::Settings},
-        {QStringLiteral("settings-linux"), Category::Projects, {}, QSize(640, 640), Target::HostSettings},
+        {QStringLiteral("settings-linux"), Category::Projects, {}, QSize(640, 960), Target::HostSettings},
         {QStringLiteral("settings-job"), Category::Projects, [](Stage &stage) {
              stage.showTools(true);
              JobRun *run = nullptr;

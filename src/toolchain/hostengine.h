@@ -14,10 +14,18 @@ struct ServiceUnit {
     QString loadState;     // systemd's own words: "loaded", "not-found"; empty until read
     QString activeState;   // "active", "inactive", "failed", "activating"…
     QString subState;      // "running", "dead", "listening"…
+    QString fileState;     // whether its file is enabled: "enabled", "disabled", "static", "masked"…
     QString error;         // what systemd answered when reading or acting failed
 
     bool isLoaded() const { return loadState == QLatin1String("loaded"); }
     friend bool operator==(const ServiceUnit &, const ServiceUnit &) = default;
+};
+
+// Whether the user's own units run while no session of theirs does, as logind says.
+struct Linger {
+    std::optional<bool> on;   // none until read, or when logind could not tell
+    QString error;            // why it could not be read, or why a change was refused
+    friend bool operator==(const Linger &, const Linger &) = default;
 };
 
 // A container engine installed on this machine, as its package and its services tell.
@@ -28,6 +36,7 @@ struct HostEngine {
     std::optional<QString> offered;    // the newest version the package manager offers
     QList<ServiceUnit> units;
     QString servicesNote = {};         // why no unit is shown
+    Linger linger = {};                // read only when a unit of the user's runs it
 
     friend bool operator==(const HostEngine &, const HostEngine &) = default;
 };
@@ -41,6 +50,7 @@ struct Kind {
     QStringList packages;   // the vendor's first: it is what a user installed on purpose
     QString binary;         // the daemon, asked for its version when no package owns it
     QList<ServiceUnit> units;
+    QString socket;         // under /run for the system's engine, the runtime directory for the user's
 };
 const QList<Kind> &catalogue();
 

@@ -46,9 +46,13 @@ const QList<Kind> &catalogue()
     static const QList<Kind> kinds{
         {QStringLiteral("Docker"), {QStringLiteral("docker-ce"), QStringLiteral("docker.io"), QStringLiteral("moby-engine")},
          QStringLiteral("dockerd"),
-         {unit(Scope::System, "docker.service"), unit(Scope::System, "docker.socket"), unit(Scope::User, "docker.service")}},
+         {unit(Scope::System, "docker.service"), unit(Scope::System, "docker.socket"), unit(Scope::User, "docker.service")},
+         QStringLiteral("docker.sock")},
+        // podman.service answers the socket; enabled by itself, it is what starts at boot.
         {QStringLiteral("Podman"), {QStringLiteral("podman")}, QStringLiteral("podman"),
-         {unit(Scope::User, "podman.socket"), unit(Scope::System, "podman.socket")}},
+         {unit(Scope::User, "podman.socket"), unit(Scope::User, "podman.service"), unit(Scope::System, "podman.socket"),
+          unit(Scope::System, "podman.service")},
+         QStringLiteral("podman/podman.sock")},
     };
     return kinds;
 }

@@ -1,9 +1,17 @@
 #include "hostenginestore.h"
+#include "enginestartup.h"
 
 #include <QCoroFuture>
 #include <QCoroTimer>
 #include <QPointer>
 #include <QtConcurrent>
+
+namespace {
+bool hasUserUnits(const HostEngine &engine)
+{
+    return std::any_of(engine.units.cbegin(), engine.units.cend(), [](const ServiceUnit &u) { return u.scope == ServiceUnit::Scope::User; });
+}
+}
 
 HostEngineStore::HostEngineStore(Probe probe, std::shared_ptr<const ServiceManager> services, QObject *parent)
     : QObject(parent), m_probe(std::move(probe)), m_services(std::move(services))
@@ -18,11 +26,19 @@ QCoro::Task<> HostEngineStore::survey()
     QPointer self(this);
     const auto services = m_services;
     QList<HostEngine> found = co_await QtConcurrent::run(m_probe);
+    std::optional<Linger> linger;   // the user's, asked once for all their engines
     for (auto &engine : found) {
         QList<ServiceUnit> read;
         for (const auto &unit : engine.units)
             read << co_await services->read(unit);
         engine = HostEngines::withUnits(engine, read);
+        if (!hasUserUnits(engine))
+            continue;
+        if (!linger) {
+            auto reading = services->linger();
+            linger = co_await reading;
+        }
+        engine.linger = *linger;
     }
     if (!self)
         co_return;
@@ -54,6 +70,43 @@ QCoro::Task<> HostEngineStore::act(QString engine, ServiceUnit::Scope scope, QSt
     }
     if (self)
         replaceUnit(engine, unit);
+}
+
+QCoro::Task<> HostEngineStore::startAtBoot(QString engine, ServiceUnit::Scope scope)
+{
+    const auto owner = std::find_if(m_engines.cbegin(), m_engines.cend(), [&](const HostEngine &e) { return e.name == engine; });
+    if (owner == m_engines.cend())
+        co_return;
+    QList<ServiceUnit> units;
+    std::copy_if(owner->units.cbegin(), owner->units.cend(), std::back_inserter(units), [&](const ServiceUnit &u) { return u.scope == scope; });
+    const std::optional<ServiceUnit> unit = HostEngines::toEnable(units);
+    if (!unit)
+        co_return;
+    QPointer self(this);
+    const auto services = m_services;
+    auto enabling = services->enable(*unit);
+    const ServiceUnit enabled = co_await enabling;
+    if (self)
+        replaceUnit(engine, enabled);
+}
+
+QCoro::Task<> HostEngineStore::keepRunningAfterLogout()
+{
+    QPointer self(this);
+    const auto services = m_services;
+    auto asking = services->keepAfterLogout();
+    const Linger linger = co_await asking;
+    if (self)
+        setLinger(linger);
+}
+
+void HostEngineStore::setLinger(const Linger &linger)
+{
+    QList<HostEngine> engines = m_engines;
+    for (auto &e : engines)
+        if (hasUserUnits(e))
+            e.linger = linger;
+    setEngines(engines);
 }
 
 void HostEngineStore::replaceUnit(const QString &engine, const ServiceUnit &unit)

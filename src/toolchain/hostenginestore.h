@@ -28,6 +28,10 @@ public:
     QCoro::Task<> survey();
     // Starts or restarts the unit as its state asks, then follows it until it settles.
     QCoro::Task<> act(QString engine, ServiceUnit::Scope scope, QString unit);
+    // Enables the engine's unit of that scope that HostEngines::toEnable names, once polkit allows.
+    QCoro::Task<> startAtBoot(QString engine, ServiceUnit::Scope scope);
+    // Lets the user linger, once polkit allows: every engine of theirs keeps running.
+    QCoro::Task<> keepRunningAfterLogout();
 
 signals:
     void enginesChanged();
@@ -35,6 +39,7 @@ signals:
 private:
     void setEngines(const QList<HostEngine> &engines);
     void replaceUnit(const QString &engine, const ServiceUnit &unit);
+    void setLinger(const Linger &linger);
 
     Probe m_probe;
     std::shared_ptr<const ServiceManager> m_services;

@@ -6,26 +6,46 @@
 #include <QDBusReply>
 #include <QDBusVariant>
 
+#include <unistd.h>
+
 namespace {
 const QString service = QStringLiteral("org.freedesktop.systemd1");
 const QString managerPath = QStringLiteral("/org/freedesktop/systemd1");
 const QString managerInterface = QStringLiteral("org.freedesktop.systemd1.Manager");
+const QString logindService = QStringLiteral("org.freedesktop.login1");
+const QString logindPath = QStringLiteral("/org/freedesktop/login1");
+const QString logindManager = QStringLiteral("org.freedesktop.login1.Manager");
+const QString logindName = QStringLiteral("logind");
 constexpr int readTimeout = 10'000;
 // Long enough for a person to answer polkit's dialog.
 constexpr int actTimeout = 120'000;
 
-// systemd's own message, except where there is no systemd to give one.
-QString described(const QDBusError &error)
+// The daemon's own message, except where there is no daemon to give one.
+QString described(const QDBusError &error, const QString &daemon = QStringLiteral("systemd"))
 {
     if (error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected || error.type() == QDBusError::NoServer)
-        return QStringLiteral("systemd does not answer on this machine.");
+        return daemon + QStringLiteral(" does not answer on this machine.");
     return error.message().isEmpty() ? error.name() : error.message();
+}
+
+QDBusMessage logindCall(const QString &method)
+{
+    auto call = QDBusMessage::createMethodCall(logindService, logindPath, logindManager, method);
+    call << uint(::getuid());
+    return call;
 }
 }
 
-SystemdManager::SystemdManager(QDBusConnection system, QDBusConnection user)
-    : m_system(std::move(system)), m_user(std::move(user))
+SystemdManager::SystemdManager(QDBusConnection system, QDBusConnection user, std::optional<QDBusConnection> logind)
+    : m_system(std::move(system)), m_user(std::move(user)), m_logind(std::move(logind))
 {
+}
+
+QDBusConnection SystemdManager::logindBus() const
+{
+    if (m_logind)
+        return *m_logind;
+    return m_system ? *m_system : QDBusConnection::systemBus();
 }
 
 QDBusConnection SystemdManager::busFor(const ServiceUnit &unit) const
@@ -61,6 +81,7 @@ QCoro::Task<ServiceUnit> SystemdManager::read(ServiceUnit unit) const
     unit.loadState = properties.value().value(QStringLiteral("LoadState")).toString();
     unit.activeState = properties.value().value(QStringLiteral("ActiveState")).toString();
     unit.subState = properties.value().value(QStringLiteral("SubState")).toString();
+    unit.fileState = properties.value().value(QStringLiteral("UnitFileState")).toString();
     co_return unit;
 }
 
@@ -78,4 +99,65 @@ QCoro::Task<ServiceUnit> SystemdManager::act(ServiceUnit unit, HostEngines::Verb
         co_return unit;
     }
     co_return co_await read(unit);
+}
+
+QCoro::Task<Linger> SystemdManager::linger() const
+{
+    QDBusConnection bus = logindBus();
+    Linger result;
+    if (!bus.isConnected()) {
+        result.error = described(QDBusError(QDBusError::Disconnected, {}), logindName);
+        co_return result;
+    }
+    const QDBusMessage getUser = logindCall(QStringLiteral("GetUser"));
+    const QDBusReply<QDBusObjectPath> user = co_await bus.asyncCall(getUser, readTimeout);
+    if (!user.isValid()) {
+        result.error = described(user.error(), logindName);
+        co_return result;
+    }
+    auto get = QDBusMessage::createMethodCall(logindService, user.value().path(), QStringLiteral("org.freedesktop.DBus.Properties"),
+                                              QStringLiteral("Get"));
+    get << QStringLiteral("org.freedesktop.login1.User") << QStringLiteral("Linger");
+    const QDBusReply<QDBusVariant> on = co_await bus.asyncCall(get, readTimeout);
+    if (on.isValid())
+        result.on = on.value().variant().toBool();
+    else
+        result.error = described(on.error(), logindName);
+    co_return result;
+}
+
+QCoro::Task<ServiceUnit> SystemdManager::enable(ServiceUnit unit) const
+{
+    QDBusConnection bus = busFor(unit);
+    auto call = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("EnableUnitFiles"));
+    call << QStringList{unit.name} << false << false;   // for good, and never over a file of another's
+    call.setInteractiveAuthorizationAllowed(true);
+    const QDBusMessage enabled = co_await bus.asyncCall(call, actTimeout);
+    if (enabled.type() != QDBusMessage::ReplyMessage) {
+        unit.error = described(QDBusError(enabled));
+        co_return unit;
+    }
+    // The links are made; systemd follows them once it reloads.
+    auto reload = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("Reload"));
+    reload.setInteractiveAuthorizationAllowed(true);
+    const QDBusMessage reloaded = co_await bus.asyncCall(reload, actTimeout);
+    auto reading = read(unit);
+    ServiceUnit after = co_await reading;
+    if (reloaded.type() != QDBusMessage::ReplyMessage && after.error.isEmpty())
+        after.error = described(QDBusError(reloaded));
+    co_return after;
+}
+
+QCoro::Task<Linger> SystemdManager::keepAfterLogout() const
+{
+    auto call = logindCall(QStringLiteral("SetUserLinger"));
+    call << true << true;   // on, and polkit may ask
+    call.setInteractiveAuthorizationAllowed(true);
+    QDBusConnection bus = logindBus();
+    const QDBusMessage reply = co_await bus.asyncCall(call, actTimeout);
+    auto reading = linger();
+    Linger after = co_await reading;
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        after.error = described(QDBusError(reply), logindName);
+    co_return after;
 }

@@ -4,8 +4,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Korvat
 
-// One engine installed here: its package and version, and each systemd unit that runs it
-// with the one action its state allows.
+// One engine installed here: its package and version, each systemd unit that runs it
+// with the one action its state allows, and whether it starts at boot with the fixes offered.
 Rectangle {
     id: root
 
@@ -13,8 +13,11 @@ Rectangle {
     required property string versionLine
     required property string note
     required property var units
+    required property var startups
 
     signal act(string engine, int scope, string unit)
+    signal startAtBoot(string engine, int scope)
+    signal keepRunningAfterLogout()
 
     implicitHeight: column.implicitHeight + 24
     radius: 10
@@ -87,6 +90,62 @@ Rectangle {
                     Layout.fillWidth: true
                     visible: unit.modelData.error !== ""
                     text: unit.modelData.error
+                    color: Theme.danger
+                    font: Theme.varied("Inter", 400, 12)
+                    wrapMode: Text.Wrap
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+            }
+        }
+        Repeater {
+            model: root.startups
+
+            ColumnLayout {
+                id: startup
+
+                required property var modelData
+
+                Layout.fillWidth: true
+                Layout.topMargin: 6
+                spacing: 2
+
+                RowLayout {
+                    Layout.fillWidth: true
+                    spacing: 10
+
+                    Text {
+                        Layout.fillWidth: true
+                        text: startup.modelData.line
+                        color: Theme.ink
+                        font: Theme.varied("Inter", 500, 12)
+                        elide: Text.ElideRight
+                    }
+                    KorButton {
+                        visible: startup.modelData.enable !== ""
+                        text: startup.modelData.enable
+                        variant: "accent"
+                        detail: root.name
+                        onClicked: root.startAtBoot(root.name, startup.modelData.scope)
+                    }
+                    KorButton {
+                        visible: startup.modelData.linger !== ""
+                        text: startup.modelData.linger
+                        detail: root.name
+                        onClicked: root.keepRunningAfterLogout()
+                    }
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: startup.modelData.reason
+                    color: Theme.muted
+                    font: Theme.varied("Inter", 400, 12)
+                    wrapMode: Text.Wrap
+                }
+                Text {
+                    Layout.fillWidth: true
+                    visible: startup.modelData.error !== ""
+                    text: startup.modelData.error
                     color: Theme.danger
                     font: Theme.varied("Inter", 400, 12)
                     wrapMode: Text.Wrap

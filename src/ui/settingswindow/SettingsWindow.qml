@@ -242,6 +242,8 @@ ApplicationWindow {
                     Layout.fillWidth: true
                     Layout.topMargin: 8
                     onAct: (engine, scope, unit) => window.settings.actOnUnit(engine, scope, unit)
+                    onStartAtBoot: (engine, scope) => window.settings.startAtBoot(engine, scope)
+                    onKeepRunningAfterLogout: window.settings.keepRunningAfterLogout()
                 }
             }
 

@@ -4,6 +4,7 @@
 
 #include "appstore.h"
 #include "docker.h"
+#include "enginestartup.h"
 #include "hostenginestore.h"
 #include "loginitem.h"
 #include "runtimeselection.h"
@@ -50,7 +51,7 @@ QHash<int, QByteArray> ToolModel::roleNames() const
 void HostEngineModel::setEngines(const QList<HostEngine> &engines)
 {
     sync(m_rows, engines, [](const HostEngine &e) { return e.name; }, [](const HostEngine &, const HostEngine &) {
-        return QList<int>{VersionLineRole, NoteRole, UnitsRole};
+        return QList<int>{VersionLineRole, NoteRole, UnitsRole, StartupsRole};
     });
 }
 
@@ -75,13 +76,35 @@ QVariant HostEngineModel::roleData(const HostEngine &engine, int role) const
         }
         return units;
     }
+    case StartupsRole: {
+        QVariantList startups;
+        for (const auto scope : {ServiceUnit::Scope::System, ServiceUnit::Scope::User}) {
+            QList<ServiceUnit> units;
+            std::copy_if(engine.units.cbegin(), engine.units.cend(), std::back_inserter(units),
+                         [&](const ServiceUnit &u) { return u.scope == scope; });
+            if (units.isEmpty())
+                continue;
+            const bool user = scope == ServiceUnit::Scope::User;
+            const EngineStartup startup = HostEngines::startup(units, engine.linger);
+            // Where lingering is known, its error is a refused change: the answer stands.
+            const bool refused = user && engine.linger.on.has_value();
+            startups.append(QVariantMap{
+                {QStringLiteral("scope"), int(scope)},
+                {QStringLiteral("line"), HostEngines::startupLine(startup)},
+                {QStringLiteral("reason"), startup.reason},
+                {QStringLiteral("error"), refused ? engine.linger.error : QString()},
+                {QStringLiteral("enable"), HostEngines::toEnable(units) ? QStringLiteral("Start the engine at boot") : QString()},
+                {QStringLiteral("linger"), user && engine.linger.on == false ? QStringLiteral("Keep running after logout") : QString()}});
+        }
+        return startups;
+    }
     }
     return {};
 }
 
 QHash<int, QByteArray> HostEngineModel::roleNames() const
 {
-    return {{NameRole, "name"}, {VersionLineRole, "versionLine"}, {NoteRole, "note"}, {UnitsRole, "units"}};
+    return {{NameRole, "name"}, {VersionLineRole, "versionLine"}, {NoteRole, "note"}, {UnitsRole, "units"}, {StartupsRole, "startups"}};
 }
 
 void RemoteEngineModel::setEngines(const QList<RemoteEngine> &engines)
@@ -282,6 +305,18 @@ void SettingsController::actOnUnit(const QString &engine, int scope, const QStri
 {
     if (m_hostEngineStore)
         m_hostEngineStore->act(engine, ServiceUnit::Scope(scope), unit);
+}
+
+void SettingsController::startAtBoot(const QString &engine, int scope)
+{
+    if (m_hostEngineStore)
+        m_hostEngineStore->startAtBoot(engine, ServiceUnit::Scope(scope));
+}
+
+void SettingsController::keepRunningAfterLogout()
+{
+    if (m_hostEngineStore)
+        m_hostEngineStore->keepRunningAfterLogout();
 }
 
 void SettingsController::opened()

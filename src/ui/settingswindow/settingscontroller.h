@@ -35,14 +35,16 @@ protected:
 };
 
 // The engines installed on this machine, keyed by name; each row's units as a list of
-// maps (name, scope, line, action, error) for the row's repeater.
+// maps (name, scope, line, action, error) for the row's repeater, and for each scope with
+// units whether the engine starts at boot (scope, line, reason, error, and the labels of the
+// fixes it offers, empty when none).
 class HostEngineModel : public KeyedRowsModel<HostEngine> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Engines come from the host engine store")
 
 public:
-    enum Role { NameRole = Qt::UserRole + 1, VersionLineRole, NoteRole, UnitsRole };
+    enum Role { NameRole = Qt::UserRole + 1, VersionLineRole, NoteRole, UnitsRole, StartupsRole };
     Q_ENUM(Role)
 
     using KeyedRowsModel::KeyedRowsModel;
@@ -163,6 +165,9 @@ public:
     Q_INVOKABLE void restartServices();
     // Start or Restart on one of an engine's units; scope as ServiceUnit::Scope.
     Q_INVOKABLE void actOnUnit(const QString &engine, int scope, const QString &unit);
+    // The start-up fixes an engine's row offers; polkit asks first.
+    Q_INVOKABLE void startAtBoot(const QString &engine, int scope);
+    Q_INVOKABLE void keepRunningAfterLogout();
     // A job sheet closed: a job still running ends with it, and one that ran shows what it changed.
     Q_INVOKABLE void jobClosed(JobRun *run);
 
