@@ -43,7 +43,8 @@ AppStore::AppStore(QSettings *defaults, std::shared_ptr<Engine> engine, Timing t
                   if (e.runtime.name == engine)
                       return e.endpoint.startsWith(QLatin1String("unix://"));
               return false;
-          })
+          }),
+      m_restarts(m_engine, [this] { return m_engines; })
 {
     if (m_settings)
         m_showAll = Settings::showAllEngines.read(*m_settings);
@@ -109,6 +110,8 @@ EngineStore *AppStore::makeStore(const std::optional<Runtime> &runtime)
     connect(store, &EngineStore::networksChanged, this, &AppStore::networksChanged);
     connect(store, &EngineStore::staleChanged, this, &AppStore::staleChanged);
     connect(&store->failures(), &FailureWatch::failed, &m_failures, &FailureWatch::failed);
+    connect(store, &EngineStore::containersListed, this, [this, store] { m_restarts.listed(store); });
+    connect(store, &EngineStore::containerUpdated, this, [this, store](const QString &id) { m_restarts.updated(store, id); });
     connect(store, &EngineStore::containersListed, this, [this, store] {
         m_memory.record(store->containers(), store->runtime() ? std::optional(store->name()) : std::nullopt, directories());
     });

@@ -8,6 +8,7 @@
 #include "enginestore.h"
 #include "mergedview.h"
 #include "newerimagewatch.h"
+#include "restartwatch.h"
 #include "failurewatch.h"
 #include "longwork.h"
 #include "projectmemory.h"
@@ -116,6 +117,8 @@ public:
     // Whether the registries hold newer images than the watched engines run.
     NewerImageWatch &newer() { return m_newer; }
     const NewerImageWatch &newer() const { return m_newer; }
+    // Which containers will be running once their engine has started again.
+    const RestartWatch &restarts() const { return m_restarts; }
     // The runtimes work under way holds, each to the end of that work.
     EngineHolds &holds() { return m_holds; }
     // The selected runtime, held for an operation that begins now.
@@ -173,6 +176,8 @@ public:
     void remove(const Container &c);
     void commit(const Container &c, const QString &imageName);
     // On the row's engine; the selected runtime's for none.
+    // "Keep running after restarts": the restart policy unless-stopped, on the row's engine.
+    QCoro::Task<> keepRunning(Container container);
     void pull(const QString &reference, const QString &engine = {});
     void remove(const DockerImage &image);
     void pruneImages();
@@ -306,6 +311,7 @@ private:
     LongWork m_work;
     ServiceDefinitions m_definitions;
     NewerImageWatch m_newer;
+    RestartWatch m_restarts;
     // By runtime, then project: a namesake on another engine is another project.
     QHash<QString, QHash<QString, PullSummary>> m_pulls;
     EngineHolds m_holds;

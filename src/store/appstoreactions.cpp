@@ -102,6 +102,22 @@ void AppStore::restart(const Container &c) { act(onEngine(c.engine), EngineActio
 void AppStore::pause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Pause, {c.id})); }
 void AppStore::unpause(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Unpause, {c.id})); }
 void AppStore::remove(const Container &c) { act(onEngine(c.engine), EngineAction::on(Kind::Remove, {c.id})); }
+QCoro::Task<> AppStore::keepRunning(Container container)
+{
+    QPointer<AppStore> self(this);
+    const OnEngine on = onEngine(container.engine);
+    auto performing = perform(on, EngineAction::restartPolicy(container.id, QStringLiteral("unless-stopped")));
+    co_await performing;
+    if (!self)
+        co_return;
+    if (!self->m_state.error())
+        self->m_state.setNotice(QStringLiteral("%1 now comes back after restarts (restart policy unless-stopped)").arg(container.name));
+    // Its state did not change, so the listing alone would not read it again.
+    for (EngineStore *store : std::as_const(self->m_engines))
+        if (store->runtime() == on.runtime)
+            self->m_restarts.updated(store, container.id);
+}
+
 void AppStore::pull(const QString &reference, const QString &engine) { act(onEngine(engine), EngineAction::pull(reference)); }
 void AppStore::remove(const DockerImage &image) { act(onEngine(image.engine), EngineAction::on(Kind::RemoveImage, {image.id})); }
 void AppStore::pruneImages() { act(onSelected(), EngineAction::prune(Kind::PruneImages)); }

@@ -58,7 +58,9 @@ void EngineStore::setLists(const QList<Container> &containers, const QList<Docke
 void EngineStore::containerChanged(const ContainerChange &change)
 {
     using Kind = ContainerChange::Kind;
-    if (change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy
+    if (change.kind == Kind::Updated)
+        emit containerUpdated(change.id);
+    if (change.kind == Kind::Updated || change.kind == Kind::Killed || change.kind == Kind::Stopped || change.kind == Kind::OutOfMemory || change.kind == Kind::Unhealthy
         || change.kind == Kind::Healthy)
         return;
     m_told.append({m_scheduler.count(), change});

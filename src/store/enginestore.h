@@ -76,6 +76,8 @@ signals:
     void containersListed();
     // A listing succeeded or failed; error() says which.
     void answeredChanged();
+    // The container's settings changed, its restart policy perhaps; by the engine's full id.
+    void containerUpdated(const QString &id);
 
 private:
     QCoro::Task<> fetchAndApply(Listings lists);

@@ -140,6 +140,67 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(find(st, late), patience);
     }
 
+    // Every restart policy, running and stopped by hand, with what never ran and what was run
+    // with --rm: what the store foretold is what the restarted engine brought back. One that
+    // would stay down is fixed by the store's own "Keep running after restarts" first.
+    void predictionsHoldAcrossAnEngineRestart()
+    {
+        // Stopped within a second, so the engine's own shutdown does not wait ten per container.
+        const QStringList quick{"--stop-timeout", "1"};
+        // Name to whether it runs after the restart. The sleeper exits 0 when stopped; a bare
+        // sleep, which ignores the stop signal, is killed: an error to on-failure.
+        QMap<QString, bool> backAfter;
+        for (const QString policy : {"no", "always", "unless-stopped", "on-failure"}) {
+            const QString running = m_made.run("kt-rb-" + policy + "-", quick + QStringList{"--restart", policy});
+            const QString stopped = m_made.run("kt-rb-" + policy + "-stopped-", quick + QStringList{"--restart", policy});
+            QCOMPARE(docker({"stop", stopped}).status, 0);
+            backAfter.insert(running, policy == "always" || policy == "unless-stopped");
+            backAfter.insert(stopped, policy == "always");
+        }
+        const QStringList killedOnFailure = quick + QStringList{"--restart", "on-failure"};
+        backAfter.insert(m_made.run("kt-rb-killed-", killedOnFailure, {"sleep", "3600"}), true);
+        const QString killed = m_made.run("kt-rb-killed-stopped-", killedOnFailure, {"sleep", "3600"});
+        QCOMPARE(docker({"stop", killed}).status, 0);
+        backAfter.insert(killed, true);
+        backAfter.insert(m_made.run("kt-rb-rm-", quick + QStringList{"--rm"}), false);
+        const QString created = uniqueName("kt-rb-created-");
+        m_made.containers << created;
+        QCOMPARE(docker(QStringList{"create", "--name", created, "--restart", "always", engineImage()} + sleeper()).status, 0);
+        backAfter.insert(created, false);
+        const QString fixed = m_made.run("kt-rb-fixed-", quick);
+        backAfter.insert(fixed, true);
+
+        auto s = settings();
+        AppStore st(s.get(), std::make_shared<CliEngine>());
+        QCoro::waitFor(st.loadContexts());
+        const auto foretold = [&](const QString &name) { return find(st, name) ? st.restarts().of(st.selected().name(), *find(st, name)) : std::nullopt; };
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(backAfter.keyBegin(), backAfter.keyEnd(), [&](const QString &n) { return foretold(n).has_value(); }), patience);
+        QCOMPARE(foretold(fixed)->reason, "Stops for good at the next restart: restart policy no");
+        QCoro::waitFor(st.keepRunning(*find(st, fixed)));
+        QCOMPARE(st.error(), std::nullopt);
+        QTRY_VERIFY_WITH_TIMEOUT(foretold(fixed) && foretold(fixed)->comesBack(), patience);
+
+        QMap<QString, Comeback> before;
+        for (const QString &name : backAfter.keys())
+            before.insert(name, *foretold(name));
+        QVERIFY(shell("bash \"$KORVAT_ENGINE_SCRIPT\" restart"));
+        const auto runningNow = [](const QString &name) {
+            const Result r = docker({"inspect", "--format", "{{.State.Status}}", name});
+            return r.status == 0 && (r.out.trimmed() == "running" || r.out.trimmed() == "restarting");
+        };
+        // The engine starts what it brings back before it answers; a moment for the rest.
+        QTest::qWait(2000);
+        for (auto it = backAfter.cbegin(); it != backAfter.cend(); ++it) {
+            const Comeback &said = before.value(it.key());
+            const QString seen = QString("%1: foretold %2 (%3), running now %4").arg(it.key()).arg(int(said.kind)).arg(said.reason).arg(runningNow(it.key()));
+            QVERIFY2(runningNow(it.key()) == it.value(), qPrintable(seen));
+            if (said.kind != Comeback::Kind::Perhaps)
+                QVERIFY2(said.comesBack() == it.value(), qPrintable(seen));
+            else
+                QVERIFY2(said.reason.startsWith("Comes back only if it ends with an error"), qPrintable(seen));
+        }
+    }
+
     // Both private engines watched, a namesake on each: a row's action goes to its own
     // engine; one engine gone holds up nothing of the other's, keeps its rows under a stale
     // line, and when it returns its rows are live again without anyone asking.
