@@ -288,6 +288,13 @@ FakeEngine::Holdings holdings(const QString &root)
                  {QStringLiteral("a4c8e2f6b044"), QStringLiteral("website-frontend-1"), QStringLiteral("172.19.0.2/16"), {}}}),
         network("d24e66a1b9c286", "docs_default", "bridge", {QStringLiteral("172.21.0.0/16")}, QStringLiteral("docs"), {}),
     };
+    // Most come back after a restart; the cache and the agent would not.
+    s.restartPolicies = {{QStringLiteral("storefront-php-1"), QStringLiteral("unless-stopped")},
+                         {QStringLiteral("storefront-db-1"), QStringLiteral("unless-stopped")},
+                         {QStringLiteral("storefront-worker-1"), QStringLiteral("on-failure")},
+                         {QStringLiteral("website-frontend-1"), QStringLiteral("unless-stopped")},
+                         {QStringLiteral("notes-notes-1"), QStringLiteral("unless-stopped")},
+                         {QStringLiteral("legacy-api-1"), QStringLiteral("always")}};
     s.mounts = {
         {QStringLiteral("website-frontend-1"), {QStringLiteral("website_assets")}},
         {QStringLiteral("website-cache-1"), {QStringLiteral("website_cache")}},
@@ -572,16 +579,17 @@ QList<HostEngine> hostEngines()
 QCoro::Task<ServiceUnit> Services::read(ServiceUnit unit) const
 {
     using Scope = ServiceUnit::Scope;
-    // The user's docker.service and the system's podman.socket are not installed.
-    static const QMap<std::pair<Scope, QString>, std::pair<QString, QString>> loaded{
-        {{Scope::System, QStringLiteral("docker.service")}, {QStringLiteral("active"), QStringLiteral("running")}},
-        {{Scope::System, QStringLiteral("docker.socket")}, {QStringLiteral("active"), QStringLiteral("listening")}},
-        {{Scope::User, QStringLiteral("podman.socket")}, {QStringLiteral("inactive"), QStringLiteral("dead")}},
+    // The user's docker.service and podman.service and the system's Podman are not installed.
+    static const QMap<std::pair<Scope, QString>, QStringList> loaded{
+        {{Scope::System, QStringLiteral("docker.service")}, {QStringLiteral("active"), QStringLiteral("running"), QStringLiteral("enabled")}},
+        {{Scope::System, QStringLiteral("docker.socket")}, {QStringLiteral("active"), QStringLiteral("listening"), QStringLiteral("enabled")}},
+        {{Scope::User, QStringLiteral("podman.socket")}, {QStringLiteral("inactive"), QStringLiteral("dead"), QStringLiteral("enabled")}},
     };
-    const auto state = loaded.constFind({unit.scope, unit.name});
-    unit.loadState = state != loaded.cend() ? QStringLiteral("loaded") : QStringLiteral("not-found");
-    unit.activeState = state != loaded.cend() ? state->first : QStringLiteral("inactive");
-    unit.subState = state != loaded.cend() ? state->second : QStringLiteral("dead");
+    const QStringList state = loaded.value({unit.scope, unit.name});
+    unit.loadState = !state.isEmpty() ? QStringLiteral("loaded") : QStringLiteral("not-found");
+    unit.activeState = state.value(0, QStringLiteral("inactive"));
+    unit.subState = state.value(1, QStringLiteral("dead"));
+    unit.fileState = state.value(2);
     co_return unit;
 }
 
@@ -589,5 +597,26 @@ QCoro::Task<ServiceUnit> Services::act(ServiceUnit unit, HostEngines::Verb) cons
 {
     unit.error = QStringLiteral("Interactive authentication required.");
     co_return unit;
+}
+
+QCoro::Task<Linger> Services::linger() const
+{
+    Linger off;
+    off.on = false;
+    co_return off;
+}
+
+QCoro::Task<ServiceUnit> Services::enable(ServiceUnit unit) const
+{
+    unit.error = QStringLiteral("Interactive authentication required.");
+    co_return unit;
+}
+
+QCoro::Task<Linger> Services::keepAfterLogout() const
+{
+    Linger refused;
+    refused.on = false;
+    refused.error = QStringLiteral("Interactive authentication required.");
+    co_return refused;
 }
 }

@@ -76,12 +76,16 @@ private:
     std::atomic<bool> m_brew = true;
 };
 
-// A Linux machine's engines: the distribution's Docker up to date and running, Podman
-// with a newer package offered and its user socket stopped.
+// A Linux machine's engines: the distribution's Docker up to date, running and enabled,
+// Podman with a newer package offered and its user socket stopped, enabled but not
+// lingering. polkit refuses every change.
 QList<HostEngine> hostEngines();
 class Services : public ServiceManager {
 public:
     QCoro::Task<ServiceUnit> read(ServiceUnit unit) const override;
     QCoro::Task<ServiceUnit> act(ServiceUnit unit, HostEngines::Verb verb) const override;
+    QCoro::Task<Linger> linger() const override;
+    QCoro::Task<ServiceUnit> enable(ServiceUnit unit) const override;
+    QCoro::Task<Linger> keepAfterLogout() const override;
 };
 }

@@ -13,6 +13,8 @@ Sheet {
     property string confirmVariant: "danger"
     // A second way through, such as keeping a copy first; none when empty.
     property string alternativeText: ""
+    // Lines to copy as they are, shown in the code face; none when empty.
+    property string snippet: ""
 
     signal confirmed()
     signal alternative()
@@ -39,6 +41,28 @@ Sheet {
             wrapMode: Text.Wrap
             Accessible.role: Accessible.StaticText
             Accessible.name: text
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            visible: sheet.snippet !== ""
+            implicitHeight: snippetText.implicitHeight + 16
+            radius: 6
+            color: Theme.wash
+            border.color: Theme.line
+
+            Text {
+                id: snippetText
+
+                objectName: "snippet"
+                anchors.fill: parent
+                anchors.margins: 8
+                text: sheet.snippet
+                color: Theme.ink
+                font: Theme.varied("JetBrains Mono", 400, 12)
+                textFormat: Text.PlainText
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
         }
         RowLayout {
             Layout.fillWidth: true

@@ -1,6 +1,7 @@
 #include "containermodel.h"
 
 #include "containerrules.h"
+#include "restarttext.h"
 
 #include "docker.h"
 #include "portlinks.h"
@@ -38,7 +39,24 @@ void ContainerModel::setContainers(const QList<Container> &containers)
         return roles;
     });
     markNewer();
+    markComebacks();
     askForUsage();
+}
+
+void ContainerModel::setComebackOf(ContainerComebackOf comebackOf)
+{
+    m_comebackOf = std::move(comebackOf);
+    markComebacks();
+}
+
+void ContainerModel::markComebacks()
+{
+    const auto reasonOf = [this](const Container &c) {
+        const std::optional<Comeback> comeback = m_comebackOf ? m_comebackOf(c) : std::nullopt;
+        return comeback && RestartText::marked(c.state, *comeback) ? comeback->reason : QString();
+    };
+    for (int i : m_stays.update(m_rows, keyOf, reasonOf))
+        emit dataChanged(index(i), index(i), {StaysRole, StaysReasonRole, DescriptionRole});
 }
 
 void ContainerModel::setNewerOf(ContainerNewerOf newerOf)
@@ -49,7 +67,7 @@ void ContainerModel::setNewerOf(ContainerNewerOf newerOf)
 
 void ContainerModel::markNewer()
 {
-    for (int i : m_newer.update(m_rows, keyOf, m_newerOf))
+    for (int i : m_newer.update(m_rows, keyOf, [this](const auto &row) { return newerReason(m_newerOf, row); }))
         emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole, DescriptionRole});
 }
 
@@ -198,10 +216,24 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         if (const auto engine = m_engines.constFind(c.engine); engine != m_engines.cend())
             return Terminal::commandLine(engine->runtime, c.name);
         return Terminal::commandLine(m_runtime, c.name);
-    case DescriptionRole:
-        return m_newer.newer(keyOf(c)) ? ContainerRules::spoken(c) + QStringLiteral(" · Newer image") : ContainerRules::spoken(c);
+    case DescriptionRole: {
+        QString spoken = ContainerRules::spoken(c);
+        if (m_newer.marked(keyOf(c)))
+            spoken += QStringLiteral(" · Newer image");
+        if (m_stays.marked(keyOf(c)))
+            spoken += QStringLiteral(" · ") + m_stays.reason(keyOf(c));
+        return spoken;
+    }
+    case StaysRole: {
+        if (!m_stays.marked(keyOf(c)))
+            return QString();
+        const std::optional<Comeback> comeback = m_comebackOf ? m_comebackOf(c) : std::nullopt;
+        return RestartText::markLabel(comeback ? comeback->kind : Comeback::Kind::No);
+    }
+    case StaysReasonRole:
+        return m_stays.reason(keyOf(c));
     case NewerRole:
-        return m_newer.newer(keyOf(c));
+        return m_newer.marked(keyOf(c));
     case NewerReasonRole:
         return m_newer.reason(keyOf(c));
     case LinksRole: {
@@ -237,7 +269,7 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
         {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"}, {ServiceRole, "service"},
-        {NewerRole, "newer"}, {NewerReasonRole, "newerReason"},
+        {NewerRole, "newer"}, {NewerReasonRole, "newerReason"}, {StaysRole, "stays"}, {StaysReasonRole, "staysReason"},
     };
     names.insert(sharedRoleNames());
     return names;

@@ -2,7 +2,8 @@
 
 #include "container.h"
 #include "keyedlistmodel.h"
-#include "newermarks.h"
+#include "afterrestart.h"
+#include "rowmarks.h"
 #include "runtime.h"
 
 #include <QHash>
@@ -16,6 +17,7 @@ class UsageWatch;
 using UsageOf = std::function<UsageWatch *(const QString &engine)>;
 // What is known of whether the registry has moved on from the image a container runs.
 using ContainerNewerOf = std::function<std::optional<ImageFreshness>(const Container &)>;
+using ContainerComebackOf = std::function<std::optional<Comeback>(const Container &)>;
 
 #include <QtQml/qqmlregistration.h>
 
@@ -53,6 +55,10 @@ public:
         // The registry has a newer image for its tag, and why Korvat says so.
         NewerRole,
         NewerReasonRole,
+        // It runs now and is not sure to run once its engine has started again: the mark's
+        // words, empty for none; and why.
+        StaysRole,
+        StaysReasonRole,
     };
     Q_ENUM(Role)
 
@@ -73,6 +79,10 @@ public:
     // and markNewer, and only rows whose answer changed are told.
     void setNewerOf(ContainerNewerOf newerOf);
     void markNewer();
+    // Where each row learns whether it comes back after a restart; asked again at every
+    // setContainers and markComebacks, and only rows whose answer changed are told.
+    void setComebackOf(ContainerComebackOf comebackOf);
+    void markComebacks();
     // A row's view came or went. Only what is on screen is read, and only while it runs.
     Q_INVOKABLE void onScreen(const QString &containerId, bool shown);
 
@@ -92,7 +102,9 @@ private:
     std::optional<Runtime> m_runtime;
     QHash<QString, RuntimeEntry> m_engines;
     ContainerNewerOf m_newerOf;
-    NewerMarks m_newer;
+    RowMarks m_newer;
+    ContainerComebackOf m_comebackOf;
+    RowMarks m_stays;
     UsageOf m_usageOf;
     // The watches asked for rows, each told when it has nothing more to read for this model.
     QList<QPointer<UsageWatch>> m_watches;

@@ -23,7 +23,7 @@ void ImageModel::setNewerOf(ImageNewerOf newerOf)
 
 void ImageModel::markNewer()
 {
-    for (int i : m_newer.update(m_rows, keyOf, m_newerOf))
+    for (int i : m_newer.update(m_rows, keyOf, [this](const auto &row) { return newerReason(m_newerOf, row); }))
         emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole});
 }
 
@@ -54,7 +54,7 @@ QVariant ImageModel::roleData(const DockerImage &i, int role) const
     case SizeRole:
         return i.size;
     case NewerRole:
-        return m_newer.newer(keyOf(i));
+        return m_newer.marked(keyOf(i));
     case NewerReasonRole:
         return m_newer.reason(keyOf(i));
     }

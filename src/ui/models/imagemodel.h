@@ -2,7 +2,7 @@
 
 #include "dockerimage.h"
 #include "keyedlistmodel.h"
-#include "newermarks.h"
+#include "rowmarks.h"
 
 #include <QtQml/qqmlregistration.h>
 
@@ -45,5 +45,5 @@ protected:
 
 private:
     ImageNewerOf m_newerOf;
-    NewerMarks m_newer;
+    RowMarks m_newer;
 };

@@ -2,6 +2,7 @@
 
 #include "docker.h"
 #include "newertext.h"
+#include "restarttext.h"
 #include "usagetext.h"
 
 #include <QSet>
@@ -64,6 +65,7 @@ void ProjectModel::setProjects(const QList<ComposeProject> &projects, const QLis
         if (const auto pull = pulls.constFind(p.engine.isEmpty() ? p.name : p.engine + QChar(0x1f) + p.name); pull != pulls.cend())
             row.pull = *pull;
         row.newer = newerServices(row);
+        row.comebacks = comebacksOf(row);
         rows.append(row);
     }
     // The engines not yet closed: the last one with projects, and those with loose rows only.
@@ -88,6 +90,37 @@ QStringList ProjectModel::newerServices(const ProjectRow &row) const
             services.append(service);
     }
     return services;
+}
+
+QList<std::pair<QString, Comeback>> ProjectModel::comebacksOf(const ProjectRow &row) const
+{
+    QList<std::pair<QString, Comeback>> comebacks;
+    if (row.loose || !m_comebackOf)
+        return comebacks;
+    for (const Container &c : row.project.containers) {
+        const std::optional<Comeback> comeback = m_comebackOf(c);
+        // Said of all or not at all: a count of what was read so far would mislead.
+        if (!comeback)
+            return {};
+        comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
+    }
+    return comebacks;
+}
+
+void ProjectModel::setComebackOf(ContainerComebackOf comebackOf)
+{
+    m_comebackOf = std::move(comebackOf);
+    for (ContainerModel *child : std::as_const(m_children))
+        child->setComebackOf(m_comebackOf);
+    markComebacks();
+}
+
+void ProjectModel::markComebacks()
+{
+    QList<ProjectRow> rows = m_rows;
+    for (ProjectRow &row : rows)
+        row.comebacks = comebacksOf(row);
+    setRows(rows);
 }
 
 void ProjectModel::setNewerOf(ContainerNewerOf newerOf)
@@ -120,6 +153,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             child->setUsageOf(m_usageOf);
             child->setEngines(m_engines);
             child->setNewerOf(m_newerOf);
+            child->setComebackOf(m_comebackOf);
         }
         child->setContainers(r.project.containers);
         ServiceModel *&services = m_services[r.key()];
@@ -149,6 +183,8 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << MutedRole;
         if (a.newer != b.newer)
             roles << NewerLineRole;
+        if (a.comebacks != b.comebacks)
+            roles << ComebackLineRole;
         if (a.total() != b.total() || a.newer != b.newer
             || ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
             roles << DescriptionRole;
@@ -279,11 +315,17 @@ QVariant ProjectModel::roleData(const ProjectRow &r, int role) const
     case DescriptionRole: {
         if (r.loose)
             return QString();
-        const QString spoken = ProjectCard::spoken(p, r.card, r.directoryExists, r.total());
-        return r.newer.isEmpty() ? spoken : spoken + QStringLiteral(" · ") + NewerText::servicesLine(int(r.newer.size()));
+        QString spoken = ProjectCard::spoken(p, r.card, r.directoryExists, r.total());
+        if (!r.newer.isEmpty())
+            spoken += QStringLiteral(" · ") + NewerText::servicesLine(int(r.newer.size()));
+        if (const QString comeback = RestartText::servicesLine(r.comebacks); !comeback.isEmpty())
+            spoken += QStringLiteral(" · ") + comeback;
+        return spoken;
     }
     case NewerLineRole:
         return NewerText::servicesLine(int(r.newer.size()));
+    case ComebackLineRole:
+        return RestartText::servicesLine(r.comebacks);
     case MutedRole:
         return r.muted;
     case UsageRole: {
@@ -309,7 +351,7 @@ QHash<int, QByteArray> ProjectModel::roleNames() const
             {RunningCountRole, "runningCount"}, {TotalRole, "total"}, {LooseRole, "loose"},
             {DescriptionRole, "description"}, {MutedRole, "muted"}, {UsageRole, "usage"}, {WorkRole, "work"},
             {ServicesRole, "services"}, {PullSummaryRole, "pullSummary"}, {RecreateRole, "recreateLabel"},
-            {NewerLineRole, "newerLine"}};
+            {NewerLineRole, "newerLine"}, {ComebackLineRole, "comebackLine"}};
     names.insert(sharedRoleNames());
     return names;
 }

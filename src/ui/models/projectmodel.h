@@ -25,6 +25,8 @@ struct ProjectRow {
     std::optional<PullSummary> pull = {};
     // Its services whose containers run an image the registry has a newer one of.
     QStringList newer = {};
+    // Each container's service and whether it comes back after a restart, once all are read.
+    QList<std::pair<QString, Comeback>> comebacks = {};
 
     // Its containers and the services compose would create: the inactive profiles' are not
     // counted, since nothing is missing while they are off.
@@ -70,6 +72,8 @@ public:
         RecreateRole,
         // "2 services have newer images"; empty when none has.
         NewerLineRole,
+        // "2 of 3 services come back after a restart"; empty when all do or until all are read.
+        ComebackLineRole,
     };
     Q_ENUM(Role)
 
@@ -92,6 +96,10 @@ public:
     // markNewer asks again.
     void setNewerOf(ContainerNewerOf newerOf);
     void markNewer();
+    // Where each container learns whether it comes back after a restart, for its row and
+    // its card; markComebacks asks again.
+    void setComebackOf(ContainerComebackOf comebackOf);
+    void markComebacks();
     // The rows of the project of that name (on that engine, when given), or of its row key.
     ContainerModel *containersOf(const QString &project, const std::optional<QString> &engine = {}) const
     {
@@ -117,6 +125,7 @@ protected:
 private:
     void usageSampled(const QSet<QString> &containerIds);
     QStringList newerServices(const ProjectRow &row) const;
+    QList<std::pair<QString, Comeback>> comebacksOf(const ProjectRow &row) const;
 
     QHash<QString, ContainerModel *> m_children;
     QHash<QString, ServiceModel *> m_services;
@@ -124,6 +133,7 @@ private:
     QHash<QString, RuntimeEntry> m_engines;
     UsageOf m_usageOf;
     ContainerNewerOf m_newerOf;
+    ContainerComebackOf m_comebackOf;
     mutable QList<QPointer<UsageWatch>> m_watches;
     QPointer<WorkModel> m_ups;
     std::optional<Runtime> m_runtime;

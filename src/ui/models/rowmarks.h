@@ -6,20 +6,20 @@
 #include <QList>
 #include <functional>
 
-// Which rows of a list run, or are, an image whose tag the registry has moved on from, and
-// why Korvat says so, by row key. Kept between readings so that a check that changes
-// nothing for a row tells that row nothing.
-class NewerMarks {
+// Which rows of a list carry a mark (an image behind its tag, a container that will not come
+// back) and why, by row key. Kept between readings so that a reading that changes nothing
+// for a row tells that row nothing.
+class RowMarks {
 public:
-    // The rows whose mark or reason changed, by index.
-    template<typename T, typename Key, typename Of>
-    QList<int> update(const QList<T> &rows, Key key, Of of)
+    // The rows whose mark or reason changed, by index. reasonOf gives a row's reason, empty
+    // where it has no mark.
+    template<typename T, typename Key, typename ReasonOf>
+    QList<int> update(const QList<T> &rows, Key key, ReasonOf reasonOf)
     {
         QHash<QString, QString> next;
         for (const T &row : rows) {
-            const std::optional<ImageFreshness> freshness = of ? of(row) : std::nullopt;
-            if (freshness && freshness->state == ImageFreshness::State::Newer)
-                next.insert(key(row), freshness->reason);
+            if (QString reason = reasonOf(row); !reason.isEmpty())
+                next.insert(key(row), std::move(reason));
         }
         QList<int> changed;
         for (int i = 0; i < int(rows.size()); ++i) {
@@ -31,10 +31,18 @@ public:
         return changed;
     }
 
-    bool newer(const QString &key) const { return m_reasons.contains(key); }
-    // Empty where the row's image is not known to be behind.
+    bool marked(const QString &key) const { return m_reasons.contains(key); }
+    // Empty where the row has no mark.
     QString reason(const QString &key) const { return m_reasons.value(key); }
 
 private:
     QHash<QString, QString> m_reasons;
 };
+
+// Why a row's image is behind its tag, or empty where it is not known to be.
+template<typename T>
+QString newerReason(const std::function<std::optional<ImageFreshness>(const T &)> &of, const T &row)
+{
+    const std::optional<ImageFreshness> freshness = of ? of(row) : std::nullopt;
+    return freshness && freshness->state == ImageFreshness::State::Newer ? freshness->reason : QString();
+}

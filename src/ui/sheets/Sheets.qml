@@ -48,6 +48,12 @@ Item {
             confirmPull.message = message;
             confirmPull.open();
         }
+        function onRestartLinesRequested(title: string, message: string, lines: string) {
+            restartLines.title = title;
+            restartLines.message = message;
+            restartLines.snippet = lines;
+            restartLines.open();
+        }
         function onPruneRequested(images: bool) {
             confirmPrune.images = images;
             // Named when asked: the engine it goes to is the one selected now.
@@ -119,6 +125,14 @@ Item {
         confirmText: "Pull"
         confirmVariant: "accent"
         onConfirmed: root.actions.pullNewerImage(confirmPull.container)
+    }
+    ConfirmSheet {
+        id: restartLines
+
+        objectName: "restartLines"
+        confirmText: "Copy"
+        confirmVariant: "accent"
+        onConfirmed: root.actions.copyPlain(restartLines.snippet)
     }
     ConfirmSheet {
         id: confirmPrune

@@ -30,19 +30,25 @@ auto onWorker(Query query)
 }
 
 // A newer image at the registry, said beside the row that names the image it is newer than.
-QList<DetailsText::Section> withNewer(QList<DetailsText::Section> sections, const std::optional<ImageFreshness> &freshness, const QString &beside)
+// The row after the one labelled beside; nothing where there is none such.
+QList<DetailsText::Section> withRow(QList<DetailsText::Section> sections, const QString &beside, const DetailsText::Row &row)
 {
-    if (!freshness || freshness->state != ImageFreshness::State::Newer)
-        return sections;
     for (DetailsText::Section &section : sections) {
         for (qsizetype i = 0; i < section.rows.size(); ++i) {
             if (section.rows[i].label == beside) {
-                section.rows.insert(i + 1, {QStringLiteral("Newer image"), freshness->reason});
+                section.rows.insert(i + 1, row);
                 return sections;
             }
         }
     }
     return sections;
+}
+
+QList<DetailsText::Section> withNewer(QList<DetailsText::Section> sections, const std::optional<ImageFreshness> &freshness, const QString &beside)
+{
+    if (!freshness || freshness->state != ImageFreshness::State::Newer)
+        return sections;
+    return withRow(std::move(sections), beside, {QStringLiteral("Newer image"), freshness->reason});
 }
 }
 
@@ -195,6 +201,7 @@ ContainerInspection::ContainerInspection(AppStore *store, const Container &conta
 
 void ContainerInspection::follow()
 {
+    m_following << connect(&m_store->restarts(), &RestartWatch::changed, this, &Inspection::changed);
     if (m_engine)
         m_following << connect(&m_engine->events(), &EngineEvents::containerChanged, this, [this](const ContainerChange &change) {
         // Events name a container by its whole id, listings by a prefix of it.
@@ -227,7 +234,10 @@ QList<DetailsText::Section> ContainerInspection::composed() const
             endpoint = entry.endpoint;
     }
     const auto freshness = m_engine ? m_store->newer().ofContainer(m_engine->name(), m_container) : std::nullopt;
-    return withNewer(DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint), freshness, QStringLiteral("Image"));
+    auto sections = withNewer(DetailsText::container(*m_details, QDateTime::currentDateTimeUtc(), endpoint), freshness, QStringLiteral("Image"));
+    if (const auto comeback = m_engine ? m_store->restarts().of(m_engine->name(), m_container) : std::nullopt)
+        sections = withRow(std::move(sections), QStringLiteral("Restart policy"), {QStringLiteral("After a restart"), comeback->reason});
+    return sections;
 }
 
 QString ContainerInspection::copyText() const

@@ -36,6 +36,9 @@ Rectangle {
     // The registry has a newer image for its tag, and why Korvat says so.
     required property bool newer
     required property string newerReason
+    // It runs now but is not sure to run once its engine starts again: the mark, and why.
+    required property string stays
+    required property string staysReason
     // The model the row comes from, told while the row shows its use: only what someone
     // sees is read.
     property ContainerModel shownIn: null
@@ -138,6 +141,16 @@ Rectangle {
                     // Beside an engine's badge only where there is room for both.
                     visible: root.showProject && root.project !== "" && root.width >= (root.engine !== "" ? 1200 : 620)
                     text: root.project
+                }
+                // Quiet: nothing is wrong now, but a restart will change it.
+                KorBadge {
+                    objectName: "staysMark"
+                    Layout.minimumWidth: implicitWidth
+                    visible: root.stays !== ""
+                    text: root.stays
+                    help: root.staysReason
+                    fill: "transparent"
+                    ink: Theme.muted
                 }
                 KorBadge {
                     objectName: "engineBadge"
@@ -428,6 +441,14 @@ Rectangle {
                 visible: root.newer && root.project === ""
                 enabled: visible && !root.busy
                 onTriggered: root.action(Verb.PullNewerImage, "")
+            }
+            // A lone container is changed in place; a service is shown the line for its file.
+            KorMenuItem {
+                text: root.project === "" ? "Keep running after restarts" : "Keep running after restarts…"
+                help: root.staysReason
+                visible: root.stays !== ""
+                enabled: visible && !root.busy
+                onTriggered: root.action(Verb.KeepRunning, "")
             }
             KorMenuItem {
                 text: "Details"

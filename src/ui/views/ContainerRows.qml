@@ -57,6 +57,8 @@ ColumnLayout {
             required property string service
             required property bool newer
             required property string newerReason
+            required property string stays
+            required property string staysReason
 
             Layout.fillWidth: true
             spacing: 0
@@ -93,6 +95,8 @@ ColumnLayout {
                 trend: entry.trend
                 newer: entry.newer
                 newerReason: entry.newerReason
+                stays: entry.stays
+                staysReason: entry.staysReason
                 shownIn: root.model
                 readsUsage: root.readsUsage
                 service: root.composeEnabled ? entry.service : ""

@@ -37,6 +37,8 @@ Rectangle {
     required property string recreateLabel
     // "2 services have newer images"; empty when none has.
     required property string newerLine
+    // "2 of 3 services come back after a restart"; empty when all do.
+    required property string comebackLine
     property bool busy: false
     // The open menu, while one is open.
     property KorMenu menu: null
@@ -311,6 +313,40 @@ Rectangle {
                 onClicked: root.projectAction(Verb.PullNewer, "")
             }
         }
+        // Quiet: nothing is wrong now. The way on is a line for the user's own file, which
+        // Korvat never edits.
+        RowLayout {
+            objectName: "comebackLine"
+            Layout.fillWidth: true
+            Layout.leftMargin: 50
+            Layout.rightMargin: 14
+            Layout.bottomMargin: 10
+            visible: root.comebackLine !== "" && !root.loose
+            spacing: 8
+
+            KorIcon {
+                name: "arrow.clockwise"
+                tint: Theme.muted
+                size: 14
+            }
+            Text {
+                Layout.fillWidth: true
+                text: root.comebackLine
+                color: Theme.muted
+                font: Theme.varied("Inter", 500, 12)
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            KorButton {
+                objectName: "keepRunning"
+                subject: root.subject
+                // The keyboard reaches it through the card's menu.
+                tabStop: false
+                text: "Keep running after restarts…"
+                onClicked: root.projectAction(Verb.KeepServicesRunning, "")
+            }
+        }
         // The last pull's findings, until recreated or dismissed.
         RowLayout {
             objectName: "pullSummary"
@@ -437,6 +473,11 @@ Rectangle {
                 text: "Pull newer images"
                 enabled: root.composeEnabled && !root.busy
                 onTriggered: root.projectAction(Verb.PullNewer, "")
+            }
+            KorMenuItem {
+                text: "Keep running after restarts…"
+                visible: root.comebackLine !== ""
+                onTriggered: root.projectAction(Verb.KeepServicesRunning, "")
             }
             KorMenuItem {
                 text: "Show compose file"

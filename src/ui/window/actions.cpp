@@ -8,6 +8,7 @@
 #include "execconsole.h"
 #include "logfollower.h"
 #include "newertext.h"
+#include "restarttext.h"
 #include "projectcard.h"
 #include "projectdeletion.h"
 #include "reclaiming.h"
@@ -118,6 +119,11 @@ void Actions::copyId(const QString &id)
 {
     // A row's key carries its engine's name before the id.
     QGuiApplication::clipboard()->setText(id.section(QChar(0x1f), -1));
+}
+
+void Actions::copyPlain(const QString &text)
+{
+    QGuiApplication::clipboard()->setText(text);
 }
 
 void Actions::copyText(Transcript *transcript)
@@ -405,6 +411,16 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
             emit imagePullRequested(MergedView::rowKey(c.engine, c.id), QStringLiteral("Pull %1?").arg(freshness->reference),
                                     NewerText::pullMessage(freshness->reference, c.name, m_store->shown().several() ? c.engine : QString()));
         });
+    case Verb::KeepRunning:
+        return onContainer([this](const Container &c) {
+            const std::optional<QString> project = c.project();
+            if (!project)
+                return void(m_store->keepRunning(c));
+            const QString service = c.labels.value(QLatin1String(Labels::service), c.name);
+            const QString file = c.labels.value(QLatin1String(Labels::configFiles)).section(u',', 0, 0);
+            emit restartLinesRequested(QStringLiteral("Keep %1 running after restarts").arg(service),
+                                       RestartText::composeMessage({service}, file), RestartText::composeLines({service}));
+        });
     case Verb::OpenInBrowser:
         if (!QDesktopServices::openUrl(QUrl(detail)))
             m_store->reportError(QStringLiteral("Could not open ") + detail + QStringLiteral(": no web browser answered."));
@@ -421,6 +437,18 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
     case Verb::Reveal: return reveal(subject);
     case Verb::Locate:
         return onProject([this](const ComposeProject &p) { emit locateRequested(MergedView::rowKey(p.engine, p.name)); });
+    case Verb::KeepServicesRunning:
+        return onProject([this](const ComposeProject &p) {
+            QList<std::pair<QString, Comeback>> comebacks;
+            for (const Container &c : p.containers)
+                if (const auto comeback = m_store->restarts().of(p.engine.isEmpty() ? m_store->selected().name() : p.engine, c))
+                    comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
+            const QStringList services = RestartText::staying(comebacks);
+            if (services.isEmpty())
+                return;
+            emit restartLinesRequested(QStringLiteral("Keep %1's services running after restarts").arg(p.name),
+                                       RestartText::composeMessage(services, p.configFiles.value(0)), RestartText::composeLines(services));
+        });
     case Verb::PullNewer: return onProject([this](const ComposeProject &p) { m_store->pullNewer(p); });
     case Verb::Recreate: return onProject([this](const ComposeProject &p) { m_store->recreate(p); });
     case Verb::DismissPull: return onProject([this](const ComposeProject &p) { m_store->dismissPull(p.name, p.engine); });

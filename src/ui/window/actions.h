@@ -72,6 +72,7 @@ public:
     // A log's or transcript's text without styles: to the clipboard, or to a file (written
     // off the window's thread; a failure goes to the banner).
     Q_INVOKABLE void copyText(Transcript *transcript);
+    Q_INVOKABLE void copyPlain(const QString &text);
     Q_INVOKABLE static void copyString(const QString &text);
     Q_INVOKABLE void saveText(Transcript *transcript, const QUrl &file);
     // Where the save dialog proposes to write: the documents folder, the subject and the
@@ -97,6 +98,8 @@ signals:
     void pruneRequested(bool images);
     // A container's newer image is pulled on the user's word: container is its key.
     void imagePullRequested(const QString &container, const QString &title, const QString &message);
+    // A compose service's restart line, for the user to add to their file.
+    void restartLinesRequested(const QString &title, const QString &message, const QString &lines);
     // A volume named on a sheet is to be shown in its section.
     void volumeShown(const QString &volume);
     // The project's directory has gone; the window asks where it went.

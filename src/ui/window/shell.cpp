@@ -53,6 +53,15 @@ Shell::Shell(AppStore *store, ToolchainStore *toolchain, QSettings *settings, QO
     m_images.setNewerOf([store = QPointer<AppStore>(m_store), engineOf](const DockerImage &i) {
         return store && store->newer().anyNewer() ? store->newer().ofImage(engineOf(i.engine), i) : std::nullopt;
     });
+    const auto comebackOf = [store = QPointer<AppStore>(m_store), engineOf](const Container &c) {
+        return store ? store->restarts().of(engineOf(c.engine), c) : std::nullopt;
+    };
+    m_containers.setComebackOf(comebackOf);
+    m_projects.setComebackOf(comebackOf);
+    connect(&m_store->restarts(), &RestartWatch::changed, this, [this] {
+        m_containers.markComebacks();
+        m_projects.markComebacks();
+    });
     NewerImageWatch *newer = &m_store->newer();
     connect(newer, &NewerImageWatch::changed, this, [this] {
         m_containers.markNewer();

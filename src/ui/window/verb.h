@@ -13,10 +13,13 @@ enum Kind {
     // On a container, by id.
     Primary, Restart, TogglePause, RemoveContainer, CopyId, OpenTerminal, ContainerLogs, Console, Commit, Details,
     PullNewerImage,  // a lone container's tag, on its engine, after the user's word
+    // A lone container gets restart policy unless-stopped; a service is shown its restart line.
+    KeepRunning,
     OpenInBrowser,   // the detail: one of the row's links
     // On a project, by name.
     Up, Down, StartAll, StopAll, Forget, Reveal, Locate, ProjectLogs, DeleteProject, ToggleMute,
     PullNewer, Recreate, DismissPull, ShowComposeFile,
+    KeepServicesRunning,  // the restart lines of its services that will not come back
     // On one service of a project, by the project's name; the detail is the service.
     ServiceUp, ServiceStart, ServiceStop, ServiceRestart, ServiceLogs,
     // On images and volumes.

@@ -151,17 +151,20 @@ TestCase {
         const agent = rowNamed(card(view, "Not in a project"), "backup-agent");
         verify(!menuTexts(agent).includes("Pull newer image"));
         agent.newer = true;
-        compare(menuTexts(agent).slice(2, 4), ["Pull newer image", "Details"]);
+        // It would not come back after a restart either: a lone container is fixed in place.
+        compare(menuTexts(agent).slice(2, 5), ["Pull newer image", "Keep running after restarts", "Details"]);
         containerActions.clear();
         containerActions.target = view;
-        mouseClick(findChild(agent, "more"));
-        tryVerify(() => agent.menu !== null && agent.menu.opened);
-        const menu = agent.menu;
-        for (let i = 0; i < menu.count; ++i)
-            if (menu.itemAt(i).text === "Pull newer image") { menu.itemAt(i).triggered(); break; }
-        compare(Array.from(containerActions.signalArguments[0]), [Verb.PullNewerImage, agent.containerId, ""]);
-        menu.close();
-        tryVerify(() => agent.menu === null);
+        for (const [item, verb] of [["Pull newer image", Verb.PullNewerImage], ["Keep running after restarts", Verb.KeepRunning]]) {
+            mouseClick(findChild(agent, "more"));
+            tryVerify(() => agent.menu !== null && agent.menu.opened);
+            const menu = agent.menu;
+            for (let i = 0; i < menu.count; ++i)
+                if (menu.itemAt(i).text === item) { menu.itemAt(i).triggered(); break; }
+            compare(Array.from(containerActions.signalArguments[containerActions.count - 1]), [verb, agent.containerId, ""]);
+            menu.close();
+            tryVerify(() => agent.menu === null);
+        }
     }
 
     // The list is one Tab stop: the arrows walk cards and their rows, Left/Right the buttons.

@@ -1,0 +1,56 @@
+#include "restarttext.h"
+
+namespace RestartText {
+
+bool marked(const QString &state, const Comeback &comeback)
+{
+    return comeback.kind != Comeback::Kind::Yes
+        && (state == QLatin1String("running") || state == QLatin1String("paused") || state == QLatin1String("restarting"));
+}
+
+QString markLabel(Comeback::Kind kind)
+{
+    return kind == Comeback::Kind::Perhaps ? QStringLiteral("May stop at restart") : QStringLiteral("Stops at restart");
+}
+
+QStringList staying(const QList<std::pair<QString, Comeback>> &byService)
+{
+    QStringList services;
+    for (const auto &[service, comeback] : byService)
+        if (!comeback.comesBack() && !services.contains(service))
+            services.append(service);
+    return services;
+}
+
+QString servicesLine(const QList<std::pair<QString, Comeback>> &byService)
+{
+    QStringList all;
+    for (const auto &entry : byService)
+        if (!all.contains(entry.first))
+            all.append(entry.first);
+    const qsizetype stay = staying(byService).size();
+    if (stay == 0)
+        return {};
+    const qsizetype back = all.size() - stay;
+    return QStringLiteral("%1 of %2 %3 after a restart")
+        .arg(back)
+        .arg(all.size())
+        .arg(all.size() == 1 ? QStringLiteral("service comes back") : back == 1 ? QStringLiteral("services comes back") : QStringLiteral("services come back"));
+}
+
+QString composeLines(const QStringList &services)
+{
+    QString text = QStringLiteral("services:\n");
+    for (const QString &service : services)
+        text += QStringLiteral("  %1:\n    restart: unless-stopped\n").arg(service);
+    return text.chopped(1);
+}
+
+QString composeMessage(const QStringList &services, const QString &file)
+{
+    const QString where = file.isEmpty() ? QStringLiteral("the project's compose file") : file;
+    return QStringLiteral("Korvat leaves your compose file as it is. Add %1 to %2, then choose Up to apply it.")
+        .arg(services.size() == 1 ? QStringLiteral("this line") : QStringLiteral("these lines"), where);
+}
+
+}
