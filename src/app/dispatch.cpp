@@ -27,6 +27,7 @@ std::optional<QString> unknownOption(const QStringList &args, const Invocation &
     take(QStringLiteral("--plan"), invocation.mode == Mode::Plan ? 1 + int(invocation.context.has_value()) : 0);
     take(QStringLiteral("--dump"), invocation.mode == Mode::Dump && invocation.context ? 1 : 0);
     take(QStringLiteral("--updates"), invocation.mode == Mode::Updates && invocation.context ? 1 : 0);
+    take(QStringLiteral("--after-reboot"), invocation.mode == Mode::AfterReboot && invocation.context ? 1 : 0);
     take(QStringLiteral("--shot"), invocation.mode == Mode::Shot && args.indexOf(QLatin1String("--shot")) + 1 < args.size() ? 1 : 0);
     take(QStringLiteral("--scale"), invocation.mode == Mode::Shot ? 1 : 0);
     for (qsizetype i = 1; i < args.size(); ++i) {
@@ -61,6 +62,8 @@ Invocation modeOf(QStringList args, bool json)
         return {Mode::Dump, {}, at(i + 1), false, 1, json};
     if (const qsizetype i = args.indexOf(QLatin1String("--updates")); i >= 0)
         return {Mode::Updates, {}, at(i + 1), false, 1, json};
+    if (const qsizetype i = args.indexOf(QLatin1String("--after-reboot")); i >= 0)
+        return {Mode::AfterReboot, {}, at(i + 1), false, 1, json};
     if (const qsizetype i = args.indexOf(QLatin1String("--reclaim")); i >= 0) {
         Invocation reclaim{Mode::Reclaim, {}, std::nullopt, false, 1, json, args.contains(QLatin1String("--all"))};
         for (qsizetype j = i + 1; j < args.size() && !reclaim.context; ++j) {
@@ -97,7 +100,7 @@ Invocation dispatch(QStringList args)
     Invocation invocation = modeOf(args, json);
     if (invocation.mode == Mode::Misused)
         return invocation;
-    QStringList known{"--selftest", "--tools", "--scripts", "--plan", "--dump", "--reclaim", "--updates", "--shot", "--scale"};
+    QStringList known{"--selftest", "--tools", "--scripts", "--plan", "--dump", "--reclaim", "--updates", "--after-reboot", "--shot", "--scale"};
     if (invocation.mode == Mode::Reclaim)
         known << QStringLiteral("--all");
     if (const auto unknown = unknownOption(args, invocation, known))
@@ -116,6 +119,7 @@ QString usage()
         "  --plan <project> [--json] [context]  what deleting the project would remove and keep; changes nothing\n"
         "  --reclaim [--all] [--json] [context] what reclaiming disk space would remove, item by item; changes nothing\n"
         "  --updates [--json] [context]         whether the registries hold newer images than the engine has; changes nothing\n"
+        "  --after-reboot [--json] [context]    which containers come back when the engine starts again; changes nothing\n"
         "  --tools [--scripts]                  installed and latest versions of the runtime toolchain\n"
         "  --selftest                           Korvat's own checks over built-in sample data, and the environment\n"
         "  --shot [dir] [--scale N]             screenshots of the main views with sample data\n"

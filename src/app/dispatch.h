@@ -8,11 +8,11 @@
 // after a flag is taken as it stands, even when it looks like a flag itself; "--json" alone
 // is never a value.
 struct Invocation {
-    enum class Mode { Window, SelfTest, Tools, Plan, Dump, Reclaim, Updates, Shot, Help, Version, Misused };
+    enum class Mode { Window, SelfTest, Tools, Plan, Dump, Reclaim, Updates, AfterReboot, Shot, Help, Version, Misused };
 
     Mode mode = Mode::Window;
     QString value;                    // plan: project; shot: directory; misused: what is wrong
-    std::optional<QString> context;   // plan, dump, reclaim and updates
+    std::optional<QString> context;   // plan, dump, reclaim, updates and after-reboot
     bool scripts = false;             // tools
     double scale = 1;                 // shot: pixels per point, "--scale 2"
     bool json = false;                // the reports: "--json" anywhere

@@ -6,6 +6,7 @@
 #include "planreport.h"
 #include "reclaimreport.h"
 #include "updatesreport.h"
+#include "rebootreport.h"
 #include "selftest.h"
 #include "settings.h"
 #include "shots.h"
@@ -94,6 +95,9 @@ int KorvatApp::runHeadless(const Invocation &invocation)
         break;
     case Mode::Updates:
         print(gatherUpdates(engine, invocation.context), updatesJson, writeUpdates);
+        break;
+    case Mode::AfterReboot:
+        print(gatherReboot(engine, invocation.context, SystemdManager()), rebootJson, writeReboot);
         break;
     case Mode::Tools:
         runToolsDump(invocation.scripts, out);
