@@ -319,6 +319,9 @@ const QList<Scene> &scenes()
         {QStringLiteral("sheet-pull-newer"), Category::Containers, [](Stage &stage) {
              stage.actions().perform(Verb::PullNewerImage, stage.container(QStringLiteral("backup-agent")).id);
          }},
+        {QStringLiteral("sheet-restart-lines"), Category::Projects, [](Stage &stage) {
+             stage.actions().perform(Verb::KeepServicesRunning, QStringLiteral("website"));
+         }},
         {QStringLiteral("sheet-remove-volume"), Category::Volumes, [](Stage &stage) {
              stage.actions().perform(Verb::RemoveVolume, QStringLiteral("notes_data"));
          }},

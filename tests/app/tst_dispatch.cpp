@@ -28,6 +28,7 @@ private slots:
         QTest::newRow("reclaim, every category, a context after its flags")
             << QStringList{"korvat", "--reclaim", "--all", "--json", "ctx"} << Invocation{Mode::Reclaim, {}, ctx("ctx"), false, 1, true, true};
         QTest::newRow("reclaim alone") << QStringList{"korvat", "--reclaim"} << Invocation{Mode::Reclaim};
+        QTest::newRow("after-reboot of a context") << QStringList{"korvat", "--json", "--after-reboot", "ctx"} << Invocation{Mode::AfterReboot, {}, ctx("ctx"), false, 1, true};
         QTest::newRow("updates, json after the context") << QStringList{"korvat", "--updates", "ctx", "--json"} << Invocation{Mode::Updates, {}, ctx("ctx"), false, 1, true};
         QTest::newRow("all without reclaim") << QStringList{"korvat", "--all"} << Invocation{Mode::Misused, "korvat: unknown option '--all'"};
         QTest::newRow("json before plan") << QStringList{"korvat", "--json", "--plan", "shop"} << Invocation{Mode::Plan, "shop", std::nullopt, false, 1, true};

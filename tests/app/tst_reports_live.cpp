@@ -325,6 +325,25 @@ private slots:
         QCOMPARE(registry.requests().filter("GET").filter("manifests"), QStringList());
     }
 
+    // The private engine was started by hand, so nothing says it starts at boot; its
+    // containers are judged as the engine will judge them.
+    void afterRebootReadsTheEngine()
+    {
+        const QString back = m_made.run("kt-rb-", {"--restart", "always"});
+        const QJsonObject report = json({"--after-reboot"});
+        QCOMPARE(report.value("schema").toInt(), 1);
+        QCOMPARE(report.value("engine").toObject().value("startsAtBoot").toString(), "unknown");
+        QVERIFY2(report.value("engine").toObject().value("reason").toString().startsWith("No systemd unit Korvat knows serves "), qPrintable(report.value("engine").toObject().value("reason").toString()));
+        QJsonObject entry;
+        for (const QJsonValue &c : report.value("containers").toArray())
+            if (c.toObject().value("name").toString() == back)
+                entry = c.toObject();
+        QCOMPARE(entry, (QJsonObject{{"name", back}, {"policy", "always"}, {"comesBack", true}, {"reason", "Comes back: restart policy always"}}));
+        const QString text = korvat({"--after-reboot"});
+        QVERIFY2(text.startsWith("engine  starts at boot: unknown  No systemd unit") && text.contains(QRegularExpression("\nback +" + back + " +always +Comes back")),
+                 qPrintable(text));
+    }
+
     void planOfAnUnknownProject()
     {
         QString found;

@@ -9,6 +9,7 @@
 #include "diskusage.h"
 #include "failurenotes.h"
 #include "newertext.h"
+#include "restarttext.h"
 #include "docker.h"
 #include "volumemodel.h"
 #include "runtimeselection.h"
@@ -191,6 +192,23 @@ void TestViewRules::spokenTexts()
     QCOMPARE(ProjectCard::recreateLabel(2), "Recreate 2 services");
     QCOMPARE(NewerText::pullMessage("nginx:latest", "web", "rootless"),
              "Pulls nginx:latest on rootless. web keeps running the old image until it is made again.");
+
+    // What comes back after a restart, by service: a service of two containers comes back
+    // only if both do; a "perhaps" is not a promise.
+    const Comeback back{Comeback::Kind::Yes, {}}, stays{Comeback::Kind::No, {}}, perhaps{Comeback::Kind::Perhaps, {}};
+    const QList<std::pair<QList<std::pair<QString, Comeback>>, QString>> comebacks{
+        {{{"web", back}, {"db", back}}, ""},
+        {{{"web", back}, {"web", stays}, {"db", back}, {"job", perhaps}}, "1 of 3 services comes back after a restart"},
+        {{{"web", back}, {"db", stays}, {"job", back}}, "2 of 3 services come back after a restart"},
+        {{{"web", stays}}, "0 of 1 service comes back after a restart"},
+    };
+    for (const auto &[services, line] : comebacks)
+        QCOMPARE(RestartText::servicesLine(services), line);
+    QCOMPARE(RestartText::composeSheet({"web", "job"}, "/srv/shop/compose.yaml"),
+             (RestartText::Sheet{"Keep web and job running after restarts",
+                                 "Korvat leaves your compose file as it is. Add the restart line under each of these services in /srv/shop/compose.yaml, then choose Up to apply it.",
+                                 "services:\n  web:\n    restart: unless-stopped\n  job:\n    restart: unless-stopped"}));
+    QVERIFY(RestartText::marked("paused", perhaps) && !RestartText::marked("exited", stays) && !RestartText::marked("running", back));
 }
 
 void TestViewRules::listCursor_data()

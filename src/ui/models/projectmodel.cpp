@@ -102,7 +102,8 @@ QList<std::pair<QString, Comeback>> ProjectModel::comebacksOf(const ProjectRow &
         // Said of all or not at all: a count of what was read so far would mislead.
         if (!comeback)
             return {};
-        comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
+        if (RestartText::runsNow(c.state))
+            comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
     }
     return comebacks;
 }

@@ -25,7 +25,8 @@ struct ProjectRow {
     std::optional<PullSummary> pull = {};
     // Its services whose containers run an image the registry has a newer one of.
     QStringList newer = {};
-    // Each container's service and whether it comes back after a restart, once all are read.
+    // Each running container's service and whether it comes back after a restart, once all
+    // are read.
     QList<std::pair<QString, Comeback>> comebacks = {};
 
     // Its containers and the services compose would create: the inactive profiles' are not

@@ -2,10 +2,14 @@
 
 namespace RestartText {
 
+bool runsNow(const QString &state)
+{
+    return state == QLatin1String("running") || state == QLatin1String("paused") || state == QLatin1String("restarting");
+}
+
 bool marked(const QString &state, const Comeback &comeback)
 {
-    return comeback.kind != Comeback::Kind::Yes
-        && (state == QLatin1String("running") || state == QLatin1String("paused") || state == QLatin1String("restarting"));
+    return comeback.kind != Comeback::Kind::Yes && runsNow(state);
 }
 
 QString markLabel(Comeback::Kind kind)
@@ -46,11 +50,14 @@ QString composeLines(const QStringList &services)
     return text.chopped(1);
 }
 
-QString composeMessage(const QStringList &services, const QString &file)
+Sheet composeSheet(const QStringList &services, const QString &file)
 {
     const QString where = file.isEmpty() ? QStringLiteral("the project's compose file") : file;
-    return QStringLiteral("Korvat leaves your compose file as it is. Add %1 to %2, then choose Up to apply it.")
-        .arg(services.size() == 1 ? QStringLiteral("this line") : QStringLiteral("these lines"), where);
+    const QString named = services.size() < 2 ? services.value(0) : services.mid(0, services.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + services.last();
+    return {QStringLiteral("Keep %1 running after restarts").arg(named),
+            QStringLiteral("Korvat leaves your compose file as it is. Add the restart line under %1 in %2, then choose Up to apply it.")
+                .arg(services.size() == 1 ? services.first() : QStringLiteral("each of these services"), where),
+            composeLines(services)};
 }
 
 }

@@ -142,16 +142,6 @@ Rectangle {
                     visible: root.showProject && root.project !== "" && root.width >= (root.engine !== "" ? 1200 : 620)
                     text: root.project
                 }
-                // Quiet: nothing is wrong now, but a restart will change it.
-                KorBadge {
-                    objectName: "staysMark"
-                    Layout.minimumWidth: implicitWidth
-                    visible: root.stays !== ""
-                    text: root.stays
-                    help: root.staysReason
-                    fill: "transparent"
-                    ink: Theme.muted
-                }
                 KorBadge {
                     objectName: "engineBadge"
                     Layout.minimumWidth: implicitWidth
@@ -184,7 +174,7 @@ Rectangle {
                     Layout.fillWidth: true
                     Layout.maximumWidth: Math.ceil(imageWidth.advanceWidth)
                     // The ports elide first; beside the badge, the image gives way too.
-                    Layout.minimumWidth: root.newer ? 40 : Math.min(Layout.maximumWidth, 120)
+                    Layout.minimumWidth: root.newer || root.stays !== "" ? 40 : Math.min(Layout.maximumWidth, 120)
                     text: root.image
                     color: Theme.muted
                     font: Theme.varied("JetBrains Mono", 400, 11)
@@ -201,6 +191,20 @@ Rectangle {
                     help: root.newerReason
                     fill: Theme.badgeFill
                     ink: Theme.badgeInk
+                }
+                // Quiet: nothing is wrong now, but a restart will change it.
+                KorBadge {
+                    objectName: "staysMark"
+                    Layout.leftMargin: 6
+                    Layout.minimumWidth: implicitWidth
+                    Layout.preferredHeight: imageText.implicitHeight
+                    visible: root.stays !== ""
+                    text: root.stays
+                    help: root.staysReason
+                    fill: "transparent"
+                    ink: Theme.muted
+                    border.color: Theme.line
+                    border.width: 1
                 }
                 TextMetrics {
                     id: portsWidth

@@ -418,8 +418,8 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
                 return void(m_store->keepRunning(c));
             const QString service = c.labels.value(QLatin1String(Labels::service), c.name);
             const QString file = c.labels.value(QLatin1String(Labels::configFiles)).section(u',', 0, 0);
-            emit restartLinesRequested(QStringLiteral("Keep %1 running after restarts").arg(service),
-                                       RestartText::composeMessage({service}, file), RestartText::composeLines({service}));
+            const RestartText::Sheet sheet = RestartText::composeSheet({service}, file);
+            emit restartLinesRequested(sheet.title, sheet.message, sheet.lines);
         });
     case Verb::OpenInBrowser:
         if (!QDesktopServices::openUrl(QUrl(detail)))
@@ -441,13 +441,13 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onProject([this](const ComposeProject &p) {
             QList<std::pair<QString, Comeback>> comebacks;
             for (const Container &c : p.containers)
-                if (const auto comeback = m_store->restarts().of(p.engine.isEmpty() ? m_store->selected().name() : p.engine, c))
+                if (const auto comeback = m_store->restarts().of(p.engine.isEmpty() ? m_store->selected().name() : p.engine, c); comeback && RestartText::runsNow(c.state))
                     comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
             const QStringList services = RestartText::staying(comebacks);
             if (services.isEmpty())
                 return;
-            emit restartLinesRequested(QStringLiteral("Keep %1's services running after restarts").arg(p.name),
-                                       RestartText::composeMessage(services, p.configFiles.value(0)), RestartText::composeLines(services));
+            const RestartText::Sheet sheet = RestartText::composeSheet(services, p.configFiles.value(0));
+            emit restartLinesRequested(sheet.title, sheet.message, sheet.lines);
         });
     case Verb::PullNewer: return onProject([this](const ComposeProject &p) { m_store->pullNewer(p); });
     case Verb::Recreate: return onProject([this](const ComposeProject &p) { m_store->recreate(p); });
