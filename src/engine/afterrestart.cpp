@@ -11,7 +11,21 @@ QString policyText(const RestartFacts &facts)
     return facts.maxRetries > 0 && policy == QLatin1String("on-failure") ? policy + u':' + QString::number(facts.maxRetries) : policy;
 }
 
+namespace {
+Comeback judged(const RestartFacts &facts, bool podman);
+}
+
 Comeback predict(const RestartFacts &facts, bool podman)
+{
+    Comeback comeback = judged(facts, podman);
+    const bool running = facts.state == QLatin1String("running") || facts.state == QLatin1String("paused")
+        || facts.state == QLatin1String("restarting");
+    comeback.fixable = !comeback.comesBack() && running && !podman && !facts.autoRemove;
+    return comeback;
+}
+
+namespace {
+Comeback judged(const RestartFacts &facts, bool podman)
 {
     using Kind = Comeback::Kind;
     const QString policy = facts.policy.isEmpty() ? QStringLiteral("no") : facts.policy;
@@ -54,6 +68,7 @@ Comeback predict(const RestartFacts &facts, bool podman)
         return {Kind::No, QStringLiteral("Stays stopped: it exited with 0, and %1 restarts only failures").arg(named)};
     }
     return {Kind::No, stops + QStringLiteral("this engine's restart policy %1 is not one Korvat knows").arg(policy)};
+}
 }
 
 } // namespace AfterRestart

@@ -40,6 +40,9 @@ struct Comeback {
     };
     Kind kind = Kind::No;
     QString reason;
+    // Running now on an engine that brings containers back itself, so that restart policy
+    // unless-stopped would bring it back: not one run with --rm, nor Podman's.
+    bool fixable = false;
     bool comesBack() const { return kind == Kind::Yes; }
     friend bool operator==(const Comeback &, const Comeback &) = default;
 };

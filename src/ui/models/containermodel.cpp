@@ -56,7 +56,7 @@ void ContainerModel::markComebacks()
         return comeback && RestartText::marked(c.state, *comeback) ? comeback->reason : QString();
     };
     for (int i : m_stays.update(m_rows, keyOf, reasonOf))
-        emit dataChanged(index(i), index(i), {StaysRole, StaysReasonRole, DescriptionRole});
+        emit dataChanged(index(i), index(i), {StaysRole, StaysReasonRole, KeepableRole, DescriptionRole});
 }
 
 void ContainerModel::setNewerOf(ContainerNewerOf newerOf)
@@ -232,6 +232,10 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
     }
     case StaysReasonRole:
         return m_stays.reason(keyOf(c));
+    case KeepableRole: {
+        const std::optional<Comeback> comeback = m_stays.marked(keyOf(c)) && m_comebackOf ? m_comebackOf(c) : std::nullopt;
+        return comeback && comeback->fixable;
+    }
     case NewerRole:
         return m_newer.marked(keyOf(c));
     case NewerReasonRole:
@@ -269,7 +273,7 @@ QHash<int, QByteArray> ContainerModel::roleNames() const
         {ActionLabelRole, "actionLabel"}, {PrimaryQuietRole, "primaryQuiet"}, {PauseLabelRole, "pauseLabel"},
         {TerminalCommandRole, "terminalCommand"}, {DescriptionRole, "description"}, {LinksRole, "links"},
         {UsageRole, "usage"}, {UsageSpokenRole, "usageSpoken"}, {TrendRole, "trend"}, {ServiceRole, "service"},
-        {NewerRole, "newer"}, {NewerReasonRole, "newerReason"}, {StaysRole, "stays"}, {StaysReasonRole, "staysReason"},
+        {NewerRole, "newer"}, {NewerReasonRole, "newerReason"}, {StaysRole, "stays"}, {StaysReasonRole, "staysReason"}, {KeepableRole, "keepable"},
     };
     names.insert(sharedRoleNames());
     return names;

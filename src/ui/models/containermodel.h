@@ -59,6 +59,8 @@ public:
         // words, empty for none; and why.
         StaysRole,
         StaysReasonRole,
+        // Restart policy unless-stopped would bring it back: "Keep running after restarts".
+        KeepableRole,
     };
     Q_ENUM(Role)
 

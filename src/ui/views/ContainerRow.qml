@@ -39,6 +39,8 @@ Rectangle {
     // It runs now but is not sure to run once its engine starts again: the mark, and why.
     required property string stays
     required property string staysReason
+    // Restart policy unless-stopped would bring it back.
+    required property bool keepable
     // The model the row comes from, told while the row shows its use: only what someone
     // sees is read.
     property ContainerModel shownIn: null
@@ -449,8 +451,8 @@ Rectangle {
             // A lone container is changed in place; a service is shown the line for its file.
             KorMenuItem {
                 text: root.project === "" ? "Keep running after restarts" : "Keep running after restarts…"
-                help: root.staysReason
-                visible: root.stays !== ""
+                help: root.project === "" ? "Sets its restart policy to unless-stopped. " + root.staysReason : root.staysReason
+                visible: root.keepable
                 enabled: visible && !root.busy
                 onTriggered: root.action(Verb.KeepRunning, "")
             }

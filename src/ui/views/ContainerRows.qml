@@ -59,6 +59,7 @@ ColumnLayout {
             required property string newerReason
             required property string stays
             required property string staysReason
+            required property bool keepable
 
             Layout.fillWidth: true
             spacing: 0
@@ -97,6 +98,7 @@ ColumnLayout {
                 newerReason: entry.newerReason
                 stays: entry.stays
                 staysReason: entry.staysReason
+                keepable: entry.keepable
                 shownIn: root.model
                 readsUsage: root.readsUsage
                 service: root.composeEnabled ? entry.service : ""

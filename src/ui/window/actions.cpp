@@ -413,6 +413,10 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         });
     case Verb::KeepRunning:
         return onContainer([this](const Container &c) {
+            // Only where the policy would help: not on Podman, not for a container run with --rm.
+            const auto comeback = m_store->restarts().of(c.engine.isEmpty() ? m_store->selected().name() : c.engine, c);
+            if (!comeback || !comeback->fixable)
+                return;
             const std::optional<QString> project = c.project();
             if (!project)
                 return void(m_store->keepRunning(c));
@@ -441,7 +445,7 @@ void Actions::perform(Verb::Kind verb, const QString &subject, const QString &de
         return onProject([this](const ComposeProject &p) {
             QList<std::pair<QString, Comeback>> comebacks;
             for (const Container &c : p.containers)
-                if (const auto comeback = m_store->restarts().of(p.engine.isEmpty() ? m_store->selected().name() : p.engine, c); comeback && RestartText::runsNow(c.state))
+                if (const auto comeback = m_store->restarts().of(p.engine.isEmpty() ? m_store->selected().name() : p.engine, c); comeback && comeback->fixable)
                     comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
             const QStringList services = RestartText::staying(comebacks);
             if (services.isEmpty())

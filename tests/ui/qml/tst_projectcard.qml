@@ -152,6 +152,7 @@ TestCase {
         verify(!menuTexts(agent).includes("Pull newer image"));
         agent.newer = true;
         // It would not come back after a restart either: a lone container is fixed in place.
+        tryVerify(() => agent.keepable);
         compare(menuTexts(agent).slice(2, 5), ["Pull newer image", "Keep running after restarts", "Details"]);
         containerActions.clear();
         containerActions.target = view;
