@@ -180,6 +180,8 @@ void AppStore::syncEngines()
     for (EngineStore *store : before) {
         if (!m_engines.contains(store)) {
             store->disconnect(this);
+            if (!engineNamed(store->name()))
+                m_restarts.forget(store->name());
             store->deleteLater();
         }
     }

@@ -37,6 +37,8 @@ void RestartWatch::updated(EngineStore *store, const QString &id)
     PerEngine &known = m_known[store->name()];
     // The listing's ids are a prefix of the engine's.
     known.byId.removeIf([&](const auto &entry) { return id.startsWith(entry.key()); });
+    if (known.reading)
+        known.dirty.insert(id);
     listed(store);
 }
 
@@ -78,10 +80,14 @@ QCoro::Task<> RestartWatch::read(QPointer<EngineStore> store)
         co_return;
     PerEngine &known = self->m_known[engine];
     known.reading = false;
+    const QSet<QString> dirty = std::exchange(known.dirty, {});
     if (reading) {
         known.podman = reading->podman;
         for (const RestartFacts &facts : reading->containers) {
             const auto id = std::find_if(stale.cbegin(), stale.cend(), [&](const QString &s) { return facts.id.startsWith(s); });
+            // What was read before an update is left for the next reading.
+            if (dirty.contains(facts.id))
+                continue;
             if (id != stale.cend())
                 known.byId.insert(*id, {states.value(*id), facts, AfterRestart::predict(facts, reading->podman)});
         }

@@ -27,6 +27,8 @@ public:
     void listed(EngineStore *store);
     // The container's settings changed: it is read again, whatever its state.
     void updated(EngineStore *store, const QString &id);
+    // The engine is no longer watched: what was read of it may be stale when it returns.
+    void forget(const QString &engine) { m_known.remove(engine); }
 
     // By the listing's id; none where not read yet.
     std::optional<Comeback> of(const QString &engine, const Container &container) const;
@@ -52,6 +54,8 @@ private:
         bool podman = false;
         bool reading = false;
         bool again = false;
+        // Updated while a reading was under way, which may have read it before the update.
+        QSet<QString> dirty;
     };
 
     std::shared_ptr<Engine> m_engine;

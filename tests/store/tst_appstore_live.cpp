@@ -150,9 +150,13 @@ private slots:
         // Name to whether it runs after the restart. The sleeper exits 0 when stopped; a bare
         // sleep, which ignores the stop signal, is killed: an error to on-failure.
         QMap<QString, bool> backAfter;
+        // Stopped only once its shell has set its trap, which its sleep shows: before, the
+        // stop signal is ignored and the container killed.
+        const auto trapSet = [](const QString &name) { return docker({"top", name}).out.contains("sleep 3600"); };
         for (const QString policy : {"no", "always", "unless-stopped", "on-failure"}) {
             const QString running = m_made.run("kt-rb-" + policy + "-", quick + QStringList{"--restart", policy});
             const QString stopped = m_made.run("kt-rb-" + policy + "-stopped-", quick + QStringList{"--restart", policy});
+            QTRY_VERIFY_WITH_TIMEOUT(trapSet(stopped) && trapSet(running), patience);
             QCOMPARE(docker({"stop", stopped}).status, 0);
             backAfter.insert(running, policy == "always" || policy == "unless-stopped");
             backAfter.insert(stopped, policy == "always");

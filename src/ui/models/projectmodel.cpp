@@ -186,7 +186,7 @@ void ProjectModel::setRows(const QList<ProjectRow> &rows)
             roles << NewerLineRole;
         if (a.comebacks != b.comebacks)
             roles << ComebackLineRole;
-        if (a.total() != b.total() || a.newer != b.newer
+        if (a.total() != b.total() || a.newer != b.newer || a.comebacks != b.comebacks
             || ProjectCard::spoken(a.project, a.card, a.directoryExists) != ProjectCard::spoken(b.project, b.card, b.directoryExists))
             roles << DescriptionRole;
         return roles;
