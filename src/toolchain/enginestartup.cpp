@@ -64,6 +64,12 @@ EngineStartup startup(const QList<ServiceUnit> &units, const Linger &linger)
 {
     if (units.isEmpty())
         return {Answer::Unknown, QStringLiteral("No systemd unit runs it.")};
+    // A masked service starts neither at boot nor from its socket.
+    const auto masked = std::find_if(units.cbegin(), units.cend(), [](const ServiceUnit &u) {
+        return u.name.endsWith(QLatin1String(".service")) && (u.loadState == QLatin1String("masked") || u.fileState.startsWith(QLatin1String("masked")));
+    });
+    if (masked != units.cend())
+        return {Answer::No, named(*masked) + QStringLiteral(" is masked: nothing can start it until it is unmasked.")};
     // The catalogue lists each engine's own way of starting first.
     const auto on = std::find_if(units.cbegin(), units.cend(), enabled);
     if (on != units.cend()) {
@@ -117,7 +123,7 @@ QString startupLine(const EngineStartup &startup)
     case Answer::No: return QStringLiteral("Does not start at boot");
     case Answer::Unknown: break;
     }
-    return QStringLiteral("Start at boot: unknown");
+    return QStringLiteral("Not known whether it starts at boot");
 }
 
 Serving serving(const QString &endpoint, const QString &runtimeDir)
@@ -126,8 +132,9 @@ Serving serving(const QString &endpoint, const QString &runtimeDir)
     const QString byHand = QStringLiteral("No systemd unit Korvat knows serves %1: it was started some other way.");
     if (!address.startsWith(QLatin1String("unix://"))) {
         static const QStringList local{QStringLiteral("localhost"), QStringLiteral("127.0.0.1"), QStringLiteral("::1")};
+        // Whatever sign-in the address carries stays out of the reason.
         if (local.contains(QUrl(address).host()))
-            return {{}, byHand.arg(address)};
+            return {{}, byHand.arg(QUrl(address).toDisplayString(QUrl::RemoveUserInfo))};
         return {{}, QStringLiteral("The engine runs on another machine: its start-up is that machine's.")};
     }
     QString path = QDir::cleanPath(address.mid(7));

@@ -23,7 +23,7 @@ EngineStartup startup(const QList<ServiceUnit> &units, const Linger &linger);
 // The unit "Start the engine at boot" enables, when disabled files are all that stand in the
 // way: the service where there is one, else the socket.
 std::optional<ServiceUnit> toEnable(const QList<ServiceUnit> &units);
-// "Starts at boot", "Does not start at boot", "Start at boot: unknown"
+// "Starts at boot", "Does not start at boot", "Not known whether it starts at boot"
 QString startupLine(const EngineStartup &startup);
 
 // The units of the engine that listens on a Docker endpoint, unread; when none Korvat knows

@@ -149,7 +149,9 @@ HostEngine withUnits(HostEngine engine, const QList<ServiceUnit> &read)
 {
     engine.units.clear();
     engine.servicesNote.clear();
-    std::copy_if(read.cbegin(), read.cend(), std::back_inserter(engine.units), [](const ServiceUnit &u) { return u.isLoaded(); });
+    // A masked unit stays in view: it is why the engine cannot start, at boot or by hand.
+    std::copy_if(read.cbegin(), read.cend(), std::back_inserter(engine.units),
+                 [](const ServiceUnit &u) { return u.isLoaded() || u.loadState == QLatin1String("masked"); });
     if (!engine.units.isEmpty())
         return engine;
     const auto failed = std::find_if(read.cbegin(), read.cend(), [](const ServiceUnit &u) { return !u.error.isEmpty(); });

@@ -65,7 +65,8 @@ QCoro::Task<ServiceUnit> SystemdManager::read(ServiceUnit unit) const
     }
     auto load = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("LoadUnit"));
     load << unit.name;
-    const QDBusReply<QDBusObjectPath> path = co_await bus.asyncCall(load, readTimeout);
+    auto loading = bus.asyncCall(load, readTimeout);
+    const QDBusReply<QDBusObjectPath> path = co_await loading;
     if (!path.isValid()) {
         unit.error = described(path.error());
         co_return unit;
@@ -73,7 +74,8 @@ QCoro::Task<ServiceUnit> SystemdManager::read(ServiceUnit unit) const
     auto get = QDBusMessage::createMethodCall(service, path.value().path(), QStringLiteral("org.freedesktop.DBus.Properties"),
                                               QStringLiteral("GetAll"));
     get << QStringLiteral("org.freedesktop.systemd1.Unit");
-    const QDBusReply<QVariantMap> properties = co_await bus.asyncCall(get, readTimeout);
+    auto getting = bus.asyncCall(get, readTimeout);
+    const QDBusReply<QVariantMap> properties = co_await getting;
     if (!properties.isValid()) {
         unit.error = described(properties.error());
         co_return unit;
@@ -82,6 +84,13 @@ QCoro::Task<ServiceUnit> SystemdManager::read(ServiceUnit unit) const
     unit.activeState = properties.value().value(QStringLiteral("ActiveState")).toString();
     unit.subState = properties.value().value(QStringLiteral("SubState")).toString();
     unit.fileState = properties.value().value(QStringLiteral("UnitFileState")).toString();
+    // The property keeps the state systemd last loaded; an enable since shows on the disk.
+    auto state = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("GetUnitFileState"));
+    state << unit.name;
+    auto askingState = bus.asyncCall(state, readTimeout);
+    const QDBusReply<QString> onDisk = co_await askingState;
+    if (onDisk.isValid() && !onDisk.value().isEmpty())
+        unit.fileState = onDisk.value();
     co_return unit;
 }
 
@@ -93,7 +102,8 @@ QCoro::Task<ServiceUnit> SystemdManager::act(ServiceUnit unit, HostEngines::Verb
                                                verb == HostEngines::Verb::Start ? QStringLiteral("StartUnit") : QStringLiteral("RestartUnit"));
     call << unit.name << QStringLiteral("replace");
     call.setInteractiveAuthorizationAllowed(true);
-    const QDBusReply<QDBusObjectPath> job = co_await busFor(unit).asyncCall(call, actTimeout);
+    auto queuing = busFor(unit).asyncCall(call, actTimeout);
+    const QDBusReply<QDBusObjectPath> job = co_await queuing;
     if (!job.isValid()) {
         unit.error = described(job.error());
         co_return unit;
@@ -110,7 +120,8 @@ QCoro::Task<Linger> SystemdManager::linger() const
         co_return result;
     }
     const QDBusMessage getUser = logindCall(QStringLiteral("GetUser"));
-    const QDBusReply<QDBusObjectPath> user = co_await bus.asyncCall(getUser, readTimeout);
+    auto askingUser = bus.asyncCall(getUser, readTimeout);
+    const QDBusReply<QDBusObjectPath> user = co_await askingUser;
     if (!user.isValid()) {
         result.error = described(user.error(), logindName);
         co_return result;
@@ -118,7 +129,8 @@ QCoro::Task<Linger> SystemdManager::linger() const
     auto get = QDBusMessage::createMethodCall(logindService, user.value().path(), QStringLiteral("org.freedesktop.DBus.Properties"),
                                               QStringLiteral("Get"));
     get << QStringLiteral("org.freedesktop.login1.User") << QStringLiteral("Linger");
-    const QDBusReply<QDBusVariant> on = co_await bus.asyncCall(get, readTimeout);
+    auto asking = bus.asyncCall(get, readTimeout);
+    const QDBusReply<QDBusVariant> on = co_await asking;
     if (on.isValid())
         result.on = on.value().variant().toBool();
     else
@@ -132,20 +144,16 @@ QCoro::Task<ServiceUnit> SystemdManager::enable(ServiceUnit unit) const
     auto call = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("EnableUnitFiles"));
     call << QStringList{unit.name} << false << false;   // for good, and never over a file of another's
     call.setInteractiveAuthorizationAllowed(true);
-    const QDBusMessage enabled = co_await bus.asyncCall(call, actTimeout);
+    auto enabling = bus.asyncCall(call, actTimeout);
+    const QDBusMessage enabled = co_await enabling;
     if (enabled.type() != QDBusMessage::ReplyMessage) {
         unit.error = described(QDBusError(enabled));
         co_return unit;
     }
-    // The links are made; systemd follows them once it reloads.
-    auto reload = QDBusMessage::createMethodCall(service, managerPath, managerInterface, QStringLiteral("Reload"));
-    reload.setInteractiveAuthorizationAllowed(true);
-    const QDBusMessage reloaded = co_await bus.asyncCall(reload, actTimeout);
+    // The links are all a boot needs. No reload: it would take every other pending edit of
+    // the machine's units with it, and ask polkit a second time.
     auto reading = read(unit);
-    ServiceUnit after = co_await reading;
-    if (reloaded.type() != QDBusMessage::ReplyMessage && after.error.isEmpty())
-        after.error = described(QDBusError(reloaded));
-    co_return after;
+    co_return co_await reading;
 }
 
 QCoro::Task<Linger> SystemdManager::keepAfterLogout() const
@@ -154,7 +162,8 @@ QCoro::Task<Linger> SystemdManager::keepAfterLogout() const
     call << true << true;   // on, and polkit may ask
     call.setInteractiveAuthorizationAllowed(true);
     QDBusConnection bus = logindBus();
-    const QDBusMessage reply = co_await bus.asyncCall(call, actTimeout);
+    auto asking = bus.asyncCall(call, actTimeout);
+    const QDBusMessage reply = co_await asking;
     auto reading = linger();
     Linger after = co_await reading;
     if (reply.type() != QDBusMessage::ReplyMessage)

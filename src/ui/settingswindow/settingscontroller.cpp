@@ -78,6 +78,9 @@ QVariant HostEngineModel::roleData(const HostEngine &engine, int role) const
     }
     case StartupsRole: {
         QVariantList startups;
+        // An engine with units of both kinds is two engines: each line says whose it is.
+        const bool both = std::any_of(engine.units.cbegin(), engine.units.cend(), [](const ServiceUnit &u) { return u.scope == ServiceUnit::Scope::User; })
+            && std::any_of(engine.units.cbegin(), engine.units.cend(), [](const ServiceUnit &u) { return u.scope == ServiceUnit::Scope::System; });
         for (const auto scope : {ServiceUnit::Scope::System, ServiceUnit::Scope::User}) {
             QList<ServiceUnit> units;
             std::copy_if(engine.units.cbegin(), engine.units.cend(), std::back_inserter(units),
@@ -90,7 +93,8 @@ QVariant HostEngineModel::roleData(const HostEngine &engine, int role) const
             const bool refused = user && engine.linger.on.has_value();
             startups.append(QVariantMap{
                 {QStringLiteral("scope"), int(scope)},
-                {QStringLiteral("line"), HostEngines::startupLine(startup)},
+                {QStringLiteral("line"), both ? (user ? QStringLiteral("Yours: ") : QStringLiteral("For all users: ")) + HostEngines::startupLine(startup).toLower()
+                                              : HostEngines::startupLine(startup)},
                 {QStringLiteral("reason"), startup.reason},
                 {QStringLiteral("error"), refused ? engine.linger.error : QString()},
                 {QStringLiteral("enable"), HostEngines::toEnable(units) ? QStringLiteral("Start the engine at boot") : QString()},
