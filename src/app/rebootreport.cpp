@@ -24,22 +24,25 @@ RebootReport gatherReboot(const Engine &engine, const std::optional<QString> &co
     const std::optional<Runtime> runtime = context ? std::optional(Docker::runtimeNamed(*context)) : std::nullopt;
     RebootReport report{context};
     try {
+        // The containers and the endpoint are one runtime's: the one asked for, else the one
+        // the window would show.
         const RuntimeList runtimes = engine.runtimes();
         const std::optional<Runtime> asked = runtime ? runtime : runtimes.current;
-        QString endpoint;
+        std::optional<QString> endpoint;
         for (const RuntimeEntry &entry : runtimes.list)
             if (asked && entry.runtime == *asked)
                 endpoint = entry.endpoint;
         QStringList ids;
-        for (const Container &c : engine.containers(runtime))
+        for (const Container &c : engine.containers(asked))
             ids.append(c.id);
-        const RestartReading reading = engine.restartFacts(ids, runtime);
+        const RestartReading reading = engine.restartFacts(ids, asked);
         for (const RestartFacts &facts : reading.containers)
             report.containers.append({facts, AfterRestart::predict(facts, reading.podman)});
         std::sort(report.containers.begin(), report.containers.end(),
                   [](const auto &a, const auto &b) { return Docker::codePointLess(a.facts.name, b.facts.name); });
         // Asked only of an engine that answered: its endpoint is then the one in use.
-        report.engine = QCoro::waitFor(readStartup(services, endpoint));
+        report.engine = endpoint ? QCoro::waitFor(readStartup(services, *endpoint))
+                                 : EngineStartup{EngineStartup::Answer::Unknown, QStringLiteral("Korvat does not know where this runtime's engine listens.")};
     } catch (const DockerError &e) {
         report.error = e.message();
     }
