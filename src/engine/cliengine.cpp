@@ -460,7 +460,7 @@ ImageOrigins CliEngine::imageOrigins(const QStringList &imageIds, const OptRunti
     return origins;
 }
 
-RestartReading CliEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const
+RestartReading CliEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime, bool askKind) const
 {
     RestartReading reading;
     if (containerIds.isEmpty())
@@ -470,6 +470,8 @@ RestartReading CliEngine::restartFacts(const QStringList &containerIds, const Op
     if (inspected.status != 0 && inspected.out.trimmed().isEmpty())
         throw DockerError(inspected.err.trimmed());
     reading.containers = Docker::parseRestartFacts(inspected.out.toUtf8());
+    if (!askKind)
+        return reading;
     const auto version = Docker::capture({"version", "--format", "{{range .Server.Components}}{{.Name}}|{{end}}"}, runtime);
     reading.podman = version.status == 0 && version.out.contains(QLatin1String("Podman"));
     return reading;

@@ -39,7 +39,7 @@ public:
     std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const override;
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const override;
-    RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const override;
+    RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime, bool askKind = true) const override;
     ComposeCheck checkCompose(const ComposeTarget &target) const override;
     ResolvedProject composeProject(const ComposeTarget &target) const override;
     ResolvedProject composeServices(const ComposeTarget &target) const override;

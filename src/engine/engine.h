@@ -142,10 +142,10 @@ public:
     // plain HTTP: image inspect, then info where any came from a registry. An id the engine
     // no longer has is left out.
     virtual ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const = 0;
-    // What decides whether these containers come back when the engine starts again, and
-    // whether the engine is Podman: container inspect, then version. A container the engine
-    // no longer has is left out. A query: it fails at the deadline.
-    virtual RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const = 0;
+    // What decides whether these containers come back when the engine starts again: container
+    // inspect; then, with askKind, version, for whether the engine is Podman. A container the
+    // engine no longer has is left out. A query: it fails at the deadline.
+    virtual RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime, bool askKind = true) const = 0;
     // One volume with every container that mounts it (`docker volume inspect`, then one
     // listing filtered to it); none when the engine has no such volume.
     virtual std::optional<VolumeDetails> volumeDetails(const QString &name, const OptRuntime &runtime) const = 0;

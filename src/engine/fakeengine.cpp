@@ -465,7 +465,7 @@ std::optional<VolumeDetails> FakeEngine::volumeDetails(const QString &name, cons
     return d;
 }
 
-RestartReading FakeEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const
+RestartReading FakeEngine::restartFacts(const QStringList &containerIds, const OptRuntime &runtime, bool) const
 {
     QMutexLocker lock(&m_mutex);
     enter(Call::Inspection, runtime);

@@ -136,7 +136,7 @@ public:
     std::optional<NetworkDetails> networkDetails(const QString &name, const OptRuntime &runtime) const override;
     // The listed images' tags, with the digests the holdings give them.
     ImageOrigins imageOrigins(const QStringList &imageIds, const OptRuntime &runtime) const override;
-    RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime) const override;
+    RestartReading restartFacts(const QStringList &containerIds, const OptRuntime &runtime, bool askKind = true) const override;
     ComposeCheck checkCompose(const ComposeTarget &target) const override;
     ResolvedProject composeProject(const ComposeTarget &target) const override;
     // The project set for dir, every service kept; its text is compose's YAML when set.

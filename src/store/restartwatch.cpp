@@ -65,12 +65,13 @@ QCoro::Task<> RestartWatch::read(QPointer<EngineStore> store)
         }
         known.reading = true;
     }
+    const bool askKind = !m_known.value(engine).podman.has_value();
     QHash<QString, QString> states;
     for (const Container &c : store->containers())
         states.insert(c.id, listedState(c));
-    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, runtime = store->runtime(), stale]() -> std::optional<RestartReading> {
+    auto future = QtConcurrent::run(AppStore::workers(), [engine = m_engine, runtime = store->runtime(), stale, askKind]() -> std::optional<RestartReading> {
         try {
-            return engine->restartFacts(stale, runtime);
+            return engine->restartFacts(stale, runtime, askKind);
         } catch (const DockerError &) {
             return std::nullopt;  // the engine's own rows say what is wrong with it
         }
@@ -82,14 +83,15 @@ QCoro::Task<> RestartWatch::read(QPointer<EngineStore> store)
     known.reading = false;
     const QSet<QString> dirty = std::exchange(known.dirty, {});
     if (reading) {
-        known.podman = reading->podman;
+        if (askKind)
+            known.podman = reading->podman;
         for (const RestartFacts &facts : reading->containers) {
             const auto id = std::find_if(stale.cbegin(), stale.cend(), [&](const QString &s) { return facts.id.startsWith(s); });
             // What was read before an update is left for the next reading.
             if (dirty.contains(facts.id))
                 continue;
             if (id != stale.cend())
-                known.byId.insert(*id, {states.value(*id), facts, AfterRestart::predict(facts, reading->podman)});
+                known.byId.insert(*id, {states.value(*id), facts, AfterRestart::predict(facts, known.podman.value_or(false))});
         }
         emit self->changed();
     }

@@ -35,7 +35,6 @@ public:
     // Every listed container of the engine with its prediction, in the listing's order; none
     // until all are read.
     std::optional<QList<std::pair<Container, Comeback>>> all(const QString &engine) const;
-    bool podman(const QString &engine) const { return m_known.value(engine).podman; }
 
 signals:
     void changed();
@@ -51,7 +50,8 @@ private:
     };
     struct PerEngine {
         QHash<QString, Known> byId;
-        bool podman = false;
+        // Asked once: an engine does not change its kind.
+        std::optional<bool> podman;
         bool reading = false;
         bool again = false;
         // Updated while a reading was under way, which may have read it before the update.
