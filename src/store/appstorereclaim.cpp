@@ -1,4 +1,5 @@
 #include "appstore.h"
+#include "listed.h"
 
 #include "dockererror.h"
 #include "worktext.h"
@@ -22,11 +23,11 @@ QCoro::Task<DiskReading> AppStore::readDisk(std::optional<Runtime> runtime)
         reading = QtConcurrent::run(workers(), [engine = m_engine, runtime]() -> DiskReading {
             try {
                 // The listings name what the report holds; read beside it, from the same engine.
-                auto images = QtConcurrent::run(workers(), [engine, runtime] { return engine->images(runtime); });
-                auto containers = QtConcurrent::run(workers(), [engine, runtime] { return engine->containers(runtime); });
+                auto images = listOnWorker<DockerImage>([engine, runtime] { return engine->images(runtime); });
+                auto containers = listOnWorker<Container>([engine, runtime] { return engine->containers(runtime); });
                 DiskUsage usage = engine->diskUsage(runtime);
-                const QList<DockerImage> listed = images.result();
-                usage = Docker::withListedNames(std::move(usage), listed, containers.result());
+                const QList<DockerImage> listed = images.result().take();
+                usage = Docker::withListedNames(std::move(usage), listed, containers.result().take());
                 return {std::move(usage), {}, runtime, listed};
             } catch (const DockerError &e) {
                 return {std::nullopt, e.message(), runtime};

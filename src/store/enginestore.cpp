@@ -1,5 +1,7 @@
 #include "enginestore.h"
 
+#include "listed.h"
+
 #include "appstore.h"
 #include "docker.h"
 
@@ -89,44 +91,39 @@ struct Fetched {
 // they held.
 Fetched fetch(const std::shared_ptr<Engine> &engine, const std::optional<Runtime> &runtime, Listings lists, Fetched kept)
 {
-    QFuture<QList<DockerImage>> images;
-    QFuture<QList<DockerVolume>> volumes;
-    QFuture<QList<DockerNetwork>> networks;
+    QFuture<Listed<DockerImage>> images;
+    QFuture<Listed<DockerVolume>> volumes;
+    QFuture<Listed<DockerNetwork>> networks;
     if (lists & Listing::Images)
-        images = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->images(runtime); });
+        images = listOnWorker<DockerImage>([engine, runtime] { return engine->images(runtime); });
     if (lists & Listing::Volumes)
-        volumes = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->volumes(runtime); });
+        volumes = listOnWorker<DockerVolume>([engine, runtime] { return engine->volumes(runtime); });
     if (lists & Listing::Networks)
-        networks = QtConcurrent::run(AppStore::workers(), [engine, runtime] { return engine->networks(runtime); });
+        networks = listOnWorker<DockerNetwork>([engine, runtime] { return engine->networks(runtime); });
     Fetched f = std::move(kept);
-    const auto note = [&f](const DockerError &e) {
+    const auto note = [&f](const QString &error) {
         if (!f.error)
-            f.error = e.message();
+            f.error = error;
     };
     try {
         if (lists & Listing::Containers)
             f.containers = engine->containers(runtime);
     } catch (const DockerError &e) {
-        note(e);
+        note(e.message());
     }
-    try {
-        if (lists & Listing::Images)
-            f.images = images.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    try {
-        if (lists & Listing::Volumes)
-            f.volumes = volumes.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
-    try {
-        if (lists & Listing::Networks)
-            f.networks = networks.result();
-    } catch (const DockerError &e) {
-        note(e);
-    }
+    const auto take = [&](auto &future, auto &into) {
+        const auto listed = future.result();
+        if (listed.error)
+            note(*listed.error);
+        else
+            into = listed.rows;
+    };
+    if (lists & Listing::Images)
+        take(images, f.images);
+    if (lists & Listing::Volumes)
+        take(volumes, f.volumes);
+    if (lists & Listing::Networks)
+        take(networks, f.networks);
     return f;
 }
 }
