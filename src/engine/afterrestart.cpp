@@ -11,6 +11,11 @@ QString policyText(const RestartFacts &facts)
     return facts.maxRetries > 0 && policy == QLatin1String("on-failure") ? policy + u':' + QString::number(facts.maxRetries) : policy;
 }
 
+bool runsNow(const QString &state)
+{
+    return state == QLatin1String("running") || state == QLatin1String("paused") || state == QLatin1String("restarting");
+}
+
 namespace {
 Comeback judged(const RestartFacts &facts, bool podman);
 }
@@ -18,9 +23,7 @@ Comeback judged(const RestartFacts &facts, bool podman);
 Comeback predict(const RestartFacts &facts, bool podman)
 {
     Comeback comeback = judged(facts, podman);
-    const bool running = facts.state == QLatin1String("running") || facts.state == QLatin1String("paused")
-        || facts.state == QLatin1String("restarting");
-    comeback.fixable = !comeback.comesBack() && running && !podman && !facts.autoRemove;
+    comeback.fixable = !comeback.comesBack() && runsNow(facts.state) && !podman && !facts.autoRemove;
     return comeback;
 }
 
@@ -30,9 +33,7 @@ Comeback judged(const RestartFacts &facts, bool podman)
     using Kind = Comeback::Kind;
     const QString policy = facts.policy.isEmpty() ? QStringLiteral("no") : facts.policy;
     const QString named = QStringLiteral("restart policy ") + policyText(facts);
-    // A paused or restarting container is stopped with the engine like a running one.
-    const bool running = facts.state == QLatin1String("running") || facts.state == QLatin1String("paused")
-        || facts.state == QLatin1String("restarting");
+    const bool running = runsNow(facts.state);
     const QString stops = running ? QStringLiteral("Stops for good at the next restart: ") : QStringLiteral("Stays stopped: ");
 
     if (facts.autoRemove)

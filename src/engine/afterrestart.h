@@ -53,6 +53,8 @@ namespace AfterRestart {
 // with an error (and a stop by hand is an error to it) while restarts remain; nothing that
 // never ran, nothing run with --rm.
 Comeback predict(const RestartFacts &facts, bool podman = false);
+// Running, paused or restarting: what the engine stops as it goes, and a restart would end.
+bool runsNow(const QString &state);
 // "no" when the engine says nothing; "on-failure:3" with a limit.
 QString policyText(const RestartFacts &facts);
 }

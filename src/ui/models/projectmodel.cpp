@@ -102,7 +102,8 @@ QList<std::pair<QString, Comeback>> ProjectModel::comebacksOf(const ProjectRow &
         // Said of all or not at all: a count of what was read so far would mislead.
         if (!comeback)
             return {};
-        if (RestartText::runsNow(c.state))
+        // What is stopped now loses nothing at a restart.
+        if (AfterRestart::runsNow(c.state))
             comebacks.append({c.labels.value(QLatin1String(Labels::service), c.name), *comeback});
     }
     return comebacks;

@@ -2,14 +2,9 @@
 
 namespace RestartText {
 
-bool runsNow(const QString &state)
-{
-    return state == QLatin1String("running") || state == QLatin1String("paused") || state == QLatin1String("restarting");
-}
-
 bool marked(const QString &state, const Comeback &comeback)
 {
-    return comeback.kind != Comeback::Kind::Yes && runsNow(state);
+    return comeback.kind != Comeback::Kind::Yes && AfterRestart::runsNow(state);
 }
 
 QString markLabel(Comeback::Kind kind)

@@ -10,9 +10,6 @@
 // a row's quiet mark, a project card's summary, and the fixes it offers.
 namespace RestartText {
 
-// Running, paused or restarting: what a restart would stop. Only these count; what is stopped
-// now loses nothing.
-bool runsNow(const QString &state);
 // Whether a row carries the mark: it runs now and is not sure to run after a restart.
 bool marked(const QString &state, const Comeback &comeback);
 // The mark: "Stops at restart", or "May stop at restart" where how it ends decides.
