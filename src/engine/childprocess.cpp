@@ -18,11 +18,13 @@ namespace ChildProcess {
 
 namespace {
 // Runs in the forked child before exec: only async-signal-safe calls.
-void inChild(pid_t parent, int deathSignal, int standardOutput)
+void inChild(pid_t parent, int deathSignal, int standardOutput, int standardError)
 {
     ::setpgid(0, 0);
     if (standardOutput >= 0)
         ::dup2(standardOutput, STDOUT_FILENO);
+    if (standardError >= 0)
+        ::dup2(standardError, STDERR_FILENO);
     // The signal comes when the thread that forked ends. Streams and jobs are forked on the
     // interface thread, and a worker waits for the children it forks, so either outlives
     // its children.
@@ -45,9 +47,11 @@ void signalGroup(const QProcess &child, int signal)
 }
 }
 
-void prepare(QProcess &child, int deathSignal, int standardOutput)
+void prepare(QProcess &child, int deathSignal, int standardOutput, int standardError)
 {
-    child.setChildProcessModifier([parent = ::getpid(), deathSignal, standardOutput] { inChild(parent, deathSignal, standardOutput); });
+    child.setChildProcessModifier([parent = ::getpid(), deathSignal, standardOutput, standardError] {
+        inChild(parent, deathSignal, standardOutput, standardError);
+    });
 }
 
 namespace {

@@ -16,9 +16,9 @@ class QProcess;
 namespace ChildProcess {
 
 // Call before start(); replaces any child modifier set earlier. The death signal is for
-// children that ignore SIGTERM; a standard output descriptor (a terminal's) replaces the
-// one QProcess set up.
-void prepare(QProcess &child, int deathSignal = SIGTERM, int standardOutput = -1);
+// children that ignore SIGTERM; a standard output or error descriptor (a terminal's, a
+// pipe of ours) replaces the one QProcess set up.
+void prepare(QProcess &child, int deathSignal = SIGTERM, int standardOutput = -1, int standardError = -1);
 
 // Ends the child's whole group without waiting on this thread: SIGTERM now, SIGKILL after
 // grace, the QProcess deleted once the child has been reaped. Call on a thread with an event

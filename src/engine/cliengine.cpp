@@ -5,6 +5,7 @@
 #include "childprocess.h"
 #include "docker.h"
 #include "dockercli.h"
+#include "pipestream.h"
 #include "volumesize.h"
 
 #include <QDeadlineTimer>
@@ -50,20 +51,15 @@ private:
     bool m_valid = false;
 };
 
-// A docker child read as it writes. Stopping it ends its whole group (compose's plugin
-// under `docker compose logs` too) without waiting for it here.
+// A docker child's standard output read as it writes, its errors thrown away. Stopping it
+// ends its whole group without waiting for it here.
 class ProcessStream : public EngineStream {
 public:
-    enum class Mode { OutputOnly, Merged };
-
-    ProcessStream(std::unique_ptr<QProcess> child, Mode mode, std::chrono::milliseconds grace = std::chrono::seconds(3))
+    explicit ProcessStream(std::unique_ptr<QProcess> child, std::chrono::milliseconds grace = std::chrono::seconds(3))
         : m_child(std::move(child)), m_grace(grace)
     {
         m_child->setStandardInputFile(QProcess::nullDevice());
-        if (mode == Mode::Merged)
-            m_child->setProcessChannelMode(QProcess::MergedChannels);
-        else
-            m_child->setStandardErrorFile(QProcess::nullDevice());
+        m_child->setStandardErrorFile(QProcess::nullDevice());
         connect(m_child.get(), &QProcess::readyRead, this, &EngineStream::readyRead);
         connect(m_child.get(), &QProcess::stateChanged, this, &EngineStream::runningChanged);
         connect(m_child.get(), &QProcess::finished, this, &EngineStream::finished);
@@ -698,13 +694,13 @@ ToolVersion CliEngine::composeVersion() const
 
 std::unique_ptr<EngineStream> CliEngine::events(const OptRuntime &runtime) const
 {
-    return std::make_unique<ProcessStream>(Docker::process(eventArguments(), runtime), ProcessStream::Mode::OutputOnly);
+    return std::make_unique<ProcessStream>(Docker::process(eventArguments(), runtime));
 }
 
 std::unique_ptr<EngineStream> CliEngine::logs(const LogSource &source, const OptRuntime &runtime) const
 {
-    return std::make_unique<ProcessStream>(Docker::process(logArguments(source), runtime, source.workingDir()),
-                                           ProcessStream::Mode::Merged);
+    // A log may flood: read off the interface thread and kept to its newest lines.
+    return std::make_unique<PipeStream>(Docker::process(logArguments(source), runtime, source.workingDir()));
 }
 
 namespace {
@@ -758,7 +754,7 @@ std::unique_ptr<EngineStream> CliEngine::usage(const QStringList &containerIds, 
         auto child = Docker::process(arguments + containerIds, runtime);
         // `docker stats` (28) ignores SIGTERM and SIGINT; it holds nothing, so it is killed.
         ChildProcess::prepare(*child, SIGKILL);
-        return std::make_unique<ProcessStream>(std::move(child), ProcessStream::Mode::OutputOnly, std::chrono::milliseconds(0));
+        return std::make_unique<ProcessStream>(std::move(child), std::chrono::milliseconds(0));
     };
     // The engine reads every container it is asked about, and that work outweighs the
     // client's; the kernel's counters cost a few small reads.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "linebacklog.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <utility>
@@ -17,6 +19,9 @@ public:
     virtual void stop() = 0;
     virtual bool running() const = 0;
     virtual QByteArray readAll() = 0;
+    // What came since the last take. A stream that bounds what waits for its reader hands
+    // over the newest whole lines and how many it passed over before them.
+    virtual LineBatch take() { return {readAll(), 0}; }
     // The producing process, or 0 when there is none.
     virtual qint64 pid() const { return 0; }
     // Machine use read from the kernel's counters here, with no work for the engine.
