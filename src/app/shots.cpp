@@ -200,6 +200,18 @@ const QList<Scene> &scenes()
                                                   [&] { stage.actions().perform(Verb::ProjectLogs, website); });
              waitUntil([&] { return follower->transcript()->total() > 0; });
          }},
+        // More than the sheet could show at once: how many lines were passed over, and the
+        // reader gone back by keyboard to the note that stands where they were.
+        {QStringLiteral("sheet-logs-flood"), Category::Projects, [](Stage &stage) {
+             QByteArray flood = SampleData::logText().toUtf8();
+             for (int i = 0; i < 4000; ++i)
+                 flood += "frontend-1  | 172.18.0.1 - - [22/Nov/2026:09:17:02 +0000] \"GET /api/items?page=" + QByteArray::number(i)
+                        + " HTTP/1.1\" 200 " + QByteArray::number(512 + i % 300) + '\n';
+             stage.engine->setLogOutput(flood);
+             auto *follower = caught<LogFollower>(stage.actions(), &Actions::logsRequested,
+                                                  [&] { stage.actions().perform(Verb::ProjectLogs, website); });
+             waitUntil([&] { return follower->transcript()->passedOver() > 0; });
+         }, QSize(1080, 700), Target::Main, QStringLiteral("logScroll"), {Qt::Key_Down, Qt::Key_Up}},
         {QStringLiteral("sheet-exec"), Category::Containers, [](Stage &stage) {
              const auto commands = SampleData::commands();
              stage.engine->setExec([commands](const QString &, const QString &command) {

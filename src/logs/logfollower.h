@@ -2,14 +2,19 @@
 
 #include "ansi.h"
 #include "engine.h"
+#include "linebacklog.h"
 #include "transcript.h"
 
+#include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
+#include <chrono>
 #include <memory>
 #include <optional>
 
 // Follows the live log of a container or a project for as long as it exists; the engine's
-// stream ends with it. What the stream writes is read into lines of the transcript.
+// stream ends with it. What the stream writes is taken in batches, at most one a frame, read
+// into lines on a worker, and only appended to the transcript here.
 class LogFollower : public QObject {
     Q_OBJECT
     Q_PROPERTY(Transcript *transcript READ transcript CONSTANT)
@@ -41,13 +46,43 @@ signals:
     void timestampsChanged();
 
 private:
-    void readAvailable();
-    void add(QStringView text);
+    // A batch at most once a frame; while the log floods, four a second: nobody reads that
+    // fast, and each batch costs the window a layout of what it shows.
+    static constexpr std::chrono::milliseconds frame{16};
+    static constexpr std::chrono::milliseconds flooding{250};
+    // Some ten thousand lines a second, or lines passed over: a flood.
+    static constexpr qsizetype floodBytesPerSecond = 1024 * 1024;
+
+    // What reading carries from one batch to the next.
+    struct Reading {
+        // However much a stream hands over at once, only what a transcript keeps is read.
+        LineBacklog bound{Transcript::keep};
+        Ansi::Parser parser;
+        // The start of a line whose end has not come yet.
+        QByteArray open;
+    };
+    struct Read {
+        Reading reading;
+        QList<LogLine> lines;
+        qint64 passedOver = 0;
+    };
+    // A batch into lines, the newest whole lines of it within what a transcript keeps.
+    static Read read(Reading reading, LineBatch batch, bool prefixed, bool timestamped);
+
+    void schedule();
+    void takeBatch();
 
     std::shared_ptr<const Engine> m_engine;
     LogSource m_source;
     std::optional<Runtime> m_runtime;
     std::unique_ptr<EngineStream> m_stream;
-    Ansi::Parser m_parser;
+    // With the worker while a batch is read.
+    Reading m_reading;
+    bool m_busy = false;
+    // Results of a read begun before the log was read again are dropped.
+    int m_generation = 0;
+    QTimer m_pace;
+    QElapsedTimer m_lastBatch;
+    std::chrono::milliseconds m_interval = frame;
     Transcript m_transcript;
 };

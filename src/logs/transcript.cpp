@@ -42,12 +42,27 @@ QList<Finder::Match> Finder::matchesIn(const QString &line) const
 
 Transcript::Transcript(QObject *parent) : QAbstractListModel(parent) {}
 
-void Transcript::append(const QList<LogLine> &lines)
+namespace {
+QString passedOverText(qint64 lines)
 {
-    if (lines.isEmpty())
+    return QStringLiteral("[%1 %2 passed over]").arg(QLocale().toString(lines), lines == 1 ? QStringLiteral("line") : QStringLiteral("lines"));
+}
+}
+
+void Transcript::append(const QList<LogLine> &lines, qint64 passedOver)
+{
+    if (lines.isEmpty() && passedOver <= 0)
         return;
     QList<qint64> shown;
     bool newService = false;
+    if (passedOver > 0) {
+        m_passedOver += passedOver;
+        Entry gap{{Ansi::Line{passedOverText(passedOver), {}}, {}, {}}, {}, true};
+        m_chars += gap.line.body.text.size() + 1;
+        if (shows(gap))
+            shown.append(m_first + m_lines.size());
+        m_lines.append(std::move(gap));
+    }
     for (const LogLine &line : lines) {
         Entry e{line, m_finder.matchesIn(line.body.text)};
         if (inService(e))
@@ -67,7 +82,10 @@ void Transcript::append(const QList<LogLine> &lines)
         endInsertRows();
     }
     const bool hadCurrent = m_current.line >= 0;
+    const bool wasTrimmed = m_trimmed;
     trim();
+    if (passedOver > 0 || m_trimmed != wasTrimmed)
+        emit noteChanged();
     if (newService) {
         std::sort(m_services.begin(), m_services.end());
         emit servicesChanged();
@@ -105,8 +123,7 @@ void Transcript::trim()
     }
     if (m_current.line >= 0 && m_current.line < m_first)
         m_current = {};
-    if (!std::exchange(m_trimmed, true))
-        emit trimmedChanged();
+    m_trimmed = true;
 }
 
 void Transcript::clear()
@@ -119,8 +136,11 @@ void Transcript::clear()
     m_matchCount = 0;
     m_current = {};
     endResetModel();
-    if (std::exchange(m_trimmed, false))
-        emit trimmedChanged();
+    const bool hadNote = !note().isEmpty();
+    m_trimmed = false;
+    m_passedOver = 0;
+    if (hadNote)
+        emit noteChanged();
     if (!m_services.isEmpty()) {
         m_services.clear();
         emit servicesChanged();
@@ -145,6 +165,9 @@ bool Transcript::inService(const Entry &e) const
 
 bool Transcript::shows(const Entry &e) const
 {
+    // A gap is in every service's output; only a filter to the matching lines hides it.
+    if (e.note)
+        return !m_filtering || m_finder.isEmpty() || findInvalid();
     if (!inService(e))
         return false;
     // A line with a match always shows while it is in the service shown, so find counts and
@@ -175,7 +198,7 @@ void Transcript::refind()
 {
     m_finder = Finder(m_findText, m_regex);
     for (Entry &e : m_lines)
-        e.matches = m_finder.matchesIn(e.line.body.text);
+        e.matches = e.note ? QList<Finder::Match>() : m_finder.matchesIn(e.line.body.text);
     m_current = {};
     recount();
     rebuildRows();
@@ -320,6 +343,15 @@ QString Transcript::shownText() const
     return QStringLiteral("Showing %1 of %2 lines").arg(locale.toString(qlonglong(m_rows.size())), locale.toString(qlonglong(m_lines.size())));
 }
 
+QString Transcript::note() const
+{
+    if (m_passedOver == 1)
+        return QStringLiteral("1 line came faster than it could be shown and was passed over; the newest are kept.");
+    if (m_passedOver > 1)
+        return QStringLiteral("%1 lines came faster than they could be shown and were passed over; the newest are kept.").arg(QLocale().toString(m_passedOver));
+    return m_trimmed ? QStringLiteral("Older output was trimmed; the newest lines are kept.") : QString();
+}
+
 QString Transcript::jumpText(int newLines)
 {
     if (newLines <= 0)
@@ -374,6 +406,8 @@ QVariant Transcript::data(const QModelIndex &index, int role) const
     case TextRole:
         return e.line.body.text;
     case StyledRole:
+        if (e.note)
+            return QStringLiteral("<span style=\"white-space:pre-wrap;font-style:italic\">") + e.line.body.text.toHtmlEscaped() + QStringLiteral("</span>");
         return styled(e.line.body, e.matches, m_current.line == line ? m_current.index : -1, m_palette);
     case TimeRole:
         return e.line.time.isValid() ? QLocale().toString(e.line.time.toLocalTime().time(), QLocale::ShortFormat) : QString();
@@ -383,13 +417,15 @@ QVariant Transcript::data(const QModelIndex &index, int role) const
         if (e.line.service.isEmpty() || m_palette.services.isEmpty())
             return QString();
         return hex(m_palette.services[stableHash(e.line.service) % m_palette.services.size()]);
+    case NoteRole:
+        return e.note;
     }
     return {};
 }
 
 QHash<int, QByteArray> Transcript::roleNames() const
 {
-    return {{TextRole, "text"}, {StyledRole, "styled"}, {TimeRole, "time"}, {ServiceRole, "service"}, {ServiceColorRole, "serviceColor"}};
+    return {{TextRole, "text"}, {StyledRole, "styled"}, {TimeRole, "time"}, {ServiceRole, "service"}, {ServiceColorRole, "serviceColor"}, {NoteRole, "note"}};
 }
 
 // ---- drawing -----------------------------------------------------------------------------

@@ -47,12 +47,14 @@ private:
 // The lines of a log or an exec transcript, bounded, with find and its marks, a filter to
 // the matching lines or to one service, and each line drawn from its styles in the theme's
 // colours. Rows are lines; they are appended and trimmed from the front, never reset while
-// the text grows.
+// the text grows. Where lines came too fast to be shown, a note stands in their place.
 class Transcript : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_PROPERTY(int total READ total NOTIFY countChanged)
-    Q_PROPERTY(bool trimmed READ trimmed NOTIFY trimmedChanged)
+    Q_PROPERTY(bool trimmed READ trimmed NOTIFY noteChanged)
+    // Why the text does not go back to the start, or nothing when it does.
+    Q_PROPERTY(QString note READ note NOTIFY noteChanged)
     Q_PROPERTY(QString findText READ findText WRITE setFindText NOTIFY findChanged)
     Q_PROPERTY(bool regex READ regex WRITE setRegex NOTIFY findChanged)
     Q_PROPERTY(QString findStatus READ findStatus NOTIFY findChanged)
@@ -68,7 +70,8 @@ class Transcript : public QAbstractListModel {
     Q_PROPERTY(QString shownText READ shownText NOTIFY countChanged)
 
 public:
-    enum Role { TextRole = Qt::UserRole + 1, StyledRole, TimeRole, ServiceRole, ServiceColorRole };
+    // NoteRole: the row is Korvat's note of lines passed over, not output.
+    enum Role { TextRole = Qt::UserRole + 1, StyledRole, TimeRole, ServiceRole, ServiceColorRole, NoteRole };
     Q_ENUM(Role)
 
     // Once the lines hold trimAt characters, the oldest go until keep remain: it trims in
@@ -78,13 +81,16 @@ public:
 
     explicit Transcript(QObject *parent = nullptr);
 
-    void append(const QList<LogLine> &lines);
+    // passedOver: lines that came before these and were never read; a note marks the gap.
+    void append(const QList<LogLine> &lines, qint64 passedOver = 0);
     Q_INVOKABLE void clear();
     void setPalette(const TranscriptPalette &palette);
 
     int count() const { return int(m_rows.size()); }
     int total() const { return int(m_lines.size()); }
     bool trimmed() const { return m_trimmed; }
+    qint64 passedOver() const { return m_passedOver; }
+    QString note() const;
     const QString &findText() const { return m_findText; }
     void setFindText(const QString &text);
     bool regex() const { return m_regex; }
@@ -129,7 +135,7 @@ public:
 
 signals:
     void countChanged();
-    void trimmedChanged();
+    void noteChanged();
     void findChanged();
     void filterChanged();
     void servicesChanged();
@@ -138,6 +144,7 @@ private:
     struct Entry {
         LogLine line;
         QList<Finder::Match> matches;
+        bool note = false;
     };
     struct Current {
         qint64 line = -1;
@@ -163,6 +170,7 @@ private:
     qsizetype m_chars = 0;
     QList<qint64> m_rows;
     bool m_trimmed = false;
+    qint64 m_passedOver = 0;
     TranscriptPalette m_palette;
     QString m_findText;
     bool m_regex = false;

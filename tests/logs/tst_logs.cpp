@@ -196,6 +196,40 @@ private slots:
         t.append(plain({"tail"}));
         QCOMPARE(t.total(), 151);
         QVERIFY(t.plainText().endsWith("tail\n"));
+        QCOMPARE(t.note(), "Older output was trimmed; the newest lines are kept.");
+        // A gap is a note, never output: find passes it by, the filter to one service keeps it.
+        t.setFindText("passed");
+        t.append(plain({"after"}, "web"), 1);
+        QCOMPARE(t.note(), "1 line came faster than it could be shown and was passed over; the newest are kept.");
+        QCOMPARE(t.findStatus(), "No matches");
+        t.setService("web");
+        QCOMPARE(t.count(), 2);
+        QVERIFY(t.index(0).data(Transcript::NoteRole).toBool() && !t.index(1).data(Transcript::NoteRole).toBool());
+        QVERIFY(t.plainText().endsWith("tail\n[1 line passed over]\nweb | after\n"));
+        t.clear();
+        QCOMPARE(t.note(), QString());
+    }
+
+    void newestLinesKept_data()
+    {
+        QTest::addColumn<QByteArrayList>("chunks");
+        QTest::addColumn<QByteArray>("kept");
+        QTest::addColumn<qint64>("passedOver");
+        QTest::newRow("within the limit") << QByteArrayList{"a\nbb\n", "c"} << QByteArray("a\nbb\nc") << qint64(0);
+        QTest::newRow("the oldest whole lines go") << QByteArrayList{"one\ntwo\nthree\n"} << QByteArray("two\nthree\n") << qint64(1);
+        QTest::newRow("the line still coming stays") << QByteArrayList{"0123456\nab", "c"} << QByteArray("abc") << qint64(1);
+        QTest::newRow("a line longer than the limit goes whole") << QByteArrayList{"x\n0123456789AB", "CD", "EF\ny\n"} << QByteArray("y\n") << qint64(2);
+    }
+    void newestLinesKept()
+    {
+        QFETCH(QByteArrayList, chunks);
+        LineBacklog backlog(10);
+        for (const QByteArray &chunk : chunks)
+            backlog.add(chunk);
+        const LineBatch batch = backlog.take();
+        QTEST(batch.bytes, "kept");
+        QTEST(batch.passedOver, "passedOver");
+        QVERIFY(backlog.isEmpty());
     }
 
     void drawnInTheThemesColours_data()
@@ -239,10 +273,21 @@ private slots:
         FakeStream *stream = m_engine->logStreams().constLast();
         stream->write("\xff\xfe broken\n");   // not UTF-8: dropped whole
         stream->write("sec");
-        stream->write("ond\n");
-        QCOMPARE(lines.plainText(), "first\nsecond\n");
+        stream->write("ond \xe2\x82");   // a character split between two reads
+        stream->write("\xac\n");
+        QTRY_COMPARE(lines.plainText(), "first\nsecond \u20ac\n");
         emit stream->failedToStart("No such file or directory");
-        QCOMPARE(lines.plainText(), "first\nsecond\ncannot run docker: No such file or directory\n");
+        QCOMPARE(lines.plainText(), "first\nsecond \u20ac\ncannot run docker: No such file or directory\n");
+        // A flood read at once: the newest lines within what the transcript keeps (13,636 of
+        // 11 bytes), the rest counted and marked where they were.
+        QByteArray flood;
+        for (int i = 0; i < 30000; ++i)
+            flood += "line " + QByteArray::number(i) + '\n';
+        stream->write(flood);
+        QTRY_COMPARE(lines.passedOver(), 16364);
+        QVERIFY(lines.plainText().endsWith("directory\n[" + QLocale().toString(16364) + " lines passed over]\nline 16364\n"
+                                           + flood.sliced(flood.indexOf("line 16365\n"))));
+        QCOMPARE(lines.note(), QLocale().toString(16364) + " lines came faster than they could be shown and were passed over; the newest are kept.");
 
         // Times are asked of the engine: the log is read again from its last 300 lines.
         const QPointer<FakeStream> before = stream;

@@ -4,6 +4,7 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -41,7 +42,6 @@ class LogsLive : public QObject {
     Leftovers m_made;
     const std::shared_ptr<const Engine> m_engine = std::make_shared<CliEngine>();
     QString m_sleeper;
-    QString m_sleeperId;
 
     Container container(const QString &name)
     {
@@ -65,8 +65,7 @@ private slots:
     {
         REQUIRE_ENGINE();
         m_sleeper = m_made.run("kt-log-");
-        m_sleeperId = container(m_sleeper).id;
-        QVERIFY(!m_sleeperId.isEmpty());
+        QVERIFY(!container(m_sleeper).id.isEmpty());
     }
     void cleanupTestCase() { m_made.clear(); }
 
@@ -95,13 +94,23 @@ private slots:
         docker({"compose", "-p", name, "down", "-t", "0"}, dir.path());
     }
 
-    void destroyingTheFollowerEndsItsChild()
+    // Printing as fast as a shell can: more than the sheet can show, so lines are passed over
+    // and counted, and the follower still goes at once.
+    void destroyingAFloodingFollowerEndsItsChild()
     {
-        auto follower = std::make_unique<LogFollower>(m_engine, LogSource::container(container(m_sleeper)), std::nullopt);
+        const QString flood = m_made.run("kt-flood-", {}, {"sh", "-c", "i=0; while :; do echo \"line $i\"; i=$((i+1)); done"});
+        const QString id = container(flood).id;
+        auto follower = std::make_unique<LogFollower>(m_engine, LogSource::container(container(flood)), std::nullopt);
         follower->start();
-        QVERIFY(QTest::qWaitFor([&] { return !processesWith({"logs", m_sleeperId}).isEmpty(); }, 10000));
-        follower.reset();   // ended without waiting here
-        QVERIFY(QTest::qWaitFor([&] { return processesWith({"logs", m_sleeperId}).isEmpty(); }, 5000));
+        QVERIFY(QTest::qWaitFor([&] { return follower->transcript()->passedOver() > 0; }, 20000));
+        QVERIFY(follower->transcript()->plainText().size() < Transcript::trimAt);
+        QVERIFY(!processesWith({"logs", id}).isEmpty());
+        QElapsedTimer ending;
+        ending.start();
+        follower.reset();   // ended without waiting here, its reader too
+        QVERIFY(ending.elapsed() < 1000);
+        QVERIFY(QTest::qWaitFor([&] { return processesWith({"logs", id}).isEmpty(); }, 5000));
+        docker({"rm", "-f", flood});
     }
 
     void execTranscript_data()

@@ -235,8 +235,9 @@ ColumnLayout {
     }
     Text {
         Layout.fillWidth: true
-        visible: view.transcript !== null && view.transcript.trimmed
-        text: "Older output was trimmed; the newest lines are kept."
+        visible: text !== ""
+        text: view.transcript ? view.transcript.note : ""
+        wrapMode: Text.Wrap
         color: Theme.muted
         font: Theme.varied("Inter", 400, 11.5)
     }
@@ -287,6 +288,8 @@ ColumnLayout {
                 required property string time
                 required property string service
                 required property string serviceColor
+                // Korvat's own note where lines were passed over: never drawn as output.
+                required property bool note
 
                 width: ListView.view.width
                 spacing: 8
@@ -313,7 +316,7 @@ ColumnLayout {
                     textFormat: Text.RichText
                     text: row.styled
                     wrapMode: Text.WrapAnywhere
-                    color: Theme.inkSoft
+                    color: row.note ? Theme.muted : Theme.inkSoft
                     font: Theme.varied("JetBrains Mono", 400, 11.5)
                     Accessible.role: Accessible.StaticText
                     Accessible.name: (row.service !== "" ? row.service + ": " : "") + row.text
