@@ -8,7 +8,7 @@ DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/
 
 FUZZ_SECONDS ?= 60
 
-.PHONY: all setup build run demo demo-stop test bench fuzz coverage shots package clean
+.PHONY: all setup build run demo demo-stop test bench fuzz coverage coverage-cases coverage-build shots package clean
 
 all: build
 
@@ -38,7 +38,7 @@ demo-stop:
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops.
 # The benchmarks are built too (not run), so a change cannot leave them behind.
 test: setup
-	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
+	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
 	cmake --build $(TEST_BUILD) -j $(JOBS)
 	cd $(TEST_BUILD) && ctest --output-on-failure -j $(JOBS)
 
@@ -55,13 +55,20 @@ fuzz:
 	cmake --build build-fuzz -j $(JOBS)
 	bash tests/fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
 
-# What each unit test case adds: every case run alone in a clang coverage build, and those
-# that run no line or branch the others do not listed, as candidates to fold or drop.
-coverage:
-	@bash scripts/setup.sh coverage
-	CC=clang CXX=clang++ cmake -S . -B build-cov -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_COVERAGE=ON
-	cmake --build build-cov -j $(JOBS)
+# Line and branch coverage of each layer, from the unit and live suites together, in a clang
+# build whose every process (korvat too) writes its profile; fails below the floors.
+coverage: coverage-build
+	python3 scripts/coverage.py build-cov $(JOBS)
+
+# What each unit test case adds: every case run alone in the coverage build, and those that
+# run no line or branch the others do not listed, as candidates to fold or drop.
+coverage-cases: coverage-build
 	python3 scripts/case-coverage.py build-cov
+
+coverage-build:
+	@bash scripts/setup.sh coverage
+	CC=clang CXX=clang++ cmake -S . -B build-cov -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKORVAT_COVERAGE=ON -DKORVAT_BENCH=OFF
+	cmake --build build-cov -j $(JOBS)
 
 # Every view in both readings, over built-in sample data, into shots/.
 shots: build

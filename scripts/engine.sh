@@ -11,6 +11,7 @@
 #   engine.sh restart       stop the first daemon, keeping its data, and start it again
 #   engine.sh stop-second   stop the second daemon, keeping its data
 #   engine.sh start-second  start the second daemon again (or for the first time)
+#   engine.sh tidy          start whichever is stopped and take away everything a test made
 #   engine.sh env           print the shell exports that point docker at them
 set -euo pipefail
 
@@ -282,12 +283,37 @@ restart() {
   finish_first
 }
 
+# What one live test suite left, however it ended, goes before the next begins: every
+# container, network, volume and image but the test image, and every context but the two.
+# A daemon the suite left stopped comes back.
+tidy() {
+  local dir host ids keep
+  if ! answers "$root" || ! answers "$second"; then start; fi
+  for dir in "$root" "$second"; do
+    host=unix://$dir/docker.sock
+    mapfile -t ids < <(dk -H "$host" ps -aq)
+    if ((${#ids[@]})); then dk -H "$host" rm -f -v "${ids[@]}" >/dev/null; fi
+    dk -H "$host" network prune -f >/dev/null
+    mapfile -t ids < <(dk -H "$host" volume ls -q)
+    if ((${#ids[@]})); then dk -H "$host" volume rm -f "${ids[@]}" >/dev/null; fi
+    keep=$(dk -H "$host" image inspect --format '{{.Id}}' "$image")
+    mapfile -t ids < <(dk -H "$host" image ls -aq --no-trunc | sort -u | grep -vxF "$keep")
+    if ((${#ids[@]})); then dk -H "$host" image rm -f "${ids[@]}" >/dev/null; fi
+    # Other names the test image was given go; the image stays.
+    mapfile -t ids < <(dk -H "$host" image inspect --format '{{range .RepoTags}}{{println .}}{{end}}' "$image" | grep -vx -e '' -e "$image")
+    if ((${#ids[@]})); then dk -H "$host" image rm "${ids[@]}" >/dev/null; fi
+  done
+  mapfile -t ids < <(dk context ls -q | grep -vxE "default|$context|$context2")
+  if ((${#ids[@]})); then dk context rm -f "${ids[@]}" >/dev/null; fi
+}
+
 case ${1:-} in
   start) start; exports ;;
   stop) stop ;;
   restart) restart ;;
   stop-second) halt "$second" "$execroot2" ;;
   start-second) start_second ;;
+  tidy) tidy ;;
   env) exports ;;
-  *) echo "usage: $0 start|stop|restart|stop-second|start-second|env" >&2; exit 2 ;;
+  *) echo "usage: $0 start|stop|restart|stop-second|start-second|tidy|env" >&2; exit 2 ;;
 esac

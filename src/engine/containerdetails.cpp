@@ -1,5 +1,7 @@
 #include "containerdetails.h"
 
+#include "docker.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,14 +16,6 @@ QDateTime time(const QJsonValue &value)
 {
     const QDateTime at = QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
     return at.isValid() && at.date().year() > 1 ? at : QDateTime();
-}
-
-QStringList strings(const QJsonValue &value)
-{
-    QStringList out;
-    for (const QJsonValue &v : value.toArray())
-        out << v.toString();
-    return out;
 }
 
 QString text(const QJsonObject &o, const char *key)

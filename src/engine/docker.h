@@ -49,6 +49,8 @@ Runtime runtimeNamed(const QString &value);
 // Strict UTF-8: invalid input decodes to the empty text.
 QString utf8(const QByteArray &bytes);
 QList<QJsonObject> ndjson(const QString &text);
+// The texts of a JSON array; anything else in it is skipped.
+QStringList strings(const QJsonValue &value);
 
 QList<Container> parseContainers(const QString &text);
 QList<DockerImage> parseImages(const QString &text);

@@ -8,16 +8,6 @@
 
 namespace Docker {
 
-namespace {
-QStringList strings(const QJsonValue &value)
-{
-    QStringList out;
-    for (const QJsonValue &v : value.toArray())
-        out << v.toString();
-    return out;
-}
-}
-
 QString instruction(const QString &createdBy)
 {
     QString text = createdBy.trimmed();

@@ -1,19 +1,12 @@
 #include "imageorigins.h"
 
+#include "docker.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 namespace {
-
-QStringList strings(const QJsonValue &value)
-{
-    QStringList list;
-    for (const QJsonValue &v : value.toArray())
-        if (v.isString())
-            list.append(v.toString());
-    return list;
-}
 
 bool isLoopbackNetwork(const QString &cidr)
 {

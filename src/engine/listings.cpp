@@ -1,5 +1,6 @@
 #include "docker.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 namespace Docker {
@@ -13,6 +14,15 @@ QList<QJsonObject> ndjson(const QString &text)
             objects.append(doc.object());
     }
     return objects;
+}
+
+QStringList strings(const QJsonValue &value)
+{
+    QStringList list;
+    for (const QJsonValue &v : value.toArray())
+        if (v.isString())
+            list.append(v.toString());
+    return list;
 }
 
 namespace {

@@ -10,8 +10,40 @@
 #include <QTcpSocket>
 #include <QThread>
 #include <csignal>
+#include <sys/prctl.h>
 
 namespace TestSupport {
+
+namespace {
+// A server a test starts is a child of the test that dies with it, however the test ends: a
+// crashed or aborted suite leaves no server behind for the next one.
+std::unique_ptr<QProcess> serverProcess()
+{
+    auto process = std::make_unique<QProcess>();
+    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    process->setStandardInputFile(QProcess::nullDevice());
+    return process;
+}
+
+bool answersOn(int port)
+{
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, quint16(port));
+    return socket.waitForConnected(200);
+}
+
+// Ends a server and waits for it: SIGTERM, then SIGKILL when it has not gone within 5 s.
+void end(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished(5000);
+    }
+}
+}
 
 Result docker(const QStringList &args, const QString &dir)
 {
@@ -157,21 +189,17 @@ bool SshServer::start()
 {
     // Privilege separation wants its empty directory; a machine that never ran sshd has none.
     QDir().mkpath(QStringLiteral("/run/sshd"));
-    QProcess sshd;
-    sshd.start(QStringLiteral("/usr/sbin/sshd"), {"-f", m_dir.filePath("sshd_config"), "-E", m_dir.filePath("sshd.log")});
-    if (!sshd.waitForFinished(10000) || sshd.exitCode() != 0) {
-        m_why = "sshd did not start: " + QString::fromLocal8Bit(sshd.readAllStandardError()) + log();
-        return false;
+    m_process = serverProcess();
+    // In the foreground (-D), so that it stays the test's own child.
+    m_process->start(QStringLiteral("/usr/sbin/sshd"), {"-D", "-f", m_dir.filePath("sshd_config"), "-E", m_dir.filePath("sshd.log")});
+    for (int i = 0; i < 100 && m_process->state() == QProcess::Running; ++i) {
+        if (answersOn(m_port))
+            return true;
+        QThread::msleep(50);
     }
-    QFile pid(m_dir.filePath("sshd.pid"));
-    for (int i = 0; i < 50 && !pid.exists(); ++i)
-        QThread::msleep(100);
-    if (!pid.open(QIODevice::ReadOnly)) {
-        m_why = "sshd wrote no pid file: " + log();
-        return false;
-    }
-    m_pid = pid.readAll().trimmed().toLongLong();
-    return true;
+    m_why = "sshd did not start: " + QString::fromLocal8Bit(m_process->readAllStandardError()) + log();
+    end(*m_process);
+    return false;
 }
 
 namespace {
@@ -197,17 +225,14 @@ QList<pid_t> descendants(pid_t pid)
 
 void SshServer::stop()
 {
-    if (m_pid <= 0)
+    if (!m_process || m_process->state() == QProcess::NotRunning)
         return;
     // Its sessions, still serving, go too: the host is gone. They are this server's own,
     // found before it goes; another test's server is left alone.
-    const QList<pid_t> sessions = descendants(pid_t(m_pid));
-    ::kill(pid_t(m_pid), SIGTERM);
+    const QList<pid_t> sessions = descendants(pid_t(m_process->processId()));
     for (const pid_t session : sessions)
         ::kill(session, SIGTERM);
-    for (int i = 0; i < 50 && ::kill(pid_t(m_pid), 0) == 0; ++i)
-        QThread::msleep(100);
-    m_pid = 0;
+    end(*m_process);
 }
 
 QString SshServer::config() const { return m_dir.filePath(QStringLiteral("ssh_config")); }
@@ -219,7 +244,7 @@ void SshServer::setKeyAccepted(bool accepted)
     writeFile(m_dir.filePath(QStringLiteral("authorized_keys")), accepted ? key.readAll() : QByteArray());
 }
 
-bool SshServer::running() const { return m_pid > 0 && ::kill(pid_t(m_pid), 0) == 0; }
+bool SshServer::running() const { return m_process && m_process->state() == QProcess::Running; }
 
 QString SshServer::endpoint() const { return QStringLiteral("ssh://root@korvat-ssh"); }
 
@@ -234,8 +259,8 @@ LocalRegistry::LocalRegistry(Access access) : m_access(access) {}
 
 LocalRegistry::~LocalRegistry()
 {
-    if (m_pid > 0)
-        ::kill(pid_t(m_pid), SIGKILL);
+    if (m_process)
+        end(*m_process);
 }
 
 QString LocalRegistry::user() { return QStringLiteral("korvat"); }
@@ -254,26 +279,24 @@ bool LocalRegistry::start()
         config += QStringLiteral("auth:\n  htpasswd:\n    realm: korvat-test\n    path: %1/htpasswd\n").arg(m_dir.path());
     }
     writeFile(m_dir.filePath("config.yml"), config.toUtf8());
-    QProcess registry;
+    m_process = serverProcess();
     // The access log goes to standard output, everything else to standard error.
-    registry.setStandardOutputFile(m_dir.filePath("access.log"));
-    registry.setStandardErrorFile(m_dir.filePath("registry.log"));
-    registry.setProgram(QStringLiteral("docker-registry"));
-    registry.setArguments({QStringLiteral("serve"), m_dir.filePath("config.yml")});
-    if (!registry.startDetached(&m_pid)) {
+    m_process->setStandardOutputFile(m_dir.filePath("access.log"));
+    m_process->setStandardErrorFile(m_dir.filePath("registry.log"));
+    m_process->start(QStringLiteral("docker-registry"), {QStringLiteral("serve"), m_dir.filePath("config.yml")});
+    if (!m_process->waitForStarted()) {
         m_why = QStringLiteral("docker-registry is not installed (scripts/setup.sh installs it)");
         return false;
     }
-    for (int i = 0; i < 100; ++i) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, quint16(m_port));
-        if (socket.waitForConnected(200))
+    for (int i = 0; i < 100 && m_process->state() == QProcess::Running; ++i) {
+        if (answersOn(m_port))
             return true;
         QThread::msleep(50);
     }
     QFile log(m_dir.filePath("registry.log"));
     log.open(QIODevice::ReadOnly);
     m_why = QStringLiteral("docker-registry did not answer on port %1: %2").arg(m_port).arg(QString::fromUtf8(log.readAll()));
+    end(*m_process);
     return false;
 }
 

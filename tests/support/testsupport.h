@@ -3,6 +3,9 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <memory>
+
+class QProcess;
 
 // Helpers shared by the test executables: the private engine, fixtures and fake tools.
 namespace TestSupport {
@@ -90,7 +93,7 @@ private:
     QTemporaryDir m_dir;
     Access m_access;
     int m_port = 0;
-    qint64 m_pid = 0;
+    std::unique_ptr<QProcess> m_process;
     QString m_why;
 };
 
@@ -121,7 +124,7 @@ public:
 private:
     QTemporaryDir m_dir;
     int m_port = 0;
-    qint64 m_pid = 0;
+    std::unique_ptr<QProcess> m_process;
     QString m_why;
 };
 

@@ -10,7 +10,7 @@
 #include "usagewatch.h"
 
 namespace {
-QString keyOf(const Container &c)
+QString containerKey(const Container &c)
 {
     return c.engine + u'\n' + c.id;
 }
@@ -18,7 +18,7 @@ QString keyOf(const Container &c)
 
 void ContainerModel::setContainers(const QList<Container> &containers)
 {
-    sync(m_rows, containers, keyOf, [](const Container &a, const Container &b) {
+    sync(m_rows, containers, containerKey, [](const Container &a, const Container &b) {
         QList<int> roles;
         if (a.name != b.name)
             roles << NameRole << TerminalCommandRole;
@@ -55,7 +55,7 @@ void ContainerModel::markComebacks()
         const std::optional<Comeback> comeback = m_comebackOf ? m_comebackOf(c) : std::nullopt;
         return comeback && RestartText::marked(c.state, *comeback) ? comeback->reason : QString();
     };
-    for (int i : m_stays.update(m_rows, keyOf, reasonOf))
+    for (int i : m_stays.update(m_rows, containerKey, reasonOf))
         emit dataChanged(index(i), index(i), {StaysRole, StaysReasonRole, KeepableRole, DescriptionRole});
 }
 
@@ -67,7 +67,7 @@ void ContainerModel::setNewerOf(ContainerNewerOf newerOf)
 
 void ContainerModel::markNewer()
 {
-    for (int i : m_newer.update(m_rows, keyOf, [this](const auto &row) { return newerReason(m_newerOf, row); }))
+    for (int i : m_newer.update(m_rows, containerKey, [this](const auto &row) { return newerReason(m_newerOf, row); }))
         emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole, DescriptionRole});
 }
 
@@ -218,28 +218,28 @@ QVariant ContainerModel::roleData(const Container &c, int role) const
         return Terminal::commandLine(m_runtime, c.name);
     case DescriptionRole: {
         QString spoken = ContainerRules::spoken(c);
-        if (m_newer.marked(keyOf(c)))
+        if (m_newer.marked(containerKey(c)))
             spoken += QStringLiteral(" · Newer image");
-        if (m_stays.marked(keyOf(c)))
-            spoken += QStringLiteral(" · ") + m_stays.reason(keyOf(c));
+        if (m_stays.marked(containerKey(c)))
+            spoken += QStringLiteral(" · ") + m_stays.reason(containerKey(c));
         return spoken;
     }
     case StaysRole: {
-        if (!m_stays.marked(keyOf(c)))
+        if (!m_stays.marked(containerKey(c)))
             return QString();
         const std::optional<Comeback> comeback = m_comebackOf ? m_comebackOf(c) : std::nullopt;
         return RestartText::markLabel(comeback ? comeback->kind : Comeback::Kind::No);
     }
     case StaysReasonRole:
-        return m_stays.reason(keyOf(c));
+        return m_stays.reason(containerKey(c));
     case KeepableRole: {
-        const std::optional<Comeback> comeback = m_stays.marked(keyOf(c)) && m_comebackOf ? m_comebackOf(c) : std::nullopt;
+        const std::optional<Comeback> comeback = m_stays.marked(containerKey(c)) && m_comebackOf ? m_comebackOf(c) : std::nullopt;
         return comeback && comeback->fixable;
     }
     case NewerRole:
-        return m_newer.marked(keyOf(c));
+        return m_newer.marked(containerKey(c));
     case NewerReasonRole:
-        return m_newer.reason(keyOf(c));
+        return m_newer.reason(containerKey(c));
     case LinksRole: {
         QVariantList links;
         const auto engine = m_engines.constFind(c.engine);

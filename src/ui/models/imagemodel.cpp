@@ -1,7 +1,7 @@
 #include "imagemodel.h"
 
 namespace {
-QString keyOf(const DockerImage &i)
+QString imageKey(const DockerImage &i)
 {
     return i.engine + u'\n' + i.id + u'\n' + i.repository + u':' + i.tag;
 }
@@ -9,7 +9,7 @@ QString keyOf(const DockerImage &i)
 
 void ImageModel::setImages(const QList<DockerImage> &images)
 {
-    sync(m_rows, images, keyOf, [](const DockerImage &a, const DockerImage &b) {
+    sync(m_rows, images, imageKey, [](const DockerImage &a, const DockerImage &b) {
         return a.size != b.size ? QList<int>{SizeRole} : QList<int>{};
     });
     markNewer();
@@ -23,7 +23,7 @@ void ImageModel::setNewerOf(ImageNewerOf newerOf)
 
 void ImageModel::markNewer()
 {
-    for (int i : m_newer.update(m_rows, keyOf, [this](const auto &row) { return newerReason(m_newerOf, row); }))
+    for (int i : m_newer.update(m_rows, imageKey, [this](const auto &row) { return newerReason(m_newerOf, row); }))
         emit dataChanged(index(i), index(i), {NewerRole, NewerReasonRole});
 }
 
@@ -54,9 +54,9 @@ QVariant ImageModel::roleData(const DockerImage &i, int role) const
     case SizeRole:
         return i.size;
     case NewerRole:
-        return m_newer.marked(keyOf(i));
+        return m_newer.marked(imageKey(i));
     case NewerReasonRole:
-        return m_newer.reason(keyOf(i));
+        return m_newer.reason(imageKey(i));
     }
     return {};
 }

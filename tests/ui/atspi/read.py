@@ -11,12 +11,16 @@ import sys
 import pyatspi
 
 
-def walk(node):
+def showing(node):
+    """The node and every node under it that shows. What does not show hides all under it,
+    so its subtree is not asked for: each question is a round trip to the window."""
+    if not node.getState().contains(pyatspi.STATE_SHOWING):
+        return
     yield node
     for i in range(node.childCount):
         child = node.getChildAtIndex(i)
         if child is not None:
-            yield from walk(child)
+            yield from showing(child)
 
 
 def main():
@@ -26,7 +30,7 @@ def main():
     if not apps:
         print(json.dumps({"error": "the application is not on the accessibility bus"}))
         return
-    nodes = [n for n in walk(apps[0]) if n.getState().contains(pyatspi.STATE_SHOWING)]
+    nodes = [n for window in apps[0] if window is not None for n in showing(window)]
     if mode == "tree":
         out = {
             "items": {n.name: n.description for n in nodes if n.getRole() == pyatspi.ROLE_LIST_ITEM},

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Runs one live suite, then takes away whatever it left, however it ended (a crash, an
+# abort, a failed check), so that the next suite starts from clean engines: the processes
+# it started, its temporary files, and all it made on the private engines.
+set -uo pipefail
+tmp=$(mktemp -d "${TMPDIR:-/tmp}/korvat-live.XXXXXX")
+TMPDIR=$tmp "$@"
+status=$?
+# A server the suite started from its temporary directory names that directory.
+pkill -KILL -f -- "$tmp" 2>/dev/null
+bash "$KORVAT_ENGINE_SCRIPT" tidy || { echo "live.sh: the engines could not be tidied after $1" >&2; status=1; }
+rm -rf "$tmp"
+exit "$status"
