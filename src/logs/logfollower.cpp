@@ -51,6 +51,7 @@ LogFollower::LogFollower(std::shared_ptr<const Engine> engine, const LogSource &
 {
     m_pace.setSingleShot(true);
     connect(&m_pace, &QTimer::timeout, this, &LogFollower::takeBatch);
+    connect(&m_reader, &QFutureWatcherBase::finished, this, &LogFollower::applyRead);
 }
 
 LogFollower::~LogFollower()
@@ -130,15 +131,25 @@ void LogFollower::takeBatch()
     m_lastBatch.start();
     m_interval = floods ? flooding : frame;
     m_busy = true;
-    QtConcurrent::run(readers(), &LogFollower::read, std::move(m_reading), std::move(batch), m_source.isProject(), m_source.timestamps)
-        .then(this, [this, generation = m_generation](Read read) {
-            if (generation != m_generation)
-                return;
-            m_reading = std::move(read.reading);
-            m_busy = false;
-            m_transcript.append(read.lines, read.passedOver);
-            schedule();
-        });
+    // Watched rather than continued: a follower closed while its batch is read is gone when
+    // the batch comes back, and the watcher goes with it.
+    m_reader.setFuture(QtConcurrent::run(readers(), [reading = std::move(m_reading), batch = std::move(batch), generation = m_generation,
+                                                     prefixed = m_source.isProject(), timestamped = m_source.timestamps]() mutable {
+        Read read = LogFollower::read(std::move(reading), std::move(batch), prefixed, timestamped);
+        read.generation = generation;
+        return read;
+    }));
+}
+
+void LogFollower::applyRead()
+{
+    Read read = m_reader.result();
+    if (read.generation != m_generation)
+        return;
+    m_reading = std::move(read.reading);
+    m_busy = false;
+    m_transcript.append(read.lines, read.passedOver);
+    schedule();
 }
 
 LogFollower::Read LogFollower::read(Reading reading, LineBatch batch, bool prefixed, bool timestamped)

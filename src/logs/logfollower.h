@@ -6,6 +6,7 @@
 #include "transcript.h"
 
 #include <QElapsedTimer>
+#include <QFutureWatcher>
 #include <QObject>
 #include <QTimer>
 #include <chrono>
@@ -65,12 +66,14 @@ private:
         Reading reading;
         QList<LogLine> lines;
         qint64 passedOver = 0;
+        int generation = 0;
     };
     // A batch into lines, the newest whole lines of it within what a transcript keeps.
     static Read read(Reading reading, LineBatch batch, bool prefixed, bool timestamped);
 
     void schedule();
     void takeBatch();
+    void applyRead();
 
     std::shared_ptr<const Engine> m_engine;
     LogSource m_source;
@@ -81,6 +84,7 @@ private:
     bool m_busy = false;
     // Results of a read begun before the log was read again are dropped.
     int m_generation = 0;
+    QFutureWatcher<Read> m_reader;
     QTimer m_pace;
     QElapsedTimer m_lastBatch;
     std::chrono::milliseconds m_interval = frame;

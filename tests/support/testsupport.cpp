@@ -192,6 +192,7 @@ bool SshServer::start()
     m_process = serverProcess();
     // In the foreground (-D), so that it stays the test's own child.
     m_process->start(QStringLiteral("/usr/sbin/sshd"), {"-D", "-f", m_dir.filePath("sshd_config"), "-E", m_dir.filePath("sshd.log")});
+    m_process->waitForStarted();
     for (int i = 0; i < 100 && m_process->state() == QProcess::Running; ++i) {
         if (answersOn(m_port))
             return true;
