@@ -3,7 +3,8 @@
 # abort, a failed check), so that the next suite starts from clean engines: the processes
 # it started, its temporary files, and all it made on the private engines.
 set -uo pipefail
-tmp=$(mktemp -d "${TMPDIR:-/tmp}/korvat-live.XXXXXX")
+# Short: Podman refuses a run root over 50 characters, and a socket's path must fit in 107.
+tmp=$(mktemp -d "${TMPDIR:-/tmp}/kl-XXXXXX")
 TMPDIR=$tmp "$@"
 status=$?
 # A server the suite started from its temporary directory names that directory.
