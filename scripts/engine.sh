@@ -108,7 +108,9 @@ launch() {
   # Loopback comes up first, or a port published on 127.0.0.1 there has no address to take.
   [[ $net == own ]] && cmd=(unshare --net sh -c 'ip link set lo up && exec "$@"' sh "${cmd[@]}")
   say "starting dockerd on $dir/docker.sock"
-  nohup "${cmd[@]}" >"$dir/dockerd.log" 2>&1 </dev/null &
+  # Not the caller's TMPDIR: runc keeps each exec's files there, and a test suite's own
+  # temporary directory, gone when the suite ends, would fail every exec after it.
+  env -u TMPDIR nohup "${cmd[@]}" >"$dir/dockerd.log" 2>&1 </dev/null &
 }
 
 await() {
@@ -296,7 +298,7 @@ tidy() {
     dk -H "$host" network prune -f >/dev/null
     mapfile -t ids < <(dk -H "$host" volume ls -q)
     if ((${#ids[@]})); then dk -H "$host" volume rm -f "${ids[@]}" >/dev/null; fi
-    keep=$(dk -H "$host" image inspect --format '{{.Id}}' "$image")
+    keep=$(dk -H "$host" image inspect --format '{{.Id}}' "$image") || keep=none
     mapfile -t ids < <(dk -H "$host" image ls -aq --no-trunc | sort -u | grep -vxF "$keep")
     if ((${#ids[@]})); then dk -H "$host" image rm -f "${ids[@]}" >/dev/null; fi
     # Other names the test image was given go; the image stays.
@@ -305,6 +307,9 @@ tidy() {
   done
   mapfile -t ids < <(dk context ls -q | grep -vxE "default|$context|$context2")
   if ((${#ids[@]})); then dk context rm -f "${ids[@]}" >/dev/null; fi
+  # The contexts, the current one and the test image, as start leaves them.
+  finish_first
+  finish_second
 }
 
 case ${1:-} in

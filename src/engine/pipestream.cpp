@@ -49,8 +49,16 @@ void PipeStream::start()
     if (!m_child || m_child->state() != QProcess::NotRunning || m_reader.joinable())
         return;
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0 || (m_wake = ::eventfd(0, EFD_CLOEXEC)) < 0) {
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
         emit failedToStart(qt_error_string(errno));
+        emit finished();
+        return;
+    }
+    if ((m_wake = ::eventfd(0, EFD_CLOEXEC)) < 0) {
+        const QString why = qt_error_string(errno);
+        ::close(ends[0]);
+        ::close(ends[1]);
+        emit failedToStart(why);
         emit finished();
         return;
     }

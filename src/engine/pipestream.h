@@ -16,8 +16,10 @@ class QProcess;
 // Stopping it ends the reading at once and the child's whole group without waiting for it.
 class PipeStream : public EngineStream {
 public:
-    // Roughly what a transcript keeps: more could not be shown.
-    static constexpr qsizetype kept = 128 * 1024;
+    // More than a transcript holds before it trims: a log's first burst (the last 300 lines
+    // of each of a project's services) is passed over only where the transcript would have
+    // trimmed it anyway.
+    static constexpr qsizetype kept = 256 * 1024;
 
     explicit PipeStream(std::unique_ptr<QProcess> child, std::chrono::milliseconds grace = std::chrono::seconds(3), qsizetype limit = kept);
     ~PipeStream() override;

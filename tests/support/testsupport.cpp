@@ -189,13 +189,15 @@ bool SshServer::start()
 {
     // Privilege separation wants its empty directory; a machine that never ran sshd has none.
     QDir().mkpath(QStringLiteral("/run/sshd"));
+    // Ready once it says so (again, when started again): a probe would count as a connection.
+    const auto listening = [this] { return log().count(QLatin1String("Server listening on")); };
+    const qsizetype before = listening();
     m_process = serverProcess();
     // In the foreground (-D), so that it stays the test's own child.
     m_process->start(QStringLiteral("/usr/sbin/sshd"), {"-D", "-f", m_dir.filePath("sshd_config"), "-E", m_dir.filePath("sshd.log")});
     m_process->waitForStarted();
-    // Ready once it says so: a probe would count as a connection.
     for (int i = 0; i < 100 && m_process->state() == QProcess::Running; ++i) {
-        if (log().contains(QLatin1String("Server listening on")))
+        if (listening() > before)
             return true;
         QThread::msleep(50);
     }
