@@ -57,7 +57,7 @@ private:
     // What reading carries from one batch to the next.
     struct Reading {
         // However much a stream hands over at once, only what a transcript keeps is read.
-        LineBacklog bound{Transcript::trimAt};
+        LineBacklog bound{Transcript::keep};
         Ansi::Parser parser;
         // The start of a line whose end has not come yet.
         QByteArray open;
