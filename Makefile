@@ -15,8 +15,9 @@ all: build
 setup:
 	@bash scripts/setup.sh
 
+# Line tables only: enough for a backtrace, at a smaller cost than full debug information.
 build: setup
-	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVAT_TESTS=OFF
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG" -DKORVAT_TESTS=OFF
 	cmake --build $(BUILD) -j $(JOBS)
 
 # Korvat on the user's own engine.
@@ -28,9 +29,10 @@ run: build
 	  $(KORVAT); \
 	fi
 
-# Korvat on a private engine with sample projects.
-demo: build
-	@$(DEMO_ENV) bash scripts/demo.sh $(KORVAT)
+# Korvat on a private engine with sample projects. The engine starts while Korvat builds.
+demo: setup
+	@mkdir -p $(BUILD) && $(DEMO_ENV) bash scripts/engine.sh start >/dev/null 2>$(BUILD)/demo-engine.log & \
+	$(MAKE) --no-print-directory build && wait && $(DEMO_ENV) bash scripts/demo.sh $(KORVAT)
 
 demo-stop:
 	@$(DEMO_ENV) bash scripts/engine.sh stop
