@@ -21,6 +21,7 @@
 #include "appstore.h"
 #include "containermodel.h"
 #include "desktop.h"
+#include "procstat.h"
 #include "shell.h"
 #include "sshlink.h"
 
@@ -58,43 +59,6 @@ void wait(int ms)
     loop.exec();
 }
 
-QByteArray readProc(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-// utime + stime, and with waited set cutime + cstime too, in clock ticks.
-qint64 ticks(qint64 pid, bool waited)
-{
-    const QByteArray stat = readProc(QStringLiteral("/proc/%1/stat").arg(pid));
-    const QList<QByteArray> f = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    if (f.size() < 15)
-        return 0;
-    // Fields 14 to 17 of the whole line: utime, stime, cutime, cstime.
-    return f[11].toLongLong() + f[12].toLongLong() + (waited ? f[13].toLongLong() + f[14].toLongLong() : 0);
-}
-
-QList<qint64> descendants(qint64 pid)
-{
-    QList<qint64> found;
-    for (const QString &task : QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child : readProc(QStringLiteral("/proc/%1/task/%2/children").arg(pid).arg(task)).split(' ')) {
-            if (!child.trimmed().isEmpty())
-                found << child.toLongLong() << descendants(child.toLongLong());
-        }
-    }
-    return found;
-}
-
-// Korvat and every child it ran or runs.
-qint64 korvatTicks()
-{
-    qint64 sum = ticks(getpid(), true);
-    for (const qint64 child : descendants(getpid()))
-        sum += ticks(child, true);
-    return sum;
-}
 
 // An empty host is the one DOCKER_HOST names.
 QStringList runningContainers(const QString &host = {}, bool whole = false);
@@ -221,10 +185,7 @@ qint64 sshdTicks()
     const qint64 sshd = qEnvironmentVariableIntValue("KORVAT_BENCH_SSHD_PID");
     if (sshd <= 0)
         return 0;
-    qint64 sum = ticks(sshd, true);
-    for (const qint64 child : descendants(sshd))
-        sum += ticks(child, true);
-    return sum;
+    return treeTicks(sshd);
 }
 
 // What Korvat and the engine spent over the span, in ticks; the whole of it, engine alone
@@ -237,11 +198,11 @@ struct Spent {
 
 Spent spend(int seconds)
 {
-    const qint64 korvat = korvatTicks() + sshdTicks(), engine = engineTicks();
+    const qint64 korvat = treeTicks(getpid()) + sshdTicks(), engine = engineTicks();
     QElapsedTimer t;
     t.start();
     wait(seconds * 1000);
-    return {korvatTicks() + sshdTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
+    return {treeTicks(getpid()) + sshdTicks() - korvat, engineTicks() - engine, double(t.elapsed()) / 1000.0};
 }
 
 // Budgets in % of a core, either of them unset: Korvat's own share, and the whole it adds.

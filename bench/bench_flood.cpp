@@ -14,6 +14,7 @@
 #include "appstore.h"
 #include "desktop.h"
 #include "logfollower.h"
+#include "procstat.h"
 #include "shell.h"
 
 #include <QApplication>
@@ -42,42 +43,6 @@ void wait(int ms)
     loop.exec();
 }
 
-QByteArray readProc(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-// utime + stime of every thread, and with waited set of every reaped child too, in ticks.
-qint64 ticksOf(qint64 pid, bool waited = false)
-{
-    const QByteArray stat = readProc(QStringLiteral("/proc/%1/stat").arg(pid));
-    const QList<QByteArray> f = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    if (f.size() < 15)
-        return 0;
-    return f[11].toLongLong() + f[12].toLongLong() + (waited ? f[13].toLongLong() + f[14].toLongLong() : 0);
-}
-
-QList<qint64> descendantsOf(qint64 pid)
-{
-    QList<qint64> found;
-    for (const QString &task : QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child : readProc(QStringLiteral("/proc/%1/task/%2/children").arg(pid).arg(task)).split(' ')) {
-            if (!child.trimmed().isEmpty())
-                found << child.toLongLong() << descendantsOf(child.toLongLong());
-        }
-    }
-    return found;
-}
-
-// Korvat's own threads, and every child it ran or runs.
-qint64 wholeTicks()
-{
-    qint64 sum = ticksOf(getpid(), true);
-    for (const qint64 child : descendantsOf(getpid()))
-        sum += ticksOf(child, true);
-    return sum;
-}
 
 QString percent(double ticksPerSecond)
 {
@@ -142,11 +107,11 @@ double bareClient(const QString &id, int seconds)
     bare.setStandardErrorFile(QProcess::nullDevice());
     bare.start(QStringLiteral("docker"), {QStringLiteral("logs"), QStringLiteral("-f"), QStringLiteral("--tail"), QStringLiteral("300"), id});
     wait(2000);
-    const qint64 before = ticksOf(bare.processId());
+    const qint64 before = ticks(bare.processId());
     QElapsedTimer t;
     t.start();
     wait(seconds * 1000);
-    const double perSecond = double(ticksOf(bare.processId()) - before) / (double(t.elapsed()) / 1000.0);
+    const double perSecond = double(ticks(bare.processId()) - before) / (double(t.elapsed()) / 1000.0);
     bare.kill();
     bare.waitForFinished();
     out << "bare docker logs -f over " << seconds << " s: " << percent(perSecond) << " of a core\n";
@@ -157,7 +122,7 @@ double bareClient(const QString &id, int seconds)
 void following(const QString &id, int seconds, double bare)
 {
     qint64 child = 0;
-    for (const qint64 pid : descendantsOf(getpid())) {
+    for (const qint64 pid : descendants(getpid())) {
         const QByteArray cmdline = readProc(QStringLiteral("/proc/%1/cmdline").arg(pid));
         if (cmdline.contains("logs") && cmdline.contains(id.left(12).toUtf8()))
             child = pid;
@@ -166,12 +131,12 @@ void following(const QString &id, int seconds, double bare)
         out << "bench_flood: the sheet's docker logs child is not running\n";
         return;
     }
-    const qint64 ownBefore = ticksOf(getpid()), childBefore = ticksOf(child), wholeBefore = wholeTicks();
+    const qint64 ownBefore = ticks(getpid()), childBefore = ticks(child), wholeBefore = treeTicks(getpid());
     QElapsedTimer t;
     t.start();
     wait(seconds * 1000);
     const double elapsed = double(t.elapsed()) / 1000.0;
-    const qint64 own = ticksOf(getpid()) - ownBefore, logs = ticksOf(child) - childBefore, whole = wholeTicks() - wholeBefore;
+    const qint64 own = ticks(getpid()) - ownBefore, logs = ticks(child) - childBefore, whole = treeTicks(getpid()) - wholeBefore;
     const double ratio = (double(whole) / elapsed) / std::max(1e-9, bare);
     out << "Korvat following it over " << QString::number(elapsed, 'f', 1) << " s: " << share(whole, elapsed) << " of a core (its threads "
         << share(own, elapsed) << ", its docker logs child " << share(logs, elapsed) << ", other children "

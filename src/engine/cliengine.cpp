@@ -61,14 +61,7 @@ public:
         m_child->setStandardInputFile(QProcess::nullDevice());
         m_child->setStandardErrorFile(QProcess::nullDevice());
         connect(m_child.get(), &QProcess::readyRead, this, &EngineStream::readyRead);
-        connect(m_child.get(), &QProcess::stateChanged, this, &EngineStream::runningChanged);
-        connect(m_child.get(), &QProcess::finished, this, &EngineStream::finished);
-        connect(m_child.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-            if (error != QProcess::FailedToStart)
-                return;
-            emit failedToStart(m_child->errorString());
-            emit finished();
-        });
+        follow(m_child.get());
     }
     ~ProcessStream() override { stop(); }
 

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <utility>
 
+class QProcess;
+
 // A long-running engine output read as it comes: the event stream, a followed log. Made
 // on the UI thread and read there; nothing runs before start().
 class EngineStream : public QObject {
@@ -46,6 +48,10 @@ public:
         held->disconnect(listener);
         held->deleteLater();
     }
+
+protected:
+    // The child's life as this stream's signals: running or not, finished, failed to start.
+    void follow(QProcess *child);
 
 signals:
     void readyRead();

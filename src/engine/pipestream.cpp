@@ -27,14 +27,7 @@ PipeStream::PipeStream(std::unique_ptr<QProcess> child, std::chrono::millisecond
     // Both are replaced by the pipe in the child; QProcess makes no pipes of its own for them.
     m_child->setStandardOutputFile(QProcess::nullDevice());
     m_child->setStandardErrorFile(QProcess::nullDevice());
-    connect(m_child.get(), &QProcess::stateChanged, this, &EngineStream::runningChanged);
-    connect(m_child.get(), &QProcess::finished, this, &EngineStream::finished);
-    connect(m_child.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error != QProcess::FailedToStart)
-            return;
-        emit failedToStart(m_child->errorString());
-        emit finished();
-    });
+    follow(m_child.get());
 }
 
 PipeStream::~PipeStream()
