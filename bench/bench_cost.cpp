@@ -21,7 +21,7 @@
 #include "appstore.h"
 #include "containermodel.h"
 #include "desktop.h"
-#include "procstat.h"
+#include "benchsupport.h"
 #include "shell.h"
 #include "sshlink.h"
 
@@ -52,12 +52,6 @@ namespace {
 
 QTextStream out(stdout);
 
-void wait(int ms)
-{
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 
 // An empty host is the one DOCKER_HOST names.

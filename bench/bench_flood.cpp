@@ -14,7 +14,7 @@
 #include "appstore.h"
 #include "desktop.h"
 #include "logfollower.h"
-#include "procstat.h"
+#include "benchsupport.h"
 #include "shell.h"
 
 #include <QApplication>
@@ -36,12 +36,6 @@ namespace {
 
 QTextStream out(stdout);
 
-void wait(int ms)
-{
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 
 QString percent(double ticksPerSecond)

@@ -1,13 +1,22 @@
 #pragma once
 
-// What the kernel counts of processes' time, for the benchmarks that weigh Korvat whole:
-// its own threads and every child it runs.
+// What the benchmarks share: waiting with the event loop running, and what the kernel counts
+// of processes' time, to weigh Korvat whole (its own threads and every child it runs).
 
 #include <QByteArray>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QList>
 #include <QString>
+#include <QTimer>
+
+inline void wait(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
 
 inline QByteArray readProc(const QString &path)
 {
