@@ -52,7 +52,6 @@ class Transcript : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_PROPERTY(int total READ total NOTIFY countChanged)
-    Q_PROPERTY(bool trimmed READ trimmed NOTIFY noteChanged)
     // Why the text does not go back to the start, or nothing when it does.
     Q_PROPERTY(QString note READ note NOTIFY noteChanged)
     Q_PROPERTY(QString findText READ findText WRITE setFindText NOTIFY findChanged)
