@@ -1,6 +1,7 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QMultiHash>
 #include <QFile>
 #include <QProcess>
@@ -9,6 +10,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
+#include <QTimer>
 #include <csignal>
 #include <sys/prctl.h>
 
@@ -257,6 +259,23 @@ int freePort()
     QTcpServer probe;
     probe.listen(QHostAddress::LocalHost);
     return probe.serverPort();
+}
+
+bool waitAnswering(const std::function<bool()> &done, std::chrono::milliseconds timeout)
+{
+    if (done())
+        return true;
+    QEventLoop loop;
+    // What `done` looks at may change with no event here (a file another process writes).
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    look.start(20);
+    QTimer::singleShot(timeout, &loop, &QEventLoop::quit);
+    loop.exec();
+    return done();
 }
 
 LocalRegistry::LocalRegistry(Access access) : m_access(access) {}

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <chrono>
+#include <functional>
 #include <memory>
 
 class QProcess;
@@ -38,6 +40,10 @@ QString writeExecutable(const QString &path, const QByteArray &script);
 void writeFile(const QString &path, const QByteArray &content);
 // A loopback port nothing listens on.
 int freePort();
+// Waits up to `timeout` for `done`, like QTest::qWaitFor, but never sleeps between looks:
+// qWaitFor's 10 ms naps hold up every question a process outside asks this one (a screen
+// reader over the accessibility bus), ten milliseconds at a time.
+bool waitAnswering(const std::function<bool()> &done, std::chrono::milliseconds timeout);
 
 // A compose project directory with the given compose file and optional .env.
 struct ComposeDir {

@@ -5,6 +5,7 @@
 #include "desktop.h"
 #include "sampledata.h"
 #include "storesupport.h"
+#include "testsupport.h"
 #include "shell.h"
 
 #include <QAccessible>
@@ -313,7 +314,7 @@ QJsonObject TestMainWindow::readAloud(const QString &mode)
     if (!reader.waitForStarted())
         return {};
     // The event loop runs meanwhile: the reader's questions are answered by this process.
-    if (!QTest::qWaitFor([&] { return reader.state() == QProcess::NotRunning; }, 60000)) {
+    if (!TestSupport::waitAnswering([&] { return reader.state() == QProcess::NotRunning; }, std::chrono::seconds(60))) {
         reader.kill();
         reader.waitForFinished(5000);
         return {};
@@ -541,7 +542,7 @@ void TestMainWindow::orcaSaysWhatTheKeyboardReaches()
             return std::all_of(expected.begin(), expected.end(), [&](const QString &e) { return all.contains(e); });
         };
         // Generous: on a loaded machine Orca takes many seconds over one focus change.
-        const bool found = QTest::qWaitFor(saidAll, 90000);
+        const bool found = TestSupport::waitAnswering(saidAll, std::chrono::seconds(90));
         heard = QFile(log).size();
         return found ? QString() : expected.join(u'|') + QStringLiteral(" not said; heard: ") + all;
     };
