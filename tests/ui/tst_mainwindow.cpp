@@ -114,12 +114,40 @@ void TestMainWindow::initTestCase()
 
 void TestMainWindow::cleanupTestCase()
 {
+    m_session.reset();
     m_atspi.terminate();
     m_atspi.waitForFinished(5000);
 }
 
+namespace {
+// Its rows share one window: building the window is most of a row's time, and each row
+// leaves the window as the next begins it but for the sheet it opened.
+bool detourRow()
+{
+    return qstrcmp(QTest::currentTestFunction(), "runtimeChangesUnderEveryViewAndSheet") == 0;
+}
+}
+
 void TestMainWindow::init()
 {
+    if (m_session && detourRow()) {
+        // Closing one sheet may delete objects the search found: close them by name after.
+        QList<QPointer<QObject>> open;
+        for (QObject *o : m_window->findChildren<QObject *>()) {
+            if (o->inherits("QQuickPopup") && o->property("opened").toBool())
+                open << o;
+        }
+        for (const QPointer<QObject> &sheet : open) {
+            if (sheet)
+                QMetaObject::invokeMethod(sheet, "close");
+        }
+        QTRY_VERIFY(openSheets().isEmpty());
+        for (FakeEngine::Call call : {FakeEngine::Call::Listing, FakeEngine::Call::Images, FakeEngine::Call::Volumes, FakeEngine::Call::Networks,
+                                      FakeEngine::Call::Inspection})
+            m_engine->failWith(call, std::nullopt, QStringLiteral("staging"));
+        return;
+    }
+    m_session.reset();
     m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     m_settings->clear();
     m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
@@ -143,7 +171,9 @@ void TestMainWindow::init()
 
 void TestMainWindow::cleanup()
 {
-    m_session.reset();
+    // A row that failed may leave anything behind: the next starts afresh.
+    if (!detourRow() || QTest::currentTestFailed())
+        m_session.reset();
 }
 
 QQuickItem *TestMainWindow::activeControl() const
