@@ -58,6 +58,21 @@ std::chrono::milliseconds since(Clock::time_point then)
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - then);
 }
 
+double timeScale = 1;
+
+// The rules speak of the user's seconds; a link under test lives them faster.
+std::chrono::milliseconds ruleTime(std::chrono::milliseconds real)
+{
+    return std::chrono::milliseconds(qint64(double(real.count()) / timeScale));
+}
+
+std::optional<std::chrono::milliseconds> realTime(std::optional<std::chrono::milliseconds> rule)
+{
+    if (!rule)
+        return std::nullopt;
+    return std::chrono::milliseconds(qint64(double(rule->count()) * timeScale));
+}
+
 bool writeAtomically(const QString &path, const QByteArray &content)
 {
     QSaveFile file(path);
@@ -369,6 +384,11 @@ void SshLink::forward()
     ask->start();
 }
 
+void SshLink::setTimeScale(double scale)
+{
+    timeScale = scale;
+}
+
 void SshLink::schedule(std::optional<std::chrono::milliseconds> wait)
 {
     if (!wait)
@@ -387,7 +407,7 @@ void SshLink::retry()
     }
     m_asked = false;
     m_userAsked = true;
-    schedule(Docker::sshNextLogin(m_kind, m_failures, since(m_began), since(m_ended), true));
+    schedule(realTime(Docker::sshNextLogin(m_kind, m_failures, ruleTime(since(m_began)), ruleTime(since(m_ended)), true)));
 }
 
 void SshLink::setInUse(bool inUse)
@@ -420,10 +440,11 @@ void SshLink::attempt()
         // A refusal for good, told to a link made since, holds for it too: only the user
         // asking again tries once more.
         const bool refusedForGood = last.failed == SshFailure::Permanent && !m_userAsked;
-        if (refusedForGood || (last.failed && last.failed != SshFailure::Transient && since(last.began) < Docker::sshRefusedSpacing)) {
+        const auto sinceLast = ruleTime(since(last.began));
+        if (refusedForGood || (last.failed && last.failed != SshFailure::Transient && sinceLast < Docker::sshRefusedSpacing)) {
             const QString message = last.message;
             const SshFailure kind = *last.failed;
-            const auto wait = Docker::sshRefusedSpacing - since(last.began);
+            const auto wait = *realTime(Docker::sshRefusedSpacing - sinceLast);
             lock.unlock();
             if (m_state == State::Connecting || refusedForGood) {
                 m_kind = kind;
@@ -452,7 +473,8 @@ void SshLink::attempt()
                      QStringLiteral("-o"), QStringLiteral("ControlPersist=no"),
                      // Three unanswered keep-alives five seconds apart end it: a host gone is
                      // known within about twenty seconds even when nothing is asked of it.
-                     QStringLiteral("-o"), QStringLiteral("ServerAliveInterval=5"), QStringLiteral("-o"), QStringLiteral("ServerAliveCountMax=3"),
+                     QStringLiteral("-o"), QStringLiteral("ServerAliveInterval=%1").arg(std::max(1, qRound(5 * timeScale))),
+                     QStringLiteral("-o"), QStringLiteral("ServerAliveCountMax=3"),
                      QStringLiteral("-o"), QStringLiteral("ConnectTimeout=15")};
     args += Docker::sshOptions();
     if (!m_target->user.isEmpty())
@@ -525,7 +547,7 @@ void SshLink::ended()
     m_state = m_kind == SshFailure::Permanent ? State::Failed : State::Waiting;
     setFailed(said);
     if (m_inUse)
-        schedule(Docker::sshNextLogin(m_kind, m_failures, since(m_began), 0ms, false));
+        schedule(realTime(Docker::sshNextLogin(m_kind, m_failures, ruleTime(since(m_began)), 0ms, false)));
 }
 
 void SshLink::lookForSocket()

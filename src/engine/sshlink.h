@@ -93,6 +93,10 @@ public:
     static QString forwardFor(const QString &context);
     QString forwarded() const { return forwardFor(m_context); }
 
+    // Every link's spacing, backoff and keep-alives, times `scale`: a test sees a minute of a
+    // link's life in seconds. Korvat itself never changes it. Before any link is made.
+    static void setTimeScale(double scale);
+
 private:
     void attempt();
     void schedule(std::optional<std::chrono::milliseconds> wait);

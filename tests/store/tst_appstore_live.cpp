@@ -46,6 +46,9 @@ class AppStoreLive : public QObject {
     // On a loaded machine a child's exec can trail its fork by seconds. An event's change
     // awaited this long still proves the stream: the polls are a minute apart.
     static constexpr int patience = 20000;
+    // The ssh links live their 30 s spacing, their backoff and keep-alives five times faster.
+    static constexpr double sshPace = 0.2;
+    static constexpr int spacing = int(30000 * sshPace);
     // A docker context for the test's sshd, removed when the test case ends; empty if the
     // client would not make it.
     QString contextOn(const SshServer &sshd, const QString &prefix)
@@ -69,7 +72,11 @@ class AppStoreLive : public QObject {
         return sh.waitForFinished(120000) && sh.exitCode() == 0;
     }
 private slots:
-    void initTestCase() { REQUIRE_ENGINE(); }
+    void initTestCase()
+    {
+        REQUIRE_ENGINE();
+        SshLink::setTimeScale(sshPace);
+    }
     void cleanupTestCase()
     {
         // Workers still listing at exit deadlock LeakSanitizer's exit check.
@@ -280,7 +287,10 @@ private slots:
         QVERIFY(!context.isEmpty());
         auto s = settings();
         auto engine = std::make_shared<CliEngine>();
-        AppStore st(s.get(), engine);
+        // The event stream's retries, like the link's, at the same faster pace.
+        PollTiming timing;
+        timing.events.lastRetry = std::chrono::milliseconds(int(60000 * sshPace));
+        AppStore st(s.get(), engine, timing);
         QVERIFY(shown(st));
         const Runtime remote = Runtime::context(context);
         st.select(remote);
@@ -290,7 +300,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!st.images().isEmpty() && st.events().healthy(), 30000);
 
         // An outside change arrives by events; an action, exec and logs go the same way.
-        const QString one = m_made.run("kt-sshc-", {}, {"sh", "-c", "echo ready; exec sleep 3600"});
+        const QString one = m_made.run("kt-sshc-", {}, {"sh", "-c", "echo ready; trap 'exit 0' TERM; sleep 3600 & wait"});
         QTRY_VERIFY_WITH_TIMEOUT(find(st, one) && find(st, one)->isRunning(), patience);
         const Container c = *find(st, one);
         const ExecResult ran = engine->exec(c.id, "echo over-ssh", remote, std::make_shared<std::atomic_bool>(false));
@@ -332,7 +342,7 @@ private slots:
 
     // A server that refuses the key sees one login, however often the store polls, and then
     // none until the user asks again; asked, it sees the next at once, and asked once more,
-    // the one after that no sooner than 30 s later. Meanwhile every docker child fails at
+    // the one after that no sooner than the spacing later. Meanwhile every docker child fails at
     // once with ssh's words and the hint.
     void aRefusedKeyLogsInOnceUntilAsked()
     {
@@ -365,9 +375,9 @@ private slots:
             QVERIFY2(QString(e.what()).contains("ssh-add"), e.what());
         }
         QVERIFY2(took.elapsed() < 5000, qPrintable(QString::number(took.elapsed())));
-        // Past the 30 s a refusing host is spared, the polls and the stream's retries go on
+        // Past the spacing a refusing host is spared, the polls and the stream's retries go on
         // failing, and nothing logs in by itself.
-        QTest::qWait(int(std::max<qint64>(0, 35000 - sinceFirst.elapsed())));
+        QTest::qWait(int(std::max<qint64>(0, spacing + 3000 - sinceFirst.elapsed())));
         QVERIFY2(sshd.connections() == 1, qPrintable(sshd.log()));
         QCOMPARE(link->state(), SshLink::State::Failed);
 
@@ -380,14 +390,14 @@ private slots:
         sinceSecond.start();
         QTRY_VERIFY_WITH_TIMEOUT(link->state() == SshLink::State::Failed, 20000);
 
-        // The key accepted and the user asking at once: the next login waits out 30 s from
-        // the last refused one, then the connection comes up and the lists follow.
+        // The key accepted and the user asking at once: the next login waits out the spacing
+        // from the last refused one, then the connection comes up and the lists follow.
         sshd.setKeyAccepted(true);
         engine->retry(remote);
-        QTest::qWait(int(std::max<qint64>(0, 25000 - sinceSecond.elapsed())));
+        QTest::qWait(int(std::max<qint64>(0, spacing - 1000 - sinceSecond.elapsed())));
         QVERIFY2(sshd.connections() == 2, qPrintable(sshd.log()));
         QTRY_VERIFY_WITH_TIMEOUT(link->connected(), 20000);
-        QVERIFY2(sinceSecond.elapsed() >= 28000, qPrintable(QString::number(sinceSecond.elapsed())));
+        QVERIFY2(sinceSecond.elapsed() >= spacing - 500, qPrintable(QString::number(sinceSecond.elapsed())));
         QCOMPARE(sshd.connections(), 3);
         QTRY_VERIFY_WITH_TIMEOUT(!st.error() && !st.images().isEmpty(), 30000);
     }
