@@ -17,13 +17,14 @@
 #include <QApplication>
 #include <QCoroTask>
 #include <QDir>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QKeyEvent>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
 
 namespace Shots {
 
@@ -34,13 +35,15 @@ void settle()
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
-// The fake answers at once, but on the store's workers; a picture waits for the result.
+// The fake answers at once, but on the store's workers; a picture waits for the result,
+// asleep until something arrives rather than spinning against the workers for the CPU.
 bool waitUntil(const std::function<bool()> &done)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    const QDeadlineTimer deadline(5000);
+    QTimer look;
+    look.start(20);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     return done();
 }
 
@@ -414,11 +417,13 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
     const QString root = home.filePath(QStringLiteral("code"));
     SampleData::layOut(root);
 
-    const auto draw = [&](const Scene &scene, const QString &appearance) -> bool {
-        const QString file = home.filePath(scene.name + u'-' + appearance + QStringLiteral(".conf"));
+    // Each scene is drawn in the light reading, then turned dark as the settings window turns
+    // it: the window is built once per scene, and every scene shows a live change of reading.
+    const auto draw = [&](const Scene &scene) -> bool {
+        const QString file = home.filePath(scene.name + QStringLiteral(".conf"));
         QSettings settings(file, QSettings::IniFormat);
         Settings::checkUpdatesAtLaunch.write(settings, false);
-        Settings::appearance.write(settings, appearance);
+        Settings::appearance.write(settings, QStringLiteral("light"));
         SampleData::registry(root).save(settings);
 
         Stage stage;
@@ -450,7 +455,7 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
         const QString ledger = home.filePath(QStringLiteral("newer-images.json"));
         NewerImages::writeLedger(ledger, SampleData::newerLedger(QDateTime::currentDateTimeUtc()));
         NewerImageWatch::Options newer;
-        newer.settle = std::chrono::milliseconds(200);
+        newer.settle = std::chrono::milliseconds(0);
         newer.ledgerPath = ledger;
         stage.store().newer().setOptions(newer);
         window->resize(scene.size);
@@ -504,22 +509,24 @@ int shoot(int &argc, char **argv, const QString &dir, double scale)
             }
             settle();
         }
-        // Offscreen, layouts polish only when a frame is drawn; what that changes (the panel's
-        // height follows its content) shows in the frame after.
-        drawn->grabWindow();
-        settle();
-        const QString picture = QDir(target).filePath(scene.name + u'-' + Theme::instance()->readingName() + QStringLiteral(".png"));
-        if (drawn->grabWindow().save(picture))
-            out << picture << '\n';
-        else
-            out << "korvat: could not write " << picture << '\n';
+        for (const QString &appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
+            Theme::instance()->setAppearance(appearance);
+            settle();
+            // Offscreen, layouts polish only when a frame is drawn; what that changes (the
+            // panel's height follows its content) shows in the frame after.
+            drawn->grabWindow();
+            settle();
+            const QString picture = QDir(target).filePath(scene.name + u'-' + Theme::instance()->readingName() + QStringLiteral(".png"));
+            if (drawn->grabWindow().save(picture))
+                out << picture << '\n';
+            else
+                out << "korvat: could not write " << picture << '\n';
+        }
         return true;
     };
-    for (const QString &appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
-        for (const Scene &scene : scenes()) {
-            if (!draw(scene, appearance))
-                return 0;
-        }
+    for (const Scene &scene : scenes()) {
+        if (!draw(scene))
+            return 0;
     }
     out.flush();
     return 0;
