@@ -38,7 +38,7 @@ demo-stop:
 	@$(DEMO_ENV) bash scripts/engine.sh stop
 
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops.
-# The benchmarks are built too (not run), so a change cannot leave them behind. One test
+# The benchmarks are built too (by a test; not run), so a change cannot leave them behind. One test
 # more than there are cores: the screen reader's suite and the live ones (which take the
 # engine one at a time) mostly wait.
 test: setup
