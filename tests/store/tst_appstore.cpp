@@ -441,6 +441,13 @@ private slots:
         auto st = std::make_unique<AppStore>(m_settings.get(), m_engine, fast);
         st->start();
         QTRY_VERIFY(project(*st, "shop"));
+        // What start-up reads beside the listings (directories, compose files) lands on its
+        // own time; on a loaded machine, after the first listing.
+        QSignalSpy startingUp(st.get(), &AppStore::projectsChanged);
+        for (qsizetype seen = -1; seen != startingUp.size();) {
+            seen = startingUp.size();
+            QTest::qWait(300);
+        }
         m_settings->sync();
         const QDateTime written = QFileInfo(m_settings->fileName()).lastModified();
         std::vector<std::unique_ptr<QSignalSpy>> spies;
