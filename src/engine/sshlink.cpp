@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <algorithm>
+#include <cmath>
 #include <QHash>
 #include <QMap>
 #include <QMutex>
@@ -66,11 +67,12 @@ std::chrono::milliseconds ruleTime(std::chrono::milliseconds real)
     return std::chrono::milliseconds(qint64(double(real.count()) / timeScale));
 }
 
+// Rounded up: a wait never ends before the rule's.
 std::optional<std::chrono::milliseconds> realTime(std::optional<std::chrono::milliseconds> rule)
 {
     if (!rule)
         return std::nullopt;
-    return std::chrono::milliseconds(qint64(double(rule->count()) * timeScale));
+    return std::chrono::milliseconds(qint64(std::ceil(double(rule->count()) * timeScale)));
 }
 
 bool writeAtomically(const QString &path, const QByteArray &content)
@@ -386,6 +388,7 @@ void SshLink::forward()
 
 void SshLink::setTimeScale(double scale)
 {
+    Q_ASSERT(scale > 0 && std::isfinite(scale));
     timeScale = scale;
 }
 
@@ -434,6 +437,7 @@ void SshLink::attempt()
         QMutexLocker lock(&shimsMutex);
         Login &last = logins[targetKey()];
         if (last.active) {
+            // Looked at again in a real second at any scale: the other login ends by itself.
             m_retry.start(1s);
             return;
         }

@@ -444,7 +444,7 @@ private slots:
         // What start-up reads beside the listings (directories, compose files) lands on its
         // own time; on a loaded machine, after the first listing.
         QSignalSpy startingUp(st.get(), &AppStore::projectsChanged);
-        for (qsizetype seen = -1; seen != startingUp.size();) {
+        for (qsizetype seen = -1, looks = 0; seen != startingUp.size() && looks < 10; ++looks) {
             seen = startingUp.size();
             QTest::qWait(300);
         }

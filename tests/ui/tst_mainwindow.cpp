@@ -98,6 +98,8 @@ private:
     std::shared_ptr<FakeEngine> m_engine;
     std::shared_ptr<qint64> m_clockShift = std::make_shared<qint64>(0);
     std::unique_ptr<Desktop::Session> m_session;
+    // The sheet of the detour rows the window was built for.
+    QString m_detourSheet;
     AppStore *m_store = nullptr;
     Shell *m_shell = nullptr;
     QQuickWindow *m_window = nullptr;
@@ -120,17 +122,20 @@ void TestMainWindow::cleanupTestCase()
 }
 
 namespace {
-// Its rows share one window: building the window is most of a row's time, and each row
-// leaves the window as the next begins it but for the sheet it opened.
-bool detourRow()
+// The rows of one sheet share a window: building the window is most of a row's time, and
+// each row leaves the window as the next begins it but for the sheet it opened. The window
+// goes, after its detour, with each kind of sheet open.
+QString detourSheet()
 {
-    return qstrcmp(QTest::currentTestFunction(), "runtimeChangesUnderEveryViewAndSheet") == 0;
+    if (qstrcmp(QTest::currentTestFunction(), "runtimeChangesUnderEveryViewAndSheet") != 0)
+        return {};
+    return QString::fromLatin1(QTest::currentDataTag()).section(QStringLiteral(", "), 1);
 }
 }
 
 void TestMainWindow::init()
 {
-    if (m_session && detourRow()) {
+    if (m_session && !detourSheet().isEmpty() && detourSheet() == m_detourSheet) {
         // Closing one sheet may delete objects the search found: close them by name after.
         QList<QPointer<QObject>> open;
         for (QObject *o : m_window->findChildren<QObject *>()) {
@@ -148,6 +153,7 @@ void TestMainWindow::init()
         return;
     }
     m_session.reset();
+    m_detourSheet = detourSheet();
     m_settings = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("s.conf")), QSettings::IniFormat);
     m_settings->clear();
     m_settings->setValue(QStringLiteral("checkUpdatesAtLaunch"), false);
@@ -172,7 +178,7 @@ void TestMainWindow::init()
 void TestMainWindow::cleanup()
 {
     // A row that failed may leave anything behind: the next starts afresh.
-    if (!detourRow() || QTest::currentTestFailed())
+    if (detourSheet().isEmpty() || QTest::currentTestFailed())
         m_session.reset();
 }
 
@@ -460,8 +466,8 @@ void TestMainWindow::runtimeChangesUnderEveryViewAndSheet_data()
         {"prune", Verb::PruneImages, ""},
         {"reclaim", Verb::Reclaim, ""},
     };
-    for (Category c : Categories::shown) {
-        for (const Sheet &s : sheets)
+    for (const Sheet &s : sheets) {
+        for (Category c : Categories::shown)
             QTest::addRow("%s, %s", qPrintable(Categories::label(c)), s.name) << int(c) << s.verb << QString::fromLatin1(s.subject);
     }
 }
