@@ -4,7 +4,8 @@
 # The live suites of the lower layers start as soon as they are linked, while the window's
 # layers still compile: they mostly wait on the private engine, the compile on the CPU, so
 # each fills the other's idle time. The rest of the suite runs once everything is built.
-# Either half failing fails the whole; both halves always run to the end.
+# Either half failing fails the whole. The early half always runs to its end; the rest runs
+# only when everything built.
 set -u
 build=$1
 jobs=$2

@@ -136,7 +136,7 @@ QString detourSheet()
 void TestMainWindow::init()
 {
     if (m_session && !detourSheet().isEmpty() && detourSheet() == m_detourSheet) {
-        // Closing one sheet may delete objects the search found: close them by name after.
+        // Closing one sheet may delete objects the search found: it is held by guarded pointers.
         QList<QPointer<QObject>> open;
         for (QObject *o : m_window->findChildren<QObject *>()) {
             if (o->inherits("QQuickPopup") && o->property("opened").toBool())
