@@ -39,9 +39,10 @@ demo-stop:
 
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops; the
 # lower layers' live suites run while the rest builds (scripts/test.sh). The benchmarks are
-# built too (not run), so a change cannot leave them behind.
+# built too (not run), so a change cannot leave them behind. clang compiles the sanitized
+# build with its precompiled headers in about half the time GCC takes.
 test: setup
-	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
+	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
 	bash scripts/test.sh $(TEST_BUILD) $(JOBS)
 
 # Performance figures on a private engine (not part of the tests).
@@ -52,7 +53,7 @@ bench: setup
 
 # Every parser under libFuzzer for FUZZ_SECONDS each, built with clang; fails on a crash.
 fuzz:
-	@bash scripts/setup.sh fuzz
+	@bash scripts/setup.sh
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORVAT_TESTS=OFF -DKORVAT_FUZZ=ON
 	cmake --build build-fuzz -j $(JOBS)
 	bash tests/fuzz/run.sh build-fuzz $(FUZZ_SECONDS)

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Installs, once and only what is missing, every Debian package that building Korvat
-# and running its tests need; `setup.sh fuzz` also what the fuzzers need, `setup.sh coverage`
-# what a coverage build needs. Safe to run
-# again: a second run installs nothing.
+# Installs, once and only what is missing, every Debian package that building Korvat,
+# running its tests and fuzzing it need; `setup.sh coverage` also what a coverage build
+# needs. Safe to run again: a second run installs nothing.
 set -euo pipefail
 
 packages=(
@@ -10,6 +9,9 @@ packages=(
   build-essential cmake pkg-config ninja-build
   # links the sanitized test programs in a quarter of ld's time
   lld
+  # compiles the sanitized test build in half GCC's time; its runtimes hold the sanitizers
+  # and libFuzzer
+  clang libclang-rt-14-dev
   qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-declarative-dev-tools
   qt6-tools-dev qt6-l10n-tools qcoro-qt6-dev libgl-dev
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
@@ -39,11 +41,9 @@ packages=(
   dpkg-dev file desktop-file-utils appstream systemd
 )
 
-# make fuzz: libFuzzer comes with clang's runtime; make coverage: clang and llvm's tools.
-if [[ ${1:-} == fuzz ]]; then
-  packages+=(clang libclang-rt-14-dev)
-elif [[ ${1:-} == coverage ]]; then
-  packages+=(clang llvm)
+# make coverage: llvm's tools read the profiles.
+if [[ ${1:-} == coverage ]]; then
+  packages+=(llvm)
 fi
 
 # npm comes with many Node installations; Debian's package only when none is on PATH.

@@ -319,7 +319,7 @@ void VolumeInspection::follow()
     };
     m_following << connect(m_store.data(), &AppStore::volumesChanged, this, again);
     if (m_engine)
-        m_following << connect(&m_engine->events(), &EngineEvents::containerChanged, this, [this, again](const ContainerChange &change) {
+        m_following << connect(&m_engine->events(), &EngineEvents::containerChanged, this, [again](const ContainerChange &change) {
         if (change.kind == ContainerChange::Kind::Started || change.kind == ContainerChange::Kind::Died || change.kind == ContainerChange::Kind::Destroyed)
             again();
     });
