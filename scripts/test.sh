@@ -1,42 +1,66 @@
 #!/usr/bin/env bash
 # Builds the configured test tree and runs the whole suite: scripts/test.sh BUILD JOBS.
 #
-# The live suites of the lower layers start as soon as they are linked, while the window's
-# layers still compile: they mostly wait on the private engine, the compile on the CPU, so
-# each fills the other's idle time. The rest of the suite runs once everything is built.
-# Either half failing fails the whole. The early half always runs to its end; the rest runs
-# only when everything built.
+# Two lanes. The live suites take the private engine one at a time and mostly wait on it;
+# the rest of the suite and the compile mostly use the CPU. So the live suites of the
+# lower layers start as soon as they are linked and run while the window's layers still
+# compile; once everything is built, the other suites run beside them, and the window's
+# live suites follow the lower layers' on the engine. Any part failing fails the whole,
+# and every part that can run runs to its end.
 set -u
 build=$1
 jobs=$2
 
-# Suites that link nothing above the store. A new live suite left out of this list still
-# runs, with the rest.
+# Live suites that link nothing above the store. A new live suite left out of this list
+# still runs, after them.
 early=(tst_engine_live tst_appstore_live tst_updates_live tst_logs_live)
 pattern="^($(IFS='|'; echo "${early[*]}"))\$"
 
 cmake --build "$build" -j "$jobs" --target "${early[@]}" || exit 1
 
-# A group of its own, so that stopping this script stops every process of the early half;
-# ctest adds the engine's start and stop, which the early suites require, by itself.
-rm -f "$build/early.log"
-setsid -w bash -c 'cd "$1" && exec ctest --output-on-failure -R "$2"' early "$build" "$pattern" >"$build/early.log" 2>&1 &
-early_pid=$!
-trap 'kill -TERM -- -"$early_pid" 2>/dev/null; exit 130' INT TERM
+# Each lane, run in the background, becomes a process group of its own, so that stopping
+# this script stops every process of every lane; ctest adds the engine's start and stop,
+# which the live suites require.
+# lane LOG NICENESS CTEST-ARGS...
+lane() {
+  local log=$1 niceness=$2
+  shift 2
+  exec setsid -w nice -n "$niceness" bash -c 'cd "$1" && shift && exec ctest --output-on-failure "$@"' lane "$build" "$@" >"$build/$log" 2>&1
+}
+lanes=()
+trap 'for pid in "${lanes[@]}"; do kill -TERM -- -"$pid" 2>/dev/null; done; exit 130' INT TERM
+
+rm -f "$build/early.log" "$build/late.log" "$build/units.log"
+lane early.log 0 -R "$pattern" &
+lanes+=($!)
 
 # Niced: the suites need little CPU but need it at once (a client that starts late misses
 # an event its suite waits for); the compile takes whatever they leave.
 nice -n 10 cmake --build "$build" -j "$jobs"
 built=$?
-wait "$early_pid"
-early_status=$?
-trap - INT TERM
+
+# The other suites niced too, for the same reason.
+if [ "$built" -eq 0 ]; then
+  lane units.log 10 -LE live -j "$jobs" &
+  lanes+=($!)
+fi
+
+wait "${lanes[0]}"
+early=$?
 echo "--- the lower layers' live suites, run during the build:"
 cat "$build/early.log"
 [ "$built" -eq 0 ] || exit 1
 
-# One test more than there are cores: the screen reader's suite and the live ones (which
-# take the engine one at a time) mostly wait.
-(cd "$build" && ctest --output-on-failure -E "$pattern" -j $((jobs + 1)))
-rest=$?
-[ "$early_status" -eq 0 ] && [ "$rest" -eq 0 ]
+lane late.log 0 -L live -E "$pattern" &
+lanes+=($!)
+wait "${lanes[2]}"
+late=$?
+echo "--- the window's live suites, after the lower layers':"
+cat "$build/late.log"
+
+wait "${lanes[1]}"
+units=$?
+trap - INT TERM
+echo "--- the suites without the engine, run beside the live ones:"
+cat "$build/units.log"
+[ "$early" -eq 0 ] && [ "$late" -eq 0 ] && [ "$units" -eq 0 ]
