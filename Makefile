@@ -40,8 +40,10 @@ demo-stop:
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops; the
 # lower layers' live suites run while the rest builds (scripts/test.sh). The benchmarks are
 # built too (not run), so a change cannot leave them behind. clang compiles the sanitized
-# build with its precompiled headers in about half the time GCC takes.
+# build with its precompiled headers in about half the time GCC takes; a build directory
+# configured for another compiler starts afresh, as cmake would drop the options below.
 test: setup
+	@grep -qs '^CMAKE_CXX_COMPILER:.*clang++$$' $(TEST_BUILD)/CMakeCache.txt || rm -rf $(TEST_BUILD)/CMakeCache.txt $(TEST_BUILD)/CMakeFiles
 	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
 	bash scripts/test.sh $(TEST_BUILD) $(JOBS)
 

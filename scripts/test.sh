@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Builds the configured test tree and runs the whole suite: scripts/test.sh BUILD JOBS.
 #
-# Two lanes. The live suites take the private engine one at a time and mostly wait on it;
-# the rest of the suite and the compile mostly use the CPU. So the live suites of the
+# Three lanes. The live suites take the private engine one at a time and mostly wait on
+# it; the rest of the suite and the compile mostly use the CPU. So the live suites of the
 # lower layers start as soon as they are linked and run while the window's layers still
-# compile; once everything is built, the other suites run beside them, and the window's
-# live suites follow the lower layers' on the engine. Any part failing fails the whole,
-# and every part that can run runs to its end.
+# compile; once everything is built, the suites that need no engine run beside them, and the
+# window's live suites follow the lower layers' on the engine. Any part failing fails the
+# whole, and every part that can run runs to its end. Each lane keeps its own log (printed
+# at the end): the lanes share ctest's Testing/ files, so `ctest --rerun-failed` knows only
+# the last one's failures.
 set -u
 build=$1
 jobs=$2
@@ -18,6 +20,13 @@ pattern="^($(IFS='|'; echo "${early[*]}"))\$"
 
 cmake --build "$build" -j "$jobs" --target "${early[@]}" || exit 1
 
+# Two ctests must never both start and stop the engine: a suite that needs it and is not
+# labelled live would bring it into the lane that runs beside the live ones.
+if (cd "$build" && ctest -N -LE live) | grep -q ' engine\.'; then
+  echo "test.sh: a suite that needs the engine is not labelled live" >&2
+  exit 1
+fi
+
 # Each lane, run in the background, becomes a process group of its own, so that stopping
 # this script stops every process of every lane; ctest adds the engine's start and stop,
 # which the live suites require.
@@ -28,7 +37,7 @@ lane() {
   exec setsid -w nice -n "$niceness" bash -c 'cd "$1" && shift && exec ctest --output-on-failure "$@"' lane "$build" "$@" >"$build/$log" 2>&1
 }
 lanes=()
-trap 'for pid in "${lanes[@]}"; do kill -TERM -- -"$pid" 2>/dev/null; done; exit 130' INT TERM
+trap 'for pid in "${lanes[@]}"; do kill -TERM -- -"$pid" 2>/dev/null; done; exit 130' INT TERM HUP
 
 rm -f "$build/early.log" "$build/late.log" "$build/units.log"
 lane early.log 0 -R "$pattern" &
@@ -60,7 +69,7 @@ cat "$build/late.log"
 
 wait "${lanes[1]}"
 units=$?
-trap - INT TERM
+trap - INT TERM HUP
 echo "--- the suites without the engine, run beside the live ones:"
 cat "$build/units.log"
 [ "$early" -eq 0 ] && [ "$late" -eq 0 ] && [ "$units" -eq 0 ]
