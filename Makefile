@@ -8,6 +8,14 @@ DEMO_ENV   := KORVAT_ENGINE_DIR=/tmp/korvat-demo-engine KORVAT_ENGINE_EXEC=/tmp/
 
 FUZZ_SECONDS ?= 60
 
+# clang compiles Korvat in two thirds of GCC's time at the same optimisation, and the
+# sanitized test build in half, with the same precompiled headers.
+CXX_COMPILER ?= clang++
+CONFIGURE   = cmake -G Ninja -DCMAKE_CXX_COMPILER=$(CXX_COMPILER)
+# A build directory configured for another compiler starts afresh: cmake would otherwise
+# reconfigure it without the options given with the compiler.
+fresh = @grep -qsx 'CMAKE_CXX_COMPILER:.*$(CXX_COMPILER)' $(1)/CMakeCache.txt || rm -rf $(1)/CMakeCache.txt $(1)/CMakeFiles
+
 .PHONY: all setup build run demo demo-stop test bench fuzz coverage coverage-cases coverage-build shots package clean
 
 all: build
@@ -17,7 +25,8 @@ setup:
 
 # Line tables only: enough for a backtrace, at a smaller cost than full debug information.
 build: setup
-	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG" -DKORVAT_TESTS=OFF
+	$(call fresh,$(BUILD))
+	$(CONFIGURE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG" -DKORVAT_TESTS=OFF
 	cmake --build $(BUILD) -j $(JOBS)
 
 # Korvat on the user's own engine.
@@ -39,17 +48,16 @@ demo-stop:
 
 # The whole suite, sanitizers on, against a private engine that ctest starts and stops; the
 # lower layers' live suites run while the rest builds (scripts/test.sh). The benchmarks are
-# built too (not run), so a change cannot leave them behind. clang compiles the sanitized
-# build with its precompiled headers in about half the time GCC takes; a build directory
-# configured for another compiler starts afresh, as cmake would drop the options below.
+# built too (not run), so a change cannot leave them behind.
 test: setup
-	@grep -qs '^CMAKE_CXX_COMPILER:.*clang++$$' $(TEST_BUILD)/CMakeCache.txt || rm -rf $(TEST_BUILD)/CMakeCache.txt $(TEST_BUILD)/CMakeFiles
-	cmake -S . -B $(TEST_BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
+	$(call fresh,$(TEST_BUILD))
+	$(CONFIGURE) -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DKORVAT_SANITIZE=ON -DKORVAT_BENCH=ON
 	bash scripts/test.sh $(TEST_BUILD) $(JOBS)
 
 # Performance figures on a private engine (not part of the tests).
 bench: setup
-	cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DKORVAT_BENCH=ON
+	$(call fresh,$(BUILD)-bench)
+	$(CONFIGURE) -S . -B $(BUILD)-bench -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DKORVAT_BENCH=ON
 	cmake --build $(BUILD)-bench -j $(JOBS)
 	bash bench/run.sh $(BUILD)-bench
 
@@ -81,7 +89,8 @@ shots: build
 
 # A Debian package of a release build: build-package/korvat_<version>_<arch>.deb
 package: setup
-	cmake -S . -B build-package -G Ninja -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
+	$(call fresh,build-package)
+	$(CONFIGURE) -S . -B build-package -DCMAKE_BUILD_TYPE=Release -DKORVAT_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
 	cmake --build build-package -j $(JOBS)
 	cd build-package && cpack
 
