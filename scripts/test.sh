@@ -54,22 +54,24 @@ if [ "$built" -eq 0 ]; then
   lanes+=($!)
 fi
 
-wait "${lanes[0]}"
+# finish INDEX TITLE LOG: waits for a lane, then prints its log; returns the lane's status.
+finish() {
+  wait "${lanes[$1]}"
+  local status=$?
+  echo "--- $2:"
+  cat "$build/$3"
+  return $status
+}
+
+finish 0 "the lower layers' live suites, run during the build" early.log
 early=$?
-echo "--- the lower layers' live suites, run during the build:"
-cat "$build/early.log"
 [ "$built" -eq 0 ] || exit 1
 
 lane late.log 0 -L live -E "$pattern" &
 lanes+=($!)
-wait "${lanes[2]}"
+finish 2 "the window's live suites, after the lower layers'" late.log
 late=$?
-echo "--- the window's live suites, after the lower layers':"
-cat "$build/late.log"
-
-wait "${lanes[1]}"
+finish 1 "the suites without the engine, run beside the live ones" units.log
 units=$?
 trap - INT TERM HUP
-echo "--- the suites without the engine, run beside the live ones:"
-cat "$build/units.log"
 [ "$early" -eq 0 ] && [ "$late" -eq 0 ] && [ "$units" -eq 0 ]
