@@ -38,10 +38,12 @@ run: build
 	  $(KORVAT); \
 	fi
 
-# Korvat on a private engine with sample projects. The engine starts while Korvat builds.
+# Korvat on a private engine with sample projects, which are made while Korvat builds.
 demo: setup
-	@mkdir -p $(BUILD) && $(DEMO_ENV) bash scripts/engine.sh start >/dev/null 2>$(BUILD)/demo-engine.log & \
-	$(MAKE) --no-print-directory build && wait && $(DEMO_ENV) bash scripts/demo.sh $(KORVAT)
+	@mkdir -p $(BUILD) && { $(DEMO_ENV) bash scripts/demo.sh prepare >$(BUILD)/demo-prepare.log 2>&1 & pid=$$!; } && \
+	$(MAKE) --no-print-directory build && \
+	{ wait $$pid || { cat $(BUILD)/demo-prepare.log; exit 1; }; } && \
+	$(DEMO_ENV) bash scripts/demo.sh open $(KORVAT)
 
 demo-stop:
 	@$(DEMO_ENV) bash scripts/engine.sh stop

@@ -4,15 +4,21 @@
 #   website     running; a loose container also mounts its assets volume, so deleting
 #               the project keeps that volume
 #   notes       stopped
+#
+#   demo.sh prepare       the engine and the projects: run while Korvat builds
+#   demo.sh open KORVAT   Korvat on them (without a display, its report)
 set -euo pipefail
-korvat=${1:?usage: demo.sh path/to/korvat}
+usage="usage: demo.sh prepare | demo.sh open path/to/korvat"
 here=$(cd "$(dirname "$0")" && pwd)
 projects=${KORVAT_DEMO_PROJECTS:-/tmp/korvat-demo-projects}
 
+# For an engine already running, this only says how to reach it.
 eval "$(bash "$here/engine.sh" start)"
 image=$KORVAT_TEST_IMAGE
 
 write() { mkdir -p "$(dirname "$1")"; cat >"$1"; }
+
+prepare() {
 
 write "$projects/storefront/compose.yaml" <<YAML
 services:
@@ -62,6 +68,13 @@ if ! docker container inspect backup-agent >/dev/null 2>&1; then
   docker run -d --name backup-agent -v website_assets:/backup "$image" sh -c "trap 'exit 0' TERM; sleep infinity & wait" >/dev/null
 fi
 docker run --rm -v website_assets:/a "$image" sh -c 'seq 1 200000 > /a/index.txt'
+}
+
+case ${1:-} in
+  prepare) prepare; exit 0 ;;
+  open) korvat=${2:?$usage} ;;
+  *) echo "$usage" >&2; exit 2 ;;
+esac
 
 if [[ -z ${DISPLAY:-} && -z ${WAYLAND_DISPLAY:-} ]]; then
   echo "No display here, so Korvat's window cannot open; this is what it would show:"
