@@ -19,7 +19,6 @@ image=$KORVAT_TEST_IMAGE
 write() { mkdir -p "$(dirname "$1")"; cat >"$1"; }
 
 prepare() {
-
 write "$projects/storefront/compose.yaml" <<YAML
 services:
   php:
